@@ -3,7 +3,9 @@
 // Both readers reset to "outside" on open and on every setPosition: a position handed back
 // by position() after a message always stands outside the unit that message was.
 
-MLGx12InterchangeReader::MLGx12InterchangeReader() : MLGfileReader(MLGx12Interchange) {}
+MLGx12InterchangeReader::MLGx12InterchangeReader() : MLGfileReader(MLGx12Interchange) {
+  m_MessageTerminator = "\r";
+}
 
 void MLGx12InterchangeReader::resetState(uint64_t, bool) { m_State = 0; }
 
@@ -50,7 +52,7 @@ COLstring MLGx12InterchangeReader::nextMessage() {
   return finishMessage(message);
 }
 
-MLGx12BatchReader::MLGx12BatchReader() : MLGfileReader(MLGx12Batch) {}
+MLGx12BatchReader::MLGx12BatchReader() : MLGfileReader(MLGx12Batch) { m_MessageTerminator = "\r"; }
 
 void MLGx12BatchReader::resetState(uint64_t, bool) { m_State = 0; }
 
