@@ -177,7 +177,10 @@ unsigned MLGblockFile::readLine(std::string_view& line, unsigned mask, char endO
   useEndCharacter(static_cast<unsigned char>(endOfFileCharacter));
   const bool atCR = (mask & (MLGnewlineCR | MLGnewlineCRLF)) != 0;
   const bool atLF = (mask & MLGnewlineLF) != 0;
-  m_Spill.clear();  // holds the part of the line from earlier blocks
+  // The spill holds the part of the line from earlier blocks; a giant line met once must not
+  // keep its memory for the rest of the log.
+  if (m_Spill.capacity() > 4 * m_BlockSize) m_Spill = std::string();
+  m_Spill.clear();
   size_t lineBegin = m_Cursor;  // the line's first byte not yet in the spill
   size_t scan = m_Cursor;
   for (;;) {

@@ -36,6 +36,11 @@ MLGhl7Reader::MLGhl7Reader(MLGreaderFileFormat format) : MLGfileReader(format) {
 COLstring MLGhl7Reader::nextMessage() {
   MLGblockFile& input = file();
   COLstring message = startMessage();
+  if (m_FileFormat == MLGsingleMessage && input.size() > input.position()) {
+    // The whole rest of the file is one message and never longer than the bytes left:
+    // one allocation instead of a doubling series of copies.
+    message.str().reserve(static_cast<size_t>(input.size() - input.position()) + m_MessageTerminator.size());
+  }
   unsigned lastEnd = 0;
   // Behind the last non-empty line: where the next message starts if the current line opens it,
   // so blank lines before a header go to the next call.
