@@ -3,6 +3,7 @@
 // the formats, builds readers and sniffs a file's format.
 #pragma once
 
+#include <cstdint>
 #include <vector>
 
 #include "COLstring.h"
@@ -24,8 +25,9 @@ public:
   explicit MLGreader(MLGreaderFileFormat format) : m_FileFormat(format) {}
   virtual ~MLGreader() = default;
 
-  virtual unsigned position() const = 0;
-  virtual void setPosition(unsigned position) = 0;
+  // Byte offsets into the log; 64-bit, logs can be several gigabytes.
+  virtual uint64_t position() const = 0;
+  virtual void setPosition(uint64_t position) = 0;
   virtual void open(const COLstring& path) = 0;
   virtual void close() = 0;
   virtual bool hasNextMessage() = 0;
@@ -37,6 +39,8 @@ public:
   const COLstring& segmentTerminator() const { return m_SegmentTerminator; }
   void setSegmentTerminator(const COLstring& text) { m_SegmentTerminator = text; }
   std::vector<COLstring>& ignoredSegments() { return m_IgnoredSegments; }
+  char endOfFileCharacter() const { return m_EndOfFileCharacter; }
+  void setEndOfFileCharacter(char c) { m_EndOfFileCharacter = c; }
 
 protected:
   MLGreaderFileFormat m_FileFormat;
@@ -54,4 +58,14 @@ const char* MLGfactoryFormatName(MLGreaderFileFormat format);
 MLGreader* MLGfactoryFromFormat(MLGreaderFileFormat format);
 MLGreader* MLGfactoryFromName(const COLstring& name);
 // Sniffs the file and returns an opened reader, or null when no format is recognised.
+// A file that cannot be opened raises the file layer's open error.
 MLGreader* MLGfactoryOpen(const COLstring& path);
+
+// Format checkers: the format recognised, or MLGendOfFormats.
+MLGreaderFileFormat MLGhl7CheckFileFormat(const COLstring& path);
+MLGreaderFileFormat MLGhl7BatchCheckFileFormat(const COLstring& path);
+MLGreaderFileFormat MLGx12InterchangeCheckFileFormat(const COLstring& path);
+MLGreaderFileFormat MLGx12BatchCheckFileFormat(const COLstring& path);
+
+// The newline types (MLGnewlineCR | MLGnewlineLF | MLGnewlineCRLF) found in the whole file.
+unsigned MLGnewlineTypes(const COLstring& path);

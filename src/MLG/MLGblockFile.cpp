@@ -1,0 +1,295 @@
+#include "MLGblockFile.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+#include "COLerror.h"
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
+// --- errors
+
+void MLGraiseOpenError(const COLstring& path, int errorNumber) {
+  throw COLerror("Open file '" + path + "' failed. " + COLstrerror(errorNumber) + ".",
+                 static_cast<uint32_t>(errorNumber));
+}
+
+void MLGraiseReadError(const COLstring& path, int errorNumber) {
+  throw COLerror("read failed on '" + path + "'. " + COLstrerror(errorNumber) + ".",
+                 static_cast<uint32_t>(errorNumber));
+}
+
+// --- byte searches
+
+namespace {
+
+#if defined(__SSE2__)
+// One bit per byte of a 16-byte load that equals `c`.
+inline unsigned matches16(const char* p, __m128i c) {
+  const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+  return static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(v, c)));
+}
+
+inline uint64_t matches64(const char* p, __m128i c) {
+  return uint64_t{matches16(p, c)} | uint64_t{matches16(p + 16, c)} << 16 |
+         uint64_t{matches16(p + 32, c)} << 32 | uint64_t{matches16(p + 48, c)} << 48;
+}
+#endif
+
+// The first byte equal to `a` or `b`, or null.
+const char* findEither(const char* p, const char* end, char a, char b) {
+#if defined(__SSE2__)
+  const __m128i va = _mm_set1_epi8(a), vb = _mm_set1_epi8(b);
+  while (end - p >= 32) {
+    const unsigned hits = matches16(p, va) | matches16(p, vb) | (matches16(p + 16, va) | matches16(p + 16, vb)) << 16;
+    if (hits) return p + __builtin_ctz(hits);
+    p += 32;
+  }
+#endif
+  for (; p < end; ++p)
+    if (*p == a || *p == b) return p;
+  return nullptr;
+}
+
+// The first byte that may end a line under `mask`, or null.  Only CR is looked for when
+// the mask ends lines on CR or CR LF, only LF when it ends them on a bare LF.
+inline const char* findLineEnd(const char* p, const char* end, bool atCR, bool atLF) {
+  if (atCR && atLF) return findEither(p, end, '\r', '\n');
+  if (!atCR && !atLF) return nullptr;
+  return static_cast<const char*>(std::memchr(p, atCR ? '\r' : '\n', static_cast<size_t>(end - p)));
+}
+
+}  // namespace
+
+// --- MLGblockFile
+
+MLGblockFile::MLGblockFile(size_t blockSize) : m_BlockSize(blockSize ? blockSize : 1) {}
+
+MLGblockFile::~MLGblockFile() { close(); }
+
+void MLGblockFile::open(const COLstring& path) {
+  close();
+  int descriptor;
+  do descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  while (descriptor == -1 && errno == EINTR);
+  if (descriptor == -1) MLGraiseOpenError(path, errno);
+  struct stat status {};
+  if (::fstat(descriptor, &status) != 0) {
+    const int error = errno;
+    ::close(descriptor);
+    MLGraiseOpenError(path, error);
+  }
+#if defined(POSIX_FADV_SEQUENTIAL)
+  ::posix_fadvise(descriptor, 0, 0, POSIX_FADV_SEQUENTIAL);
+#endif
+  m_Descriptor = descriptor;
+  m_Name = path;
+  m_Size = static_cast<uint64_t>(status.st_size);
+  m_BlockStart = 0;
+  dropBlock();
+}
+
+void MLGblockFile::close() {
+  if (m_Descriptor == -1) return;
+  ::close(m_Descriptor);
+  m_Descriptor = -1;
+  m_BlockStart = 0;
+  dropBlock();
+  m_Block.reset();
+  m_Spill = std::string();
+}
+
+void MLGblockFile::dropBlock() {
+  m_Length = 0;
+  m_Cursor = 0;
+  m_BlockCut = false;
+}
+
+void MLGblockFile::setPosition(uint64_t position) {
+  if (position >= m_BlockStart && position - m_BlockStart <= m_Length) {
+    m_Cursor = static_cast<size_t>(position - m_BlockStart);
+    return;
+  }
+  m_BlockStart = position;
+  dropBlock();
+}
+
+void MLGblockFile::setBlockSize(size_t bytes) {
+  const uint64_t here = position();
+  m_BlockSize = bytes ? bytes : 1;
+  m_Block.reset();
+  m_BlockStart = here;
+  dropBlock();
+}
+
+void MLGblockFile::useEndCharacter(int endCharacter) {
+  if (endCharacter == m_EndCharacter) return;
+  // The block was cut for another end character: read it again from here.
+  const uint64_t here = position();
+  m_EndCharacter = endCharacter;
+  m_BlockStart = here;
+  dropBlock();
+}
+
+// Replaces the block by the one behind it.  False at the end of the input.
+bool MLGblockFile::loadNextBlock() {
+  if (m_BlockCut) return false;
+  m_BlockStart += m_Length;
+  m_Length = 0;
+  m_Cursor = 0;
+  if (!m_Block) m_Block = std::make_unique<char[]>(m_BlockSize);
+  ssize_t count;
+  do count = ::pread(m_Descriptor, m_Block.get(), m_BlockSize, static_cast<off_t>(m_BlockStart));
+  while (count == -1 && errno == EINTR);
+  if (count == -1) MLGraiseReadError(m_Name, errno);
+  if (count == 0) {
+    // The end of the file: learn its size again, it may have changed since the open.
+    struct stat status {};
+    m_Size = ::fstat(m_Descriptor, &status) == 0 ? static_cast<uint64_t>(status.st_size) : m_BlockStart;
+    return false;
+  }
+  size_t length = static_cast<size_t>(count);
+  if (m_EndCharacter >= 0) {
+    if (const void* end = std::memchr(m_Block.get(), m_EndCharacter, length)) {
+      length = static_cast<size_t>(static_cast<const char*>(end) - m_Block.get());
+      m_BlockCut = true;
+    }
+  }
+  m_Length = length;
+  return length > 0;
+}
+
+// The input is over: the spill holds the line read so far and the file stands at its end.
+unsigned MLGblockFile::finishAtEnd(std::string_view& line) {
+  m_BlockStart = m_Size;
+  dropBlock();
+  line = m_Spill;
+  return MLGendOfInput;
+}
+
+unsigned MLGblockFile::readLine(std::string_view& line, unsigned mask, char endOfFileCharacter) {
+  useEndCharacter(static_cast<unsigned char>(endOfFileCharacter));
+  const bool atCR = (mask & (MLGnewlineCR | MLGnewlineCRLF)) != 0;
+  const bool atLF = (mask & MLGnewlineLF) != 0;
+  // The spill holds the part of the line from earlier blocks; a giant line met once must not
+  // keep its memory for the rest of the log.
+  if (m_Spill.capacity() > 4 * m_BlockSize) m_Spill = std::string();
+  m_Spill.clear();
+  size_t lineBegin = m_Cursor;  // the line's first byte not yet in the spill
+  size_t scan = m_Cursor;
+  for (;;) {
+    if (scan == m_Length) {
+      if (scan > lineBegin) m_Spill.append(m_Block.get() + lineBegin, scan - lineBegin);
+      m_Cursor = m_Length;
+      if (!loadNextBlock()) return finishAtEnd(line);
+      lineBegin = scan = 0;
+    }
+    const char* base = m_Block.get();
+    const char* hit = findLineEnd(base + scan, base + m_Length, atCR, atLF);
+    if (!hit) {
+      scan = m_Length;
+      continue;
+    }
+    const size_t at = static_cast<size_t>(hit - base);
+    unsigned result;
+    size_t next;  // where the following line starts
+    if (*hit == '\n') {
+      result = MLGnewlineLF;
+      next = at + 1;
+    } else if (at + 1 < m_Length) {
+      const bool crlf = base[at + 1] == '\n' && (mask & MLGnewlineCRLF);
+      if (!crlf && !(mask & MLGnewlineCR)) {
+        scan = at + 2;  // the CR and the byte behind it are both text
+        continue;
+      }
+      result = crlf ? MLGnewlineCRLF : MLGnewlineCR;
+      next = crlf ? at + 2 : at + 1;
+    } else {
+      // A CR closes the block: what it means depends on the first byte of the next one.
+      m_Spill.append(base + lineBegin, at - lineBegin);
+      m_Cursor = m_Length;
+      if (!loadNextBlock()) return finishAtEnd(line);  // a final CR is dropped
+      const bool crlf = m_Block[0] == '\n' && (mask & MLGnewlineCRLF);
+      if (crlf || (mask & MLGnewlineCR)) {
+        m_Cursor = crlf ? 1 : 0;
+        line = m_Spill;
+        return crlf ? MLGnewlineCRLF : MLGnewlineCR;
+      }
+      m_Spill.push_back('\r');
+      lineBegin = 0;
+      scan = 1;
+      continue;
+    }
+    m_Cursor = next;
+    if (!m_Spill.empty()) {
+      m_Spill.append(base + lineBegin, at - lineBegin);
+      line = m_Spill;
+    } else {
+      line = std::string_view(base + lineBegin, at - lineBegin);
+    }
+    return result;
+  }
+}
+
+size_t MLGblockFile::readChunk(const char*& data) {
+  useEndCharacter(-1);
+  if (m_Cursor == m_Length && !loadNextBlock()) return 0;
+  data = m_Block.get() + m_Cursor;
+  const size_t count = m_Length - m_Cursor;
+  m_Cursor = m_Length;
+  return count;
+}
+
+unsigned MLGreadLine(MLGblockFile& file, COLstring& buffer, unsigned mask, char endOfFileCharacter) {
+  std::string_view line;
+  const unsigned result = file.readLine(line, mask, endOfFileCharacter);
+  buffer.str().assign(line);
+  return result;
+}
+
+// --- newline types
+
+void MLGnewlineScan::feed(const char* data, size_t count) {
+  size_t i = 0;
+#if defined(__SSE2__)
+  const __m128i cr = _mm_set1_epi8('\r'), lf = _mm_set1_epi8('\n');
+  for (; i + 64 <= count; i += 64) {
+    const uint64_t crs = matches64(data + i, cr);
+    const uint64_t lfs = matches64(data + i, lf);
+    // Bit k: byte k-1 is a CR (for k = 0, the CR that ended the previous piece).
+    const uint64_t behindCR = crs << 1 | (m_PendingCR ? 1 : 0);
+    if (lfs & behindCR) m_Mask |= MLGnewlineCRLF;
+    if (lfs & ~behindCR) m_Mask |= MLGnewlineLF;
+    if (behindCR & ~lfs) m_Mask |= MLGnewlineCR;
+    m_PendingCR = (crs >> 63) != 0;
+  }
+#endif
+  for (; i < count; ++i) {
+    const char c = data[i];
+    if (m_PendingCR) {
+      m_Mask |= c == '\n' ? MLGnewlineCRLF : MLGnewlineCR;
+      m_PendingCR = c == '\r';
+    } else if (c == '\n') {
+      m_Mask |= MLGnewlineLF;
+    } else if (c == '\r') {
+      m_PendingCR = true;
+    }
+  }
+}
+
+unsigned MLGnewlineTypes(MLGblockFile& file, bool (*decided)(unsigned mask)) {
+  file.setPosition(0);
+  MLGnewlineScan scan;
+  const char* data = nullptr;
+  while (size_t count = file.readChunk(data)) {
+    scan.feed(data, count);
+    if (decided(scan.mask())) break;
+  }
+  return scan.mask();
+}

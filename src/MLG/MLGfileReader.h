@@ -1,0 +1,56 @@
+// MLGfileReader: what every log reader shares: one block file, the position, open and close,
+// and the rules that turn lines into a message.  Subclasses supply the framing.
+#pragma once
+
+#include <memory>
+#include <string_view>
+
+#include "MLGblockFile.h"
+#include "MLGreader.h"
+
+class MLGfileReader : public MLGreader {
+public:
+  ~MLGfileReader() override;
+
+  uint64_t position() const override;
+  void setPosition(uint64_t position) override;
+  void open(const COLstring& path) override;
+  void close() override;
+  bool hasNextMessage() override;
+
+  // For tests and tuning: the size of the block read at once.
+  void setBlockSize(size_t bytes);
+
+protected:
+  explicit MLGfileReader(MLGreaderFileFormat format);
+
+  // Called after open (position 0) and after setPosition, to reset the framing state.
+  virtual void resetState(uint64_t /*position*/, bool /*opened*/) {}
+
+  // The open file; fails the precondition when there is none.
+  MLGblockFile& file();
+  unsigned readLine(std::string_view& line, unsigned mask) {
+    return pMember->File.readLine(line, mask, m_EndOfFileCharacter);
+  }
+  // A fresh message buffer, sized after the last one so that appending rarely reallocates.
+  COLstring startMessage() const;
+  void appendSegment(COLstring& message, std::string_view line) const;
+  // Appends the message terminator and notes the size for the next message.
+  COLstring finishMessage(COLstring& message);
+
+  // The three rules by which a line is matched against m_IgnoredSegments.
+  bool startsWithIgnored(std::string_view line) const;      // begins with an entry
+  bool extendsIgnored(std::string_view line) const;         // begins with one and is longer
+  bool isIgnoredX12Segment(std::string_view line) const;    // begins with one, then "*"
+
+  static bool startsWith(std::string_view line, std::string_view prefix) {
+    return line.substr(0, prefix.size()) == prefix;
+  }
+
+private:
+  struct Private {
+    MLGblockFile File;
+    size_t SizeHint = 0;
+  };
+  std::unique_ptr<Private> pMember;
+};
