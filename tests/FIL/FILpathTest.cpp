@@ -1,0 +1,254 @@
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include "COLerror.h"
+#include "COLostream.h"
+#include "FILbinaryFile.h"
+#include "FILpath.h"
+#include "FILtestDirectory.h"
+
+namespace {
+
+COLstring raisedText(void (*action)(FILfilePath&), FILfilePath& path) {
+  try {
+    action(path);
+  } catch (const COLerror& error) {
+    return error.description();
+  }
+  return "no error";
+}
+
+}  // namespace
+
+TEST(FILfilePath, SplitsAbsolutePath) {
+  FILfilePath path("/data/out/msg.xml");
+  EXPECT_EQ(path.countOfDir(), 2u);
+  EXPECT_EQ(path.directory(0), "data");
+  EXPECT_EQ(path.directory(1), "out");
+  EXPECT_EQ(path.fullDirectory(), "/data/out/");
+  EXPECT_EQ(path.filename(), "msg");
+  EXPECT_EQ(path.extension(), "xml");
+  EXPECT_EQ(path.fullFilename(), "msg.xml");
+  EXPECT_EQ(path.completeFilePath(), "/data/out/msg.xml");
+  EXPECT_FALSE(path.isDirectory());
+}
+
+TEST(FILfilePath, NormalisesDotsSeparatorsAndBackslashes) {
+  FILfilePath path("/a//./b/../c\\d/file.tar.gz");
+  EXPECT_EQ(path.fullDirectory(), "/a/c/d/");
+  EXPECT_EQ(path.filename(), "file.tar");
+  EXPECT_EQ(path.extension(), "gz");
+  FILfilePath noExtension("/a/README");
+  EXPECT_EQ(noExtension.extension(), "");
+  EXPECT_EQ(noExtension.fullFilename(), "README");
+  FILfilePath trailingDot("/a/name.");
+  EXPECT_EQ(trailingDot.fullFilename(), "name.");
+  FILfilePath hidden("/a/.profile");
+  EXPECT_EQ(hidden.fullFilename(), ".profile");
+  EXPECT_FALSE(hidden.isDirectory());
+}
+
+TEST(FILfilePath, DirectoryPathHasNoFileName) {
+  FILfilePath path("/a/b/");
+  EXPECT_TRUE(path.isDirectory());
+  EXPECT_EQ(path.fullDirectory(), "/a/b/");
+  EXPECT_EQ(path.fullFilename(), "");
+  FILfilePath root("/");
+  EXPECT_EQ(root.fullDirectory(), "/");
+  EXPECT_EQ(root.countOfDir(), 0u);
+}
+
+TEST(FILfilePath, RelativePathsResolveAgainstCurrentDirectory) {
+  FILfilePath path;
+  path.setCurrentDirectory("/base/dir");
+  path.setFileName("../x/y.txt");
+  EXPECT_EQ(path.completeFilePath(), "/base/x/y.txt");
+
+  COLstring cwd;
+  FILgetCurrentWorkingDir(cwd);
+  FILfilePath plain("out.xml");
+  EXPECT_EQ(plain.fullDirectory(), FILaddPathSeparator(cwd == "/" ? COLstring("") : cwd));
+  EXPECT_EQ(plain.fullFilename(), "out.xml");
+}
+
+TEST(FILfilePath, BadPathsAreRefused) {
+  FILfilePath path;
+  path.setCurrentDirectory("/");
+  EXPECT_EQ(raisedText([](FILfilePath& p) { p.setFileName("x/../../y"); }, path), "Unable to resolve");
+  EXPECT_EQ(raisedText([](FILfilePath& p) { p.setFileName(":abc"); }, path), "Unable to resolve");
+  EXPECT_EQ(raisedText([](FILfilePath& p) { p.setFileName("/a/b:c"); }, path), "Bad file path");
+}
+
+TEST(FILfilePath, ExtensionsNeedAFile) {
+  FILfilePath path("/a/report");
+  path.defaultExtension("txt");
+  EXPECT_EQ(path.fullFilename(), "report.txt");
+  path.defaultExtension("csv");
+  EXPECT_EQ(path.extension(), "txt");
+  path.forceExtension("csv");
+  EXPECT_EQ(path.completeFilePath(), "/a/report.csv");
+
+  FILfilePath directory("/a/");
+  EXPECT_EQ(raisedText([](FILfilePath& p) { p.forceExtension("x"); }, directory),
+            "Failed precondition: !isDirectory()");
+  FILfilePath empty;
+  EXPECT_EQ(raisedText([](FILfilePath& p) { p.defaultExtension("x"); }, empty),
+            "Failed precondition: pMember->FileNameBuffer.size() > 0");
+}
+
+TEST(FILfilePath, SubPathsAndRanges) {
+  FILfilePath path("/a/b/c/f.txt");
+  COLstring out;
+  path.subFilePath(-1, -1, out);
+  EXPECT_EQ(out, "/a/b/c/f.txt");
+  path.subFilePath(1, 3, out);
+  EXPECT_EQ(out, "b/c/");
+  path.subFilePath(-1, 1, out);
+  EXPECT_EQ(out, "/a/");
+  try {
+    path.subFilePath(5, -1, out);
+    FAIL();
+  } catch (const COLerror& error) {
+    EXPECT_EQ(error.code(), COL_ERROR_BAD_ARGUMENT);
+    EXPECT_EQ(error.description(), "Start index of 5 not within bounds of [-1, 3].");
+  }
+  EXPECT_THROW(path.subFilePath(2, 1, out), COLerror);
+}
+
+TEST(FILfilePath, RelativePathToReference) {
+  FILfilePath path("/a/b/c/f.txt");
+  path.setRelativeReferencePath("/a/x/y");
+  COLstring out;
+  path.relativePath(out);
+  EXPECT_EQ(out, "../../b/c/f.txt");
+  path.setRelativeReferencePath("/a/b");
+  path.relativePath(out);
+  EXPECT_EQ(out, "c/f.txt");
+}
+
+TEST(FILpathSeparators, AddRemoveCorrect) {
+  EXPECT_EQ(FILaddPathSeparator("a"), "a/");
+  EXPECT_EQ(FILaddPathSeparator("a/"), "a/");
+  EXPECT_EQ(FILaddPathSeparator(""), "/");
+  EXPECT_EQ(FILremovePathSeparator("a/"), "a");
+  EXPECT_EQ(FILremovePathSeparator("/"), "/");
+  EXPECT_EQ(FILremoveLeadingPathSeparator("/a"), "a");
+  EXPECT_EQ(FILcorrectPathSeparators("a\\b\\c"), "a/b/c");
+}
+
+class FILpathFunctions : public FILtestDirectory {};
+
+TEST_F(FILpathFunctions, MakeFullDirCreatesEveryLevel) {
+  COLstring deep = path("x/y/z").c_str();
+  FILmakeFullDir(deep, 0700);
+  EXPECT_TRUE(FILisDirectory(deep));
+  FILmakeFullDir(deep, 0700);  // existing levels are fine
+  writeText("file", "");
+  try {
+    FILmakeFullDir(path("file/sub").c_str(), 0700);
+    FAIL();
+  } catch (const COLerror& error) {
+    EXPECT_EQ(error.description(), COLstring(("Error creating directory for '" + path("file/sub") + "', '" +
+                                              path("file") + " is a file, not a directory.").c_str()));
+  }
+}
+
+TEST_F(FILpathFunctions, ExistenceSizeAndKinds) {
+  writeText("f.txt", "12345");
+  EXPECT_TRUE(FILfileExists(path("f.txt").c_str()));
+  EXPECT_FALSE(FILfileExists(path("g.txt").c_str()));
+  EXPECT_EQ(FILfileSize(path("f.txt").c_str()), 5u);
+  EXPECT_FALSE(FILisDirectory(path("f.txt").c_str()));
+  EXPECT_TRUE(FILisDirectory(m_Root.c_str()));
+  EXPECT_TRUE(FILhasPermission(path("f.txt").c_str(), R_OK));
+  try {
+    FILhasPermission(path("g.txt").c_str(), R_OK);
+    FAIL();
+  } catch (const COLerror& error) {
+    EXPECT_EQ(error.code(), COL_ERROR_BAD_ARGUMENT);
+    EXPECT_EQ(error.description(), COLstring(("File `" + path("g.txt") + "' does not exist.").c_str()));
+  }
+  try {
+    FILisDirectory(path("g.txt").c_str());
+    FAIL();
+  } catch (const COLerror& error) {
+    EXPECT_EQ(error.code(), static_cast<uint32_t>(ENOENT));
+  }
+  ASSERT_EQ(symlink(path("f.txt").c_str(), path("link").c_str()), 0);
+  EXPECT_TRUE(FILisSymbolicLink(path("link").c_str()));
+  EXPECT_FALSE(FILisSymbolicLink(path("f.txt").c_str()));
+}
+
+TEST_F(FILpathFunctions, CopyRenameTruncateRemove) {
+  writeText("a.txt", "content");
+  FILcopyFile(path("a.txt").c_str(), path("b.txt").c_str(), false);
+  EXPECT_EQ(readText("b.txt"), "content");
+  try {
+    FILcopyFile(path("a.txt").c_str(), path("b.txt").c_str(), false);
+    FAIL();
+  } catch (const COLerror& error) {
+    EXPECT_EQ(error.description(),
+              COLstring(("Destination file `" + path("b.txt") + "' exists, but Ovewrite is unset.").c_str()));
+  }
+  FILrenameFile(path("b.txt").c_str(), path("c.txt").c_str());
+  EXPECT_FALSE(FILfileExists(path("b.txt").c_str()));
+  FILchangeFileSize(path("c.txt").c_str(), 3);
+  EXPECT_EQ(readText("c.txt"), "con");
+  FILremove(path("c.txt").c_str());
+  EXPECT_FALSE(FILfileExists(path("c.txt").c_str()));
+  EXPECT_THROW(FILremove(path("c.txt").c_str()), COLerror);
+}
+
+TEST_F(FILpathFunctions, CopyTreeAndRemoveTree) {
+  FILmakeFullDir(path("src/sub").c_str(), 0700);
+  writeText("src/one.txt", "1");
+  writeText("src/sub/two.txt", "2");
+  FILcopy(path("src").c_str(), path("dst").c_str(), false);
+  EXPECT_EQ(readText("dst/one.txt"), "1");
+  EXPECT_EQ(readText("dst/sub/two.txt"), "2");
+  // A file copied into an existing directory keeps its name.
+  FILcopy(path("src/one.txt").c_str(), path("dst/sub").c_str(), false);
+  EXPECT_EQ(readText("dst/sub/one.txt"), "1");
+  EXPECT_THROW(FILcopy(path("src").c_str(), path("src/one.txt").c_str(), true), COLerror);
+
+  COLstring report;
+  COLostream stream(report);
+  FILcleanDir(path("dst").c_str(), &stream);
+  EXPECT_FALSE(FILfileExists(path("dst/one.txt").c_str()));
+  EXPECT_TRUE(FILfileExists(path("dst/sub/two.txt").c_str()));
+  EXPECT_NE(report.find("one.txt"), COLstring::npos);
+  FILremoveFullDir(path("dst").c_str());
+  EXPECT_FALSE(FILfileExists(path("dst").c_str()));
+}
+
+TEST_F(FILpathFunctions, TempDirectoryPrefersHome) {
+  const char* oldHome = getenv("HOME");
+  const char* oldTmp = getenv("TMPDIR");
+  std::string savedHome = oldHome ? oldHome : "";
+  std::string savedTmp = oldTmp ? oldTmp : "";
+  setenv("HOME", path("home").c_str(), 1);
+  setenv("TMPDIR", path("tmpdir").c_str(), 1);
+  COLstring out;
+  FILgetTempDirectory(out);
+  EXPECT_EQ(out, COLstring((path("home") + "/tmp/").c_str()));
+  EXPECT_TRUE(FILisDirectory(out));
+  unsetenv("HOME");
+  FILgetTempDirectory(out);
+  EXPECT_EQ(out, COLstring((path("tmpdir") + "/").c_str()));
+  unsetenv("TMPDIR");
+  if (oldHome) setenv("HOME", savedHome.c_str(), 1);
+  if (oldTmp) setenv("TMPDIR", savedTmp.c_str(), 1);
+}
+
+TEST(FILexecutableDirectory, MustBeSetFirst) {
+  COLstring out;
+  try {
+    FILgetExecutableFileDirectory(out);
+    // Another test of this program may have set it already.
+  } catch (const COLerror& error) {
+    EXPECT_EQ(error.description(), "Error: Must call FILsetExecutableFileDirectory under POSIX first");
+  }
+  FILsetExecutableFileDirectory("/opt/tool");
+  EXPECT_EQ(FILconvertLocalToAbsoluteFileName("lib/x"), "/opt/tool/lib/x");
+  EXPECT_EQ(FILconvertLocalToAbsoluteFileName("/abs"), "/abs");
+}
