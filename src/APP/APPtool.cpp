@@ -2,8 +2,15 @@
 
 #include <clocale>
 
+#include "APPengine.h"
+#include "APPxmlFileName.h"
+#include "APPxmlReader.h"
 #include "CMDlineParser.h"
+#include "COLdateTime.h"
 #include "COLerror.h"
+#include "FILbinaryFile.h"
+#include "FILfilePath.h"
+#include "FILpath.h"
 #include "MLGreader.h"
 #include "QVMengine.h"
 #include "QVMerror.h"
@@ -38,6 +45,43 @@ void installOptions(CMDlineParser& parser) {
                                 "Releases the engine between messages and reloads the vmd file. Implies --reload.");
 }
 
+COLstring formatNames() {
+  COLstring names;
+  for (unsigned i = 0; i < MLGfactoryCountOfReader(); ++i) {
+    if (i) names += ", ";
+    names += MLGfactoryName(i);
+  }
+  return names;
+}
+
+// The reader of the run, opened; null after telling the user why there is none.
+MLGreader* openReader(bool fromxml, const COLstring& formatName, const COLstring& inFile, COLostream& out) {
+  if (fromxml) {
+    COLownerPtr<MLGreader> reader(new APPxmlReader);
+    reader->open(inFile);
+    return reader.release();
+  }
+  COLownerPtr<MLGreader> reader;
+  if (formatName.empty()) {
+    reader = MLGfactoryOpen(inFile);
+    if (!reader) {
+      out << "The format of the log file '" << inFile << "' could not be recognised. Give it with --forceformat NAME, "
+          << "where NAME is one of: " << formatNames() << "." << newline << flush;
+      return nullptr;
+    }
+  } else {
+    reader = MLGfactoryFromName(formatName);
+    if (!reader) {
+      out << "Unknown log file format '" << formatName << "' given to --forceformat. The formats are: "
+          << formatNames() << "." << newline << flush;
+      return nullptr;
+    }
+    reader->open(inFile);
+  }
+  out << "Log File Type: " << MLGfactoryFormatName(reader->fileFormat()) << newline << flush;
+  return reader.release();
+}
+
 int runTool(int argc, const char* const* argv, COLostream& out) {
   CMDlineParser parser;
   installOptions(parser);
@@ -65,6 +109,8 @@ int runTool(int argc, const char* const* argv, COLostream& out) {
   const COLstring vmdFile = parser.extraArgument(size_t{0});
   const COLstring inFile = parser.extraArgument(size_t{1});
   const COLstring outFile = parser.extraArgument(size_t{2});
+  const bool release = parser.isFlagPresent("release");
+  const bool reload = parser.isFlagPresent("reload");
 
   if (toxsd) {
     QVMengine engine;
@@ -73,9 +119,52 @@ int runTool(int argc, const char* const* argv, COLostream& out) {
     return 0;
   }
 
-  if (fromxml) throw COLerror("Reading numbered XML files is not available yet in this build.", COL_ERROR_PRECONDITION);
-  if (formatName.empty()) MLGfactoryOpen(inFile);
-  else MLGfactoryFromName(formatName);
+  COLownerPtr<MLGreader> reader(openReader(fromxml, formatName, inFile, out));
+  if (!reader) return 1;
+
+  FILbinaryFile outputFile(FILtypeBuffered);
+  COLostream output(outputFile);
+  if (!toxml) outputFile.open(outFile, FILmodeCreate);
+
+  COLreferencePtr<APPengine> engine(new APPengine);
+  engine->Load(vmdFile);
+
+  const COLdateTime startTime = COLdateTime::currentTime();
+  COLstring xmlDirectory, xmlName;
+  if (toxml) {
+    const FILfilePath outPath(outFile);
+    xmlDirectory = FILaddPathSeparator(outPath.fullDirectory());
+    xmlName = outPath.fullFilename();
+    FILmakeFullDir(xmlDirectory, 0700, nullptr);
+  }
+
+  CMDprogressMeter progress;
+  unsigned count = 0;
+  while (reader->hasNextMessage()) {
+    const COLstring message = reader->nextMessage();
+    progress.setProgress(count + 1, " messages", out);
+    if (toxml) {
+      outputFile.open(APPxmlFileName(count + 1, xmlDirectory, xmlName), FILmodeCreate);
+      output << engine->translateMessageToXml(message);
+    } else if (fromxml) {
+      output << engine->translateXmlToMessage(message) << newline << flush;
+    }
+    ++count;
+    if (release) {
+      engine = new APPengine;  // the old engine goes only once the new one exists
+      engine->Load(vmdFile);
+    } else if (reload) {
+      engine->Load(vmdFile);
+    }
+  }
+
+  const COLdateTimeSpan elapsed = COLdateTime::currentTime() - startTime;
+  out << "\nElapsed time: " << elapsed;
+  if (elapsed.totalSeconds() > 0.0)
+    out << "\nMessages per second: " << static_cast<double>(count) / elapsed.totalSeconds();
+  else
+    out << "\n" << count << " messages processed in less than a second!";
+  reader->close();
   return 0;
 }
 
