@@ -1,6 +1,7 @@
 // FMTbinaryDump: hexadecimal dumps of bytes, 16 to a line, for error reports and debugging.
-// A line holds the bytes as digits in two groups of eight, then the same bytes as text:
-//   "4D 53 48 7C 5E 7E 5C 26  0D 50 49 44 7C 31 7C 7C  MSH|^~\& .PID|1||"
+// A line holds the bytes as digits in two groups of eight, then the same bytes as text
+// (control bytes and bytes from 128 up as "."):
+//   "4D 53 48 7C 5E 7E 5C 26   0D 50 49 44 7C 31 7C 7C   MSH|^~\& .PID|1||"
 #pragma once
 
 #include <cstddef>
