@@ -362,7 +362,13 @@ size_t REXmatcher::regexReplace(COLstring& text, const COLstring& replacement, c
     } else {
       Offset = MatchStart + Expanded.size();
     }
-    SearchFrom = Offset + (MatchStart == MatchEnd ? 1 : 0);
+    SearchFrom = Offset;
+    if (MatchStart == MatchEnd) {
+      // Step over one character; in UTF-8 mode a search may not start inside one.
+      ++SearchFrom;
+      if (pMember->options & REX_UTF8)
+        while (SearchFrom < Work.size() && (static_cast<unsigned char>(Work[SearchFrom]) & 0xC0) == 0x80) ++SearchFrom;
+    }
   }
   if (function && Offset <= Work.size()) {
     const COLstring Mapped = function(Work.substr(Offset));

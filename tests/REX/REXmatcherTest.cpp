@@ -278,6 +278,10 @@ TEST(REXmatcher, ReplaceWithEmptyMatchesEnds) {
   text = "abc";
   EXPECT_EQ(4u, REXmatcher("x?").regexReplace(text, "."));
   EXPECT_EQ(COLstring(".a.b.c."), text);
+
+  text = "a\xC3\xA9" "b";  // an accented letter in UTF-8 is stepped over whole
+  EXPECT_EQ(4u, REXmatcher("x?", REX_UTF8).regexReplace(text, "."));
+  EXPECT_EQ(COLstring(".a.\xC3\xA9" ".b."), text);
 }
 
 TEST(REXmatcher, ReplaceFunctionSeesGapsAndGroupsButNotReplacement) {
