@@ -82,7 +82,7 @@ MLGreader* openReader(bool fromxml, const COLstring& formatName, const COLstring
   return reader.release();
 }
 
-int runTool(int argc, const char* const* argv, COLostream& out) {
+int runTool(int argc, const char* const* argv, COLostream& out, APPengineFactory makeEngine) {
   CMDlineParser parser;
   installOptions(parser);
   parser.parseArgs(argc, argv);
@@ -126,7 +126,7 @@ int runTool(int argc, const char* const* argv, COLostream& out) {
   COLostream output(outputFile);
   if (!toxml) outputFile.open(outFile, FILmodeCreate);
 
-  COLreferencePtr<APPengine> engine(new APPengine);
+  COLreferencePtr<APPengine> engine(makeEngine());
   engine->Load(vmdFile);
 
   const COLdateTime startTime = COLdateTime::currentTime();
@@ -151,7 +151,7 @@ int runTool(int argc, const char* const* argv, COLostream& out) {
     }
     ++count;
     if (release) {
-      engine = new APPengine;  // the old engine goes only once the new one exists
+      engine = makeEngine();  // the old engine goes only once the new one exists
       engine->Load(vmdFile);
     } else if (reload) {
       engine->Load(vmdFile);
@@ -170,9 +170,10 @@ int runTool(int argc, const char* const* argv, COLostream& out) {
 
 }  // namespace
 
-int APPrunTool(int argc, const char* const* argv, COLostream& out) {
+int APPrunTool(int argc, const char* const* argv, COLostream& out, APPengineFactory makeEngine) {
+  if (!makeEngine) makeEngine = [] { return new APPengine; };
   try {
-    return runTool(argc, argv, out);
+    return runTool(argc, argv, out, makeEngine);
   } catch (const COLerror& error) {
     out << error << newline << flush;
   } catch (const QVMerror& error) {
