@@ -5,6 +5,7 @@
 // Nothing here copies message text: values are slices (see SGMvalue).
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <vector>
 
@@ -23,21 +24,28 @@ struct SGMseparatorCharacters {
   char escapeCharacter = '\\';
 };
 
-// A logical count in front of the objects that were ever made.  Shrinking clears the objects
-// behind the new count and keeps them; growing makes objects only where the vector runs out.
+// A logical count in front of the objects that were ever made.  Growing makes objects only
+// where the vector runs out; objects behind the count are kept and come back cleared.  The
+// clearing happens when an object comes back into use, not when the count drops, so that
+// dropping a whole message costs nothing and every object is touched once per message.
 template <class T>
 class SGMreuseList {
 public:
   uint32_t count() const { return m_Count; }
 
   void setCount(uint32_t newCount) {
-    if (newCount < m_Count) {
-      for (uint32_t i = newCount; i < m_Count; ++i) m_Items[i]->clear();
-    } else if (newCount > m_Items.size()) {
-      m_Items.reserve(newCount);
-      while (m_Items.size() < newCount) m_Items.emplace_back(new T);
-    }
+    if (newCount > m_Count) grow(newCount);
     m_Count = newCount;
+  }
+  // The object at index count(), counted and cleared: the tokeniser's usual step.
+  T& growByOne() {
+    if (m_Count < m_Items.size()) {
+      T& Item = *m_Items[m_Count++];
+      Item.clear();
+      return Item;
+    }
+    makeObjects(m_Count + 1);
+    return *m_Items[m_Count++];
   }
   void clear() { setCount(0); }
 
@@ -59,6 +67,17 @@ public:
   }
 
 private:
+  void grow(uint32_t newCount) {
+    const uint32_t Reused = std::min<uint32_t>(newCount, static_cast<uint32_t>(m_Items.size()));
+    for (uint32_t i = m_Count; i < Reused; ++i) m_Items[i]->clear();
+    if (newCount > m_Items.size()) makeObjects(newCount);
+  }
+  // Allocation happens only until the list has seen its largest message.
+  [[gnu::noinline]] void makeObjects(uint32_t newCount) {
+    m_Items.reserve(std::max<size_t>(newCount, m_Items.size() * 2));
+    while (m_Items.size() < newCount) m_Items.emplace_back(new T);
+  }
+
   uint32_t m_Count = 0;
   std::vector<COLreferencePtr<T>> m_Items;
 };

@@ -7,23 +7,28 @@
 
 // --- options
 
-bool SGPparserOptionsValidate(const SGPparserOptions& options, COLostream& stream) {
-  if (options.headerSegmentName().empty()) {
-    stream << "Header Segment Name must be defined.";
-    return false;
-  }
-  if (options.segmentDelimiter() == 0) {
-    stream << "Segment delimiter must be defined.";
-    return false;
-  }
+namespace {
+
+// The first problem with the options, null when there is none.
+const char* optionsProblem(const SGPparserOptions& options) {
+  if (options.headerSegmentName().empty()) return "Header Segment Name must be defined.";
+  if (options.segmentDelimiter() == 0) return "Segment delimiter must be defined.";
   if (options.hl7Mode() && options.fieldDelimiter().character == 0) {
-    stream << "When parsing HL7 data, the field delimiter must be enabled.";
-    return false;
+    return "When parsing HL7 data, the field delimiter must be enabled.";
   }
   if (options.hl7Mode() && options.subFieldDelimiter().character == 0 &&
       options.subSubFieldDelimiter().character != 0) {
-    stream << "When parsing HL7 data and disabling the subfield delimiter, the sub-sub field delimiter must also "
-              "be disabled";
+    return "When parsing HL7 data and disabling the subfield delimiter, the sub-sub field delimiter must also be "
+           "disabled";
+  }
+  return nullptr;
+}
+
+}  // namespace
+
+bool SGPparserOptionsValidate(const SGPparserOptions& options, COLostream& stream) {
+  if (const char* Problem = optionsProblem(options)) {
+    stream << Problem;
     return false;
   }
   return true;
@@ -73,36 +78,6 @@ void SGPtokenizer::setDelimiter(uint32_t token, char c) {
   m_Character[token] = c;
 }
 
-uint32_t SGPtokenizer::nextToken(const char** text, size_t* length) const {
-  if (*length == 0) return SGPtokenEndOfInput;
-  const unsigned char* Begin = reinterpret_cast<const unsigned char*>(*text);
-  const uint32_t Kind = m_Kind[*Begin];
-  switch (Kind) {
-    case SGPtokenData: {
-      const unsigned char* Position = Begin + 1;
-      const unsigned char* End = Begin + *length;
-      while (Position != End && m_Kind[*Position] == SGPtokenData) ++Position;
-      const size_t Size = static_cast<size_t>(Position - Begin);
-      *text += Size;
-      *length -= Size;
-      return SGPtokenData;
-    }
-    case SGPtokenEndOfInput:
-      return SGPtokenEndOfInput;
-    case SGPtokenSegment: {
-      // CR LF counts as one segment end whatever the segment delimiter is.
-      const size_t Size = (*length > 1 && Begin[1] == '\n') ? 2 : 1;
-      *text += Size;
-      *length -= Size;
-      return SGPtokenSegment;
-    }
-    default:
-      *text += 1;
-      *length -= 1;
-      return Kind;
-  }
-}
-
 // --- header
 
 namespace {
@@ -137,12 +112,8 @@ SGPparseResult SGPparseHeader(const char* text, size_t length, const SGPparserOp
                               SGMsegment& segment, SGMseparatorCharacters& separators,
                               std::vector<char>& delimiterArray, SGMvalue& errorContext, uint32_t& fieldIndex,
                               int& consumed) {
-  COLstring Problem;
-  {
-    COLostream Stream(Problem);
-    if (!SGPparserOptionsValidate(options, Stream)) {
-      throw COLerror("Error with parsing options while parsing header: " + Problem, COL_ERROR_PRECONDITION);
-    }
+  if (const char* Problem = optionsProblem(options)) {
+    throw COLerror(COLstring("Error with parsing options while parsing header: ") + Problem, COL_ERROR_PRECONDITION);
   }
   delimiterArray.clear();
   fieldIndex = 0;
@@ -295,11 +266,22 @@ void SGPparser::processData(const char* begin, const char* end) {
     m_CurrentField = &Repeats.atUnchecked(m_Repeat);
   }
   if (!m_CurrentSubField) {
-    if (m_CurrentField->countOfSubField() <= m_SubField) m_CurrentField->growSubFields(m_SubField + 1);
-    m_CurrentSubField = &m_CurrentField->m_SubFields.atUnchecked(m_SubField);
+    SGMreuseList<SGMsubField>& SubFields = m_CurrentField->m_SubFields;
+    if (SubFields.count() == m_SubField) {
+      // The usual step: the next sub field, with its first value.
+      m_CurrentSubField = &SubFields.growByOne();
+      m_CurrentSubField->m_Values.growByOne().set(begin, Length);
+      return;
+    }
+    if (SubFields.count() < m_SubField) m_CurrentField->growSubFields(m_SubField + 1);
+    m_CurrentSubField = &SubFields.atUnchecked(m_SubField);
   }
   SGMreuseList<SGMvalue>& Values = m_CurrentSubField->m_Values;
-  if (Values.count() <= m_SubSubField) Values.setCount(m_SubSubField + 1);
+  if (Values.count() == m_SubSubField) {
+    Values.growByOne().set(begin, Length);
+    return;
+  }
+  if (Values.count() < m_SubSubField) Values.setCount(m_SubSubField + 1);
   Values.atUnchecked(m_SubSubField).set(begin, Length);
 }
 
@@ -323,7 +305,14 @@ void SGPparser::processDelimiter(uint32_t token) {
         if (m_List->countOfSegment() <= m_Segment) m_List->setCountOfSegment(m_Segment + 1);
         m_CurrentSegment = &m_List->m_Segments.atUnchecked(m_Segment);
       }
-      if (m_CurrentSegment->countOfField() < m_Field) m_CurrentSegment->setCountOfField(m_Field);
+      if (m_CurrentSegment->countOfField() + 1 == m_Field) {
+        // The usual step: the next field position, with its one repeat.
+        SGMfieldRepeats& Repeats = m_CurrentSegment->m_Fields.growByOne();
+        m_CurrentField = &Repeats.m_Repeats.growByOne();
+        m_CurrentRepeats = &Repeats;
+      } else if (m_CurrentSegment->countOfField() < m_Field) {
+        m_CurrentSegment->setCountOfField(m_Field);
+      }
       break;
     case SGPtokenRepeat:
       ++m_Repeat;

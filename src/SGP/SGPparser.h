@@ -135,3 +135,34 @@ private:
   SGMsubField* m_CurrentSubField = nullptr;
   std::vector<char> m_DelimiterArray;
 };
+
+// Inline: the tokeniser calls it once per token.
+inline uint32_t SGPtokenizer::nextToken(const char** text, size_t* length) const {
+  if (*length == 0) return SGPtokenEndOfInput;
+  const unsigned char* Begin = reinterpret_cast<const unsigned char*>(*text);
+  const uint32_t Kind = m_Kind[*Begin];
+  switch (Kind) {
+    case SGPtokenData: {
+      const unsigned char* Position = Begin + 1;
+      const unsigned char* End = Begin + *length;
+      while (Position != End && m_Kind[*Position] == SGPtokenData) ++Position;
+      const size_t Size = static_cast<size_t>(Position - Begin);
+      *text += Size;
+      *length -= Size;
+      return SGPtokenData;
+    }
+    case SGPtokenEndOfInput:
+      return SGPtokenEndOfInput;
+    case SGPtokenSegment: {
+      // CR LF counts as one segment end whatever the segment delimiter is.
+      const size_t Size = (*length > 1 && Begin[1] == '\n') ? 2 : 1;
+      *text += Size;
+      *length -= Size;
+      return SGPtokenSegment;
+    }
+    default:
+      *text += 1;
+      *length -= 1;
+      return Kind;
+  }
+}
