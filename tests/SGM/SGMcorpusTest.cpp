@@ -116,3 +116,29 @@ TEST(SGMcorpus, ThreeEncodingCharactersCollideWithTheFieldDelimiter) {
   EXPECT_EQ(Message.result, SGPduplicateDelimiter);
   EXPECT_EQ(Message.parser.errorContext().data(), Message.text.data() + 3);
 }
+
+TEST(SGMcorpus, X12WithFixedDelimiters) {
+  // An 850 purchase order: "*" elements, ">" components, "~" plus LF ending each segment.
+  const std::string Text = readMessage("nodex12_850_4010.x12");
+  SGPparserOptions Options;
+  Options.setHl7Mode(false);
+  Options.setHeaderSegmentName("ISA");
+  Options.setFieldDelimiter('*', -1);
+  Options.setSubFieldDelimiter('>', -1);
+  Options.setRepeatCharacter(0, -1);
+  Options.setSubSubFieldDelimiter(0, -1);
+  Options.setEscapeCharacter(0, -1);
+  Options.setSegmentDelimiter('~');
+  SGMsegmentList List;
+  SGMseparatorCharacters Separators;
+  SGPparser Parser;
+  ASSERT_EQ(Parser.parse(Text.data(), Text.size(), List, Separators, Options), SGPparsed);
+  EXPECT_EQ(List.segment(0).name().view(), "ISA");
+  EXPECT_EQ(List.segment(0).countOfField(), 16u);
+  EXPECT_EQ(List.segment(1).name().view(), "GS");
+  EXPECT_EQ(List.segment(List.countOfSegment() - 1).name().view(), "IEA");
+  COLstring Out;
+  SGMappendSegmentList(List, Separators, "~\n", Out);
+  // The last segment has no LF behind its terminator.
+  EXPECT_EQ(Out.str(), Text + "\n");
+}
