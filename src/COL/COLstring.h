@@ -30,7 +30,7 @@ public:
   COLstring(const char* text, COLbuffer* buffer);
   COLstring(const wchar_t* text);
   COLstring(std::string text) : m_Str(std::move(text)) {}
-  COLstring(std::string_view text) : m_Str(text) {}
+  explicit COLstring(std::string_view text) : m_Str(text) {}
   ~COLstring() override = default;
 
   COLstring& operator=(const COLstring& source) { m_Str = source.m_Str; return *this; }

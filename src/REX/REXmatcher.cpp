@@ -200,7 +200,7 @@ void REXexpandBackReferences(const COLstring& Replacement, const COLstring& Subj
       const PCRE2_SIZE First = Groups.offsets[2 * Group];
       const PCRE2_SIZE End = Groups.offsets[2 * Group + 1];
       COLstring Captured;
-      if (First != PCRE2_UNSET && End > First) Captured = Subject.view().substr(First, End - First);
+      if (First != PCRE2_UNSET && End > First) Captured = COLstring(Subject.view().substr(First, End - First));
       GroupText[Group] = Function ? Function(Captured) : std::move(Captured);
     }
     Result += Template.substr(Position, Dollar - Position);
