@@ -328,6 +328,11 @@ void FILbinaryFile::close() {
   m_Member->close();
 }
 
+void FILbinaryFile::setName(const COLstring& name) {
+  m_Name = name;
+  m_Member->Name = name;
+}
+
 bool FILbinaryFile::isOpen() const { return m_Member->isOpen(); }
 
 size_t FILbinaryFile::write(const void* data, size_t size) {

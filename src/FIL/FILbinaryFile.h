@@ -65,7 +65,8 @@ public:
   virtual void setPosition64(uint64_t position);
   uint64_t size() const;
   const COLstring& name() const { return m_Name; }
-  void setName(const COLstring& name) { m_Name = name; }
+  // Renames the object only, for the texts of its errors; the open file stays as it is.
+  void setName(const COLstring& name);
   FILtype type() const { return m_Type; }
 
 protected:
