@@ -328,6 +328,11 @@ void FILbinaryFile::close() {
   m_Member->close();
 }
 
+void FILbinaryFile::setName(const COLstring& name) {
+  m_Name = name;
+  m_Member->Name = name;
+}
+
 bool FILbinaryFile::isOpen() const { return m_Member->isOpen(); }
 
 size_t FILbinaryFile::write(const void* data, size_t size) {
@@ -358,22 +363,22 @@ bool FILbinaryFile::isEndOfSource() const {
 
 void FILbinaryFile::writeChunk(size_t chunkSize) {
   if (m_SourceEnd != static_cast<size_t>(-1)) {
-    uint64_t here = m_Member->position();
+    uint64_t here = position64();
     uint64_t left = here < m_SourceEnd ? m_SourceEnd - here : 0;
     if (left < chunkSize) chunkSize = static_cast<size_t>(left);
   }
   if (m_ChunkBuffer.size() < chunkSize) m_ChunkBuffer.resize(chunkSize);
-  size_t got = chunkSize ? m_Member->read(m_ChunkBuffer.data(), chunkSize) : 0;
+  size_t got = chunkSize ? read(m_ChunkBuffer.data(), chunkSize) : 0;
   if (got < chunkSize || chunkSize == 0) setEndOfSource(true);
   if (got) next().write(m_ChunkBuffer.data(), got);
 }
 
 void FILbinaryFile::resetSourcePosition() {
-  m_Member->setPosition(0);
+  setPosition64(0);
   setEndOfSource(false);
 }
 
 void FILbinaryFile::setSourcePosition(size_t position) {
-  m_Member->setPosition(position);
+  setPosition64(position);
   setEndOfSource(false);
 }

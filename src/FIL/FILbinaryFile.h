@@ -61,11 +61,12 @@ public:
   void setSourceEndPosition(size_t position) override { m_SourceEnd = position; }
 
   bool isOpen() const;
-  uint64_t position64() const;
-  void setPosition64(uint64_t position);
+  virtual uint64_t position64() const;
+  virtual void setPosition64(uint64_t position);
   uint64_t size() const;
   const COLstring& name() const { return m_Name; }
-  void setName(const COLstring& name) { m_Name = name; }
+  // Renames the object only, for the texts of its errors; the open file stays as it is.
+  void setName(const COLstring& name);
   FILtype type() const { return m_Type; }
 
 protected:
