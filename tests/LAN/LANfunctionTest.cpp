@@ -100,6 +100,7 @@ TEST(LANfunction, RuntimeErrorsComeFromExecuteNotFromCompile) {
 }
 
 TEST(LANfunction, NoEngineIsAFailedPrecondition) {
+  auto engine = readyEngine();  // made first: it must outlive the function's module
   LANfunction function;
   try {
     function.setCode("x = 1\n");
@@ -109,7 +110,6 @@ TEST(LANfunction, NoEngineIsAFailedPrecondition) {
         << error.description();
   }
   EXPECT_FALSE(function.isValid());
-  auto engine = readyEngine();
   function.setEngine(engine.get());
   EXPECT_TRUE(function.isSet());
 }
