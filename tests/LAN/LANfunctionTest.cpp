@@ -119,12 +119,10 @@ TEST(LANfunction, MovingToAnotherEngineCompilesThere) {
   auto second = readyEngine();
   LANfunction function(first.get());
   function.setCode("where = 'here'\n");
-  LANcompiledModule* firstModule = function.compiledModule();
   function.setEngine(second.get());
   EXPECT_EQ(function.engine(), second.get());
   EXPECT_TRUE(function.isSet());
   EXPECT_NE(function.compiledModule(), nullptr);
-  (void)firstModule;
   function.execute();
   EXPECT_EQ(globalText(*second, "where"), "here");
   EXPECT_EQ(globalText(*first, "where"), "<absent>");
