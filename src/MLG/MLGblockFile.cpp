@@ -8,22 +8,11 @@
 #include <cstring>
 
 #include "COLerror.h"
+#include "FILbinaryFile.h"
 
 #if defined(__SSE2__)
 #include <emmintrin.h>
 #endif
-
-// --- errors
-
-void MLGraiseOpenError(const COLstring& path, int errorNumber) {
-  throw COLerror("Open file '" + path + "' failed. " + COLstrerror(errorNumber) + ".",
-                 static_cast<uint32_t>(errorNumber));
-}
-
-void MLGraiseReadError(const COLstring& path, int errorNumber) {
-  throw COLerror("read failed on '" + path + "'. " + COLstrerror(errorNumber) + ".",
-                 static_cast<uint32_t>(errorNumber));
-}
 
 // --- byte searches
 
@@ -78,12 +67,12 @@ void MLGblockFile::open(const COLstring& path) {
   int descriptor;
   do descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
   while (descriptor == -1 && errno == EINTR);
-  if (descriptor == -1) MLGraiseOpenError(path, errno);
+  if (descriptor == -1) FILthrowErrno("Open file '", path, "' failed. ", errno);
   struct stat status {};
   if (::fstat(descriptor, &status) != 0) {
     const int error = errno;
     ::close(descriptor);
-    MLGraiseOpenError(path, error);
+    FILthrowErrno("Open file '", path, "' failed. ", error);
   }
 #if defined(POSIX_FADV_SEQUENTIAL)
   ::posix_fadvise(descriptor, 0, 0, POSIX_FADV_SEQUENTIAL);
@@ -147,7 +136,7 @@ bool MLGblockFile::loadNextBlock() {
   ssize_t count;
   do count = ::pread(m_Descriptor, m_Block.get(), m_BlockSize, static_cast<off_t>(m_BlockStart));
   while (count == -1 && errno == EINTR);
-  if (count == -1) MLGraiseReadError(m_Name, errno);
+  if (count == -1) FILthrowErrno("read failed on '", m_Name, "'. ", errno);
   if (count == 0) {
     // The end of the file: learn its size again, it may have changed since the open.
     struct stat status {};

@@ -20,11 +20,6 @@ enum : unsigned {
   MLGnewlineCRLF = 4,
 };
 
-// The errors of the file layer, worded as it words them, so that the module can move onto
-// that layer without changing what a user sees.
-[[noreturn]] void MLGraiseOpenError(const COLstring& path, int errorNumber);
-[[noreturn]] void MLGraiseReadError(const COLstring& path, int errorNumber);
-
 class MLGblockFile {
 public:
   static constexpr size_t DefaultBlockSize = 256 * 1024;
