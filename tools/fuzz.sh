@@ -8,21 +8,16 @@ seconds=${1:-60}
 build="$repo/build-fuzz"
 corpus_root="$repo/../shared/corpus"
 
-# The engine library, instrumented for coverage; the targets link against it.
+# The engine and the targets, instrumented for coverage, ASan and UBSan.
 cmake -S "$repo" -B "$build" -G Ninja -DCMAKE_CXX_COMPILER=clang++ -DCMAKE_C_COMPILER=clang \
-  -DCMAKE_BUILD_TYPE=RelWithDebInfo -DMSGBRIDGE_SANITIZE=ON -DMSGBRIDGE_TESTS=OFF -DMSGBRIDGE_BENCH=OFF \
-  -DCMAKE_CXX_FLAGS=-fsanitize=fuzzer-no-link >/dev/null
-cmake --build "$build" --target msgbridge_core -j 2
-
-includes=()
-for dir in "$repo"/src/*/; do includes+=(-I"$dir"); done
+  -DCMAKE_BUILD_TYPE=RelWithDebInfo -DMSGBRIDGE_SANITIZE=ON -DMSGBRIDGE_FUZZ=ON -DMSGBRIDGE_TESTS=OFF \
+  -DMSGBRIDGE_BENCH=OFF >/dev/null
+cmake --build "$build" -j 2
 
 status=0
 for source in "$repo"/tests/fuzz/*.cpp; do
   name=$(basename "$source" .cpp)
   target="$build/$name"
-  clang++ -std=c++20 -O1 -g -fsanitize=fuzzer,address,undefined -fno-sanitize-recover=undefined \
-    "${includes[@]}" "$source" "$build/libmsgbridge_core.a" -lpthread -ldl -o "$target"
 
   # Seeds: every corpus message, with the option byte in front that suits its kind.
   work="$build/$name-corpus"
