@@ -6,7 +6,7 @@ set -euo pipefail
 PACKAGES=(
   build-essential cmake ninja-build g++ clang libclang-rt-14-dev
   libgtest-dev libgmock-dev googletest libbenchmark-dev
-  libexpat1-dev libpcre2-dev libbz2-dev libpython3-dev python3
+  libexpat1-dev pkgconf libpcre2-dev libbz2-dev libpython3-dev python3
 )
 
 missing=()

@@ -1,0 +1,45 @@
+// QVMmessageNodeAddress: a path into a message tree, one (node, repeat) pair per step.
+// Step k selects child nodeIndex(k) of the current node and repetition repeatIndex(k) of
+// that child.  It is the one way the model points at a place inside a message.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+class QVMmessageNodeAddress {
+public:
+  QVMmessageNodeAddress() = default;
+
+  uint32_t depth() const { return static_cast<uint32_t>(m_NodeIndex.size()); }
+  // Grows both vectors with zeros or drops their last steps.
+  void setDepth(uint32_t depth);
+
+  // Reading a step at or beyond the depth is a failed precondition.
+  uint32_t nodeIndex(uint32_t step) const;
+  uint32_t repeatIndex(uint32_t step) const;
+
+  // The setters grow the address with zero steps until `step` exists.
+  void setNodeIndex(uint32_t step, uint32_t node);
+  void setRepeatIndex(uint32_t step, uint32_t repeat);
+  void setNodeAndRepeatIndex(uint32_t step, uint32_t node, uint32_t repeat);
+
+  // Copies the steps [firstSourceStep, source.depth() - trimAtEnd) of `source` to the steps
+  // destinationStep, destinationStep + 1, ... of this address, growing it when needed.
+  void copyAddress(uint32_t destinationStep, uint32_t firstSourceStep, const QVMmessageNodeAddress& source,
+                   uint32_t trimAtEnd);
+
+  // Drops the last step; nothing happens on an empty address.
+  void pop_back();
+  void clear();
+
+  bool operator==(const QVMmessageNodeAddress& other) const {
+    return m_NodeIndex == other.m_NodeIndex && m_RepeatIndex == other.m_RepeatIndex;
+  }
+  bool operator!=(const QVMmessageNodeAddress& other) const { return !(*this == other); }
+
+private:
+  void growTo(uint32_t step);
+
+  std::vector<uint32_t> m_NodeIndex;
+  std::vector<uint32_t> m_RepeatIndex;
+};

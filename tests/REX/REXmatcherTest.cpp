@@ -1,0 +1,328 @@
+#include <gtest/gtest.h>
+
+#include <thread>
+#include <vector>
+
+#include "COLerror.h"
+#include "COLostream.h"
+#include "REXmatcher.h"
+
+namespace {
+
+// Runs `action` and returns the COLerror it raised; fails the test when nothing is raised.
+template <class Action>
+COLerror raised(Action action) {
+  try {
+    action();
+  } catch (const COLerror& error) {
+    return error;
+  }
+  ADD_FAILURE() << "no COLerror raised";
+  return COLerror("", 0);
+}
+
+struct Found {
+  bool matched;
+  size_t first;
+  size_t last;
+};
+
+Found find(const REXmatcher& matcher, const char* text, size_t start = 0) {
+  Found result{};
+  result.matched = matcher.findMatch(text, start, result.first, result.last);
+  return result;
+}
+
+}  // namespace
+
+TEST(REXmatcher, SearchesUnanchoredAndHonoursAnchorsAndCase) {
+  REXmatcher contains("A0[1-4]");
+  EXPECT_TRUE(contains.isExpressionValid());
+  EXPECT_TRUE(contains.lastCompileError().empty());
+  EXPECT_TRUE(contains.doesMatch("ADT^A01"));
+  EXPECT_FALSE(contains.doesMatch("ADT^A05"));
+  EXPECT_FALSE(contains.doesMatch("adt^a01"));
+  EXPECT_FALSE(contains.doesMatch(""));
+
+  REXmatcher whole("^A0[1-4]$");
+  EXPECT_TRUE(whole.doesMatch("A03"));
+  EXPECT_FALSE(whole.doesMatch("ADT^A03"));
+  EXPECT_FALSE(whole.doesMatch("A031"));
+  EXPECT_TRUE(whole.doesMatch("A03\n")) << "$ matches before a final newline";
+  EXPECT_FALSE(REXmatcher("^A0[1-4]$", REX_DOLLAR_ENDONLY).doesMatch("A03\n"));
+
+  REXmatcher caseless("adt", REX_CASELESS);
+  EXPECT_TRUE(caseless.doesMatch("xADTx"));
+  EXPECT_EQ(REX_CASELESS, caseless.options());
+
+  REXmatcher anchored("A0", REX_ANCHORED);
+  EXPECT_TRUE(anchored.doesMatch("A01"));
+  EXPECT_FALSE(anchored.doesMatch("xA01"));
+  EXPECT_EQ(COLstring::npos, find(anchored, "xA01", 0).first);
+  Found atStart = find(anchored, "xA01", 1);
+  EXPECT_TRUE(atStart.matched) << "anchoring holds at the start offset";
+  EXPECT_EQ(1u, atStart.first);
+
+  REXmatcher lines("^B$", REX_MULTILINE);
+  EXPECT_TRUE(lines.doesMatch("A\nB\nC"));
+  EXPECT_FALSE(REXmatcher("^B$").doesMatch("A\nB\nC"));
+  EXPECT_TRUE(REXmatcher("A.B", REX_DOTALL).doesMatch("A\nB"));
+  EXPECT_FALSE(REXmatcher("A.B").doesMatch("A\nB"));
+}
+
+TEST(REXmatcher, UnknownEscapeIsTheLetterUnlessExtraIsAsked) {
+  REXmatcher classic("^\\y\\d$");
+  ASSERT_TRUE(classic.isExpressionValid()) << classic.lastCompileError().c_str();
+  EXPECT_TRUE(classic.doesMatch("y7"));
+  EXPECT_FALSE(classic.doesMatch("\\y7"));
+  REXmatcher strict("\\y", REX_EXTRA);
+  EXPECT_FALSE(strict.isExpressionValid());
+  EXPECT_FALSE(strict.lastCompileError().empty());
+}
+
+TEST(REXmatcher, CountedMatchSeesEmbeddedNulAndStopsAtLength) {
+  REXmatcher matcher("B$");
+  const char bytes[] = {'A', '\0', 'B', 'C'};
+  EXPECT_TRUE(matcher.doesMatchWithLength(bytes, 3));
+  EXPECT_FALSE(matcher.doesMatchWithLength(bytes, 4));
+  EXPECT_FALSE(matcher.doesMatch(bytes)) << "the terminated form stops at the NUL";
+  EXPECT_TRUE(REXmatcher("^$").doesMatchWithLength(bytes, 0));
+}
+
+TEST(REXmatcher, FindMatchReportsFirstAndLastByte) {
+  REXmatcher one("d");
+  Found single = find(one, "abcd");
+  EXPECT_TRUE(single.matched);
+  EXPECT_EQ(3u, single.first);
+  EXPECT_EQ(3u, single.last);
+
+  Found longer = find(REXmatcher("b+"), "abbbc");
+  EXPECT_EQ(1u, longer.first);
+  EXPECT_EQ(3u, longer.last);
+
+  Found empty = find(REXmatcher("x*"), "abcd", 3);
+  EXPECT_TRUE(empty.matched);
+  EXPECT_EQ(3u, empty.first);
+  EXPECT_EQ(2u, empty.last);
+
+  Found fromOffset = find(REXmatcher("b"), "abcb", 2);
+  EXPECT_EQ(3u, fromOffset.first);
+
+  Found none = find(REXmatcher("z"), "abcd");
+  EXPECT_FALSE(none.matched);
+  EXPECT_EQ(COLstring::npos, none.first);
+  EXPECT_EQ(COLstring::npos, none.last);
+
+  // A start past the end is refused by the library: a failed postcondition, not a crash.
+  COLerror error = raised([] { find(REXmatcher("a"), "abc", 9); });
+  EXPECT_EQ(0x80000101u, error.code());
+  EXPECT_EQ(COLstring("Failed postcondition:ReturnCode >= -1"), error.description());
+}
+
+TEST(REXmatcher, BadPatternIsKeptWithItsErrorAndRefusesToMatch) {
+  REXmatcher matcher;
+  const COLstring result = matcher.init("MSH(A|B", 0);
+  EXPECT_FALSE(result.empty());
+  EXPECT_EQ(result, matcher.lastCompileError());
+  EXPECT_NE(COLstring::npos, result.find("parenthesis")) << result.c_str();
+  EXPECT_EQ(7u, matcher.errorOffset());
+  EXPECT_EQ(COLstring("MSH(A|B"), matcher.pattern());
+  EXPECT_FALSE(matcher.isExpressionValid());
+
+  REXmatcher copy(matcher);
+  EXPECT_FALSE(copy.isExpressionValid());
+  EXPECT_EQ(matcher.lastCompileError(), copy.lastCompileError());
+  EXPECT_EQ(7u, copy.errorOffset());
+  EXPECT_TRUE(copy == matcher);
+
+  for (const REXmatcher* subject : {&matcher, &copy}) {
+    COLerror error = raised([subject] { subject->doesMatch("MSH"); });
+    EXPECT_EQ(0x80000100u, error.code());
+    EXPECT_EQ(COLstring("Failed precondition: pMember->pCompiledExpression != NULL"), error.description());
+  }
+  size_t first = 0, last = 0;
+  EXPECT_THROW(matcher.findMatch("x", 0, first, last), COLerror);
+  COLstring text("abc");
+  EXPECT_THROW(matcher.regexReplace(text, "x"), COLerror);
+
+  // A later good pattern clears the error.
+  EXPECT_TRUE(matcher.init("MSH", 0).empty());
+  EXPECT_TRUE(matcher.isExpressionValid());
+  EXPECT_TRUE(matcher.lastCompileError().empty());
+  EXPECT_EQ(0u, matcher.errorOffset());
+  EXPECT_TRUE(matcher.doesMatch("MSH|"));
+}
+
+TEST(REXmatcher, BadOptionBitsAreKeptAsAnError) {
+  REXmatcher unknown("a", 0x80);
+  EXPECT_FALSE(unknown.isExpressionValid());
+  EXPECT_FALSE(unknown.lastCompileError().empty());
+  REXmatcher newline("a", REX_NEWLINE_CRLF | REX_NEWLINE_ANY);
+  EXPECT_FALSE(newline.isExpressionValid());
+  REXmatcher crOnly("^B", REX_MULTILINE | REX_NEWLINE_CR);
+  ASSERT_TRUE(crOnly.isExpressionValid());
+  EXPECT_TRUE(crOnly.doesMatch("MSH\rBX"));
+  EXPECT_FALSE(crOnly.doesMatch("MSH\nBX"));
+}
+
+TEST(REXmatcher, NeverInitialisedMatcherHasNothingToMatch) {
+  REXmatcher empty;
+  EXPECT_FALSE(empty.isExpressionValid());
+  EXPECT_TRUE(empty.pattern().empty());
+  EXPECT_THROW(empty.doesMatch("x"), COLerror);
+  REXmatcher copy(empty);
+  EXPECT_FALSE(copy.isExpressionValid()) << "copying must not compile the empty pattern";
+
+  REXmatcher good("x");
+  EXPECT_THROW(good.doesMatch(nullptr), COLerror);
+  EXPECT_THROW(good.doesMatchWithLength(nullptr, 0), COLerror);
+}
+
+TEST(REXmatcher, CopyMoveAndCompare) {
+  REXmatcher original("^[0-9]+$", REX_CASELESS);
+  REXmatcher copy(original);
+  original.init("^[a-z]+$", 0);
+  EXPECT_TRUE(copy.doesMatch("123")) << "a copy owns its own compiled code";
+  EXPECT_FALSE(copy.doesMatch("abc"));
+  EXPECT_EQ(REX_CASELESS, copy.options());
+  EXPECT_TRUE(copy != original);
+
+  copy = original;
+  EXPECT_TRUE(copy == original);
+  EXPECT_TRUE(copy.doesMatch("abc"));
+  copy = copy;
+  EXPECT_TRUE(copy.doesMatch("abc"));
+
+  REXmatcher moved(std::move(copy));
+  EXPECT_TRUE(moved.doesMatch("abc"));
+  EXPECT_FALSE(copy.isExpressionValid());  // NOLINT: the moved-from object stays usable
+  EXPECT_THROW(copy.doesMatch("abc"), COLerror);
+  copy.init("q", 0);
+  EXPECT_TRUE(copy.doesMatch("q"));
+
+  std::vector<REXmatcher> many;
+  for (int i = 0; i < 50; ++i) many.emplace_back(COLstring("^") + COLstring(std::to_string(i)) + "$");
+  EXPECT_TRUE(many[42].doesMatch("42"));
+  EXPECT_FALSE(many[42].doesMatch("4"));
+
+  EXPECT_TRUE(original == "^[a-z]+$");
+  EXPECT_TRUE(original != COLstring("x"));
+  EXPECT_TRUE(REXmatcher("(") == REXmatcher("(")) << "patterns alone are compared";
+}
+
+TEST(REXmatcher, PrintsItsPattern) {
+  COLstring text;
+  COLostream stream(text);
+  stream << REXmatcher("A|B");
+  EXPECT_EQ(COLstring("Regex: 'A|B'"), text);
+}
+
+TEST(REXmatcher, ReplaceExpandsBackReferences) {
+  COLstring text("abcb");
+  EXPECT_EQ(2u, REXmatcher("b").regexReplace(text, "[$0]"));
+  EXPECT_EQ(COLstring("a[b]c[b]"), text);
+
+  text = "2024-05-17";
+  EXPECT_EQ(1u, REXmatcher("([0-9]+)-([0-9]+)-([0-9]+)").regexReplace(text, "$3.$2.$1 ($1)"));
+  EXPECT_EQ(COLstring("17.05.2024 (2024)"), text);
+
+  text = "a$b";
+  EXPECT_EQ(1u, REXmatcher("b").regexReplace(text, "$x$"));
+  EXPECT_EQ(COLstring("a$$x$"), text) << "a $ before no digit stays";
+
+  text = "ab";
+  EXPECT_EQ(1u, REXmatcher("(a)(b)").regexReplace(text, "$12"));
+  EXPECT_EQ(COLstring("a2"), text) << "group numbers are one digit";
+
+  // A group's own text is put in as it is, never expanded again.
+  text = "$2X";
+  REXmatcher(R"((\$2)(X))").regexReplace(text, "$1-$2");
+  EXPECT_EQ(COLstring("$2-X"), text);
+
+  COLstring untouched;
+  EXPECT_EQ(0u, REXmatcher("x*").regexReplace(untouched, "y"));
+  EXPECT_TRUE(untouched.empty());
+
+  text = "abc";
+  EXPECT_EQ(0u, REXmatcher("z").regexReplace(text, "y"));
+  EXPECT_EQ(COLstring("abc"), text);
+}
+
+TEST(REXmatcher, ReplaceRaisesForMissingGroupAndLeavesTextAlone) {
+  COLstring text("abab");
+  COLerror error = raised([&text] { REXmatcher("b").regexReplace(text, "$1"); });
+  EXPECT_EQ(COLstring("Error finding back reference"), error.description());
+  EXPECT_EQ(0x80000101u, error.code());
+  EXPECT_EQ(COLstring("abab"), text);
+
+  // A group that did not take part before the last one that did is empty; a trailing one
+  // does not exist, as the classic library had it.
+  text = "b";
+  REXmatcher alternatives("(a)|(b)");
+  EXPECT_EQ(1u, alternatives.regexReplace(text, "[$1$2]"));
+  EXPECT_EQ(COLstring("[b]"), text);
+  text = "a";
+  EXPECT_THROW(alternatives.regexReplace(text, "[$1$2]"), COLerror);
+  EXPECT_EQ(COLstring("a"), text);
+}
+
+TEST(REXmatcher, ReplaceWithEmptyMatchesEnds) {
+  COLstring text("abb");
+  EXPECT_EQ(3u, REXmatcher("b*").regexReplace(text, "-"));
+  EXPECT_EQ(COLstring("-a--"), text);
+
+  text = "abc";
+  EXPECT_EQ(4u, REXmatcher("").regexReplace(text, ""));
+  EXPECT_EQ(COLstring("abc"), text);
+
+  text = "abc";
+  EXPECT_EQ(4u, REXmatcher("x?").regexReplace(text, "."));
+  EXPECT_EQ(COLstring(".a.b.c."), text);
+}
+
+TEST(REXmatcher, ReplaceFunctionSeesGapsAndGroupsButNotReplacement) {
+  std::vector<COLstring> seen;
+  auto upper = [&seen](const COLstring& piece) {
+    seen.push_back(piece);
+    COLstring result(piece);
+    return result.toUpperCase();
+  };
+  COLstring text("ab1cd22ef");
+  EXPECT_EQ(2u, REXmatcher("([0-9])[0-9]*").regexReplace(text, "<x$1$1>", upper));
+  EXPECT_EQ(COLstring("AB<x11>CD<x22>EF"), text);
+  // Per match: the group once (however often used), then the gap before the match; then the tail.
+  const std::vector<COLstring> expected = {"1", "ab", "2", "cd", "ef"};
+  EXPECT_EQ(expected, seen);
+
+  // The function may use regular expressions itself: the outer match is not disturbed.
+  REXmatcher inner("(((((k)))))");  // more groups than the outer pattern
+  text = "k1k22k";
+  REXmatcher("([0-9])").regexReplace(text, "[$1]", [&inner](const COLstring& piece) {
+    COLstring copy(piece);
+    inner.regexReplace(copy, "$5$5");
+    return copy;
+  });
+  EXPECT_EQ(COLstring("kk[1]kk[2][2]kk"), text);
+
+  // The tail goes through the function even without a match.
+  text = "abc";
+  EXPECT_EQ(0u, REXmatcher("z").regexReplace(text, "y", upper));
+  EXPECT_EQ(COLstring("ABC"), text);
+}
+
+TEST(REXmatcher, SharedMatcherSearchesFromSeveralThreads) {
+  const REXmatcher matcher("^MSH\\|([^|]*)\\|");
+  std::vector<std::thread> threads;
+  std::vector<int> hits(4, 0);
+  for (int t = 0; t < 4; ++t) {
+    threads.emplace_back([&matcher, &hits, t] {
+      REXmatcher mine("(((((((((x)))))))))");  // grows this thread's match data
+      for (int i = 0; i < 2000; ++i) {
+        if (matcher.doesMatch(i % 2 ? "MSH|^~\\&|APP|" : "PID|1|")) ++hits[t];
+        if (!mine.doesMatch("x")) hits[t] = -100000;
+      }
+    });
+  }
+  for (auto& thread : threads) thread.join();
+  for (int count : hits) EXPECT_EQ(1000, count);
+}
