@@ -117,7 +117,7 @@ QVMconfig& QVMconfig::operator=(const QVMconfig& other) {
 void QVMconfig::init(QVMengineInternal* engine) {
   m_RootEngine = engine;
   COL_PRECONDITION(rootEngine() != NULL);
-  LANengine* pEngine = engine->LanguageEngine();
+  LANengine* pEngine = &engine->LanguageEngine();
   COL_PRECONDITION(pEngine != NULL);
   m_MainFunction.setEngine(pEngine);
   m_PostProcessFunction.setEngine(pEngine);

@@ -108,7 +108,7 @@ QVMmessageDefinitionInternal& QVMmessageDefinitionInternal::operator=(const QVMm
 
 void QVMmessageDefinitionInternal::setupConfig(size_t index) {
   QVMmessageConfig& record = m_Configs[index];
-  LANengine* engine = m_RootEngine ? m_RootEngine->LanguageEngine() : nullptr;
+  LANengine* engine = m_RootEngine ? &m_RootEngine->LanguageEngine() : nullptr;
   record.inFunction().setEngine(engine);
   record.outFunction().setEngine(engine);
   record.rootMessageGrammar()->initializeAsRoot(this);
@@ -118,7 +118,7 @@ void QVMmessageDefinitionInternal::init(QVMengineInternal* engine, uint32_t inde
   m_RootEngine = engine;
   COL_PRECONDITION(rootEngine() != NULL);
   m_TableGrammar.initConfig(this);
-  LANengine* pEngine = engine->LanguageEngine();
+  LANengine* pEngine = &engine->LanguageEngine();
   COL_PRECONDITION(pEngine != NULL);
   m_MessageIndex = index;
   m_Configs.resize(engine->countOfConfig());

@@ -97,7 +97,7 @@ size_t QVMtableConfig::addMapSet() {
 // --- QVMcolumnDefinition
 
 LANengine* QVMcolumnDefinition::languageEngine() const {
-  return m_Table && m_Table->rootEngine() ? m_Table->rootEngine()->LanguageEngine() : nullptr;
+  return m_Table && m_Table->rootEngine() ? &m_Table->rootEngine()->LanguageEngine() : nullptr;
 }
 
 void QVMcolumnDefinition::init(QVMtableDefinitionInternal* table) {
@@ -256,7 +256,7 @@ uint32_t QVMtableDefinitionInternal::columnIndexFromColumndId(uint32_t id) const
   return npos;
 }
 
-const char* QVMtableDefinitionInternal::columnTypeAsString(size_t ColumnIndex) const {
+COLstring QVMtableDefinitionInternal::columnTypeAsString(size_t ColumnIndex) const {
   return QVMoutputDataTypeAsString(columnType(ColumnIndex));
 }
 

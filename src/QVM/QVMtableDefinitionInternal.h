@@ -179,7 +179,7 @@ public:
   void setColumnName(size_t ColumnIndex, const COLstring& name) { column(ColumnIndex).setName(name); }
   QVMdataType columnType(size_t ColumnIndex) const { return column(ColumnIndex).dataType(); }
   void setColumnType(size_t ColumnIndex, QVMdataType type) { column(ColumnIndex).setDataType(type); }
-  const char* columnTypeAsString(size_t ColumnIndex) const;
+  COLstring columnTypeAsString(size_t ColumnIndex) const;
   bool columnIsKey(size_t ColumnIndex) const { return column(ColumnIndex).isKey(); }
   void setColumnIsKey(size_t ColumnIndex, bool value) { column(ColumnIndex).setIsKey(value); }
   const COLstring& columnDescription(size_t ColumnIndex) const { return column(ColumnIndex).description(); }
