@@ -10,7 +10,7 @@ LANengine* QVMgrammarLanguageEngine(QVMengineInternal* engine) {
 }
 
 uint32_t QVMgrammarCountOfComposite(QVMengineInternal* engine) {
-  return engine ? engine->countOfComposite() : 0;
+  return engine ? static_cast<uint32_t>(engine->countOfComposite()) : 0;
 }
 
 QVMcompositeGrammar* QVMgrammarComposite(QVMengineInternal* engine, uint32_t compositeIndex) {

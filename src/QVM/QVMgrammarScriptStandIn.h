@@ -4,7 +4,11 @@
 
 #include "COLstring.h"
 
+#if __has_include("LANengine.h")
+#include "LANengine.h"
+#else
 class LANengine {};
+#endif
 
 class LANfunction {
 public:

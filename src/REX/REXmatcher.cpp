@@ -45,13 +45,41 @@ const REXmatcherPrivate& REXemptyPrivate() {
 struct REXmatchScratch {
   pcre2_match_data* pData = nullptr;
   uint32_t countOfPair = 0;
+  // Made on the first search that outgrows the machine code's small default stack.
+  pcre2_jit_stack* pLargeStack = nullptr;
+  pcre2_match_context* pLargeStackContext = nullptr;
+
+  REXmatchScratch() = default;
+  REXmatchScratch(const REXmatchScratch&) = delete;
+  REXmatchScratch& operator=(const REXmatchScratch&) = delete;
   ~REXmatchScratch() {
     if (pData) pcre2_match_data_free(pData);
+    if (pLargeStackContext) pcre2_match_context_free(pLargeStackContext);
+    if (pLargeStack) pcre2_jit_stack_free(pLargeStack);
+  }
+
+  // Null when the memory cannot be had; the interpreter serves then.
+  pcre2_match_context* largeStackContext() {
+    if (!pLargeStackContext) {
+      constexpr size_t StartSize = 64 * 1024;
+      constexpr size_t MaxSize = 8 * 1024 * 1024;
+      pLargeStack = pcre2_jit_stack_create(StartSize, MaxSize, nullptr);
+      if (!pLargeStack) return nullptr;
+      pLargeStackContext = pcre2_match_context_create(nullptr);
+      if (!pLargeStackContext) return nullptr;
+      pcre2_jit_stack_assign(pLargeStackContext, nullptr, pLargeStack);
+    }
+    return pLargeStackContext;
   }
 };
 
-pcre2_match_data* REXscratchFor(uint32_t countOfPair) {
+REXmatchScratch& REXscratch() {
   thread_local REXmatchScratch Scratch;
+  return Scratch;
+}
+
+pcre2_match_data* REXscratchFor(uint32_t countOfPair) {
+  REXmatchScratch& Scratch = REXscratch();
   if (Scratch.countOfPair < countOfPair) {
     pcre2_match_data* pNew = pcre2_match_data_create(countOfPair, nullptr);
     if (!pNew) throw COLerror("Out of memory for regular expression match data", COL_ERROR_RESOURCE);
@@ -115,8 +143,12 @@ int REXexecute(const REXmatcherPrivate& Member, const char* pSubject, size_t Len
   const auto* pBytes = reinterpret_cast<PCRE2_SPTR>(pSubject);
   const uint32_t MatchOptions = (Member.options & REX_NO_UTF8_CHECK) ? PCRE2_NO_UTF_CHECK : 0;
   int ReturnCode = pcre2_match(Member.pCompiledExpression, pBytes, Length, Start, MatchOptions, pMatchData, nullptr);
-  // The machine code runs on a small fixed stack; the interpreter keeps its frames on the
-  // heap and copes with deep backtracking that the stack cannot.
+  // The machine code runs on a small stack by default.  Deep backtracking over a long value
+  // gets a larger one, and past that the interpreter, which keeps its frames on the heap.
+  if (ReturnCode == PCRE2_ERROR_JIT_STACKLIMIT) {
+    if (pcre2_match_context* pContext = REXscratch().largeStackContext())
+      ReturnCode = pcre2_match(Member.pCompiledExpression, pBytes, Length, Start, MatchOptions, pMatchData, pContext);
+  }
   if (ReturnCode == PCRE2_ERROR_JIT_STACKLIMIT)
     ReturnCode = pcre2_match(Member.pCompiledExpression, pBytes, Length, Start, MatchOptions | PCRE2_NO_JIT,
                              pMatchData, nullptr);
@@ -330,7 +362,13 @@ size_t REXmatcher::regexReplace(COLstring& text, const COLstring& replacement, c
     } else {
       Offset = MatchStart + Expanded.size();
     }
-    SearchFrom = Offset + (MatchStart == MatchEnd ? 1 : 0);
+    SearchFrom = Offset;
+    if (MatchStart == MatchEnd) {
+      // Step over one character; in UTF-8 mode a search may not start inside one.
+      ++SearchFrom;
+      if (pMember->options & REX_UTF8)
+        while (SearchFrom < Work.size() && (static_cast<unsigned char>(Work[SearchFrom]) & 0xC0) == 0x80) ++SearchFrom;
+    }
   }
   if (function && Offset <= Work.size()) {
     const COLstring Mapped = function(Work.substr(Offset));

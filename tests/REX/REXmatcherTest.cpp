@@ -278,6 +278,10 @@ TEST(REXmatcher, ReplaceWithEmptyMatchesEnds) {
   text = "abc";
   EXPECT_EQ(4u, REXmatcher("x?").regexReplace(text, "."));
   EXPECT_EQ(COLstring(".a.b.c."), text);
+
+  text = "a\xC3\xA9" "b";  // an accented letter in UTF-8 is stepped over whole
+  EXPECT_EQ(4u, REXmatcher("x?", REX_UTF8).regexReplace(text, "."));
+  EXPECT_EQ(COLstring(".a.\xC3\xA9" ".b."), text);
 }
 
 TEST(REXmatcher, ReplaceFunctionSeesGapsAndGroupsButNotReplacement) {
@@ -325,4 +329,18 @@ TEST(REXmatcher, SharedMatcherSearchesFromSeveralThreads) {
   }
   for (auto& thread : threads) thread.join();
   for (int count : hits) EXPECT_EQ(1000, count);
+}
+
+TEST(REXmatcher, RunawayMatchesRaiseInsteadOfHangingOrCrashing) {
+  // Exponential backtracking hits the library's match limit: an error, not a hang.
+  std::string many(40, 'a');
+  many += 'b';
+  COLerror error = raised([&many] { REXmatcher("(a+)+$").doesMatch(many.c_str()); });
+  EXPECT_EQ(0x80000101u, error.code());
+
+  // Deep repetition over a long value outgrows the default machine stack of the library;
+  // it must neither overflow nor fail.
+  const std::string longValue(200000, 'a');
+  EXPECT_FALSE(REXmatcher("(a|b)*c").doesMatch(longValue.c_str()));
+  EXPECT_TRUE(REXmatcher("(a|b)*$").doesMatch(longValue.c_str()));
 }

@@ -97,7 +97,7 @@ TEST(STMZIPfilter, OutputIsAPlainBzip2Stream) {
 
 TEST(STMZIPfilter, RoundTripAcrossAnyChunking) {
   const std::string small = messages(3);
-  const std::string text = messages(4000);  // several hundred kilobytes, more than one block
+  const std::string text = messages(14000);  // about a megabyte: more than one 900 kB block
   const std::string random = noise(300000);
   for (const std::string* data : {&small, &text, &random}) {
     const std::string whole = compress(*data, data->size());

@@ -1,0 +1,281 @@
+// The interpreter host: separate sub-interpreters, script output, errors, variables, the search
+// path, byte conversions and the host callback.
+#include "LANpython.h"
+
+#include <gtest/gtest.h>
+
+#include "LANtestSupport.h"
+
+#include <clocale>
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+
+#include "LANengine.h"
+
+namespace {
+
+// An engine set up as the definition model does it: init and redirected output.
+struct ScriptEngine {
+  COLstring output;
+  COLostream stream{output};
+  COLreferencePtr<LANengine> engine;
+
+  ScriptEngine() {
+    stream.setNewLine("<NL>");
+    engine = new LANengine(stream);
+    COLstring error;
+    EXPECT_TRUE(LANinitEngineAndRedirect(*engine, error));
+    EXPECT_TRUE(error.empty());
+  }
+  // The text of a variable of the engine's globals, read back as bytes.
+  COLstring variable(const char* name) {
+    LANengineSwap swap(*engine);
+    PyObject* value = PyDict_GetItemString(engine->globalDictionary(), name);
+    COLstring bytes;
+    if (value == nullptr || !LANstringFromPython(value, bytes)) ADD_FAILURE() << "no text variable " << name;
+    return bytes;
+  }
+};
+
+COLerror errorOf(LANengine& engine, const char* code) {
+  try {
+    engine.runString(code);
+  } catch (COLerror& error) {
+    return error;
+  }
+  ADD_FAILURE() << "no error from: " << code;
+  return COLerror("", 0);
+}
+
+TEST(LANengine, SubInterpretersDoNotShareGlobalsOrModules) {
+  ScriptEngine first, second;
+  first.engine->runString("shared = 'first'\nimport sys\nsys.marker = 1\n");
+  COLerror error = errorOf(*second.engine, "shared\n");
+  EXPECT_EQ(error.code(), COL_ERROR_PRECONDITION);
+  EXPECT_NE(error.description().find("NameError"), COLstring::npos) << error.description();
+  second.engine->runString("import sys\nhas_marker = str(hasattr(sys, 'marker'))\n");
+  EXPECT_EQ(second.variable("has_marker"), "False");
+  EXPECT_EQ(first.variable("shared"), "first");
+}
+
+TEST(LANengine, ScriptOutputReachesTheStreamLineByLine) {
+  ScriptEngine script;
+  script.engine->runString("print('hello')\nimport sys\nsys.stderr.write('a\\r\\nb')\nsys.stdout.write('|c\\n\\nd')\n");
+  EXPECT_EQ(script.output, "hello<NL>a<NL>b|c<NL><NL>d");
+  script.output.clear();
+  script.engine->runString("print('x', 'y', sep='-', end='!', flush=True)\n");
+  EXPECT_EQ(script.output, "x-y!");
+}
+
+TEST(LANengine, OutputWithoutStreamVanishes) {
+  COLreferencePtr<LANengine> engine = new LANengine();
+  COLstring error;
+  LANinitEngineAndRedirectWithoutImportString(*engine, error);
+  EXPECT_NO_THROW(engine->runString("print('nobody listens')\n"));
+  COLstring output;
+  COLostream stream(output);
+  engine->setLogStream(&stream);
+  engine->runString("print('now')\n");
+  EXPECT_EQ(output, "now\n");
+  engine->setLogStream(nullptr);
+  engine->runString("print('gone')\n");
+  EXPECT_EQ(output, "now\n");
+}
+
+TEST(LANengine, RaisedExceptionBecomesErrorWithTraceback) {
+  ScriptEngine script;
+  COLerror error = errorOf(*script.engine, "def f():\n   raise ValueError('bad value')\n\nf()\n");
+  const COLstring& text = error.description();
+  EXPECT_EQ(error.code(), 0x80000100u);
+  EXPECT_TRUE(text.startsWith("Traceback (most recent call last):\r\n")) << text;
+  EXPECT_NE(text.find("line 4"), COLstring::npos) << text;
+  EXPECT_NE(text.find("line 2, in f"), COLstring::npos) << text;
+  EXPECT_NE(text.find("ValueError: bad value\r\n"), COLstring::npos) << text;
+  // Each entry of the traceback is one line.
+  EXPECT_EQ(text.view().find('\n', 0), text.view().find("\r\n") + 1);
+  EXPECT_EQ(error.parameter("python_exception"), "ValueError");
+  EXPECT_EQ(error.parameter("python_message"), "bad value");
+  EXPECT_EQ(error.parameter("line"), "4");
+  // The engine is usable after the error, with no exception left pending.
+  EXPECT_NO_THROW(script.engine->runString("ok = 'yes'\n"));
+}
+
+TEST(LANengine, CompileCodeStripsCarriageReturnsAndReportsSyntaxErrors) {
+  ScriptEngine script;
+  LANcompiledModule* module = script.engine->compileCode("a = 'one'\r\nif a:\r\n   b = a + 'two'\r\n");
+  ASSERT_NE(module, nullptr);
+  script.engine->executeModule(module);
+  EXPECT_EQ(script.variable("b"), "onetwo");
+  script.engine->freeCompiledCode(module);
+  EXPECT_EQ(module, nullptr);
+
+  try {
+    script.engine->compileCode("x = 1\ny = (\n");
+    FAIL() << "no syntax error";
+  } catch (COLerror& error) {
+    EXPECT_NE(error.description().find("<stdout>"), COLstring::npos) << error.description();
+    EXPECT_NE(error.description().find("SyntaxError"), COLstring::npos);
+    EXPECT_EQ(error.parameter("line"), "2");
+  }
+  EXPECT_THROW(script.engine->compileCode(COLstring(std::string("x = 1\0y", 7))), COLerror);
+}
+
+TEST(LANengine, Latin1SourceAndUtf8SourceBothCompile) {
+  ScriptEngine script;
+  script.engine->runString("latin = 'M\xFCller'\n");
+  script.engine->runString("utf = 'M\xC3\xBCller'\n");
+  // A coding declaration is honoured as it stands.
+  script.engine->runString("# -*- coding: cp1252 -*-\neuro = '\x80'\n");
+  script.engine->runString("is_euro = str(euro == '\\u20ac')\n");
+  EXPECT_EQ(script.variable("is_euro"), "True");
+  EXPECT_EQ(script.variable("latin"), "M\xFCller");
+  EXPECT_EQ(script.variable("utf"), "M\xFCller");
+}
+
+TEST(LANengine, EveryByteValueSurvivesTheRoundTrip) {
+  ScriptEngine script;
+  std::string all;
+  for (int i = 0; i < 256; ++i) all += static_cast<char>(i);
+  script.engine->setPythonVariable("message", COLstring(all));
+  script.engine->runString(
+      "codes = ','.join(str(ord(c)) for c in message)\n"
+      "copy = ''.join(chr(ord(c)) for c in message)\n"
+      "reversed_copy = message[::-1]\n");
+  std::string codes;
+  for (int i = 0; i < 256; ++i) codes += (i ? "," : "") + std::to_string(i);
+  EXPECT_EQ(script.variable("codes"), COLstring(codes));
+  EXPECT_EQ(script.variable("copy").str(), all);
+  EXPECT_EQ(script.variable("reversed_copy").str(), std::string(all.rbegin(), all.rend()));
+
+  LANengineSwap swap(*script.engine);
+  LANobjectPtr wide = PyUnicode_FromString("\xE2\x82\xAC");  // a character above 255
+  COLstring bytes;
+  EXPECT_FALSE(LANstringFromPython(wide, bytes));
+  EXPECT_EQ(PyErr_Occurred(), nullptr);
+  LANstringFromPythonForDisplay(wide, bytes);
+  EXPECT_EQ(bytes, "\\u20ac");
+}
+
+TEST(LANengine, PythonVariablesReplaceAndRemove) {
+  ScriptEngine script;
+  script.engine->setPythonVariable("name", "first");
+  script.engine->setPythonVariable("name", "second");
+  EXPECT_EQ(script.variable("name"), "second");
+  script.engine->removePythonVariable("name");
+  COLerror error = errorOf(*script.engine, "name\n");
+  EXPECT_NE(error.description().find("NameError"), COLstring::npos);
+  // A script that deletes the variable itself doesn't trouble its removal.
+  script.engine->setPythonVariable("temp", "x");
+  script.engine->runString("del temp\n");
+  EXPECT_NO_THROW(script.engine->removePythonVariable("temp"));
+}
+
+TEST(LANengine, ResetGivesAFreshInterpreterWithTheSameStream) {
+  ScriptEngine script;
+  script.engine->runString("kept = 1\n");
+  script.engine->reset();
+  COLstring error;
+  LANinitEngineAndRedirect(*script.engine, error);
+  EXPECT_NE(errorOf(*script.engine, "kept\n").description().find("NameError"), COLstring::npos);
+  script.output.clear();
+  script.engine->runString("print('after reset')\n");
+  EXPECT_EQ(script.output, "after reset<NL>");
+}
+
+TEST(LANengine, RunningWithoutInitIsARefusalNotACrash) {
+  COLreferencePtr<LANengine> engine = new LANengine();
+  EXPECT_THROW(engine->runString("x = 1\n"), COLerror);
+  EXPECT_FALSE(LANengineLock::isHeldByThisThread());
+}
+
+TEST(LANengine, SearchPathComesFromWorkingDirectoryAndEnvironment) {
+  std::string cwd = std::filesystem::current_path().string();
+  unsetenv("QVM_PYTHON_LIB_PATH");
+  EXPECT_EQ(LANfindPythonLibDir("msgbridge"), COLstring(cwd + "/python_lib/:" + cwd + "/"));
+  setenv("QVM_PYTHON_LIB_PATH", "/opt/a:/opt/b", 1);
+  EXPECT_EQ(LANfindPythonLibDir("msgbridge"), COLstring(cwd + "/python_lib/:" + cwd + "/:/opt/a:/opt/b"));
+  unsetenv("QVM_PYTHON_LIB_PATH");
+
+  // A module in a directory of the search path imports; the standard library still does.
+  auto directory = std::filesystem::temp_directory_path() / ("lan_path_" + std::to_string(getpid()));
+  std::filesystem::create_directories(directory);
+  std::ofstream(directory / "lan_helper_module.py") << "VALUE = 'from helper'\n";
+  ScriptEngine script;
+  script.engine->setSearchPath(COLstring(directory.string()) + ":/nonexistent");
+  EXPECT_EQ(script.engine->searchPath(), COLstring(directory.string()) + ":/nonexistent");
+  script.engine->runString(
+      "import sys, lan_helper_module, traceback\n"
+      "value = lan_helper_module.VALUE\nfirst = sys.path[0]\nsecond = sys.path[1]\n");
+  EXPECT_EQ(script.variable("value"), "from helper");
+  EXPECT_EQ(script.variable("first"), COLstring(directory.string()));
+  EXPECT_EQ(script.variable("second"), "/nonexistent");
+  std::filesystem::remove_all(directory);
+}
+
+TEST(LANengine, StartLeavesLocaleAndSignalsAlone) {
+  COLreferencePtr<LANengine> engine = new LANengine();
+  engine->init();
+  engine->runString("import signal, locale\n");
+  EXPECT_STREQ(setlocale(LC_ALL, nullptr), "C");
+  struct sigaction action {};
+  ASSERT_EQ(sigaction(SIGINT, nullptr, &action), 0);
+  EXPECT_EQ(action.sa_handler, SIG_DFL);
+  ASSERT_EQ(sigaction(SIGPIPE, nullptr, &action), 0);
+  EXPECT_EQ(action.sa_handler, SIG_DFL);
+}
+
+const char* answerQuery(const char* query, const char* argument, void* userData) {
+  auto* answer = static_cast<COLstring*>(userData);
+  *answer = COLstring(query) + "|" + (argument ? argument : "<none>");
+  return COLstring(query) == "none" ? nullptr : answer->c_str();
+}
+
+TEST(LANengine, HostCallbackAnswersQueries) {
+  ScriptEngine script;
+  COLerror error = errorOf(*script.engine, "import _brelmont_nimbat\n_brelmont_nimbat.query('q')\n");
+  EXPECT_NE(error.description().find("NotImplementedError"), COLstring::npos) << error.description();
+  COLstring answer;
+  LANsetNimbatCallback(*script.engine, answerQuery, &answer);
+  script.engine->runString(
+      "one = _brelmont_nimbat.query('who\\xe9')\n"
+      "two = _brelmont_nimbat.query('a', 'b')\n"
+      "three = str(_brelmont_nimbat.query('none'))\n");
+  EXPECT_EQ(script.variable("one"), "who\xE9|<none>");
+  EXPECT_EQ(script.variable("two"), "a|b");
+  EXPECT_EQ(script.variable("three"), "None");
+  error = errorOf(*script.engine, "_brelmont_nimbat.query(5)\n");
+  EXPECT_NE(error.description().find("Bad arguments for calling 'query'"), COLstring::npos) << error.description();
+}
+
+TEST(LANengine, HelpersCheckRangesAndText) {
+  try {
+    LANcheckMin(-1, 0, "Index");
+    FAIL();
+  } catch (COLerror& error) {
+    EXPECT_EQ(error.description(), "Range index error. Index was -1 when it should have been greater or equal to 0");
+  }
+  try {
+    LANcheckMax(5, 5, "Column");
+    FAIL();
+  } catch (COLerror& error) {
+    EXPECT_EQ(error.description(), "Range index error. Column was 5 when it should have been less than 5");
+  }
+  EXPECT_NO_THROW(LANcheckMin(0, 0, "x"));
+  EXPECT_NO_THROW(LANcheckMax(4, 5, "x"));
+  EXPECT_TRUE(LANisDigit('0') && LANisDigit('9'));
+  EXPECT_FALSE(LANisDigit('a') || LANisDigit('/'));
+  COLstring text = "a\r\nb\rc";
+  LANstripCarriageReturnChars(text);
+  EXPECT_EQ(text, "a\nbc");
+}
+
+TEST(LANengine, BadArgumentsToTheOutputModuleAreATypeError) {
+  ScriptEngine script;
+  COLerror error = errorOf(*script.engine, "import _brelmont_io\n_brelmont_io.write(5)\n");
+  EXPECT_NE(error.description().find("TypeError: Bad arguments for calling 'log'"), COLstring::npos)
+      << error.description();
+}
+
+}  // namespace

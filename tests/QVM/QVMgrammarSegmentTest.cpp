@@ -1,0 +1,218 @@
+// Segment grammars and identifiers.
+#include "QVMgrammarTestSupport.h"
+
+#include "QVMcompositeGrammar.h"
+#include "QVMgrammarSupport.h"
+#include "QVMidentifier.h"
+#include "QVMsegmentGrammar.h"
+#include "QVMsegmentValidationRule.h"
+
+namespace {
+
+QVMsegmentGrammar segmentWithFields(const char* name, std::initializer_list<const char*> fields) {
+  QVMsegmentGrammar grammar;
+  grammar.setName(name);
+  for (const char* field : fields) grammar.setFieldName(QVMsegmentGrammarAddFieldWithoutInitialization(grammar), field);
+  return grammar;
+}
+
+COLstring fieldNames(const QVMsegmentGrammar& grammar) {
+  COLstring names;
+  for (uint32_t i = 0; i < grammar.countOfField(); ++i) names += grammar.fieldName(i);
+  return names;
+}
+
+}  // namespace
+
+TEST(QVMgrammarIdentifier, MatchingAndEmptyValues) {
+  QVMsegmentIdentifier identifier;
+  identifier.setValue("A01|A02");
+  EXPECT_TRUE(identifier.isRegexValid());
+  EXPECT_TRUE(identifier.doesMatch("A01"));
+  EXPECT_TRUE(identifier.doesMatch(COLstring("xA02")));
+  EXPECT_FALSE(identifier.doesMatch("A03"));
+  EXPECT_FALSE(identifier.doesMatch(static_cast<const char*>(nullptr)));
+  EXPECT_FALSE(identifier.isNullMatchingValue());
+  identifier.setValue(".*");
+  EXPECT_TRUE(identifier.isNullMatchingValue());
+  EXPECT_TRUE(identifier.doesMatch(static_cast<const char*>(nullptr)));
+  EXPECT_TRUE(identifier.doesMatchWithLength(nullptr, 0));
+}
+
+TEST(QVMgrammarIdentifier, BadPatternIsKeptAndNeverMatches) {
+  QVMsegmentIdentifier identifier;
+  identifier.setValue("(A01");
+  EXPECT_FALSE(identifier.isRegexValid());
+  EXPECT_EQ(identifier.value(), "(A01");
+  EXPECT_FALSE(identifier.doesMatch("(A01"));
+  EXPECT_FALSE(identifier.doesMatchWithLength("(A01", 4));
+  EXPECT_FALSE(identifier.isNullMatchingValue());
+  QVMsegmentIdentifier copy(identifier);
+  EXPECT_FALSE(copy.isRegexValid());
+  EXPECT_EQ(copy, identifier);
+}
+
+TEST(QVMgrammarIdentifier, MessageIdentifierAddsTheSegment) {
+  QVMidentifier identifier;
+  EXPECT_EQ(identifier.segment(), "MSH");
+  identifier.setValue("ADT");
+  identifier.nodeAddress().setNodeIndex(0, 8);
+  QVMidentifier other(identifier);
+  EXPECT_EQ(other, identifier);
+  EXPECT_TRUE(other.doesMatch("ADT^A01"));
+  other.setSegment("EVN");
+  EXPECT_NE(other, identifier);
+  other = identifier;
+  other.nodeAddress().setRepeatIndex(0, 1);
+  EXPECT_NE(other, identifier);
+  EXPECT_EQ(identifier.nodeAddress().repeatIndex(0), 0u);
+}
+
+TEST(QVMgrammarSegment, FreshFieldDefaults) {
+  QVMsegmentGrammar grammar;
+  EXPECT_TRUE(grammar.hasDelimiters());
+  EXPECT_EQ(grammar.rootEngine(), nullptr);
+  EXPECT_EQ(QVMsegmentGrammarAddFieldWithoutInitialization(grammar), 0u);
+  EXPECT_EQ(grammar.fieldMaxRepeat(0), 0u);
+  EXPECT_FALSE(grammar.isFieldRequired(0));
+  EXPECT_EQ(grammar.fieldWidth(0), 0xFFFFFFFFu);
+  EXPECT_EQ(grammar.fieldType(0), nullptr);
+  EXPECT_EQ(grammar.countOfValidationRules(0), 0u);
+  EXPECT_FALSE(grammar.fieldIncomingFunction(0).isSet());
+}
+
+TEST(QVMgrammarSegment, IndexChecksNameTheirBound) {
+  QVMsegmentGrammar grammar = segmentWithFields("PID", {"id"});
+  QVMexpectPrecondition([&] { grammar.fieldName(1); }, "FieldIndex < pMember->Field.size()");
+  QVMexpectPrecondition([&] { grammar.setFieldWidth(1, 3); }, "FieldIndex < pMember->Field.size()");
+  QVMexpectPrecondition([&] { grammar.removeField(1); }, "FieldIndex < pMember->Field.size()");
+  QVMexpectPrecondition([&] { grammar.insertField(2); }, "FieldIndex <= countOfField()");
+  QVMexpectPrecondition([&] { grammar.setFieldType(0, nullptr); }, "pCompositeGrammar != NULL");
+  QVMexpectPrecondition([&] { grammar.addValidationRule(1, QVMconditionalFieldRule); }, "FieldIndex < countOfField()");
+  QVMexpectPrecondition([&] { grammar.init(nullptr); }, "pEngine != NULL");
+  QVMexpectPrecondition([&] { QVMsegmentGrammarInsertFieldWithInitialization(grammar, 0); },
+                        "Grammar.rootEngine()->countOfComposite() > 0");
+  QVMexpectError([&] { grammar.addValidationRule(0, 5); }, "Unknown validation rule type.");
+  EXPECT_EQ(grammar.countOfValidationRules(0), 0u);
+  EXPECT_EQ(grammar.countOfField(), 1u);
+}
+
+TEST(QVMgrammarSegment, MoveFieldRules) {
+  QVMsegmentGrammar grammar = segmentWithFields("ZZZ", {"A", "B", "C"});
+  grammar.moveField(0, 2);
+  EXPECT_EQ(fieldNames(grammar), "BCA");
+  grammar = segmentWithFields("ZZZ", {"A", "B", "C"});
+  grammar.moveField(2, 0);
+  EXPECT_EQ(fieldNames(grammar), "CAB");
+  QVMexpectPrecondition([&] { grammar.moveField(1, 1); }, "FromIndex != ToIndex");
+  QVMexpectPrecondition([&] { grammar.moveField(3, 1); }, "FromIndex < countOfField()");
+  QVMexpectPrecondition([&] { grammar.moveField(1, 4); }, "ToIndex <= countOfField()");
+  EXPECT_EQ(fieldNames(grammar), "CAB");
+}
+
+TEST(QVMgrammarSegment, RulesFollowTheirFieldThroughEdits) {
+  QVMsegmentGrammar grammar = segmentWithFields("ZZZ", {"A", "B", "C"});
+  QVMsegmentValidationRule* onA = grammar.addValidationRule(0, QVMconditionalFieldRule);
+  QVMsegmentValidationRule* onC = grammar.addValidationRule(2, QVMregularExpressionRule);
+  EXPECT_EQ(onA->segmentGrammar(), &grammar);
+  EXPECT_EQ(onC->fieldIndex(), 2u);
+  grammar.moveField(0, 2);  // B C A
+  EXPECT_EQ(onA->fieldIndex(), 2u);
+  EXPECT_EQ(onC->fieldIndex(), 1u);
+  grammar.insertField(0);  // _ B C A
+  EXPECT_EQ(onC->fieldIndex(), 2u);
+  grammar.removeField(1);  // _ C A
+  EXPECT_EQ(onC->fieldIndex(), 1u);
+  EXPECT_EQ(grammar.getValidationRule(2, 0), onA);
+  grammar.removeValidationRule(2, 0);
+  EXPECT_EQ(grammar.countOfValidationRules(2), 0u);
+  QVMexpectPrecondition([&] { grammar.getValidationRule(2, 0); }, "RuleIndex < countOfValidationRules(FieldIndex)");
+}
+
+TEST(QVMgrammarSegment, CopiedRulesPointAtTheCopy) {
+  QVMsegmentGrammar grammar = segmentWithFields("OBX", {"set id", "value", "units"});
+  auto* pair = static_cast<QVMsegmentValidationRuleRegExpPair*>(grammar.addValidationRule(1, QVMregExpPairRule));
+  pair->setParameter("DependentFieldRegExp", "NM");
+  pair->setParameter("FieldRegExp", "^[0-9]+$");
+  pair->setName("numeric");
+  grammar.addValidationRule(2, QVMpythonRule);
+  grammar.addValidationRule(2, QVMsituationalPythonRule);
+
+  QVMsegmentGrammar copy(grammar);
+  for (QVMsegmentGrammar* target : {&copy}) {
+    ASSERT_EQ(target->countOfValidationRules(1), 1u);
+    ASSERT_EQ(target->countOfValidationRules(2), 2u);
+    QVMsegmentValidationRule* copied = target->getValidationRule(1, 0);
+    EXPECT_NE(copied, pair);
+    EXPECT_EQ(copied->classId(), static_cast<uint32_t>(QVMregExpPairRule));
+    EXPECT_EQ(copied->segmentGrammar(), target);
+    EXPECT_EQ(copied->fieldIndex(), 1u);
+    EXPECT_EQ(copied->parameter("FieldRegExp"), "^[0-9]+$");
+    EXPECT_EQ(copied->name(), "numeric");
+    EXPECT_EQ(target->getValidationRule(2, 1)->classId(), static_cast<uint32_t>(QVMsituationalPythonRule));
+    EXPECT_EQ(target->getValidationRule(2, 1)->fieldIndex(), 2u);
+  }
+  // The copy's rule reads the copy's fields.
+  copy.setFieldName(1, "result");
+  EXPECT_EQ(copy.getValidationRule(1, 0)->displayName(), "If set id matches NM this field (result) must match ^[0-9]+$");
+  EXPECT_EQ(pair->displayName(), "If set id matches NM this field (value) must match ^[0-9]+$");
+
+  QVMsegmentGrammar assigned;
+  assigned = grammar;
+  EXPECT_EQ(assigned.getValidationRule(1, 0)->segmentGrammar(), &assigned);
+  EXPECT_EQ(assigned.rootEngine(), nullptr);
+  grammar.removeValidationRule(1, 0);
+  EXPECT_EQ(assigned.countOfValidationRules(1), 1u);
+}
+
+TEST(QVMgrammarSegment, FullNameWithIdentifiers) {
+  QVMsegmentGrammar grammar;
+  grammar.setName("ABC");
+  EXPECT_EQ(QVMsegmentGrammarFullName(grammar), "ABC");
+  QVMsegmentGrammarAddIdentifier(grammar)->setValue("1");
+  EXPECT_EQ(QVMsegmentGrammarFullName(grammar), "ABC[1]");
+  QVMsegmentGrammarAddIdentifier(grammar)->setValue("2");
+  EXPECT_EQ(QVMsegmentGrammarFullName(grammar), "ABC[1-2]");
+  grammar.addIdentifierAt(0)->setValue("0");
+  EXPECT_EQ(QVMsegmentGrammarFullName(grammar), "ABC[0-1-2]");
+  grammar.removeIdentifier(1);
+  EXPECT_EQ(QVMsegmentGrammarFullName(grammar), "ABC[0-2]");
+  QVMexpectPrecondition([&] { grammar.identifier(2); }, "IdentifierIndex < countOfIdentifier()");
+  QVMexpectPrecondition([&] { grammar.addIdentifierAt(3); }, "IdentifierIndex <= countOfIdentifier()");
+}
+
+TEST(QVMgrammarSegment, EqualityIgnoresFields) {
+  QVMsegmentGrammar a = segmentWithFields("PV1", {"class"});
+  QVMsegmentGrammar b = segmentWithFields("PV1", {"class", "location"});
+  EXPECT_EQ(a, b);
+  b.setDescription("visit");
+  EXPECT_NE(a, b);
+  a.setDescription("visit");
+  QVMsegmentGrammarAddIdentifier(a)->setValue("I");
+  EXPECT_NE(a, b);
+  QVMsegmentGrammarAddIdentifier(b)->setValue("I");
+  EXPECT_EQ(a, b);
+  b.identifier(0)->nodeAddress().setNodeIndex(0, 1);
+  EXPECT_NE(a, b);
+}
+
+TEST(QVMgrammarSegment, Printing) {
+  QVMcompositeGrammar cx;
+  cx.setName("CX");
+  QVMsegmentGrammar grammar = segmentWithFields("PID", {"set id", "patient id"});
+  grammar.setFieldType(1, &cx);
+  grammar.setFieldMaxRepeat(1, 5);
+  EXPECT_EQ(QVMprinted(grammar), "Segment: PID\n  Field[1] set id (), 0\n  Field[2] patient id (CX), 5\n");
+  COLstring text;
+  COLostream stream(text);
+  QVMsegmentGrammarPrintOn(grammar, stream, "--");
+  EXPECT_EQ(text, "--Segment: PID\n--  Field[1] set id (), 0\n--  Field[2] patient id (CX), 5\n");
+}
+
+TEST(QVMgrammarSegment, FieldScriptsCopyWithTheField) {
+  QVMsegmentGrammar grammar = segmentWithFields("ZZZ", {"A"});
+  grammar.fieldIncomingFunction(0).setCode("value = value.strip()");
+  QVMsegmentGrammar copy(grammar);
+  EXPECT_EQ(copy.fieldIncomingFunction(0).code(), "value = value.strip()\r\n");
+  EXPECT_EQ(copy.fieldOutgoingFunction(0).code(), "");
+}

@@ -1,0 +1,313 @@
+// Composite, enumeration and date-time grammars, data type names and node addresses.
+#include "QVMgrammarTestSupport.h"
+
+#include "QVMcompositeGrammar.h"
+#include "QVMdataType.h"
+#include "QVMdateTimeGrammar.h"
+#include "QVMenumerationGrammar.h"
+#include "QVMmessageNodeAddress.h"
+
+namespace {
+
+using Mask = QVMdateTimeGrammar;
+
+QVMenumerationGrammar enumerationOf(std::initializer_list<const char*> items) {
+  QVMenumerationGrammar grammar;
+  for (const char* item : items) {
+    grammar.addEnumItem();
+    grammar.setEnumItem(grammar.countOfEnumItem() - 1, item);
+  }
+  return grammar;
+}
+
+COLstring itemsOf(const QVMenumerationGrammar& grammar) {
+  COLstring text;
+  for (uint32_t i = 0; i < grammar.countOfEnumItem(); ++i) text += grammar.enumItem(i);
+  return text;
+}
+
+QVMdateTimeGrammar maskOf(std::initializer_list<Mask::QVMdateTimeInternalMaskItem> items, bool required = false) {
+  QVMdateTimeGrammar grammar;
+  for (auto item : items) QVMdateTimeGrammarAddMaskItem(grammar, item);
+  grammar.setFieldsRequired(required);
+  return grammar;
+}
+
+}  // namespace
+
+TEST(QVMgrammarDataType, NamesAndUnknownTypes) {
+  EXPECT_EQ(QVMoutputDataTypeAsString(QVMstringType), "String");
+  EXPECT_EQ(QVMoutputDataTypeAsString(QVMintegerType), "Integer");
+  EXPECT_EQ(QVMoutputDataTypeAsString(QVMdoubleType), "Double");
+  EXPECT_EQ(QVMoutputDataTypeAsString(QVMcompositeType), "Composite");
+  EXPECT_EQ(QVMoutputDataTypeAsString(QVMdateTimeType), "DateTime");
+  QVMexpectError([] { QVMoutputDataTypeAsString(QVMenumerationType); }, "Unknown data type.", 0x80000900);
+  QVMexpectError([] { QVMoutputDataTypeAsString(static_cast<QVMdataType>(77)); }, "Unknown data type.", 0x80000900);
+}
+
+TEST(QVMgrammarComposite, FreshFieldIsUnrestrictedString) {
+  QVMcompositeGrammar composite;
+  EXPECT_EQ(QVMcompositeGrammarAddField(composite), 0u);
+  EXPECT_EQ(QVMcompositeGrammarAddField(composite), 1u);
+  EXPECT_EQ(composite.fieldDataType(1), QVMstringType);
+  EXPECT_EQ(composite.fieldMaxLength(1), 0xFFFFFFFFu);
+  EXPECT_FALSE(composite.fieldIsLengthRestricted(1));
+  EXPECT_FALSE(composite.fieldIsRequired(1));
+}
+
+TEST(QVMgrammarComposite, KindsAreSetThroughTheirOwnSetters) {
+  QVMcompositeGrammar composite, inner;
+  QVMdateTimeGrammar dateTime;
+  QVMenumerationGrammar enumeration;
+  composite.setName("CE");
+  for (int i = 0; i < 4; ++i) QVMcompositeGrammarAddField(composite);
+  composite.setFieldName(0, "code");
+
+  composite.setFieldDataType(0, QVMintegerType);
+  EXPECT_EQ(composite.fieldDataType(0), QVMintegerType);
+  QVMexpectPrecondition([&] { composite.setFieldDataType(0, QVMcompositeType); },
+                        "Type == QVMstringType || Type == QVMintegerType || Type == QVMdoubleType");
+  QVMexpectPrecondition([&] { composite.setFieldDataType(0, QVMenumerationType); },
+                        "Type == QVMstringType || Type == QVMintegerType || Type == QVMdoubleType");
+  EXPECT_EQ(composite.fieldDataType(0), QVMintegerType);
+
+  QVMexpectPrecondition([&] { composite.setFieldCompositeType(1, nullptr); }, "pNewValue != NULL");
+  composite.setFieldCompositeType(1, &inner);
+  EXPECT_EQ(composite.fieldDataType(1), QVMcompositeType);
+  EXPECT_EQ(composite.fieldCompositeType(1), &inner);
+  composite.setFieldDateTimeGrammar(2, &dateTime);
+  EXPECT_EQ(composite.fieldDataType(2), QVMdateTimeType);
+  EXPECT_EQ(composite.fieldDateTimeGrammar(2), &dateTime);
+  composite.setFieldEnumerationGrammar(3, &enumeration);
+  EXPECT_EQ(composite.fieldDataType(3), QVMenumerationType);
+  EXPECT_EQ(composite.fieldEnumerationGrammar(3), &enumeration);
+
+  QVMexpectPrecondition([&] { composite.fieldCompositeType(0); }, "field(FieldIndex)->dataType() == QVMcompositeType");
+  QVMexpectError([&] { composite.fieldDateTimeGrammar(0); },
+                 "Field 1(code) of composite CE is not a date time field.");
+  QVMexpectError([&] { composite.fieldEnumerationGrammar(2); },
+                 "Field 3() of composite CE is not an enumeration field.");
+}
+
+TEST(QVMgrammarComposite, DataTypeValidityAcceptsStringsForEnumerations) {
+  QVMcompositeGrammar composite;
+  QVMenumerationGrammar enumeration;
+  QVMcompositeGrammarAddField(composite);
+  QVMcompositeGrammarAddField(composite);
+  composite.setFieldEnumerationGrammar(0, &enumeration);
+  EXPECT_TRUE(composite.fieldDataTypeIsValid(0, QVMenumerationType));
+  EXPECT_TRUE(composite.fieldDataTypeIsValid(0, QVMstringType));
+  for (QVMdataType other : {QVMintegerType, QVMdoubleType, QVMcompositeType, QVMdateTimeType})
+    EXPECT_FALSE(composite.fieldDataTypeIsValid(0, other)) << other;
+  // A string field does not accept an enumeration in return.
+  EXPECT_TRUE(composite.fieldDataTypeIsValid(1, QVMstringType));
+  EXPECT_FALSE(composite.fieldDataTypeIsValid(1, QVMenumerationType));
+}
+
+TEST(QVMgrammarComposite, IndexChecksNameTheirBound) {
+  QVMcompositeGrammar composite;
+  QVMexpectPrecondition([&] { composite.field(0); }, "FieldIndex < countOfField()");
+  QVMexpectPrecondition([&] { composite.fieldName(0); }, "FieldIndex < countOfField()");
+  QVMexpectPrecondition([&] { composite.removeField(0); }, "FieldIndex < countOfField()");
+  QVMexpectPrecondition([&] { composite.addFieldAt(1); }, "FieldIndex <= countOfField()");
+  composite.addFieldAt(0);
+  EXPECT_EQ(composite.countOfField(), 1u);
+}
+
+TEST(QVMgrammarComposite, MoveFieldKeepsTheSubFieldObjects) {
+  QVMcompositeGrammar composite;
+  for (const char* name : {"A", "B", "C"}) composite.setFieldName(QVMcompositeGrammarAddField(composite), name);
+  QVMcompositeSubField* a = composite.field(0);
+  composite.moveField(0, 2);
+  EXPECT_EQ(composite.fieldName(0) + composite.fieldName(1) + composite.fieldName(2), "BCA");
+  EXPECT_EQ(composite.field(2), a);
+  QVMexpectPrecondition([&] { composite.moveField(1, 1); }, "FromIndex != ToIndex");
+  QVMexpectPrecondition([&] { composite.moveField(3, 0); }, "FromIndex < countOfField()");
+  QVMexpectPrecondition([&] { composite.moveField(0, 4); }, "ToIndex <= countOfField()");
+}
+
+TEST(QVMgrammarComposite, CopyIsDeep) {
+  QVMcompositeGrammar composite;
+  composite.setName("XPN");
+  composite.setFieldName(QVMcompositeGrammarAddField(composite), "family");
+  QVMcompositeGrammar copy(composite);
+  copy.setFieldName(0, "given");
+  copy.addFieldAt(0);
+  EXPECT_EQ(composite.countOfField(), 1u);
+  EXPECT_EQ(composite.fieldName(0), "family");
+  EXPECT_EQ(copy.name(), "XPN");
+  composite = copy;
+  EXPECT_EQ(composite.countOfField(), 2u);
+  EXPECT_NE(composite.field(1), copy.field(1));
+}
+
+TEST(QVMgrammarComposite, PrintingDescendsIntoSubComposites) {
+  QVMcompositeGrammar outer, inner;
+  QVMenumerationGrammar enumeration;
+  outer.setName("CX");
+  inner.setName("HD");
+  outer.setFieldName(QVMcompositeGrammarAddField(outer), "id");
+  outer.setFieldName(QVMcompositeGrammarAddField(outer), "authority");
+  outer.setFieldCompositeType(1, &inner);
+  inner.setFieldName(QVMcompositeGrammarAddField(inner), "namespace");
+  inner.setFieldEnumerationGrammar(0, &enumeration);
+  EXPECT_EQ(QVMprinted(outer),
+            "Composite: CX\n"
+            "  Field[1] id - String\n"
+            "  Field[2] authority - Composite\n"
+            "    Composite: HD\n"
+            "      Field[1] namespace - Enumeration\n");
+}
+
+TEST(QVMgrammarComposite, PrintingStopsAtACompositeThatHoldsItself) {
+  QVMcompositeGrammar loop;
+  loop.setName("LOOP");
+  loop.setFieldName(QVMcompositeGrammarAddField(loop), "self");
+  loop.setFieldCompositeType(0, &loop);
+  EXPECT_EQ(QVMprinted(loop), "Composite: LOOP\n  Field[1] self - Composite\n");
+}
+
+TEST(QVMgrammarEnumeration, ItemsAndValidity) {
+  QVMenumerationGrammar grammar = enumerationOf({"M", "F", "U"});
+  EXPECT_TRUE(grammar.isValid("F"));
+  EXPECT_TRUE(grammar.isValid(COLstring("U")));
+  EXPECT_FALSE(grammar.isValid("f"));
+  EXPECT_FALSE(grammar.isValid(""));
+  EXPECT_FALSE(grammar.isValid(static_cast<const char*>(nullptr)));
+
+  grammar.setEnumItem(1, "X");
+  EXPECT_FALSE(grammar.isValid("F"));
+  EXPECT_TRUE(grammar.isValid("X"));
+  grammar.setEnumItemAt(0);
+  EXPECT_EQ(grammar.countOfEnumItem(), 4u);
+  EXPECT_EQ(grammar.enumItem(0), "");
+  EXPECT_TRUE(grammar.isValid(""));
+  grammar.removeEnumItem(0);
+  EXPECT_FALSE(grammar.isValid(""));
+  EXPECT_EQ(itemsOf(grammar), "MXU");
+}
+
+TEST(QVMgrammarEnumeration, DuplicateItemsStayValidUntilTheLastGoes) {
+  QVMenumerationGrammar grammar = enumerationOf({"A", "A"});
+  grammar.removeEnumItem(0);
+  EXPECT_TRUE(grammar.isValid("A"));
+  grammar.setEnumItem(0, "B");
+  EXPECT_FALSE(grammar.isValid("A"));
+  QVMenumerationGrammar copy(grammar);
+  grammar.setEnumItem(0, "C");
+  EXPECT_TRUE(copy.isValid("B"));
+  EXPECT_FALSE(copy.isValid("C"));
+}
+
+TEST(QVMgrammarEnumeration, MovesFollowTheListAfterRemoval) {
+  QVMenumerationGrammar grammar = enumerationOf({"A", "B", "C"});
+  grammar.moveField(0, 2);
+  EXPECT_EQ(itemsOf(grammar), "BCA");
+  grammar = enumerationOf({"A", "B", "C"});
+  grammar.moveField(2, 0);
+  EXPECT_EQ(itemsOf(grammar), "CAB");
+  // The count itself means the end of the list.
+  grammar = enumerationOf({"A", "B", "C"});
+  grammar.moveField(0, 3);
+  EXPECT_EQ(itemsOf(grammar), "BCA");
+  EXPECT_TRUE(grammar.isValid("A"));
+  QVMexpectPrecondition([&] { grammar.moveField(1, 1); }, "FromIndex != ToIndex");
+}
+
+TEST(QVMgrammarEnumeration, IndexChecksNameTheirBound) {
+  QVMenumerationGrammar grammar;
+  QVMexpectPrecondition([&] { grammar.enumItem(0); }, "ItemIndex < pMember->Enum.size()");
+  QVMexpectPrecondition([&] { grammar.setEnumItem(0, "A"); }, "ItemIndex < pMember->Enum.size()");
+  QVMexpectPrecondition([&] { grammar.removeEnumItem(0); }, "ItemIndex < pMember->Enum.size()");
+  QVMexpectPrecondition([&] { grammar.setEnumItemAt(1); }, "ItemIndex <= pMember->Enum.size()");
+}
+
+TEST(QVMgrammarDateTime, PrintingWithBrackets) {
+  EXPECT_EQ(QVMprinted(maskOf({Mask::MaskYear, Mask::MaskMonth, Mask::MaskDay})), "YYYY[MM[DD]]");
+  EXPECT_EQ(QVMprinted(maskOf({Mask::MaskYear, Mask::MaskMonth, Mask::MaskTimeZone})), "YYYY[MM][+/-ZZZZ]");
+  EXPECT_EQ(QVMprinted(maskOf({Mask::MaskHour})), "HH");
+  EXPECT_EQ(QVMprinted(maskOf({Mask::MaskTimeZone})), "[+/-ZZZZ]");
+  EXPECT_EQ(QVMprinted(maskOf({})), "");
+  // Only a last time zone is held back.
+  EXPECT_EQ(QVMprinted(maskOf({Mask::MaskTimeZone, Mask::MaskHour})), "+/-ZZZZ[HH]");
+  EXPECT_EQ(QVMprinted(maskOf({Mask::MaskYear, Mask::MaskMonth, Mask::MaskDay, Mask::MaskHour, Mask::MaskMinute,
+                               Mask::MaskSecond, Mask::MaskFraction, Mask::MaskTimeZone})),
+            "YYYY[MM[DD[HH[mm[SS[.SSSS]]]]]][+/-ZZZZ]");
+}
+
+TEST(QVMgrammarDateTime, RequiredFieldsPrintWithoutBrackets) {
+  EXPECT_EQ(QVMprinted(maskOf({Mask::MaskYear, Mask::MaskMonth, Mask::MaskTimeZone}, true)), "YYYYMM+/-ZZZZ");
+  QVMdateTimeGrammar odd = maskOf({Mask::MaskYear}, true);
+  odd.setMaskItem(0, static_cast<Mask::QVMdateTimeInternalMaskItem>(7));
+  EXPECT_EQ(QVMprinted(odd), "!Unknown!");
+}
+
+TEST(QVMgrammarDateTime, MaskEditing) {
+  QVMdateTimeGrammar grammar = maskOf({Mask::MaskMonth, Mask::MaskDay});
+  grammar.addMaskItemAt(0);
+  EXPECT_EQ(grammar.maskItem(0), Mask::MaskYear);
+  grammar.moveField(0, 3);
+  EXPECT_EQ(QVMprinted(grammar), "MM[DD[YYYY]]");
+  grammar.removeMaskItem(2);
+  EXPECT_EQ(grammar.countOfMaskItem(), 2u);
+  QVMexpectPrecondition([&] { grammar.maskItem(2); }, "ItemIndex < pMember->MaskVector.size()");
+  QVMexpectPrecondition([&] { grammar.removeMaskItem(2); }, "ItemIndex < pMember->MaskVector.size()");
+  QVMexpectPrecondition([&] { grammar.moveField(0, 0); }, "FromIndex != ToIndex");
+}
+
+TEST(QVMgrammarNodeAddress, GrowthAndSteps) {
+  QVMmessageNodeAddress address;
+  EXPECT_EQ(address.depth(), 0u);
+  address.pop_back();
+  EXPECT_EQ(address.depth(), 0u);
+  address.setNodeAndRepeatIndex(2, 5, 1);
+  ASSERT_EQ(address.depth(), 3u);
+  EXPECT_EQ(address.nodeIndex(0), 0u);
+  EXPECT_EQ(address.nodeIndex(2), 5u);
+  EXPECT_EQ(address.repeatIndex(1), 0u);
+  EXPECT_EQ(address.repeatIndex(2), 1u);
+  address.setRepeatIndex(4, 9);
+  EXPECT_EQ(address.depth(), 5u);
+  EXPECT_EQ(address.nodeIndex(4), 0u);
+  address.setDepth(2);
+  EXPECT_EQ(address.depth(), 2u);
+  address.pop_back();
+  EXPECT_EQ(address.depth(), 1u);
+  QVMexpectPrecondition([&] { address.nodeIndex(1); }, "Index < depth()");
+  address.clear();
+  EXPECT_EQ(address, QVMmessageNodeAddress());
+}
+
+TEST(QVMgrammarNodeAddress, EqualityComparesEveryStep) {
+  QVMmessageNodeAddress a, b;
+  a.setNodeAndRepeatIndex(1, 3, 0);
+  b.setNodeIndex(1, 3);
+  EXPECT_EQ(a, b);
+  b.setRepeatIndex(0, 1);
+  EXPECT_NE(a, b);
+  b.setRepeatIndex(0, 0);
+  b.setDepth(3);
+  EXPECT_NE(a, b);
+}
+
+TEST(QVMgrammarNodeAddress, CopyAddressTakesAWindowOfTheSource) {
+  QVMmessageNodeAddress source;
+  for (uint32_t k = 0; k < 4; ++k) source.setNodeAndRepeatIndex(k, 10 + k, 20 + k);
+  QVMmessageNodeAddress target;
+  target.setNodeAndRepeatIndex(0, 1, 2);
+  target.copyAddress(1, 1, source, 1);  // steps 1 and 2 of the source
+  ASSERT_EQ(target.depth(), 3u);
+  EXPECT_EQ(target.nodeIndex(0), 1u);
+  EXPECT_EQ(target.nodeIndex(1), 11u);
+  EXPECT_EQ(target.repeatIndex(2), 22u);
+  // Nothing to copy leaves it as it was.
+  target.copyAddress(0, 3, source, 1);
+  target.copyAddress(0, 0, source, 9);
+  EXPECT_EQ(target.depth(), 3u);
+  EXPECT_EQ(target.nodeIndex(0), 1u);
+  // Copying from itself shifts safely.
+  source.copyAddress(1, 0, source, 0);
+  ASSERT_EQ(source.depth(), 5u);
+  EXPECT_EQ(source.nodeIndex(1), 10u);
+  EXPECT_EQ(source.nodeIndex(4), 13u);
+}

@@ -1,0 +1,189 @@
+// Validation rules: parameters, names, errors and copying by kind.
+#include "QVMgrammarTestSupport.h"
+
+#include "QVMgrammarSupport.h"
+#include "QVMsegmentGrammar.h"
+#include "QVMsegmentValidationRule.h"
+#include "REXmatcher.h"
+
+namespace {
+
+QVMsegmentGrammar segmentWithFields(const char* name, std::initializer_list<const char*> fields) {
+  QVMsegmentGrammar grammar;
+  grammar.setName(name);
+  for (const char* field : fields) grammar.setFieldName(QVMsegmentGrammarAddFieldWithoutInitialization(grammar), field);
+  return grammar;
+}
+
+// A kind that no definition knows.
+class QVMruleOfUnknownKind : public QVMsegmentValidationRuleConditionalField {
+public:
+  uint32_t classId() const override { return 9; }
+};
+
+}  // namespace
+
+TEST(QVMrule, KindsAndClassNames) {
+  const char* names[] = {"Required Field", "Regular Expression", "Regular Expression Pair", "Python Validation Rule",
+                         "Situational Python Validation Rule"};
+  for (uint32_t kind = 0; kind < 5; ++kind) {
+    auto rule = QVMsegmentValidationRuleCreate(kind);
+    EXPECT_EQ(rule->classId(), kind);
+    EXPECT_STREQ(rule->className(), names[kind]);
+    EXPECT_EQ(rule->segmentGrammar(), nullptr);
+  }
+  QVMexpectError([] { QVMsegmentValidationRuleCreate(5); }, "Unknown validation rule type.");
+}
+
+TEST(QVMrule, NameParameterRoundTripsInEveryKind) {
+  for (uint32_t kind = 0; kind < 5; ++kind) {
+    auto rule = QVMsegmentValidationRuleCreate(kind);
+    rule->setParameter("Name", "rule name");
+    EXPECT_EQ(rule->parameter("Name"), "rule name") << kind;
+    EXPECT_EQ(rule->name(), "rule name") << kind;
+    QVMexpectError([&] { rule->setParameter("Bogus", "1"); },
+                   "Bogus is not a recognized key for this validation rule.");
+    QVMexpectError([&] { rule->parameter("name"); }, "name is not a recognized key for this validation rule.");
+  }
+}
+
+TEST(QVMrule, KeysAreTheirOwnClassOnly) {
+  auto required = QVMsegmentValidationRuleCreate(QVMconditionalFieldRule);
+  QVMexpectError([&] { required->setParameter("Code", "x = 1"); },
+                 "Code is not a recognized key for this validation rule.");
+  auto python = QVMsegmentValidationRuleCreate(QVMpythonRule);
+  QVMexpectError([&] { python->setParameter("CodeOnError", "x = 1"); },
+                 "CodeOnError is not a recognized key for this validation rule.");
+  auto expression = QVMsegmentValidationRuleCreate(QVMregularExpressionRule);
+  QVMexpectError([&] { expression->parameter("FieldIndex"); },
+                 "FieldIndex is not a recognized key for this validation rule.");
+}
+
+TEST(QVMrule, ConditionalFieldIndexReadsAsAtoiDoes) {
+  QVMsegmentValidationRuleConditionalField rule;
+  rule.setParameter("FieldIndex", "3");
+  EXPECT_EQ(rule.requiredField(), 3u);
+  EXPECT_EQ(rule.parameter("FieldIndex"), "3");
+  rule.setParameter("FieldIndex", "abc");
+  EXPECT_EQ(rule.requiredField(), 0u);
+  rule.setParameter("FieldIndex", " 12xyz");
+  EXPECT_EQ(rule.requiredField(), 12u);
+}
+
+TEST(QVMrule, ConditionalFieldDisplayName) {
+  QVMsegmentGrammar grammar = segmentWithFields("PID", {"id", "name"});
+  auto* rule = static_cast<QVMsegmentValidationRuleConditionalField*>(
+      grammar.addValidationRule(0, QVMconditionalFieldRule));
+  rule->setRequiredField(1);
+  EXPECT_EQ(rule->displayName(), "name");
+  rule->setRequiredField(2);
+  EXPECT_EQ(rule->displayName(), "Undefined");
+  QVMsegmentValidationRuleConditionalField unbound;
+  EXPECT_EQ(unbound.displayName(), "Undefined");
+}
+
+TEST(QVMrule, RegularExpressionKeepsABadPattern) {
+  QVMsegmentValidationRuleRegularExpression rule;
+  rule.setParameter("RegularExpression", "^[A-Z]{3}$");
+  EXPECT_TRUE(rule.regularExpression().isExpressionValid());
+  EXPECT_TRUE(rule.regularExpression().doesMatch("ABC"));
+  EXPECT_EQ(rule.displayName(), "^[A-Z]{3}$");
+  rule.setParameter("RegularExpression", "([A-Z]");
+  EXPECT_FALSE(rule.regularExpression().isExpressionValid());
+  EXPECT_EQ(rule.parameter("RegularExpression"), "([A-Z]");
+  EXPECT_EQ(rule.displayName(), "([A-Z]");
+}
+
+TEST(QVMrule, RegExpPairDisplayName) {
+  QVMsegmentGrammar grammar = segmentWithFields("OBX", {"type", "value"});
+  auto* rule = static_cast<QVMsegmentValidationRuleRegExpPair*>(grammar.addValidationRule(1, QVMregExpPairRule));
+  EXPECT_EQ(rule->displayName(), "Invalid rule");  // no patterns yet
+  rule->setParameter("DependentFieldRegExp", "NM");
+  rule->setParameter("FieldRegExp", "^[0-9.]+$");
+  rule->setParameter("DependentFieldIndex", "0");
+  EXPECT_EQ(rule->displayName(), "If type matches NM this field (value) must match ^[0-9.]+$");
+  EXPECT_EQ(rule->parameter("DependentFieldIndex"), "0");
+  EXPECT_EQ(rule->parameter("DependentFieldRegExp"), "NM");
+  rule->setDependentFieldIndex(2);
+  EXPECT_EQ(rule->displayName(), "Invalid rule");
+  rule->setDependentFieldIndex(0);
+  rule->setParameter("FieldRegExp", "[");
+  EXPECT_EQ(rule->displayName(), "Invalid rule");
+}
+
+TEST(QVMrule, PythonRulesKeepDescriptionAndCode) {
+  QVMsegmentValidationRulePython python;
+  python.setParameter("Description", "checks the value");
+  python.setParameter("Code", "if not value:\n  fail()");
+  EXPECT_EQ(python.displayName(), "checks the value");
+  EXPECT_EQ(python.parameter("Code"), "if not value:\r\n  fail()\r\n");
+  EXPECT_EQ(python.parameter("Description"), "checks the value");
+
+  QVMsegmentValidationRuleSituationalPython situational;
+  situational.setParameter("Code", "ok = 1");
+  situational.setParameter("CodeOnError", "ok = 0");
+  situational.setDescription("situational");
+  EXPECT_EQ(situational.parameter("Code"), "ok = 1\r\n");
+  EXPECT_EQ(situational.parameter("CodeOnError"), "ok = 0\r\n");
+  EXPECT_EQ(situational.displayName(), "situational");
+  situational.setParameter("Code", " \r\n\t");
+  EXPECT_EQ(situational.code(), "");
+  EXPECT_EQ(situational.pythonCodeOnError().code(), "ok = 0\r\n");
+}
+
+TEST(QVMrule, CloningByKindCopiesEveryMember) {
+  QVMsegmentGrammar grammar = segmentWithFields("ZZZ", {"a", "b"});
+  auto* required = static_cast<QVMsegmentValidationRuleConditionalField*>(
+      grammar.addValidationRule(1, QVMconditionalFieldRule));
+  required->setRequiredField(0);
+  required->setName("needs a");
+  auto requiredCopy = QVMsegmentValidationRuleClone(*required);
+  EXPECT_EQ(requiredCopy->classId(), static_cast<uint32_t>(QVMconditionalFieldRule));
+  EXPECT_EQ(requiredCopy->parameter("FieldIndex"), "0");
+  EXPECT_EQ(requiredCopy->name(), "needs a");
+  EXPECT_EQ(requiredCopy->segmentGrammar(), &grammar);
+  EXPECT_EQ(requiredCopy->fieldIndex(), 1u);
+
+  QVMsegmentValidationRuleRegularExpression expression;
+  expression.setParameter("RegularExpression", "^A");
+  auto expressionCopy = QVMsegmentValidationRuleClone(expression);
+  expression.setParameter("RegularExpression", "^B");
+  auto& copiedMatcher = static_cast<QVMsegmentValidationRuleRegularExpression&>(*expressionCopy).regularExpression();
+  EXPECT_EQ(copiedMatcher.pattern(), "^A");
+  EXPECT_TRUE(copiedMatcher.doesMatch("AB"));
+
+  QVMsegmentValidationRuleSituationalPython situational;
+  situational.setParameter("CodeOnError", "x = 2");
+  situational.setDescription("d");
+  situational.setLastSegment(&grammar);
+  auto situationalCopy = QVMsegmentValidationRuleClone(situational);
+  auto& copied = static_cast<QVMsegmentValidationRuleSituationalPython&>(*situationalCopy);
+  EXPECT_EQ(copied.codeOnError(), "x = 2\r\n");
+  EXPECT_EQ(copied.description(), "d");
+  EXPECT_EQ(copied.lastSegment(), nullptr);
+
+  QVMruleOfUnknownKind unknown;
+  QVMexpectError([&] { QVMsegmentValidationRuleClone(unknown); }, "Unknown validation rule");
+}
+
+TEST(QVMrule, GetErrorNamesRuleAndField) {
+  QVMsegmentGrammar grammar = segmentWithFields("PID", {"id", "name", "birth"});
+  auto* rule = static_cast<QVMsegmentValidationRuleConditionalField*>(
+      grammar.addValidationRule(2, QVMconditionalFieldRule));
+  rule->setRequiredField(1);
+  COLerror error = rule->getError();
+  EXPECT_EQ(error.description(), "A validation rule has failed. ");
+  EXPECT_EQ(error.code(), 0x80002006u);
+  EXPECT_EQ(error.parameter("ValidationRuleClassId"), "0");
+  EXPECT_EQ(error.parameter("ValidationRuleClassName"), "Required Field");
+  EXPECT_EQ(error.parameter("ValidationRuleName"), "name");
+  EXPECT_EQ(error.parameter("FieldIndex"), "3");
+  EXPECT_EQ(error.parameter("FieldName"), "birth");
+  EXPECT_EQ(error.parameter("MessageSegmentName"), "PID");
+
+  QVMsegmentValidationRulePython unbound;
+  COLerror unboundError = unbound.getError();
+  EXPECT_EQ(unboundError.parameter("FieldIndex"), "1");
+  EXPECT_EQ(unboundError.parameter("FieldName"), "");
+  EXPECT_EQ(unboundError.parameter("ValidationRuleClassId"), "3");
+}
