@@ -316,3 +316,30 @@ TEST(QVMengineTest, LogSinkReplacementKeepsStream) {
   engine.logStream() << "dropped";
   EXPECT_EQ(captured, "hello");
 }
+
+TEST(QVMengineTest, ResetLanguageEngineRecompilesScripts) {
+  QVMengineInternal engine;
+  QVMtableDefinitionInternal* table = engine.table(engine.addTable());
+  table->addColumn("a", QVMstringType);
+  table->setIncomingFunctionCode(0, 0, "value = 2");
+  engine.config().mainFunction().setCode("x = 1");
+  QVMmessageDefinitionInternal* message = engine.message(engine.addMessage());
+  message->setOutgoingFunctionCode(0, "y = 1");
+  ASSERT_TRUE(engine.config().mainFunction().isSet());
+  engine.resetLanguageEngine();
+  EXPECT_TRUE(engine.config().mainFunction().isSet());
+  EXPECT_TRUE(table->incomingFunction(0).isSet());
+  EXPECT_TRUE(message->outgoingFunction().isSet());
+  EXPECT_EQ(message->outgoingFunctionCode(0), "y = 1\r\n");
+}
+
+TEST(QVMengineTest, OutgoingScriptsNeedTheScriptEnvironment) {
+  QVMengineInternal engine;
+  // The environment is never touched on these roads.
+  alignas(16) static unsigned char storage[64];
+  LAGenvironment& environment = *reinterpret_cast<LAGenvironment*>(storage);
+  QVMconfigPreProcessOutgoingMessage(engine.config(), environment);  // nothing set: nothing to run
+  engine.config().outgoingMainFunction().setCode("pass");
+  EXPECT_EQ(failureText([&] { QVMconfigPreProcessOutgoingMessage(engine.config(), environment); }).substr(0, 25),
+            "Outgoing main script not ");
+}
