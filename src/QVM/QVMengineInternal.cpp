@@ -1,0 +1,327 @@
+// The engine root: configurations, shared messages and tables, indexes and life cycle.
+#include "QVMengineInternal.h"
+
+#include "COLerror.h"
+#include "COLsinkStandard.h"
+#include "QVMcheck.h"
+
+QVMengineInternal::QVMengineInternal()
+    : m_SearchPath(LANfindPythonLibDir("QVM_LIB3.dll")),
+      m_LogStream(std::make_unique<COLostream>(new COLsinkNull, true)) {
+  m_LanguageEngine = new LANengine(*m_LogStream);
+  setUpLanguageEngine();
+  clear();
+}
+
+QVMengineInternal::~QVMengineInternal() {
+  // Scripts let go of the interpreter before it goes.
+  m_Messages.clear();
+  m_Tables.clear();
+  m_Configs.clear();
+}
+
+void QVMengineInternal::setUpLanguageEngine() {
+  m_LanguageEngine->setSearchPath(m_SearchPath);
+  COLstring error;
+  if (!LANinitEngineAndRedirect(*m_LanguageEngine, error)) throw COLerror(error, COL_ERROR_PRECONDITION);
+}
+
+void QVMengineInternal::resetLanguageEngine() {
+  m_LanguageEngine->reset();
+  setUpLanguageEngine();
+  for (auto& engineConfig : m_Configs) {
+    QVMconfig& settings = engineConfig->config();
+    settings.mainFunction().recompile();
+    settings.postProcessFunction().recompile();
+    settings.outgoingMainFunction().recompile();
+    settings.outgoingPostProcessFunction().recompile();
+    for (size_t m = 0; m < engineConfig->countOfEmbeddedPythonModule(); ++m)
+      engineConfig->embeddedPythonModule(m)->reload();
+    for (size_t s = 0; s < engineConfig->countOfSegment(); ++s) {
+      QVMsegmentGrammar* grammar = engineConfig->segment(s);
+      for (uint32_t f = 0; f < grammar->countOfField(); ++f) {
+        grammar->fieldIncomingFunction(f).recompile();
+        grammar->fieldOutgoingFunction(f).recompile();
+      }
+    }
+  }
+  for (auto& message : m_Messages)
+    for (size_t c = 0; c < message->countOfConfig(); ++c) {
+      message->config(c).inFunction().recompile();
+      message->config(c).outFunction().recompile();
+    }
+  for (auto& table : m_Tables)
+    for (size_t col = 0; col < table->countOfColumn(); ++col)
+      for (size_t c = 0; c < table->column(col).countOfConfig(); ++c) {
+        table->column(col).config(c).incomingFunction().recompile();
+        table->column(col).config(c).outgoingFunction().recompile();
+      }
+}
+
+// --- grammars
+
+QVMsegmentGrammar* QVMengineInternal::segment(size_t SegmentIndex) const {
+  COL_PRECONDITION(SegmentIndex < countOfSegment());
+  return engineConfig().segment(SegmentIndex);
+}
+
+void QVMengineInternal::deleteSegment(size_t SegmentIndex) {
+  COL_PRECONDITION(SegmentIndex < countOfSegment());
+  engineConfig().removeSegment(SegmentIndex);
+}
+
+QVMcompositeGrammar* QVMengineInternal::composite(size_t CompositeIndex) const {
+  COL_PRECONDITION(CompositeIndex < countOfComposite());
+  return engineConfig().composite(CompositeIndex);
+}
+
+void QVMengineInternal::deleteComposite(size_t CompositeIndex) {
+  COL_PRECONDITION(CompositeIndex < countOfComposite());
+  engineConfig().removeComposite(CompositeIndex);
+}
+
+QVMenumerationGrammar* QVMengineInternal::enumerationGrammar(size_t EnumerationIndex) const {
+  COL_PRECONDITION(EnumerationIndex < countOfEnumerationGrammar());
+  return engineConfig().enumerationGrammar(EnumerationIndex);
+}
+
+void QVMengineInternal::deleteEnumerationGrammar(size_t EnumerationIndex) {
+  COL_PRECONDITION(EnumerationIndex < countOfEnumerationGrammar());
+  engineConfig().removeEnumerationGrammar(EnumerationIndex);
+}
+
+QVMdateTimeGrammar* QVMengineInternal::dateTimeGrammar(size_t DateTimeIndex) const {
+  COL_PRECONDITION(DateTimeIndex < countOfDateTimeGrammar());
+  return engineConfig().dateTimeGrammar(DateTimeIndex);
+}
+
+void QVMengineInternal::deleteDateTimeGrammar(size_t DateTimeIndex) {
+  COL_PRECONDITION(DateTimeIndex < countOfDateTimeGrammar());
+  engineConfig().removeDateTimeGrammar(DateTimeIndex);
+}
+
+void QVMengineInternal::grammarNamesChanged() {
+  for (auto& engineConfig : m_Configs) engineConfig->grammarNamesChanged();
+}
+
+// --- messages
+
+QVMmessageDefinitionInternal* QVMengineInternal::message(size_t MessageIndex) const {
+  COL_PRECONDITION(MessageIndex < countOfMessage());
+  return m_Messages[MessageIndex].get();
+}
+
+size_t QVMengineInternal::addMessage() {
+  m_Messages.push_back(std::make_unique<QVMmessageDefinitionInternal>());
+  uint32_t index = static_cast<uint32_t>(m_Messages.size() - 1);
+  QVMmessageDefinitionInternal* added = m_Messages.back().get();
+  if (m_MessageIndexValid) {
+    m_MessagePosition.emplace(added, index);
+    m_MessageByName.emplace(added->name(), index);
+  }
+  added->init(this, index);
+  return index;
+}
+
+void QVMengineInternal::deleteMessage(size_t MessageIndex) {
+  COL_PRECONDITION(MessageIndex < countOfMessage());
+  uint32_t index = static_cast<uint32_t>(MessageIndex);
+  for (auto& engineConfig : m_Configs) {
+    uint32_t ack = engineConfig->ackMessageIndex();
+    if (ack == index)
+      engineConfig->setAckMessageIndex(npos);
+    else if (ack != npos && ack > index)
+      engineConfig->setAckMessageIndex(ack - 1);
+    QVMengineRemoveMessageFromMatchingOrder(*engineConfig, index);
+  }
+  m_Messages.erase(m_Messages.begin() + MessageIndex);
+  m_MessageIndexValid = false;
+}
+
+void QVMengineInternal::rebuildMessageIndex() const {
+  m_MessageByName.clear();
+  m_MessagePosition.clear();
+  for (size_t i = 0; i < m_Messages.size(); ++i) {
+    m_MessageByName.emplace(m_Messages[i]->name(), static_cast<uint32_t>(i));
+    m_MessagePosition.emplace(m_Messages[i].get(), static_cast<uint32_t>(i));
+  }
+  m_MessageIndexValid = true;
+}
+
+uint32_t QVMengineInternal::messageByName(const COLstring& name) const {
+  if (!m_MessageIndexValid) rebuildMessageIndex();
+  auto it = m_MessageByName.find(name);
+  return it == m_MessageByName.end() ? npos : it->second;
+}
+
+uint32_t QVMengineInternal::messagePosition(const QVMmessageDefinitionInternal* message) const {
+  if (!m_MessageIndexValid) rebuildMessageIndex();
+  auto it = m_MessagePosition.find(message);
+  return it == m_MessagePosition.end() ? npos : it->second;
+}
+
+void QVMengineInternal::noteMessageRenamed(const QVMmessageDefinitionInternal* message, const COLstring& oldName) {
+  if (!m_MessageIndexValid) return;
+  auto position = m_MessagePosition.find(message);
+  if (position == m_MessagePosition.end()) return;  // still being set up
+  uint32_t index = position->second;
+  auto holder = m_MessageByName.find(oldName);
+  if (holder != m_MessageByName.end() && holder->second == index) {
+    // The old name passes to the next message that has it, if any.
+    m_MessageByName.erase(holder);
+    for (size_t i = index + 1; i < m_Messages.size(); ++i)
+      if (m_Messages[i]->name() == oldName) {
+        m_MessageByName.emplace(oldName, static_cast<uint32_t>(i));
+        break;
+      }
+  }
+  auto [entry, inserted] = m_MessageByName.emplace(message->name(), index);
+  if (!inserted && entry->second > index) entry->second = index;
+}
+
+// --- tables
+
+QVMtableDefinitionInternal* QVMengineInternal::table(size_t TableIndex) const {
+  COL_PRECONDITION(TableIndex < countOfTable());
+  return m_Tables[TableIndex].get();
+}
+
+size_t QVMengineInternal::addTable() {
+  m_Tables.push_back(std::make_unique<QVMtableDefinitionInternal>());
+  uint32_t index = static_cast<uint32_t>(m_Tables.size() - 1);
+  QVMtableDefinitionInternal* added = m_Tables.back().get();
+  if (m_TableIndexValid) {
+    m_TablePosition.emplace(added, index);
+    m_TableByName.emplace(added->tableName(), index);
+  }
+  added->init(this);
+  return index;
+}
+
+void QVMengineInternal::deleteTable(size_t TableIndex) {
+  COL_PRECONDITION(TableIndex < countOfTable());
+  m_Tables.erase(m_Tables.begin() + TableIndex);
+  m_TableIndexValid = false;
+}
+
+void QVMengineInternal::rebuildTableIndex() const {
+  m_TableByName.clear();
+  m_TablePosition.clear();
+  for (size_t i = 0; i < m_Tables.size(); ++i) {
+    m_TableByName.emplace(m_Tables[i]->tableName(), static_cast<uint32_t>(i));
+    m_TablePosition.emplace(m_Tables[i].get(), static_cast<uint32_t>(i));
+  }
+  m_TableIndexValid = true;
+}
+
+uint32_t QVMengineInternal::tableByName(const COLstring& name) const {
+  if (!m_TableIndexValid) rebuildTableIndex();
+  auto it = m_TableByName.find(name);
+  return it == m_TableByName.end() ? npos : it->second;
+}
+
+void QVMengineInternal::noteTableRenamed(const QVMtableDefinitionInternal* table, const COLstring& oldName) {
+  if (!m_TableIndexValid) return;
+  auto position = m_TablePosition.find(table);
+  if (position == m_TablePosition.end()) return;
+  uint32_t index = position->second;
+  auto holder = m_TableByName.find(oldName);
+  if (holder != m_TableByName.end() && holder->second == index) {
+    m_TableByName.erase(holder);
+    for (size_t i = index + 1; i < m_Tables.size(); ++i)
+      if (m_Tables[i]->tableName() == oldName) {
+        m_TableByName.emplace(oldName, static_cast<uint32_t>(i));
+        break;
+      }
+  }
+  auto [entry, inserted] = m_TableByName.emplace(table->tableName(), index);
+  if (!inserted && entry->second > index) entry->second = index;
+}
+
+// --- configurations
+
+QVMengineConfig& QVMengineInternal::engineConfig(size_t index) {
+  COL_PRECONDITION(index < countOfConfig());
+  return *m_Configs[index];
+}
+
+const QVMengineConfig& QVMengineInternal::engineConfig(size_t index) const {
+  COL_PRECONDITION(index < countOfConfig());
+  return *m_Configs[index];
+}
+
+void QVMengineInternal::setCurrentConfig(uint32_t index) {
+  if (index >= m_Configs.size()) {
+    COLstring text;
+    COLostream(text) << "Config Index of '" << index << "' is not a valid index. Maximum index is '"
+                     << static_cast<long long>(m_Configs.size()) - 1 << "' and minimum index is 0";
+    throw COLerror(text, COL_ERROR_PRECONDITION);
+  }
+  m_CurrentConfig = index;
+}
+
+size_t QVMengineInternal::addConfiguration(const COLstring& name) {
+  m_Configs.push_back(std::make_unique<QVMengineConfig>());
+  m_Configs.back()->init(this);
+  m_Configs.back()->setConfigName(name);
+  for (auto& table : m_Tables) table->addConfig();
+  for (auto& message : m_Messages) message->addConfig();
+  return m_Configs.size() - 1;
+}
+
+void QVMengineInternal::deleteConfig(size_t index) {
+  COL_PRECONDITION(index < countOfConfig());
+  m_Configs.erase(m_Configs.begin() + index);
+  for (auto& table : m_Tables) table->removeConfig(index);
+  for (auto& message : m_Messages) message->removeConfig(index);
+  if (m_CurrentConfig > index) setCurrentConfig(m_CurrentConfig - 1);
+}
+
+// --- life cycle
+
+void QVMengineInternal::clear() {
+  m_CurrentConfig = 0;
+  m_OutgoingConfigIndex = 0;
+  m_IncomingConfigIndex = 0;
+  m_UseMachineDoubleTypeInJavaGeneration = false;
+  m_RejectBadSegmentGrammar = false;
+  m_UsePassThroughMapping = false;
+  m_UseDotNetProperties = true;
+  // Messages and tables point into the configurations: they go first.
+  m_Messages.clear();
+  m_Tables.clear();
+  m_Configs.clear();
+  m_MessageIndexValid = false;
+  m_TableIndexValid = false;
+  m_Configs.push_back(std::make_unique<QVMengineConfig>());
+  m_Configs.back()->init(this);
+  m_Configs.back()->setConfigName("default");
+}
+
+void QVMengineInternal::postLoad() {
+  uint32_t remembered = m_CurrentConfig;
+  for (uint32_t c = 0; c < m_Configs.size(); ++c) {
+    if (!m_Configs[c]->matchOrder().empty()) continue;
+    setCurrentConfig(c);
+    QVMengineInitMessageOrder(*this);
+  }
+  setCurrentConfig(remembered);
+  // Loaders name grammars after adding them.
+  grammarNamesChanged();
+}
+
+void QVMengineInternal::setLogSink(COLsink* sink, bool own) {
+  // The stream object stays: the interpreter writes through it.
+  if (sink)
+    m_LogStream->setSink(sink, own);
+  else
+    m_LogStream->setSink(new COLsinkNull, true);
+}
+
+QVMengineVersionChanger::~QVMengineVersionChanger() {
+  try {
+    m_Engine.setCurrentConfig(m_Index);
+  } catch (const COLerror&) {
+    // The configuration went away meanwhile; the engine stays on the one it is on.
+  }
+}

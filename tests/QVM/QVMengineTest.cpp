@@ -1,0 +1,345 @@
+// The engine root: defaults, configurations, match order, cascades on removal, indexes.
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <functional>
+#include <fstream>
+
+#include "COLerror.h"
+#include "QVMengineInternal.h"
+
+namespace {
+constexpr uint32_t npos = 0xFFFFFFFF;
+
+std::string failureText(const std::function<void()>& action) {
+  try {
+    action();
+  } catch (const COLerror& error) {
+    return error.description().str() + "|" + std::to_string(error.code());
+  }
+  return "no error";
+}
+
+// Adds named messages through the road the loaders take.
+void addMessages(QVMengineInternal& engine, std::initializer_list<const char*> names) {
+  for (const char* name : names) engine.message(engine.addMessage())->setName(name);
+}
+}  // namespace
+
+TEST(QVMengineTest, NewEngineDefaults) {
+  QVMengineInternal engine;
+  ASSERT_EQ(engine.countOfConfig(), 1u);
+  EXPECT_EQ(engine.configName(0), "default");
+  EXPECT_EQ(engine.currentConfig(), 0u);
+  const QVMconfig& config = engine.config();
+  ASSERT_EQ(config.countOfLevel(), 4u);
+  EXPECT_EQ(config.sepCharInfo(0).sepCharDefault(), '\r');
+  EXPECT_EQ(config.sepCharInfo(1).sepCharDefault(), '|');
+  EXPECT_EQ(config.sepCharInfo(1).repeatCharDefault(), '~');
+  EXPECT_EQ(config.sepCharInfo(1).repeatCharPosition(), 5u);
+  EXPECT_EQ(config.sepCharInfo(3).sepCharEscape(), 'T');
+  EXPECT_EQ(config.sepCharInfo(3).sepCharPosition(), 7u);
+  EXPECT_EQ(config.sepCharInfo(2).repeatCharPosition(), npos);
+  EXPECT_EQ(config.parserVersion(), QVMparserCurrent);
+  EXPECT_STREQ(config.xmlTranslationType(), "STANDARD VER 2");
+  EXPECT_EQ(engine.ackMessageIndexS(), npos);
+  EXPECT_EQ(engine.firstMessage(), nullptr);
+  EXPECT_EQ(config.headerSegment(), "MSH");
+  EXPECT_EQ(config.stubFileDir(), "c:\\temp");
+  EXPECT_EQ(config.escapeDefault(), '\\');
+  EXPECT_TRUE(engine.useDotNetProperties());
+  EXPECT_EQ(engine.lineFeed(), "\r\n");
+  EXPECT_EQ(QVMconfigCalculateMinMessageSize(config), 8u);
+  EXPECT_EQ(config.mainFunction().engine(), &engine.LanguageEngine());
+}
+
+TEST(QVMengineTest, ClearKeepsDescriptionAndResetsFlags) {
+  QVMengineInternal engine;
+  engine.setVmdDescription("my definition");
+  engine.setRejectBadSegmentGrammar(true);
+  engine.setUseDotNetProperties(false);
+  engine.addConfiguration("second");
+  engine.setCurrentConfig(1);
+  addMessages(engine, {"A"});
+  engine.addTable();
+  engine.clear();
+  EXPECT_EQ(engine.countOfConfig(), 1u);
+  EXPECT_EQ(engine.currentConfig(), 0u);
+  EXPECT_EQ(engine.countOfMessage(), 0u);
+  EXPECT_EQ(engine.countOfTable(), 0u);
+  EXPECT_FALSE(engine.rejectBadSegmentGrammar());
+  EXPECT_TRUE(engine.useDotNetProperties());
+  EXPECT_EQ(engine.vmdDescription(), "my definition");
+  EXPECT_EQ(engine.messageByName("A"), npos);
+}
+
+TEST(QVMengineTest, SetCurrentConfigRejectsBadIndex) {
+  QVMengineInternal engine;
+  engine.addConfiguration("b");
+  EXPECT_EQ(failureText([&] { engine.setCurrentConfig(2); }),
+            "Config Index of '2' is not a valid index. Maximum index is '1' and minimum index is 0|2147483904");
+  engine.setCurrentConfig(1);
+  {
+    QVMengineVersionChanger back(engine, 0);
+    engine.setCurrentConfig(1);
+  }
+  EXPECT_EQ(engine.currentConfig(), 0u);
+}
+
+TEST(QVMengineTest, ConfigurationsKeepRecordsInStep) {
+  QVMengineInternal engine;
+  addMessages(engine, {"ADT", "ORU"});
+  QVMtableDefinitionInternal* table = engine.table(engine.addTable());
+  table->addColumn("id", QVMstringType);
+  engine.addConfiguration("two");
+  engine.addConfiguration("three");
+  for (size_t m = 0; m < 2; ++m) {
+    EXPECT_EQ(engine.message(m)->countOfConfig(), 3u);
+    EXPECT_EQ(engine.message(m)->tableGrammar().countOfConfig(), 3u);
+  }
+  EXPECT_EQ(table->countOfTableConfig(), 3u);
+  EXPECT_EQ(table->column(0).countOfConfig(), 3u);
+  // Each record of the new configuration has a map set, padded to the columns.
+  EXPECT_EQ(table->tableConfig(2).countOfMapSet(), 1u);
+  EXPECT_EQ(table->tableConfig(2).mapSet(0)->countOfMap(), 1u);
+  // The table grammar root of each configuration is that configuration's message grammar.
+  for (size_t c = 0; c < 3; ++c)
+    EXPECT_EQ(engine.message(0)->tableGrammar().config(c).messageGrammar(),
+              engine.message(0)->config(c).rootMessageGrammar());
+
+  engine.message(1)->setIncomingFunctionCode(2, "x = 3");
+  engine.setCurrentConfig(2);
+  engine.deleteConfig(1);
+  EXPECT_EQ(engine.currentConfig(), 1u);
+  EXPECT_EQ(engine.configName(1), "three");
+  EXPECT_EQ(engine.message(1)->countOfConfig(), 2u);
+  EXPECT_EQ(engine.message(1)->incomingFunctionCode(1), "x = 3\r\n");
+  EXPECT_EQ(table->countOfTableConfig(), 2u);
+  EXPECT_EQ(table->column(0).countOfConfig(), 2u);
+  EXPECT_EQ(engine.message(0)->tableGrammar().config(1).messageGrammar(),
+            engine.message(0)->config(1).rootMessageGrammar());
+}
+
+TEST(QVMengineTest, PostLoadFillsOnlyEmptyMatchOrders) {
+  QVMengineInternal engine;
+  addMessages(engine, {"A", "B", "C"});
+  engine.addConfiguration("filled");
+  engine.setCurrentConfig(1);
+  engine.insertMessageInMatchOrder(nullptr, 2);
+  engine.insertMessageInMatchOrder(nullptr, 0);
+  engine.addConfiguration("empty");
+  engine.postLoad();
+  EXPECT_EQ(engine.currentConfig(), 1u);
+  EXPECT_EQ(engine.engineConfig(0).matchOrder().toVector(), (std::vector<uint32_t>{0, 1, 2}));
+  EXPECT_EQ(engine.engineConfig(1).matchOrder().toVector(), (std::vector<uint32_t>{2, 0}));
+  EXPECT_EQ(engine.engineConfig(2).matchOrder().toVector(), (std::vector<uint32_t>{0, 1, 2}));
+}
+
+TEST(QVMengineTest, IgnoreMessageStaysLast) {
+  QVMengineInternal engine;
+  addMessages(engine, {"A", "B", "CatchAll"});
+  engine.postLoad();
+  QVMengineSetIgnoreMessageIndex(engine, 0u);
+  EXPECT_EQ(engine.engineConfig().matchOrder().toVector(), (std::vector<uint32_t>{1, 2, 0}));
+  EXPECT_EQ(QVMengineIgnoreMessageIndex(engine), 0u);
+  size_t added = QVMengineAddMessage(engine);
+  EXPECT_EQ(engine.engineConfig().matchOrder().toVector(), (std::vector<uint32_t>{1, 2, 3, 0}));
+  EXPECT_EQ(QVMengineMessageMatchOrder(engine, engine.message(added)), 2u);
+  // Deleting the ignore message clears the flag; the others shift down.
+  engine.deleteMessage(0);
+  EXPECT_FALSE(engine.lastMessageMatchesAll());
+  EXPECT_EQ(QVMengineIgnoreMessageIndex(engine), npos);
+  EXPECT_EQ(engine.engineConfig().matchOrder().toVector(), (std::vector<uint32_t>{0, 1, 2}));
+  // An invalid index clears the flag and leaves the order alone.
+  QVMengineSetIgnoreMessageIndex(engine, 1u);
+  QVMengineSetIgnoreMessageIndex(engine, npos);
+  EXPECT_FALSE(engine.lastMessageMatchesAll());
+  EXPECT_EQ(engine.engineConfig().matchOrder().toVector(), (std::vector<uint32_t>{0, 2, 1}));
+}
+
+TEST(QVMengineTest, SetIgnoreMessageOnEmptyOrderInitialisesIt) {
+  QVMengineInternal engine;
+  addMessages(engine, {"A", "B"});
+  QVMengineSetIgnoreMessageIndex(engine, 0u);
+  EXPECT_EQ(engine.engineConfig().matchOrder().toVector(), (std::vector<uint32_t>{1, 0}));
+}
+
+TEST(QVMengineTest, DeleteMessageShiftsAckAndMatchOrderInEveryConfig) {
+  QVMengineInternal engine;
+  addMessages(engine, {"A", "B", "C"});
+  engine.addConfiguration("two");
+  engine.postLoad();
+  engine.setAckMessageIndex(0, 2);
+  engine.setAckMessageIndex(1, 1);
+  engine.deleteMessage(1);
+  EXPECT_EQ(engine.ackMessageIndex(0), 1u);
+  EXPECT_EQ(engine.ackMessageIndex(1), npos);
+  EXPECT_EQ(engine.engineConfig(0).matchOrder().toVector(), (std::vector<uint32_t>{0, 1}));
+  EXPECT_EQ(engine.engineConfig(1).matchOrder().toVector(), (std::vector<uint32_t>{0, 1}));
+  EXPECT_EQ(engine.message(1)->name(), "C");
+  EXPECT_EQ(engine.messageByName("C"), 1u);
+  EXPECT_EQ(engine.messageByName("B"), npos);
+}
+
+TEST(QVMengineTest, DeleteMessageMissingFromOrderFailsPostcondition) {
+  QVMengineInternal engine;
+  addMessages(engine, {"A"});
+  EXPECT_EQ(failureText([&] { engine.deleteMessage(0); }),
+            "Failed postcondition:RemoveMatchIndex != 0|2147483905");
+}
+
+TEST(QVMengineTest, MessageMatchOrderOfAbsentMessage) {
+  QVMengineInternal engine;
+  addMessages(engine, {"A"});
+  EXPECT_EQ(failureText([&] { QVMengineMessageMatchOrder(engine, engine.message(0)); }),
+            "Message not in matching order.|2147483904");
+}
+
+TEST(QVMengineTest, MatchOrderPositionsAreStable) {
+  QVMengineInternal engine;
+  auto first = engine.insertMessageInMatchOrder(nullptr, 5);
+  auto last = engine.insertMessageInMatchOrder(nullptr, 7);
+  auto middle = engine.insertMessageInMatchOrder(last, 6);
+  EXPECT_EQ(engine.nextMessage(first), middle);
+  EXPECT_EQ(engine.previousMessage(last), middle);
+  engine.removeMessageFromMatchOrder(middle);
+  EXPECT_EQ(engine.nextMessage(first), last);
+  engine.setMatchIndexToMessageIndex(last, 9);
+  EXPECT_EQ(engine.matchIndexToMessageIndex(engine.lastMessage()), 9u);
+  QVMengineConfig copy = engine.engineConfig();
+  engine.clearMatchingOrder();
+  EXPECT_EQ(engine.firstMessage(), nullptr);
+  EXPECT_EQ(copy.matchOrder().toVector(), (std::vector<uint32_t>{5, 9}));
+}
+
+TEST(QVMengineTest, MessageNamesAreIndexedThroughRenamesAndRemovals) {
+  QVMengineInternal engine;
+  addMessages(engine, {"ADT", "ORU", "ADT"});
+  EXPECT_EQ(engine.messageByName("ADT"), 0u);
+  engine.message(0)->setName("ACK");
+  EXPECT_EQ(engine.messageByName("ADT"), 2u);
+  EXPECT_EQ(engine.messageByName("ACK"), 0u);
+  engine.message(2)->setName("ORU");
+  EXPECT_EQ(engine.messageByName("ORU"), 1u);
+  EXPECT_EQ(engine.messageByName("ADT"), npos);
+  EXPECT_EQ(QVMengineFindUniqueMessageName(engine, "ORU"), "ORU1");
+  engine.message(1)->setName("ORU1");
+  EXPECT_EQ(QVMengineFindUniqueMessageName(engine, "ORU"), "ORU2");
+  EXPECT_EQ(QVMengineFindUniqueMessageName(engine, "MDM"), "MDM");
+  engine.postLoad();
+  engine.deleteMessage(0);
+  EXPECT_EQ(engine.messageByName("ORU"), 1u);
+  EXPECT_EQ(engine.messageByName("ORU1"), 0u);
+  EXPECT_EQ(QVMmessageFindNextMessage(*engine.message(0)), engine.message(1));
+  EXPECT_EQ(QVMmessageFindNextMessage(*engine.message(1)), nullptr);
+}
+
+TEST(QVMengineTest, GrammarLookupsFollowTheCurrentConfiguration) {
+  QVMengineInternal engine;
+  engine.segment(engine.addSegment())->setName("MSH");
+  engine.segment(engine.addSegment())->setName("PID");
+  engine.segment(engine.addSegment())->setName("PID");
+  engine.composite(engine.addComposite())->setName("CE");
+  engine.dateTimeGrammar(engine.addDateTimeGrammar())->setName("TS");
+  EXPECT_EQ(engine.segmentByName("PID"), 1u);
+  EXPECT_EQ(engine.segmentByName("ZZZ"), npos);
+  EXPECT_EQ(engine.compositeByName("CE"), 0u);
+  EXPECT_EQ(engine.dateTimeGrammarByName("TS"), 0u);
+  engine.deleteSegment(0);
+  EXPECT_EQ(engine.segmentByName("PID"), 0u);
+  EXPECT_EQ(engine.segmentByName("MSH"), npos);
+  // A rename found stale on a hit is repaired; one announced is seen at once.
+  engine.segment(0)->setName("PV1");
+  EXPECT_EQ(engine.segmentByName("PID"), 1u);
+  engine.segment(1)->setName("OBX");
+  engine.grammarNamesChanged();
+  EXPECT_EQ(engine.segmentByName("OBX"), 1u);
+  engine.addConfiguration("other");
+  engine.setCurrentConfig(1);
+  EXPECT_EQ(engine.countOfSegment(), 0u);
+  EXPECT_EQ(engine.segmentByName("OBX"), npos);
+  EXPECT_EQ(failureText([&] { engine.segment(0); }),
+            "Failed precondition: SegmentIndex < countOfSegment()|2147483904");
+}
+
+TEST(QVMengineTest, ConfigCopyPointsAtItsOwnGrammars) {
+  QVMengineInternal engine;
+  QVMcompositeGrammar* ce = engine.composite(engine.addComposite());
+  ce->setName("CE");
+  QVMsegmentGrammar* pid = engine.segment(engine.addSegment());
+  pid->setName("PID");
+  QVMsegmentGrammarAddFieldWithoutInitialization(*pid);
+  pid->setFieldType(0, ce);
+  QVMengineConfig copy(engine.engineConfig());
+  ASSERT_EQ(copy.countOfSegment(), 1u);
+  EXPECT_NE(copy.segment(0), pid);
+  EXPECT_EQ(copy.segment(0)->fieldType(0), copy.composite(0));
+  EXPECT_EQ(copy.segmentByName("PID"), 0u);
+}
+
+TEST(QVMengineTest, CustomConfigSetsSchemaNamespaces) {
+  QVMengineInternal engine;
+  engine.config().setStubFilePrefix("A D T");
+  const char* path = "qvm_engine_test_custom.cfg";
+  {
+    std::ofstream file(path, std::ios::binary);
+    file << "XmlNameSpace=urn:a:\r\nTargetNameSpace=\nElementFormDefault=qualified=yes\nOther=1\nnoequals\n";
+  }
+  EXPECT_TRUE(QVMengineReadCustomConfigFile(engine, path));
+  std::remove(path);
+  const QVMxmlSchemaProperties& properties = engine.config().xmlSchemaProperties();
+  EXPECT_EQ(properties.xmlNamespace, "urn:a:ADT");
+  EXPECT_EQ(properties.targetNamespace, "");
+  EXPECT_EQ(properties.elementFormDefault, "qualified=yes");
+  EXPECT_FALSE(QVMengineReadCustomConfigFile(engine, "no/such/custom.cfg"));
+  EXPECT_EQ(engine.config().xmlSchemaProperties().xmlNamespace, "urn:a:ADT");
+}
+
+TEST(QVMengineTest, CharacterSetFunctions) {
+  EXPECT_EQ(QVMcharacterSetFunctions::countOfTranslationLocale(), 0u);
+  EXPECT_EQ(QVMcharacterSetFunctions::currentTranslationLocale(), "");
+  EXPECT_EQ(failureText([] { QVMcharacterSetFunctions::characterSetCount(); }),
+            "Invalid Function called: QVMcharacterSetFunctions::characterSetCount|2147483904");
+  EXPECT_EQ(failureText([] { QVMcharacterSetFunctions::characterSet(0); }),
+            "Invalid Function called: QVMcharacterSetFunctions::characterSet|2147483904");
+}
+
+TEST(QVMengineTest, LogSinkReplacementKeepsStream) {
+  QVMengineInternal engine;
+  COLostream* before = &engine.logStream();
+  COLstring captured;
+  engine.setLogSink(&captured, false);
+  engine.logStream() << "hello";
+  EXPECT_EQ(&engine.logStream(), before);
+  EXPECT_EQ(captured, "hello");
+  engine.setLogSink(nullptr, false);
+  engine.logStream() << "dropped";
+  EXPECT_EQ(captured, "hello");
+}
+
+TEST(QVMengineTest, ResetLanguageEngineRecompilesScripts) {
+  QVMengineInternal engine;
+  QVMtableDefinitionInternal* table = engine.table(engine.addTable());
+  table->addColumn("a", QVMstringType);
+  table->setIncomingFunctionCode(0, 0, "value = 2");
+  engine.config().mainFunction().setCode("x = 1");
+  QVMmessageDefinitionInternal* message = engine.message(engine.addMessage());
+  message->setOutgoingFunctionCode(0, "y = 1");
+  ASSERT_TRUE(engine.config().mainFunction().isSet());
+  engine.resetLanguageEngine();
+  EXPECT_TRUE(engine.config().mainFunction().isSet());
+  EXPECT_TRUE(table->incomingFunction(0).isSet());
+  EXPECT_TRUE(message->outgoingFunction().isSet());
+  EXPECT_EQ(message->outgoingFunctionCode(0), "y = 1\r\n");
+}
+
+TEST(QVMengineTest, OutgoingScriptsNeedTheScriptEnvironment) {
+  QVMengineInternal engine;
+  // The environment is never touched on these roads.
+  alignas(16) static unsigned char storage[64];
+  LAGenvironment& environment = *reinterpret_cast<LAGenvironment*>(storage);
+  QVMconfigPreProcessOutgoingMessage(engine.config(), environment);  // nothing set: nothing to run
+  engine.config().outgoingMainFunction().setCode("pass");
+  EXPECT_EQ(failureText([&] { QVMconfigPreProcessOutgoingMessage(engine.config(), environment); }).substr(0, 25),
+            "Outgoing main script not ");
+}

@@ -1,0 +1,327 @@
+// Table definitions, map sets and table grammars.
+#include <gtest/gtest.h>
+
+#include <functional>
+
+#include "COLerror.h"
+#include "QVMengineInternal.h"
+
+namespace {
+std::string failureText(const std::function<void()>& action) {
+  try {
+    action();
+  } catch (const COLerror& error) {
+    return error.description().str() + "|" + std::to_string(error.code());
+  }
+  return "no error";
+}
+
+QVMmessageNodeAddress address(std::initializer_list<uint32_t> nodes) {
+  QVMmessageNodeAddress result;
+  uint32_t step = 0;
+  for (uint32_t node : nodes) result.setNodeAndRepeatIndex(step++, node, 0);
+  return result;
+}
+}  // namespace
+
+TEST(QVMtableTest, AddColumnReachesEveryMapSetOfEveryConfig) {
+  QVMengineInternal engine;
+  engine.addConfiguration("two");
+  QVMtableDefinitionInternal* table = engine.table(engine.addTable());
+  table->addColumn("a", QVMstringType);
+  table->addColumn("b", QVMintegerType);
+  for (uint32_t c = 0; c < 2; ++c) {
+    engine.setCurrentConfig(c);
+    table->addMapSet();
+    table->mapSet(0)->map(0).setNodeAddress(address({1}));
+    table->mapSet(1)->map(1).setNodeAddress(address({2}));
+  }
+  EXPECT_EQ(table->addColumn("first", QVMdoubleType, 0), 0u);
+  for (uint32_t c = 0; c < 2; ++c) {
+    QVMtableConfig& record = table->tableConfig(c);
+    ASSERT_EQ(record.countOfMapSet(), 2u);
+    for (size_t s = 0; s < 2; ++s) {
+      EXPECT_EQ(record.mapSet(s)->countOfMap(), 3u);
+      EXPECT_EQ(record.mapSet(s)->map(0).nodeAddress().depth(), 0u);
+    }
+    EXPECT_EQ(record.mapSet(0)->map(1).nodeAddress(), address({1}));
+    EXPECT_EQ(record.mapSet(1)->map(2).nodeAddress(), address({2}));
+  }
+  EXPECT_EQ(table->columnName(0), "first");
+  EXPECT_EQ(table->columnType(2), QVMintegerType);
+  EXPECT_EQ(table->columnTypeAsString(0), "Double");
+  EXPECT_EQ(table->columnIndex("b"), 2u);
+  EXPECT_EQ(table->columnIndex("zz"), 0xFFFFFFFFu);
+  // Removing a column takes its map item with it everywhere.
+  table->removeColumn(1);
+  EXPECT_EQ(table->tableConfig(1).mapSet(0)->countOfMap(), 2u);
+  EXPECT_EQ(table->tableConfig(1).mapSet(1)->map(1).nodeAddress(), address({2}));
+}
+
+TEST(QVMtableTest, ColumnIdsAreNeverReused) {
+  QVMengineInternal engine;
+  QVMtableDefinitionInternal* table = engine.table(engine.addTable());
+  table->addColumn("a", QVMstringType);
+  table->addColumn("b", QVMstringType);
+  table->removeColumn(1);
+  table->addColumn("c", QVMstringType);
+  EXPECT_EQ(table->columnId(0), 0u);
+  EXPECT_EQ(table->columnId(1), 2u);
+  table->moveColumn(1, 0);
+  EXPECT_EQ(table->columnName(0), "c");
+  EXPECT_EQ(table->columnId(0), 2u);
+  EXPECT_EQ(table->columnIndexFromColumndId(0), 1u);
+  EXPECT_EQ(table->columnIndexFromColumndId(1), 0xFFFFFFFFu);
+}
+
+TEST(QVMtableTest, MoveColumnMovesMappingsAndScripts) {
+  QVMengineInternal engine;
+  QVMtableDefinitionInternal* table = engine.table(engine.addTable());
+  for (const char* name : {"a", "b", "c"}) table->addColumn(name, QVMstringType);
+  table->mapSet(0)->map(0).setNodeAddress(address({7}));
+  table->setIncomingFunctionCode(0, 0, "value = 1");
+  table->moveColumn(0, 2);
+  EXPECT_EQ(table->columnName(2), "a");
+  EXPECT_EQ(table->mapSet(0)->map(2).nodeAddress(), address({7}));
+  EXPECT_EQ(table->mapSet(0)->map(0).nodeAddress().depth(), 0u);
+  EXPECT_EQ(table->incomingFunctionCode(0, 2), "value = 1\r\n");
+  EXPECT_EQ(table->incomingFunction(2).engine(), &engine.LanguageEngine());
+  QVMtableMapSet* set = table->mapSet(0);
+  EXPECT_EQ(failureText([&] { set->moveColumn(1, 1); }), "Failed precondition: FromIndex != ToIndex|2147483904");
+  EXPECT_EQ(failureText([&] { set->moveColumn(0, 3); }),
+            "Failed precondition: ToIndex < pMember->MapItem.size()|2147483904");
+  EXPECT_EQ(failureText([&] { set->map(3); }), "Failed precondition: MapIndex < pMember->MapItem.size()|2147483904");
+  EXPECT_EQ(failureText([&] { set->removeColumn(3); }),
+            "Failed precondition: ColumnIndex < pMember->MapItem.size()|2147483904");
+}
+
+TEST(QVMtableTest, MapSetsOfCurrentConfiguration) {
+  QVMengineInternal engine;
+  QVMtableDefinitionInternal* table = engine.table(engine.addTable());
+  table->addColumn("a", QVMstringType);
+  EXPECT_EQ(table->countOfMapSet(), 1u);
+  EXPECT_EQ(table->mapSet(0)->name(), "Mapset");
+  table->mapSet(0)->setName("main");
+  table->mapSet(0)->map(0).setNodeAddress(address({3, 1}));
+  size_t copied = table->copyMapSet(0);
+  EXPECT_EQ(table->mapSet(copied)->name(), "main");
+  EXPECT_EQ(table->mapSet(copied)->map(0).nodeAddress(), address({3, 1}));
+  EXPECT_EQ(table->mapSet(copied)->tableDefinition(), table);
+  table->mapSet(copied)->map(0).clear();
+  EXPECT_EQ(table->mapSet(0)->map(0).nodeAddress(), address({3, 1}));
+  EXPECT_EQ(failureText([&] { table->mapSet(2); }), "Failed precondition: countOfMapSet() > SetIndex|2147483904");
+  table->removeMapSet(0);
+  EXPECT_EQ(table->countOfMapSet(), 1u);
+  table->addMapSet();
+  table->mapSetClear();
+  ASSERT_EQ(table->countOfMapSet(), 1u);
+  EXPECT_EQ(table->mapSet(0)->name(), "Mapset");
+  EXPECT_EQ(table->mapSet(0)->countOfMap(), 1u);
+}
+
+TEST(QVMtableTest, UniqueColumnNamesAndTableIndex) {
+  QVMengineInternal engine;
+  QVMtableDefinitionInternal* table = engine.table(engine.addTable());
+  table->setTableName("Patient");
+  table->addColumn("Name", QVMstringType);
+  table->addColumn("Name1", QVMstringType);
+  EXPECT_EQ(QVMtableMakeUniqueColumnName(*table, 5, "Name"), "Name2");
+  EXPECT_EQ(QVMtableMakeUniqueColumnName(*table, 0, "Name"), "Name");
+  EXPECT_EQ(QVMtableMakeUniqueColumnName(*table, 5, ""), "Column");
+  EXPECT_EQ(QVMtableMakeUniqueColumnName(*table, 5, "a b!"), "a_b");
+  EXPECT_EQ(engine.tableByName("Patient"), 0u);
+  engine.table(engine.addTable())->setTableName("Visit");
+  engine.table(engine.addTable())->setTableName("Patient");
+  table->setTableName("Person");
+  EXPECT_EQ(engine.tableByName("Patient"), 2u);
+  EXPECT_EQ(engine.tableByName("Person"), 0u);
+  engine.deleteTable(0);
+  EXPECT_EQ(engine.tableByName("Patient"), 1u);
+  EXPECT_EQ(engine.tableByName("Person"), 0xFFFFFFFFu);
+}
+
+TEST(QVMtableTest, TableGrammarLeavesAndGroups) {
+  QVMengineInternal engine;
+  QVMtableDefinitionInternal* table = engine.table(engine.addTable());
+  table->setTableName("T");
+  table->addColumn("a", QVMstringType);
+  QVMmessageDefinitionInternal* message = engine.message(engine.addMessage());
+  QVMtableGrammarInternal& root = message->tableGrammar();
+  QVMtableGrammarInternal* group = root.addSubGrammarAt(0);
+  group->setName("G");
+  QVMtableGrammarInternal* leaf = group->addSubGrammarAt(0);
+  EXPECT_EQ(leaf->parent(), group);
+  EXPECT_EQ(leaf->message(), message);
+  EXPECT_EQ(leaf->countOfConfig(), 1u);
+  leaf->setIsNode(true);
+  EXPECT_EQ(failureText([&] { leaf->name(); }), "Failed precondition: pMember->pTable != NULL|2147483904");
+  leaf->setTable(table);
+  EXPECT_EQ(leaf->name(), "T");
+  EXPECT_EQ(leaf->tableMapSetIndex(), 0u);
+  EXPECT_EQ(failureText([&] { root.setTable(table); }), "This is not a node table grammar.|2147485696");
+  EXPECT_EQ(failureText([&] { group->table(); }), "Failed precondition: pMember->IsNode|2147483904");
+  EXPECT_EQ(failureText([&] { leaf->setTableMapSetIndex(1); }),
+            "Failed precondition: table()->countOfMapSet() > MapSetIndex|2147483904");
+  EXPECT_EQ(failureText([&] { group->setParent(group); }), "Failed precondition: this != pParent|2147483904");
+  EXPECT_EQ(failureText([&] { root.addSubGrammarAt(2); }),
+            "Failed precondition: GrammarIndex <= countOfSubGrammar()|2147483904");
+  QVMtableGrammarInternal loose;
+  EXPECT_EQ(failureText([&] { loose.message(); }),
+            "Failed precondition: pMember->pMessageDefinition != NULL|2147483904");
+  // A new configuration gives every node a record.
+  engine.addConfiguration("b");
+  EXPECT_EQ(leaf->countOfConfig(), 2u);
+  EXPECT_EQ(leaf->config(1).messageGrammar(), nullptr);
+  EXPECT_EQ(root.config(1).messageGrammar(), message->config(1).rootMessageGrammar());
+}
+
+TEST(QVMtableTest, SetGrammarTakesOverANode) {
+  QVMengineInternal engine;
+  QVMmessageDefinitionInternal* message = engine.message(engine.addMessage());
+  QVMtableGrammarInternal& root = message->tableGrammar();
+  QVMtableGrammarInternal* a = root.addSubGrammarAt(0);
+  QVMtableGrammarInternal* b = root.addSubGrammarAt(1);
+  QVMtableGrammarInternal* inner = b->addSubGrammarAt(0);
+  inner->setName("inner");
+  a->setName("a");
+  root.setGrammar(0, inner);
+  EXPECT_EQ(root.subGrammar(0), inner);
+  EXPECT_EQ(inner->parent(), &root);
+  EXPECT_EQ(b->countOfSubGrammar(), 1u);
+  EXPECT_EQ(b->subGrammar(0), nullptr);
+  b->removeSubGrammar(0);
+  EXPECT_EQ(failureText([&] { inner->setGrammar(0, &root); }),
+            "Failed precondition: GrammarIndex < countOfSubGrammar()|2147483904");
+}
+
+TEST(QVMtableTest, ClearGrammarResetsCurrentRecord) {
+  QVMengineInternal engine;
+  QVMmessageDefinitionInternal* message = engine.message(engine.addMessage());
+  QVMtableGrammarInternal grammar;
+  grammar.initConfig(message);
+  grammar.setName("x");
+  grammar.addSubGrammarAt(0);
+  grammar.setMessageGrammar(message->messageGrammar());
+  grammar.clearGrammar();
+  EXPECT_EQ(grammar.ownName(), "");
+  EXPECT_EQ(grammar.countOfSubGrammar(), 0u);
+  EXPECT_EQ(grammar.messageGrammar(), nullptr);
+  EXPECT_EQ(grammar.tableMapSetIndex(), 0xFFFFFFFFu);
+  EXPECT_EQ(grammar.messageGrammarFieldIndex(), 0xFFFFFFFFu);
+}
+
+// A message PATIENT group under the root with PID inside; a leaf mapped from the root.
+struct RubberBandModel {
+  QVMengineInternal engine;
+  QVMtableDefinitionInternal* table;
+  QVMmessageDefinitionInternal* message;
+  QVMmessageGrammar* patient;
+  QVMtableGrammarInternal* leaf;
+
+  RubberBandModel() {
+    QVMsegmentGrammar* pid = engine.segment(engine.addSegment());
+    pid->setName("PID");
+    table = engine.table(engine.addTable());
+    table->setTableName("T");
+    for (const char* name : {"a", "b", "c"}) table->addColumn(name, QVMstringType);
+    message = engine.message(engine.addMessage());
+    QVMmessageGrammar* root = message->messageGrammar();
+    root->insertSegment(pid);
+    patient = root->insertGroup("PATIENT");
+    patient->insertSegment(pid);
+    leaf = message->tableGrammar().addSubGrammarAt(0);
+    leaf->setIsNode(true);
+    leaf->setTable(table);
+    leaf->setMessageGrammar(root);
+    table->mapSet(0)->map(0).setNodeAddress(address({1, 0, 3}));
+    table->mapSet(0)->map(1).setNodeAddress(address({0, 2}));
+  }
+};
+
+TEST(QVMtableTest, RubberBandDownToChildKeepsColumnsUnderIt) {
+  RubberBandModel model;
+  QVMtableGrammarMakeRubberBandedMessageGrammar(*model.leaf, model.patient, 0xFFFFFFFF, true);
+  EXPECT_EQ(model.leaf->messageGrammar(), model.patient);
+  ASSERT_EQ(model.table->countOfMapSet(), 2u);
+  EXPECT_EQ(model.leaf->tableMapSetIndex(), 1u);
+  QVMtableMapSet* set = model.table->mapSet(1);
+  EXPECT_EQ(set->name(), "Message.PATIENT");
+  EXPECT_EQ(set->map(0).nodeAddress(), address({0, 3}));
+  EXPECT_EQ(set->map(1).nodeAddress().depth(), 0u);
+  EXPECT_EQ(set->map(2).nodeAddress().depth(), 0u);
+  EXPECT_EQ(model.table->mapSet(0)->map(0).nodeAddress(), address({1, 0, 3}));
+}
+
+TEST(QVMtableTest, RubberBandUpShiftsEveryAddress) {
+  RubberBandModel model;
+  model.leaf->setMessageGrammar(model.patient);
+  QVMtableGrammarMakeRubberBandedMessageGrammar(*model.leaf, model.message->messageGrammar(), 0xFFFFFFFF, true);
+  QVMtableMapSet* set = model.table->mapSet(model.leaf->tableMapSetIndex());
+  EXPECT_EQ(set->name(), "Message");
+  QVMmessageNodeAddress expected = address({1, 1, 0, 3});
+  expected.setNodeAndRepeatIndex(0, 1, 0);
+  EXPECT_EQ(set->map(0).nodeAddress(), expected);
+  EXPECT_EQ(set->map(1).nodeAddress(), address({1, 0, 2}));
+  EXPECT_EQ(set->map(2).nodeAddress().depth(), 0u);
+}
+
+TEST(QVMtableTest, RubberBandFieldsAndUnchangedRoots) {
+  RubberBandModel model;
+  QVMmessageGrammar* root = model.message->messageGrammar();
+  QVMtableGrammarMakeRubberBandedMessageGrammar(*model.leaf, root, 0xFFFFFFFF, true);
+  EXPECT_EQ(model.table->countOfMapSet(), 1u);
+  // Into field 1 of the same root: columns under node 1 keep their tails.
+  QVMtableGrammarMakeRubberBandedMessageGrammar(*model.leaf, root, 1, true);
+  EXPECT_EQ(model.leaf->messageGrammarFieldIndex(), 1u);
+  QVMtableMapSet* field = model.table->mapSet(model.leaf->tableMapSetIndex());
+  EXPECT_EQ(field->name(), "Field Map");
+  EXPECT_EQ(field->map(0).nodeAddress(), address({0, 3}));
+  // Out of the field again: addresses get the field back in front.
+  QVMtableGrammarMakeRubberBandedMessageGrammar(*model.leaf, root, 0xFFFFFFFF, true);
+  EXPECT_EQ(model.table->mapSet(model.leaf->tableMapSetIndex())->map(0).nodeAddress(), address({1, 0, 3}));
+  // Without keeping mappings only the root moves.
+  size_t sets = model.table->countOfMapSet();
+  QVMtableGrammarMakeRubberBandedMessageGrammar(*model.leaf, model.patient, 0xFFFFFFFF, false);
+  EXPECT_EQ(model.table->countOfMapSet(), sets);
+  EXPECT_EQ(model.leaf->messageGrammar(), model.patient);
+  EXPECT_EQ(failureText([&] { QVMtableGrammarMakeRubberBandedMessageGrammar(*model.leaf, nullptr, 0, true); }),
+            "Failed precondition: pGrammar != NULL|2147483904");
+}
+
+TEST(QVMtableTest, WalkOverAllTableGrammars) {
+  QVMengineInternal engine;
+  QVMtableDefinitionInternal* table = engine.table(engine.addTable());
+  table->addMapSet();
+  EXPECT_EQ(QVMtableGrammarFirst(engine), nullptr);
+  QVMmessageDefinitionInternal* first = engine.message(engine.addMessage());
+  QVMmessageDefinitionInternal* second = engine.message(engine.addMessage());
+  QVMtableGrammarInternal* group = first->tableGrammar().addSubGrammarAt(0);
+  QVMtableGrammarInternal* leaf1 = group->addSubGrammarAt(0);
+  leaf1->setIsNode(true);
+  leaf1->setTable(table);
+  QVMtableGrammarInternal* leaf2 = first->tableGrammar().addSubGrammarAt(1);
+  leaf2->setIsNode(true);
+  leaf2->setTable(table);
+  leaf2->setTableMapSetIndex(1);
+  QVMtableGrammarInternal* leaf3 = second->tableGrammar().addSubGrammarAt(0);
+  leaf3->setIsNode(true);
+  leaf3->setTable(table);
+
+  std::vector<QVMtableGrammarInternal*> walk;
+  for (auto* node = QVMtableGrammarFirst(engine); node; node = QVMtableGrammarGetNextTableGrammar(node))
+    walk.push_back(node);
+  EXPECT_EQ(walk, (std::vector<QVMtableGrammarInternal*>{&first->tableGrammar(), group, leaf1, leaf2,
+                                                         &second->tableGrammar(), leaf3}));
+  EXPECT_EQ(QVMtableGrammarFindGrammarsUsingMapSet(QVMtableGrammarFirst(engine), table, 0), leaf1);
+  EXPECT_EQ(QVMtableGrammarFindGrammarsUsingMapSet(leaf1, table, 0), leaf3);
+  EXPECT_EQ(QVMtableGrammarFindGrammarsUsingMapSet(leaf3, table, 0), nullptr);
+  EXPECT_EQ(QVMtableGrammarFindGrammarsUsingMapSet(leaf1, table, 1), leaf2);
+  EXPECT_EQ(QVMtableGrammarFindGrammarsUsingMapSet(leaf2, table, 1), nullptr);
+  EXPECT_EQ(failureText([&] { QVMtableGrammarFindNextSibling(&first->tableGrammar()); }),
+            "Failed precondition: pParent != NULL|2147483904");
+  COLstring printed;
+  COLostream stream(printed);
+  QVMtableGrammarInternalPrintOn(first->tableGrammar(), stream, 0);
+  EXPECT_NE(printed.find("   Table grammar: "), COLstring::npos);
+  EXPECT_NE(printed.find("(Mapset)"), COLstring::npos);
+}
