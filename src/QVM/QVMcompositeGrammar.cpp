@@ -61,22 +61,22 @@ void QVMcompositeGrammar::setDescription(const COLstring& description) { pMember
 uint32_t QVMcompositeGrammar::countOfField() const { return static_cast<uint32_t>(pMember->fields.size()); }
 
 QVMcompositeSubField* QVMcompositeGrammar::field(uint32_t fieldIndex) {
-  QVM_GRAMMAR_CHECK(fieldIndex < pMember->fields.size(), "FieldIndex < countOfField()");
+  COL_PRECONDITION_TEXT(fieldIndex < pMember->fields.size(), "FieldIndex < countOfField()");
   return pMember->fields[fieldIndex].get();
 }
 
 const QVMcompositeSubField* QVMcompositeGrammar::field(uint32_t fieldIndex) const {
-  QVM_GRAMMAR_CHECK(fieldIndex < pMember->fields.size(), "FieldIndex < countOfField()");
+  COL_PRECONDITION_TEXT(fieldIndex < pMember->fields.size(), "FieldIndex < countOfField()");
   return pMember->fields[fieldIndex].get();
 }
 
 void QVMcompositeGrammar::addFieldAt(uint32_t fieldIndex) {
-  QVM_GRAMMAR_CHECK(fieldIndex <= pMember->fields.size(), "FieldIndex <= countOfField()");
+  COL_PRECONDITION_TEXT(fieldIndex <= pMember->fields.size(), "FieldIndex <= countOfField()");
   pMember->fields.insert(pMember->fields.begin() + fieldIndex, std::make_unique<QVMcompositeSubField>());
 }
 
 void QVMcompositeGrammar::removeField(uint32_t fieldIndex) {
-  QVM_GRAMMAR_CHECK(fieldIndex < pMember->fields.size(), "FieldIndex < countOfField()");
+  COL_PRECONDITION_TEXT(fieldIndex < pMember->fields.size(), "FieldIndex < countOfField()");
   pMember->fields.erase(pMember->fields.begin() + fieldIndex);
 }
 
@@ -93,7 +93,7 @@ QVMdataType QVMcompositeGrammar::fieldDataType(uint32_t fieldIndex) const { retu
 
 void QVMcompositeGrammar::setFieldDataType(uint32_t fieldIndex, QVMdataType type) {
   QVMcompositeSubField* subField = field(fieldIndex);
-  QVM_GRAMMAR_CHECK(type == QVMstringType || type == QVMintegerType || type == QVMdoubleType,
+  COL_PRECONDITION_TEXT(type == QVMstringType || type == QVMintegerType || type == QVMdoubleType,
                     "Type == QVMstringType || Type == QVMintegerType || Type == QVMdoubleType");
   subField->setDataType(type);
 }
@@ -117,13 +117,13 @@ void QVMcompositeGrammar::setFieldIsRequired(uint32_t fieldIndex, bool value) {
 
 QVMcompositeGrammar* QVMcompositeGrammar::fieldCompositeType(uint32_t fieldIndex) const {
   const QVMcompositeSubField* subField = field(fieldIndex);
-  QVM_GRAMMAR_CHECK(subField->dataType() == QVMcompositeType, "field(FieldIndex)->dataType() == QVMcompositeType");
+  COL_PRECONDITION_TEXT(subField->dataType() == QVMcompositeType, "field(FieldIndex)->dataType() == QVMcompositeType");
   return subField->compositeType();
 }
 
 void QVMcompositeGrammar::setFieldCompositeType(uint32_t fieldIndex, QVMcompositeGrammar* composite) {
   QVMcompositeSubField* subField = field(fieldIndex);
-  QVM_GRAMMAR_CHECK(composite != nullptr, "pNewValue != NULL");
+  COL_PRECONDITION_TEXT(composite != nullptr, "pNewValue != NULL");
   subField->setCompositeType(composite);
   subField->setDataType(QVMcompositeType);
 }

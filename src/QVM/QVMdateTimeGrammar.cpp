@@ -38,22 +38,22 @@ void QVMdateTimeGrammar::setFieldsRequired(bool value) { pMember->fieldsRequired
 uint32_t QVMdateTimeGrammar::countOfMaskItem() const { return static_cast<uint32_t>(pMember->mask.size()); }
 
 QVMdateTimeGrammar::QVMdateTimeInternalMaskItem QVMdateTimeGrammar::maskItem(uint32_t itemIndex) const {
-  QVM_GRAMMAR_CHECK(itemIndex < pMember->mask.size(), "ItemIndex < pMember->MaskVector.size()");
+  COL_PRECONDITION_TEXT(itemIndex < pMember->mask.size(), "ItemIndex < pMember->MaskVector.size()");
   return pMember->mask[itemIndex];
 }
 
 void QVMdateTimeGrammar::setMaskItem(uint32_t itemIndex, QVMdateTimeInternalMaskItem item) {
-  QVM_GRAMMAR_CHECK(itemIndex < pMember->mask.size(), "ItemIndex < pMember->MaskVector.size()");
+  COL_PRECONDITION_TEXT(itemIndex < pMember->mask.size(), "ItemIndex < pMember->MaskVector.size()");
   pMember->mask[itemIndex] = item;
 }
 
 void QVMdateTimeGrammar::addMaskItemAt(uint32_t itemIndex) {
-  QVM_GRAMMAR_CHECK(itemIndex <= pMember->mask.size(), "ItemIndex <= pMember->MaskVector.size()");
+  COL_PRECONDITION_TEXT(itemIndex <= pMember->mask.size(), "ItemIndex <= pMember->MaskVector.size()");
   pMember->mask.insert(pMember->mask.begin() + itemIndex, MaskYear);
 }
 
 void QVMdateTimeGrammar::removeMaskItem(uint32_t itemIndex) {
-  QVM_GRAMMAR_CHECK(itemIndex < pMember->mask.size(), "ItemIndex < pMember->MaskVector.size()");
+  COL_PRECONDITION_TEXT(itemIndex < pMember->mask.size(), "ItemIndex < pMember->MaskVector.size()");
   pMember->mask.erase(pMember->mask.begin() + itemIndex);
 }
 

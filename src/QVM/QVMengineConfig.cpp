@@ -4,7 +4,6 @@
 #include <unordered_map>
 
 #include "COLerror.h"
-#include "QVMcheck.h"
 #include "QVMengineInternal.h"
 
 // --- QVMmatchOrder

@@ -3,7 +3,6 @@
 
 #include "COLerror.h"
 #include "COLsinkStandard.h"
-#include "QVMcheck.h"
 
 QVMengineInternal::QVMengineInternal()
     : m_SearchPath(LANfindPythonLibDir("QVM_LIB3.dll")),

@@ -69,6 +69,8 @@ public:
 
   void init(QVMengineInternal* engine);
   QVMengineInternal* rootEngine() const;
+  // The root engine's interpreter; null without an engine.
+  LANengine* languageEngine() const;
   // Binds every rule of every field to this grammar and to its field's index.
   void initValidationRules();
 
