@@ -6,10 +6,10 @@
 
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <unordered_map>
 #include <vector>
 
+#include "COLcriticalSection.h"
 #include "COLostream.h"
 #include "COLreference.h"
 #include "COLstring.h"
@@ -129,7 +129,8 @@ public:
 
   COLostream& logStream() { return *m_LogStream; }
   void setLogSink(COLsink* sink, bool own);
-  std::recursive_mutex& criticalSection() { return m_CriticalSection; }
+  // Held by whoever shares the engine across threads; the model itself never locks.
+  COLcriticalSection& criticalSection() { return m_CriticalSection; }
   const COLstring& lineFeed() const { return m_LineFeed; }
   void setLineFeed(const COLstring& text) { m_LineFeed = text; }
   const COLstring& vmdDescription() const { return m_VmdDescription; }
@@ -167,7 +168,7 @@ private:
   bool m_UseDotNetProperties = true;
   std::vector<std::unique_ptr<QVMengineConfig>> m_Configs;
   COLstring m_LineFeed = "\r\n";
-  std::recursive_mutex m_CriticalSection;
+  COLcriticalSection m_CriticalSection;
   std::unique_ptr<COLostream> m_LogStream;
 
   // Name -> first index, and object -> index; rebuilt after removals.

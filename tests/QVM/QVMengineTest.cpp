@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <functional>
 #include <fstream>
+#include <thread>
 
 #include "COLerror.h"
 #include "QVMengineInternal.h"
@@ -275,6 +276,15 @@ TEST(QVMengineTest, ConfigCopyPointsAtItsOwnGrammars) {
   EXPECT_NE(copy.segment(0), pid);
   EXPECT_EQ(copy.segment(0)->fieldType(0), copy.composite(0));
   EXPECT_EQ(copy.segmentByName("PID"), 0u);
+}
+
+TEST(QVMengineTest, CriticalSectionIsRecursiveAndExclusive) {
+  QVMengineInternal engine;
+  COLcriticalSectionLocker outer(engine.criticalSection());
+  COLcriticalSectionLocker inner(engine.criticalSection());
+  bool otherThreadGotIt = true;
+  std::thread([&] { otherThreadGotIt = engine.criticalSection().tryLock(); }).join();
+  EXPECT_FALSE(otherThreadGotIt);
 }
 
 TEST(QVMengineTest, CustomConfigSetsSchemaNamespaces) {
