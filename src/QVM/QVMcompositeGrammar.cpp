@@ -37,13 +37,33 @@ COLstring QVMcompositeTypeText(QVMdataType type) {
 
 }  // namespace
 
+void QVMcompositeSubField::forgetGrammar(const void* grammar) {
+  bool typedByIt = false;
+  if (m_CompositeType == grammar) {
+    m_CompositeType = nullptr;
+    typedByIt |= m_DataType == QVMcompositeType;
+  }
+  if (m_DateTimeGrammar == grammar) {
+    m_DateTimeGrammar = nullptr;
+    typedByIt |= m_DataType == QVMdateTimeType;
+  }
+  if (m_EnumerationGrammar == grammar) {
+    m_EnumerationGrammar = nullptr;
+    typedByIt |= m_DataType == QVMenumerationType;
+  }
+  if (typedByIt) m_DataType = QVMstringType;
+}
+
 QVMcompositeGrammar::QVMcompositeGrammar() : pMember(std::make_unique<QVMcompositeGrammarPrivate>()) {}
 
 QVMcompositeGrammar::QVMcompositeGrammar(const QVMcompositeGrammar& other)
     : pMember(std::make_unique<QVMcompositeGrammarPrivate>(*other.pMember)) {}
 
 QVMcompositeGrammar& QVMcompositeGrammar::operator=(const QVMcompositeGrammar& other) {
-  if (this != &other) pMember = std::make_unique<QVMcompositeGrammarPrivate>(*other.pMember);
+  if (this == &other) return *this;
+  COLstring oldName = pMember->name;
+  pMember = std::make_unique<QVMcompositeGrammarPrivate>(*other.pMember);
+  QVMgrammarNameChanged(*this, oldName);
   return *this;
 }
 
@@ -54,7 +74,10 @@ void QVMcompositeGrammar::setRootEngine(QVMengineInternal* engine) { pMember->ro
 QVMengineInternal* QVMcompositeGrammar::rootEngine() const { return pMember->rootEngine; }
 
 const COLstring& QVMcompositeGrammar::name() const { return pMember->name; }
-void QVMcompositeGrammar::setName(const COLstring& name) { pMember->name = name; }
+void QVMcompositeGrammar::setName(const COLstring& name) {
+  COLstring oldName = std::exchange(pMember->name, name);
+  QVMgrammarNameChanged(*this, oldName);
+}
 const COLstring& QVMcompositeGrammar::description() const { return pMember->description; }
 void QVMcompositeGrammar::setDescription(const COLstring& description) { pMember->description = description; }
 

@@ -19,7 +19,10 @@ QVMdateTimeGrammar::QVMdateTimeGrammar(const QVMdateTimeGrammar& other)
     : pMember(std::make_unique<QVMdateTimeGrammarPrivate>(*other.pMember)) {}
 
 QVMdateTimeGrammar& QVMdateTimeGrammar::operator=(const QVMdateTimeGrammar& other) {
-  if (this != &other) *pMember = *other.pMember;
+  if (this == &other) return *this;
+  COLstring oldName = pMember->name;
+  *pMember = *other.pMember;
+  QVMgrammarNameChanged(*this, oldName);
   return *this;
 }
 
@@ -29,7 +32,10 @@ void QVMdateTimeGrammar::init(QVMengineInternal* engine) { pMember->rootEngine =
 QVMengineInternal* QVMdateTimeGrammar::rootEngine() const { return pMember->rootEngine; }
 
 const COLstring& QVMdateTimeGrammar::name() const { return pMember->name; }
-void QVMdateTimeGrammar::setName(const COLstring& name) { pMember->name = name; }
+void QVMdateTimeGrammar::setName(const COLstring& name) {
+  COLstring oldName = std::exchange(pMember->name, name);
+  QVMgrammarNameChanged(*this, oldName);
+}
 const COLstring& QVMdateTimeGrammar::description() const { return pMember->description; }
 void QVMdateTimeGrammar::setDescription(const COLstring& description) { pMember->description = description; }
 bool QVMdateTimeGrammar::fieldsRequired() const { return pMember->fieldsRequired; }

@@ -44,14 +44,20 @@ QVMenumerationGrammar::QVMenumerationGrammar(const QVMenumerationGrammar& other)
     : pMember(std::make_unique<QVMenumerationGrammarPrivate>(*other.pMember)) {}
 
 QVMenumerationGrammar& QVMenumerationGrammar::operator=(const QVMenumerationGrammar& other) {
-  if (this != &other) *pMember = *other.pMember;
+  if (this == &other) return *this;
+  COLstring oldName = pMember->name;
+  *pMember = *other.pMember;
+  QVMgrammarNameChanged(*this, oldName);
   return *this;
 }
 
 QVMenumerationGrammar::~QVMenumerationGrammar() = default;
 
 const COLstring& QVMenumerationGrammar::name() const { return pMember->name; }
-void QVMenumerationGrammar::setName(const COLstring& name) { pMember->name = name; }
+void QVMenumerationGrammar::setName(const COLstring& name) {
+  COLstring oldName = std::exchange(pMember->name, name);
+  QVMgrammarNameChanged(*this, oldName);
+}
 const COLstring& QVMenumerationGrammar::description() const { return pMember->description; }
 void QVMenumerationGrammar::setDescription(const COLstring& description) { pMember->description = description; }
 

@@ -1,4 +1,5 @@
-// Private helper of the grammar sources: the one move rule of all grammar lists.
+// Private helpers of the grammar sources: the one move rule of all grammar lists, and the
+// word to the configuration that lists a grammar when its name changes.
 #pragma once
 
 #include <algorithm>
@@ -7,6 +8,8 @@
 #include <vector>
 
 #include "COLerror.h"
+#include "COLstring.h"
+#include "QVMengineConfig.h"
 
 // Moves element `from` so that it ends at `to` of the list after the removal.  `to` may
 // equal the count before the removal, which then means "to the end".
@@ -19,4 +22,11 @@ void QVMgrammarMoveElement(std::vector<Element>& list, uint32_t from, uint32_t t
   list.erase(list.begin() + from);
   size_t target = std::min<size_t>(to, list.size());
   list.insert(list.begin() + target, std::move(moved));
+}
+
+// After `grammar` was renamed or assigned: its configuration's name lookups learn the new name.
+template <class Grammar>
+void QVMgrammarNameChanged(const Grammar& grammar, const COLstring& oldName) {
+  QVMengineConfig* owner = grammar.ownerConfig();
+  if (owner && grammar.name() != oldName) owner->noteGrammarRenamed(&grammar, oldName);
 }

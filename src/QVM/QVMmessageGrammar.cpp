@@ -183,3 +183,9 @@ bool QVMmessageGrammarIsEquivalent(const QVMmessageGrammar& a, const QVMmessageG
     if (!QVMmessageGrammarIsEquivalent(*a.subGrammar(i), *b.subGrammar(i))) return false;
   return true;
 }
+
+void QVMmessageGrammarForgetSegments(QVMmessageGrammar& root,
+                                     const std::unordered_set<const QVMsegmentGrammar*>& removed) {
+  if (root.isNode() && removed.contains(root.segment())) root.setSegment(nullptr);
+  for (size_t i = 0; i < root.countOfSubGrammar(); ++i) QVMmessageGrammarForgetSegments(*root.subGrammar(i), removed);
+}

@@ -114,12 +114,14 @@ QVMsegmentGrammar::QVMsegmentGrammar(const QVMsegmentGrammar& other)
 QVMsegmentGrammar& QVMsegmentGrammar::operator=(const QVMsegmentGrammar& other) {
   if (this == &other) return *this;
   QVMengineInternal* ownEngine = pMember->rootEngine;
+  COLstring oldName = pMember->name;
   pMember = std::make_unique<QVMsegmentGrammarPrivate>(*other.pMember);
   initValidationRules();
   if (ownEngine)
     init(ownEngine);
   else
     pMember->rootEngine = nullptr;
+  QVMgrammarNameChanged(*this, oldName);
   return *this;
 }
 
@@ -147,7 +149,10 @@ void QVMsegmentGrammar::initValidationRules() {
 }
 
 const COLstring& QVMsegmentGrammar::name() const { return pMember->name; }
-void QVMsegmentGrammar::setName(const COLstring& name) { pMember->name = name; }
+void QVMsegmentGrammar::setName(const COLstring& name) {
+  COLstring oldName = std::exchange(pMember->name, name);
+  QVMgrammarNameChanged(*this, oldName);
+}
 const COLstring& QVMsegmentGrammar::description() const { return pMember->description; }
 void QVMsegmentGrammar::setDescription(const COLstring& description) { pMember->description = description; }
 bool QVMsegmentGrammar::hasDelimiters() const { return pMember->hasDelimiters; }
