@@ -104,7 +104,7 @@ void QVMcompositeGrammar::removeField(uint32_t fieldIndex) {
 }
 
 void QVMcompositeGrammar::moveField(uint32_t fromIndex, uint32_t toIndex) {
-  QVMgrammarMoveElement(pMember->fields, fromIndex, toIndex);
+  QVMmoveElement(pMember->fields, fromIndex, toIndex);
 }
 
 const COLstring& QVMcompositeGrammar::fieldName(uint32_t fieldIndex) const { return field(fieldIndex)->name(); }

@@ -64,7 +64,7 @@ void QVMdateTimeGrammar::removeMaskItem(uint32_t itemIndex) {
 }
 
 void QVMdateTimeGrammar::moveField(uint32_t fromIndex, uint32_t toIndex) {
-  QVMgrammarMoveElement(pMember->mask, fromIndex, toIndex);
+  QVMmoveElement(pMember->mask, fromIndex, toIndex);
 }
 
 uint32_t QVMdateTimeGrammarAddMaskItem(QVMdateTimeGrammar& grammar,

@@ -90,7 +90,7 @@ void QVMenumerationGrammar::removeEnumItem(uint32_t itemIndex) {
 }
 
 void QVMenumerationGrammar::moveField(uint32_t fromIndex, uint32_t toIndex) {
-  QVMgrammarMoveElement(pMember->items, fromIndex, toIndex);
+  QVMmoveElement(pMember->items, fromIndex, toIndex);
 }
 
 bool QVMenumerationGrammar::isValid(const COLstring& text) const { return isValid(text.c_str()); }

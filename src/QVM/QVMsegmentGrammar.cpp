@@ -184,7 +184,7 @@ void QVMsegmentGrammar::removeField(uint32_t fieldIndex) {
 }
 
 void QVMsegmentGrammar::moveField(uint32_t fromIndex, uint32_t toIndex) {
-  QVMgrammarMoveElement(pMember->fields, fromIndex, toIndex);
+  QVMmoveElement(pMember->fields, fromIndex, toIndex);
   // Refreshed at once so that a rule always names the field that holds it.
   initValidationRules();
 }

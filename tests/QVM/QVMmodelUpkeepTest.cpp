@@ -112,20 +112,6 @@ TYPED_TEST(QVMgrammarNames, EachConfigurationIndexesItsOwnGrammars) {
   EXPECT_EQ(List::find(first, "C"), npos);
 }
 
-TEST(QVMtableNames, RenamesKeepTheFirstIndexExact) {
-  QVMengineInternal engine;
-  for (const char* name : {"T", "U", "T"}) engine.table(engine.addTable())->setTableName(name);
-  EXPECT_EQ(engine.tableByName("T"), 0u);
-  engine.table(0)->setTableName("V");
-  EXPECT_EQ(engine.tableByName("T"), 2u);
-  engine.table(2)->setTableName("V");
-  EXPECT_EQ(engine.tableByName("V"), 0u);
-  EXPECT_EQ(engine.tableByName("T"), npos);
-  engine.deleteTable(0);
-  EXPECT_EQ(engine.tableByName("V"), 1u);
-  EXPECT_EQ(engine.tableByName("U"), 0u);
-}
-
 TEST(QVMgrammarRemoval, CompositeRemovalClearsEveryReferenceInItsConfiguration) {
   QVMengineInternal engine;
   QVMcompositeGrammar* ce = engine.composite(engine.addComposite());
