@@ -57,7 +57,7 @@ void QVMcompositeSubField::forgetGrammar(const void* grammar) {
 QVMcompositeGrammar::QVMcompositeGrammar() : pMember(std::make_unique<QVMcompositeGrammarPrivate>()) {}
 
 QVMcompositeGrammar::QVMcompositeGrammar(const QVMcompositeGrammar& other)
-    : pMember(std::make_unique<QVMcompositeGrammarPrivate>(*other.pMember)) {}
+    : QVMlistedGrammar(other), pMember(std::make_unique<QVMcompositeGrammarPrivate>(*other.pMember)) {}
 
 QVMcompositeGrammar& QVMcompositeGrammar::operator=(const QVMcompositeGrammar& other) {
   if (this == &other) return *this;

@@ -9,10 +9,10 @@
 #include <vector>
 
 #include "COLstring.h"
+#include "QVMlistedGrammar.h"
 #include "QVMdataType.h"
 
 class COLostream;
-class QVMengineConfig;
 class QVMengineInternal;
 class QVMcompositeGrammar;
 class QVMdateTimeGrammar;
@@ -54,7 +54,7 @@ private:
 
 struct QVMcompositeGrammarPrivate;
 
-class QVMcompositeGrammar {
+class QVMcompositeGrammar : public QVMlistedGrammar {
 public:
   QVMcompositeGrammar();
   QVMcompositeGrammar(const QVMcompositeGrammar& other);
@@ -64,11 +64,6 @@ public:
   void init(QVMengineInternal* engine);
   void setRootEngine(QVMengineInternal* engine);
   QVMengineInternal* rootEngine() const;
-
-  // The configuration that lists this grammar, told when the name changes; null for a grammar
-  // that stands alone.  A copy stands alone until a configuration takes it.
-  QVMengineConfig* ownerConfig() const { return m_OwnerConfig; }
-  void setOwnerConfig(QVMengineConfig* config) { m_OwnerConfig = config; }
 
   const COLstring& name() const;
   void setName(const COLstring& name);
@@ -106,7 +101,6 @@ public:
 
 private:
   std::unique_ptr<QVMcompositeGrammarPrivate> pMember;
-  QVMengineConfig* m_OwnerConfig = nullptr;
 };
 
 // Appends a sub-field; returns its index.

@@ -16,7 +16,7 @@ struct QVMdateTimeGrammarPrivate {
 QVMdateTimeGrammar::QVMdateTimeGrammar() : pMember(std::make_unique<QVMdateTimeGrammarPrivate>()) {}
 
 QVMdateTimeGrammar::QVMdateTimeGrammar(const QVMdateTimeGrammar& other)
-    : pMember(std::make_unique<QVMdateTimeGrammarPrivate>(*other.pMember)) {}
+    : QVMlistedGrammar(other), pMember(std::make_unique<QVMdateTimeGrammarPrivate>(*other.pMember)) {}
 
 QVMdateTimeGrammar& QVMdateTimeGrammar::operator=(const QVMdateTimeGrammar& other) {
   if (this == &other) return *this;

@@ -7,13 +7,13 @@
 #include <memory>
 
 #include "COLstring.h"
+#include "QVMlistedGrammar.h"
 
 class COLostream;
 class QVMengineInternal;
-class QVMengineConfig;
 struct QVMdateTimeGrammarPrivate;
 
-class QVMdateTimeGrammar {
+class QVMdateTimeGrammar : public QVMlistedGrammar {
 public:
   enum QVMdateTimeInternalMaskItem : uint32_t {
     MaskYear = 0,       // "YYYY"
@@ -34,11 +34,6 @@ public:
   void init(QVMengineInternal* engine);
   QVMengineInternal* rootEngine() const;
 
-  // The configuration that lists this grammar, told when the name changes; null for a grammar
-  // that stands alone.  A copy stands alone until a configuration takes it.
-  QVMengineConfig* ownerConfig() const { return m_OwnerConfig; }
-  void setOwnerConfig(QVMengineConfig* config) { m_OwnerConfig = config; }
-
   const COLstring& name() const;
   void setName(const COLstring& name);
   const COLstring& description() const;
@@ -57,7 +52,6 @@ public:
 
 private:
   std::unique_ptr<QVMdateTimeGrammarPrivate> pMember;
-  QVMengineConfig* m_OwnerConfig = nullptr;
 };
 
 // Appends `item`; returns its index.

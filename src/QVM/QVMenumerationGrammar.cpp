@@ -41,7 +41,7 @@ struct QVMenumerationGrammarPrivate {
 QVMenumerationGrammar::QVMenumerationGrammar() : pMember(std::make_unique<QVMenumerationGrammarPrivate>()) {}
 
 QVMenumerationGrammar::QVMenumerationGrammar(const QVMenumerationGrammar& other)
-    : pMember(std::make_unique<QVMenumerationGrammarPrivate>(*other.pMember)) {}
+    : QVMlistedGrammar(other), pMember(std::make_unique<QVMenumerationGrammarPrivate>(*other.pMember)) {}
 
 QVMenumerationGrammar& QVMenumerationGrammar::operator=(const QVMenumerationGrammar& other) {
   if (this == &other) return *this;

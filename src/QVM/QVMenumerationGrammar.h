@@ -5,21 +5,16 @@
 #include <memory>
 
 #include "COLstring.h"
+#include "QVMlistedGrammar.h"
 
-class QVMengineConfig;
 struct QVMenumerationGrammarPrivate;
 
-class QVMenumerationGrammar {
+class QVMenumerationGrammar : public QVMlistedGrammar {
 public:
   QVMenumerationGrammar();
   QVMenumerationGrammar(const QVMenumerationGrammar& other);
   QVMenumerationGrammar& operator=(const QVMenumerationGrammar& other);
   virtual ~QVMenumerationGrammar();
-
-  // The configuration that lists this grammar, told when the name changes; null for a grammar
-  // that stands alone.  A copy stands alone until a configuration takes it.
-  QVMengineConfig* ownerConfig() const { return m_OwnerConfig; }
-  void setOwnerConfig(QVMengineConfig* config) { m_OwnerConfig = config; }
 
   const COLstring& name() const;
   void setName(const COLstring& name);
@@ -43,5 +38,4 @@ public:
 
 private:
   std::unique_ptr<QVMenumerationGrammarPrivate> pMember;
-  QVMengineConfig* m_OwnerConfig = nullptr;
 };

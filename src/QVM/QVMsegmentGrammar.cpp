@@ -107,7 +107,7 @@ struct QVMsegmentGrammarPrivate {
 QVMsegmentGrammar::QVMsegmentGrammar() : pMember(std::make_unique<QVMsegmentGrammarPrivate>()) {}
 
 QVMsegmentGrammar::QVMsegmentGrammar(const QVMsegmentGrammar& other)
-    : pMember(std::make_unique<QVMsegmentGrammarPrivate>(*other.pMember)) {
+    : QVMlistedGrammar(other), pMember(std::make_unique<QVMsegmentGrammarPrivate>(*other.pMember)) {
   initValidationRules();
 }
 

@@ -8,6 +8,7 @@
 #include <memory>
 
 #include "COLstring.h"
+#include "QVMlistedGrammar.h"
 #include "QVMidentifier.h"
 
 class COLostream;
@@ -18,7 +19,6 @@ class QVMcompositeGrammar;
 class QVMsegmentGrammar;
 class QVMsegmentValidationRule;
 struct QVMsegmentSubFieldPrivate;
-class QVMengineConfig;
 struct QVMsegmentGrammarPrivate;
 
 // One field of a segment.  Copying clones the validation rules by their kind; the copies
@@ -59,7 +59,7 @@ private:
   std::unique_ptr<QVMsegmentSubFieldPrivate> pMember;
 };
 
-class QVMsegmentGrammar {
+class QVMsegmentGrammar : public QVMlistedGrammar {
 public:
   QVMsegmentGrammar();
   // Copies fields (cloning rules by kind) and repoints the copied rules at the copy.
@@ -74,11 +74,6 @@ public:
   LANengine* languageEngine() const;
   // Binds every rule of every field to this grammar and to its field's index.
   void initValidationRules();
-
-  // The configuration that lists this grammar, told when the name changes; null for a grammar
-  // that stands alone.  A copy stands alone until a configuration takes it.
-  QVMengineConfig* ownerConfig() const { return m_OwnerConfig; }
-  void setOwnerConfig(QVMengineConfig* config) { m_OwnerConfig = config; }
 
   const COLstring& name() const;
   void setName(const COLstring& name);
@@ -132,7 +127,6 @@ private:
   QVMsegmentSubField& checkedField(uint32_t fieldIndex) const;
 
   std::unique_ptr<QVMsegmentGrammarPrivate> pMember;
-  QVMengineConfig* m_OwnerConfig = nullptr;
 };
 
 // Appends an empty identifier; returns it.
