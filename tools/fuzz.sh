@@ -1,10 +1,13 @@
 #!/usr/bin/env bash
 # Builds every tests/fuzz/*.cpp as a libFuzzer target (clang, ASan + UBSan) and runs each for
-# a bounded time, seeded from the shared corpus.  Exits non-zero when a target finds a crash.
-# Usage: tools/fuzz.sh [seconds per target, default 60]
+# a bounded time, seeded from tests/fuzz/seeds/<target>/ (and the shared corpus for the
+# tokeniser).  Exits non-zero when a target finds a crash.
+# Usage: tools/fuzz.sh [seconds per target, default 60] [target names, default all]
 set -euo pipefail
 repo=$(cd "$(dirname "$0")/.." && pwd)
 seconds=${1:-60}
+shift $(( $# > 0 ? 1 : 0 ))
+only=" $* "
 build="$repo/build-fuzz"
 corpus_root="$repo/../shared/corpus"
 
@@ -18,20 +21,28 @@ status=0
 for source in "$repo"/tests/fuzz/*.cpp; do
   name=$(basename "$source" .cpp)
   target="$build/$name"
+  [ "$only" = "  " ] || [[ "$only" == *" $name "* ]] || continue
 
-  # Seeds: every corpus message, with the option byte in front that suits its kind.
+  # Seeds: the target's own small files under tests/fuzz/seeds/<target>/, and for the
+  # tokeniser every corpus message with the option byte in front that suits its kind.
   work="$build/$name-corpus"
   seeds="$build/$name-seeds"
+  rm -rf "$seeds"
   mkdir -p "$work" "$seeds"
-  if [ -d "$corpus_root" ]; then
-    for f in "$corpus_root"/hl7/*; do
-      [ -f "$f" ] && { printf '\x00'; cat "$f"; } > "$seeds/hl7-$(basename "$f")"
-    done
-    for f in "$corpus_root"/x12/*; do
-      [ -f "$f" ] && { printf '\x01'; cat "$f"; } > "$seeds/x12-$(basename "$f")"
-    done
-  else
-    echo "fuzz: no corpus at $corpus_root, starting from nothing" >&2
+  if [ -d "$repo/tests/fuzz/seeds/$name" ]; then
+    cp "$repo/tests/fuzz/seeds/$name"/* "$seeds"/ 2>/dev/null || true
+  fi
+  if [ "$name" = fuzz_tokeniser ]; then
+    if [ -d "$corpus_root" ]; then
+      for f in "$corpus_root"/hl7/*; do
+        [ -f "$f" ] && { printf '\x00'; cat "$f"; } > "$seeds/hl7-$(basename "$f")"
+      done
+      for f in "$corpus_root"/x12/*; do
+        [ -f "$f" ] && { printf '\x01'; cat "$f"; } > "$seeds/x12-$(basename "$f")"
+      done
+    else
+      echo "fuzz: no corpus at $corpus_root, the tokeniser starts from its own seeds" >&2
+    fi
   fi
 
   echo "== $name for ${seconds}s"
