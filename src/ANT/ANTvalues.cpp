@@ -4,6 +4,7 @@
 #include <limits>
 
 #include "COLerror.h"
+#include "COLostream.h"
 
 namespace {
 // The digits of a property, without the blanks around them; empty when there are none.

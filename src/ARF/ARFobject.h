@@ -6,6 +6,7 @@
 
 #include <exception>
 
+#include "COLerror.h"
 #include "COLstring.h"
 
 // Where an item stands in its document, for error texts; 0 when unknown.
@@ -73,8 +74,9 @@ public:
   bool objProp(ARFprop& prop) { return m_Success = objPropImpl(prop); }
   bool success() const { return m_Success; }
 
-  // A COLerror that names the document and the position, with `what` as the reason.
-  [[noreturn]] virtual void raise(const ARFposition& where, const COLstring& what) const = 0;
+  // Throws a COLerror that names the document and the position, with `what` as the reason.
+  [[noreturn]] void raise(const ARFposition& where, const COLstring& what) const { throw errorAt(where, what); }
+  virtual COLerror errorAt(const ARFposition& where, const COLstring& what) const = 0;
 
 protected:
   virtual bool objStartImpl(ARFobj& obj) = 0;

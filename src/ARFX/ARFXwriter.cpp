@@ -3,6 +3,7 @@
 #include <cstdio>
 
 #include "COLerror.h"
+#include "XMLiosFilter.h"
 
 namespace {
 // "config `default' / segment `PID' / field `PID-3'": the path of an item for error texts.
@@ -37,29 +38,14 @@ void ARFXcheckStorable(const COLstring& text, const COLstring& where) {
 }
 
 void ARFXwriteData(COLostream& stream, const COLstring& text) {
-  const char* data = text.data();
-  size_t start = 0;
-  for (size_t i = 0; i < text.size(); ++i) {
-    unsigned char byte = static_cast<unsigned char>(data[i]);
-    const char* entity = nullptr;
-    switch (byte) {
-      case '<': entity = "&lt;"; break;
-      case '>': entity = "&gt;"; break;
-      case '&': entity = "&amp;"; break;
-      case '"': entity = "&quot;"; break;
-      case '\'': entity = "&apos;"; break;
-      default:
-        if (byte >= 32 && byte < 127) continue;
-    }
-    stream.write(data + start, i - start);
-    if (entity) stream << entity;
-    else writeCharacterReference(stream, byte);
-    start = i + 1;
-  }
-  stream.write(data + start, text.size() - start);
+  XMLiosDataFilter filter(stream.sink());
+  filter.write(text.data(), text.size());
 }
 
-void ARFXwriteAttribute(COLostream& stream, const COLstring& text) { ARFXwriteData(stream, text); }
+void ARFXwriteAttribute(COLostream& stream, const COLstring& text) {
+  XMLiosAttributeDataFilter filter(stream.sink());
+  filter.write(text.data(), text.size());
+}
 
 void ARFXwriteCdata(COLostream& stream, const COLstring& text) {
   const char* data = text.data();
