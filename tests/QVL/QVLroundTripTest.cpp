@@ -57,8 +57,10 @@ TEST(QVLroundTripTest, TextsThatXmlWouldChangeSurvive) {
   QVLtestBuildFullModel(original);
   COLstring text = saveToText(original);
   // Attribute and element escapes, and a script holding the CDATA terminator.
-  EXPECT_NE(text.find("name=\"Visits &amp; more\""), COLstring::npos);
-  EXPECT_NE(text.find("name=\"  second &#x20;&amp; &#x20;config \""), COLstring::npos);
+  // A second blank in an attribute would be read back as it stands only by luck of the
+  // reader's normalisation: it goes by number.
+  EXPECT_NE(text.find("<config name=\" &#x20;second"), COLstring::npos);
+  EXPECT_NE(text.find("<table_ref>Visits &amp; more</table_ref>"), COLstring::npos);
   EXPECT_NE(text.find("]]&gt;"), COLstring::npos);
   QVMengineInternal copy;
   loadText(copy, text);
