@@ -12,6 +12,7 @@
 #include "QVMdataType.h"
 
 class COLostream;
+class QVMengineConfig;
 class QVMengineInternal;
 class QVMcompositeGrammar;
 class QVMdateTimeGrammar;
@@ -36,6 +37,9 @@ public:
   void setDateTimeGrammar(QVMdateTimeGrammar* grammar) { m_DateTimeGrammar = grammar; }
   QVMenumerationGrammar* enumerationGrammar() const { return m_EnumerationGrammar; }
   void setEnumerationGrammar(QVMenumerationGrammar* grammar) { m_EnumerationGrammar = grammar; }
+  // `grammar` is going away: a pointer to it becomes null, and a sub-field typed by it
+  // becomes a plain string.
+  void forgetGrammar(const void* grammar);
 
 private:
   COLstring m_Name;
@@ -60,6 +64,11 @@ public:
   void init(QVMengineInternal* engine);
   void setRootEngine(QVMengineInternal* engine);
   QVMengineInternal* rootEngine() const;
+
+  // The configuration that lists this grammar, told when the name changes; null for a grammar
+  // that stands alone.  A copy stands alone until a configuration takes it.
+  QVMengineConfig* ownerConfig() const { return m_OwnerConfig; }
+  void setOwnerConfig(QVMengineConfig* config) { m_OwnerConfig = config; }
 
   const COLstring& name() const;
   void setName(const COLstring& name);
@@ -97,6 +106,7 @@ public:
 
 private:
   std::unique_ptr<QVMcompositeGrammarPrivate> pMember;
+  QVMengineConfig* m_OwnerConfig = nullptr;
 };
 
 // Appends a sub-field; returns its index.

@@ -5,7 +5,6 @@
 
 #include "COLerror.h"
 #include "COLostream.h"
-#include "QVMcheck.h"
 #include "QVMengineInternal.h"
 
 namespace {
@@ -176,9 +175,9 @@ void QVMconfig::removeSepCharInfo(size_t level) {
 }
 
 void QVMconfig::moveSepCharInfo(size_t FromIndex, size_t ToIndex) {
-  QVM_PRECONDITION(FromIndex < m_Separators.size(), "FromIndex < pMember->Seperator.size()");
-  QVM_PRECONDITION(ToIndex <= m_Separators.size(), "ToIndex <= pMember->Seperator.size()");
-  QVM_PRECONDITION(FromIndex != ToIndex, "FromIndex != ToIndex");
+  COL_PRECONDITION_TEXT(FromIndex < m_Separators.size(), "FromIndex < pMember->Seperator.size()");
+  COL_PRECONDITION_TEXT(ToIndex <= m_Separators.size(), "ToIndex <= pMember->Seperator.size()");
+  COL_PRECONDITION_TEXT(FromIndex != ToIndex, "FromIndex != ToIndex");
   QVMsepInfo copy = m_Separators[FromIndex];
   m_Separators.erase(m_Separators.begin() + FromIndex);
   // After the removal `to` may equal the new size: the level then goes last.

@@ -10,6 +10,7 @@
 
 class COLostream;
 class QVMengineInternal;
+class QVMengineConfig;
 struct QVMdateTimeGrammarPrivate;
 
 class QVMdateTimeGrammar {
@@ -33,6 +34,11 @@ public:
   void init(QVMengineInternal* engine);
   QVMengineInternal* rootEngine() const;
 
+  // The configuration that lists this grammar, told when the name changes; null for a grammar
+  // that stands alone.  A copy stands alone until a configuration takes it.
+  QVMengineConfig* ownerConfig() const { return m_OwnerConfig; }
+  void setOwnerConfig(QVMengineConfig* config) { m_OwnerConfig = config; }
+
   const COLstring& name() const;
   void setName(const COLstring& name);
   const COLstring& description() const;
@@ -51,6 +57,7 @@ public:
 
 private:
   std::unique_ptr<QVMdateTimeGrammarPrivate> pMember;
+  QVMengineConfig* m_OwnerConfig = nullptr;
 };
 
 // Appends `item`; returns its index.

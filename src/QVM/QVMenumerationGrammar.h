@@ -6,6 +6,7 @@
 
 #include "COLstring.h"
 
+class QVMengineConfig;
 struct QVMenumerationGrammarPrivate;
 
 class QVMenumerationGrammar {
@@ -14,6 +15,11 @@ public:
   QVMenumerationGrammar(const QVMenumerationGrammar& other);
   QVMenumerationGrammar& operator=(const QVMenumerationGrammar& other);
   virtual ~QVMenumerationGrammar();
+
+  // The configuration that lists this grammar, told when the name changes; null for a grammar
+  // that stands alone.  A copy stands alone until a configuration takes it.
+  QVMengineConfig* ownerConfig() const { return m_OwnerConfig; }
+  void setOwnerConfig(QVMengineConfig* config) { m_OwnerConfig = config; }
 
   const COLstring& name() const;
   void setName(const COLstring& name);
@@ -37,4 +43,5 @@ public:
 
 private:
   std::unique_ptr<QVMenumerationGrammarPrivate> pMember;
+  QVMengineConfig* m_OwnerConfig = nullptr;
 };

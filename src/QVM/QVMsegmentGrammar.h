@@ -18,6 +18,7 @@ class QVMcompositeGrammar;
 class QVMsegmentGrammar;
 class QVMsegmentValidationRule;
 struct QVMsegmentSubFieldPrivate;
+class QVMengineConfig;
 struct QVMsegmentGrammarPrivate;
 
 // One field of a segment.  Copying clones the validation rules by their kind; the copies
@@ -69,8 +70,15 @@ public:
 
   void init(QVMengineInternal* engine);
   QVMengineInternal* rootEngine() const;
+  // The root engine's interpreter; null without an engine.
+  LANengine* languageEngine() const;
   // Binds every rule of every field to this grammar and to its field's index.
   void initValidationRules();
+
+  // The configuration that lists this grammar, told when the name changes; null for a grammar
+  // that stands alone.  A copy stands alone until a configuration takes it.
+  QVMengineConfig* ownerConfig() const { return m_OwnerConfig; }
+  void setOwnerConfig(QVMengineConfig* config) { m_OwnerConfig = config; }
 
   const COLstring& name() const;
   void setName(const COLstring& name);
@@ -124,6 +132,7 @@ private:
   QVMsegmentSubField& checkedField(uint32_t fieldIndex) const;
 
   std::unique_ptr<QVMsegmentGrammarPrivate> pMember;
+  QVMengineConfig* m_OwnerConfig = nullptr;
 };
 
 // Appends an empty identifier; returns it.
