@@ -1,13 +1,15 @@
 // The handle interface's road to the definition-file layer.
+#include "QVLvmdFile.h"
 #include "QVMhandleSupport.h"
 
-// The definition-file layer isn't part of this build yet: every file operation says so.
-unsigned QVMhandleLoadEngine(QVMengineInternal&, const COLstring&) {
-  QVMhandleNotAvailable("Loading message definition files");
+unsigned QVMhandleLoadEngine(QVMengineInternal& engine, const COLstring& path) {
+  const unsigned kind = QVLloadEngine(engine, path);
+  engine.postLoad();
+  return kind;
 }
 
-unsigned QVMhandleVmdFileType(const COLstring&) { QVMhandleNotAvailable("Recognising message definition files"); }
+unsigned QVMhandleVmdFileType(const COLstring& path) { return QVLvmdFileType(path); }
 
-void QVMhandleSaveEngine(QVMengineInternal&, const COLstring&, unsigned) {
-  QVMhandleNotAvailable("Saving message definition files");
+void QVMhandleSaveEngine(QVMengineInternal& engine, const COLstring& path, unsigned kind) {
+  QVLsaveEngine(engine, path, kind);
 }
