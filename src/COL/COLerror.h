@@ -102,12 +102,18 @@ void COLabortDefaultCallback(const COLstring&);
     if (!(expr)) COLfailCheck("Failed postcondition:", #expr, __FILE__, __LINE__, 0x80000101); \
   } while (0)
 
-// A precondition whose report text is given rather than taken from the expression, for checks
-// whose historical wording differs from the C++ that tests them.
+// A precondition (postcondition) whose report text is given rather than taken from the expression,
+// for checks whose historical wording differs from the C++ that tests them.
 #define COL_PRECONDITION_TEXT(expr, text)                                                 \
   do {                                                                                    \
     if (!(expr)) [[unlikely]]                                                             \
       COLfailCheck("Failed precondition: ", text, __FILE__, __LINE__, 0x80000100);        \
+  } while (0)
+
+#define COL_POSTCONDITION_TEXT(expr, text)                                                \
+  do {                                                                                    \
+    if (!(expr)) [[unlikely]]                                                             \
+      COLfailCheck("Failed postcondition:", text, __FILE__, __LINE__, 0x80000101);        \
   } while (0)
 
 // Error codes used across the system.

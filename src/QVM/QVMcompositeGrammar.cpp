@@ -37,13 +37,33 @@ COLstring QVMcompositeTypeText(QVMdataType type) {
 
 }  // namespace
 
+void QVMcompositeSubField::forgetGrammar(const void* grammar) {
+  bool typedByIt = false;
+  if (m_CompositeType == grammar) {
+    m_CompositeType = nullptr;
+    typedByIt |= m_DataType == QVMcompositeType;
+  }
+  if (m_DateTimeGrammar == grammar) {
+    m_DateTimeGrammar = nullptr;
+    typedByIt |= m_DataType == QVMdateTimeType;
+  }
+  if (m_EnumerationGrammar == grammar) {
+    m_EnumerationGrammar = nullptr;
+    typedByIt |= m_DataType == QVMenumerationType;
+  }
+  if (typedByIt) m_DataType = QVMstringType;
+}
+
 QVMcompositeGrammar::QVMcompositeGrammar() : pMember(std::make_unique<QVMcompositeGrammarPrivate>()) {}
 
 QVMcompositeGrammar::QVMcompositeGrammar(const QVMcompositeGrammar& other)
-    : pMember(std::make_unique<QVMcompositeGrammarPrivate>(*other.pMember)) {}
+    : QVMlistedGrammar(other), pMember(std::make_unique<QVMcompositeGrammarPrivate>(*other.pMember)) {}
 
 QVMcompositeGrammar& QVMcompositeGrammar::operator=(const QVMcompositeGrammar& other) {
-  if (this != &other) pMember = std::make_unique<QVMcompositeGrammarPrivate>(*other.pMember);
+  if (this == &other) return *this;
+  COLstring oldName = pMember->name;
+  pMember = std::make_unique<QVMcompositeGrammarPrivate>(*other.pMember);
+  QVMgrammarNameChanged(*this, oldName);
   return *this;
 }
 
@@ -54,34 +74,37 @@ void QVMcompositeGrammar::setRootEngine(QVMengineInternal* engine) { pMember->ro
 QVMengineInternal* QVMcompositeGrammar::rootEngine() const { return pMember->rootEngine; }
 
 const COLstring& QVMcompositeGrammar::name() const { return pMember->name; }
-void QVMcompositeGrammar::setName(const COLstring& name) { pMember->name = name; }
+void QVMcompositeGrammar::setName(const COLstring& name) {
+  COLstring oldName = std::exchange(pMember->name, name);
+  QVMgrammarNameChanged(*this, oldName);
+}
 const COLstring& QVMcompositeGrammar::description() const { return pMember->description; }
 void QVMcompositeGrammar::setDescription(const COLstring& description) { pMember->description = description; }
 
 uint32_t QVMcompositeGrammar::countOfField() const { return static_cast<uint32_t>(pMember->fields.size()); }
 
 QVMcompositeSubField* QVMcompositeGrammar::field(uint32_t fieldIndex) {
-  QVM_GRAMMAR_CHECK(fieldIndex < pMember->fields.size(), "FieldIndex < countOfField()");
+  COL_PRECONDITION_TEXT(fieldIndex < pMember->fields.size(), "FieldIndex < countOfField()");
   return pMember->fields[fieldIndex].get();
 }
 
 const QVMcompositeSubField* QVMcompositeGrammar::field(uint32_t fieldIndex) const {
-  QVM_GRAMMAR_CHECK(fieldIndex < pMember->fields.size(), "FieldIndex < countOfField()");
+  COL_PRECONDITION_TEXT(fieldIndex < pMember->fields.size(), "FieldIndex < countOfField()");
   return pMember->fields[fieldIndex].get();
 }
 
 void QVMcompositeGrammar::addFieldAt(uint32_t fieldIndex) {
-  QVM_GRAMMAR_CHECK(fieldIndex <= pMember->fields.size(), "FieldIndex <= countOfField()");
+  COL_PRECONDITION_TEXT(fieldIndex <= pMember->fields.size(), "FieldIndex <= countOfField()");
   pMember->fields.insert(pMember->fields.begin() + fieldIndex, std::make_unique<QVMcompositeSubField>());
 }
 
 void QVMcompositeGrammar::removeField(uint32_t fieldIndex) {
-  QVM_GRAMMAR_CHECK(fieldIndex < pMember->fields.size(), "FieldIndex < countOfField()");
+  COL_PRECONDITION_TEXT(fieldIndex < pMember->fields.size(), "FieldIndex < countOfField()");
   pMember->fields.erase(pMember->fields.begin() + fieldIndex);
 }
 
 void QVMcompositeGrammar::moveField(uint32_t fromIndex, uint32_t toIndex) {
-  QVMgrammarMoveElement(pMember->fields, fromIndex, toIndex);
+  QVMmoveElement(pMember->fields, fromIndex, toIndex);
 }
 
 const COLstring& QVMcompositeGrammar::fieldName(uint32_t fieldIndex) const { return field(fieldIndex)->name(); }
@@ -93,7 +116,7 @@ QVMdataType QVMcompositeGrammar::fieldDataType(uint32_t fieldIndex) const { retu
 
 void QVMcompositeGrammar::setFieldDataType(uint32_t fieldIndex, QVMdataType type) {
   QVMcompositeSubField* subField = field(fieldIndex);
-  QVM_GRAMMAR_CHECK(type == QVMstringType || type == QVMintegerType || type == QVMdoubleType,
+  COL_PRECONDITION_TEXT(type == QVMstringType || type == QVMintegerType || type == QVMdoubleType,
                     "Type == QVMstringType || Type == QVMintegerType || Type == QVMdoubleType");
   subField->setDataType(type);
 }
@@ -117,13 +140,13 @@ void QVMcompositeGrammar::setFieldIsRequired(uint32_t fieldIndex, bool value) {
 
 QVMcompositeGrammar* QVMcompositeGrammar::fieldCompositeType(uint32_t fieldIndex) const {
   const QVMcompositeSubField* subField = field(fieldIndex);
-  QVM_GRAMMAR_CHECK(subField->dataType() == QVMcompositeType, "field(FieldIndex)->dataType() == QVMcompositeType");
+  COL_PRECONDITION_TEXT(subField->dataType() == QVMcompositeType, "field(FieldIndex)->dataType() == QVMcompositeType");
   return subField->compositeType();
 }
 
 void QVMcompositeGrammar::setFieldCompositeType(uint32_t fieldIndex, QVMcompositeGrammar* composite) {
   QVMcompositeSubField* subField = field(fieldIndex);
-  QVM_GRAMMAR_CHECK(composite != nullptr, "pNewValue != NULL");
+  COL_PRECONDITION_TEXT(composite != nullptr, "pNewValue != NULL");
   subField->setCompositeType(composite);
   subField->setDataType(QVMcompositeType);
 }

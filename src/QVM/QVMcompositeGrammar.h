@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "COLstring.h"
+#include "QVMlistedGrammar.h"
 #include "QVMdataType.h"
 
 class COLostream;
@@ -36,6 +37,9 @@ public:
   void setDateTimeGrammar(QVMdateTimeGrammar* grammar) { m_DateTimeGrammar = grammar; }
   QVMenumerationGrammar* enumerationGrammar() const { return m_EnumerationGrammar; }
   void setEnumerationGrammar(QVMenumerationGrammar* grammar) { m_EnumerationGrammar = grammar; }
+  // `grammar` is going away: a pointer to it becomes null, and a sub-field typed by it
+  // becomes a plain string.
+  void forgetGrammar(const void* grammar);
 
 private:
   COLstring m_Name;
@@ -50,7 +54,7 @@ private:
 
 struct QVMcompositeGrammarPrivate;
 
-class QVMcompositeGrammar {
+class QVMcompositeGrammar : public QVMlistedGrammar {
 public:
   QVMcompositeGrammar();
   QVMcompositeGrammar(const QVMcompositeGrammar& other);

@@ -5,8 +5,8 @@
 
 #include "COLerror.h"
 #include "COLostream.h"
-#include "QVMcheck.h"
 #include "QVMengineInternal.h"
+#include "QVMgrammarSupport.h"
 
 namespace {
 bool s_IsLoading = false;
@@ -176,15 +176,8 @@ void QVMconfig::removeSepCharInfo(size_t level) {
 }
 
 void QVMconfig::moveSepCharInfo(size_t FromIndex, size_t ToIndex) {
-  QVM_PRECONDITION(FromIndex < m_Separators.size(), "FromIndex < pMember->Seperator.size()");
-  QVM_PRECONDITION(ToIndex <= m_Separators.size(), "ToIndex <= pMember->Seperator.size()");
-  QVM_PRECONDITION(FromIndex != ToIndex, "FromIndex != ToIndex");
-  QVMsepInfo copy = m_Separators[FromIndex];
-  m_Separators.erase(m_Separators.begin() + FromIndex);
-  // After the removal `to` may equal the new size: the level then goes last.
-  ToIndex = std::min(ToIndex, m_Separators.size());
-  m_Separators.insert(m_Separators.begin() + ToIndex, QVMsepInfo());
-  m_Separators[ToIndex] = copy;
+  QVMmoveElement(m_Separators, FromIndex, ToIndex,
+                 {"FromIndex < pMember->Seperator.size()", "ToIndex <= pMember->Seperator.size()"});
 }
 
 size_t QVMconfig::addDatabaseConnection() {

@@ -16,10 +16,13 @@ struct QVMdateTimeGrammarPrivate {
 QVMdateTimeGrammar::QVMdateTimeGrammar() : pMember(std::make_unique<QVMdateTimeGrammarPrivate>()) {}
 
 QVMdateTimeGrammar::QVMdateTimeGrammar(const QVMdateTimeGrammar& other)
-    : pMember(std::make_unique<QVMdateTimeGrammarPrivate>(*other.pMember)) {}
+    : QVMlistedGrammar(other), pMember(std::make_unique<QVMdateTimeGrammarPrivate>(*other.pMember)) {}
 
 QVMdateTimeGrammar& QVMdateTimeGrammar::operator=(const QVMdateTimeGrammar& other) {
-  if (this != &other) *pMember = *other.pMember;
+  if (this == &other) return *this;
+  COLstring oldName = pMember->name;
+  *pMember = *other.pMember;
+  QVMgrammarNameChanged(*this, oldName);
   return *this;
 }
 
@@ -29,7 +32,10 @@ void QVMdateTimeGrammar::init(QVMengineInternal* engine) { pMember->rootEngine =
 QVMengineInternal* QVMdateTimeGrammar::rootEngine() const { return pMember->rootEngine; }
 
 const COLstring& QVMdateTimeGrammar::name() const { return pMember->name; }
-void QVMdateTimeGrammar::setName(const COLstring& name) { pMember->name = name; }
+void QVMdateTimeGrammar::setName(const COLstring& name) {
+  COLstring oldName = std::exchange(pMember->name, name);
+  QVMgrammarNameChanged(*this, oldName);
+}
 const COLstring& QVMdateTimeGrammar::description() const { return pMember->description; }
 void QVMdateTimeGrammar::setDescription(const COLstring& description) { pMember->description = description; }
 bool QVMdateTimeGrammar::fieldsRequired() const { return pMember->fieldsRequired; }
@@ -38,27 +44,27 @@ void QVMdateTimeGrammar::setFieldsRequired(bool value) { pMember->fieldsRequired
 uint32_t QVMdateTimeGrammar::countOfMaskItem() const { return static_cast<uint32_t>(pMember->mask.size()); }
 
 QVMdateTimeGrammar::QVMdateTimeInternalMaskItem QVMdateTimeGrammar::maskItem(uint32_t itemIndex) const {
-  QVM_GRAMMAR_CHECK(itemIndex < pMember->mask.size(), "ItemIndex < pMember->MaskVector.size()");
+  COL_PRECONDITION_TEXT(itemIndex < pMember->mask.size(), "ItemIndex < pMember->MaskVector.size()");
   return pMember->mask[itemIndex];
 }
 
 void QVMdateTimeGrammar::setMaskItem(uint32_t itemIndex, QVMdateTimeInternalMaskItem item) {
-  QVM_GRAMMAR_CHECK(itemIndex < pMember->mask.size(), "ItemIndex < pMember->MaskVector.size()");
+  COL_PRECONDITION_TEXT(itemIndex < pMember->mask.size(), "ItemIndex < pMember->MaskVector.size()");
   pMember->mask[itemIndex] = item;
 }
 
 void QVMdateTimeGrammar::addMaskItemAt(uint32_t itemIndex) {
-  QVM_GRAMMAR_CHECK(itemIndex <= pMember->mask.size(), "ItemIndex <= pMember->MaskVector.size()");
+  COL_PRECONDITION_TEXT(itemIndex <= pMember->mask.size(), "ItemIndex <= pMember->MaskVector.size()");
   pMember->mask.insert(pMember->mask.begin() + itemIndex, MaskYear);
 }
 
 void QVMdateTimeGrammar::removeMaskItem(uint32_t itemIndex) {
-  QVM_GRAMMAR_CHECK(itemIndex < pMember->mask.size(), "ItemIndex < pMember->MaskVector.size()");
+  COL_PRECONDITION_TEXT(itemIndex < pMember->mask.size(), "ItemIndex < pMember->MaskVector.size()");
   pMember->mask.erase(pMember->mask.begin() + itemIndex);
 }
 
 void QVMdateTimeGrammar::moveField(uint32_t fromIndex, uint32_t toIndex) {
-  QVMgrammarMoveElement(pMember->mask, fromIndex, toIndex);
+  QVMmoveElement(pMember->mask, fromIndex, toIndex);
 }
 
 uint32_t QVMdateTimeGrammarAddMaskItem(QVMdateTimeGrammar& grammar,

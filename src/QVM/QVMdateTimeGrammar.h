@@ -7,12 +7,13 @@
 #include <memory>
 
 #include "COLstring.h"
+#include "QVMlistedGrammar.h"
 
 class COLostream;
 class QVMengineInternal;
 struct QVMdateTimeGrammarPrivate;
 
-class QVMdateTimeGrammar {
+class QVMdateTimeGrammar : public QVMlistedGrammar {
 public:
   enum QVMdateTimeInternalMaskItem : uint32_t {
     MaskYear = 0,       // "YYYY"

@@ -2,9 +2,9 @@
 #include "QVMengineConfig.h"
 
 #include <unordered_map>
+#include <unordered_set>
 
 #include "COLerror.h"
-#include "QVMcheck.h"
 #include "QVMengineInternal.h"
 
 // --- QVMmatchOrder
@@ -77,35 +77,21 @@ std::vector<uint32_t> QVMmatchOrder::toVector() const {
   return result;
 }
 
-// --- QVMgrammarNameIndex
-
-template <class Grammar>
-void QVMgrammarNameIndex<Grammar>::rebuild(const std::vector<std::unique_ptr<Grammar>>& list) const {
-  m_First.clear();
-  m_First.reserve(list.size());
-  for (size_t i = 0; i < list.size(); ++i) m_First.emplace(list[i]->name(), static_cast<uint32_t>(i));
-  m_Valid = true;
-}
-
-template <class Grammar>
-uint32_t QVMgrammarNameIndex<Grammar>::find(const std::vector<std::unique_ptr<Grammar>>& list,
-                                            const COLstring& name) const {
-  for (int attempt = 0; attempt < 2; ++attempt) {
-    if (!m_Valid) rebuild(list);
-    auto it = m_First.find(name);
-    if (it == m_First.end()) return npos;
-    if (it->second < list.size() && list[it->second]->name() == name) return it->second;
-    m_Valid = false;  // a grammar was renamed behind the index's back
-  }
-  return npos;
-}
-
-template class QVMgrammarNameIndex<QVMsegmentGrammar>;
-template class QVMgrammarNameIndex<QVMcompositeGrammar>;
-template class QVMgrammarNameIndex<QVMenumerationGrammar>;
-template class QVMgrammarNameIndex<QVMdateTimeGrammar>;
-
 // --- QVMengineConfig
+
+namespace {
+// A new grammar, listed by this configuration and tied to its engine; returns its index.
+template <class Grammar, class NameIndex>
+size_t appendGrammar(std::vector<std::unique_ptr<Grammar>>& list, NameIndex& names, QVMengineConfig* owner) {
+  auto grammar = std::make_unique<Grammar>();
+  grammar->setOwnerConfig(owner);
+  if constexpr (requires { grammar->init(owner->rootEngine()); })
+    if (owner->rootEngine()) grammar->init(owner->rootEngine());
+  list.push_back(std::move(grammar));
+  names.appended(list);
+  return list.size() - 1;
+}
+}  // namespace
 
 QVMengineConfig::QVMengineConfig() = default;
 QVMengineConfig::~QVMengineConfig() = default;
@@ -128,6 +114,10 @@ QVMengineConfig& QVMengineConfig::operator=(const QVMengineConfig& other) {
   m_Config = other.m_Config;
   m_AckMessageIndex = other.m_AckMessageIndex;
   if (!m_RootEngine) m_RootEngine = other.m_RootEngine;
+  // The segments are replaced: the message grammars of this configuration let go of them.
+  std::unordered_set<const QVMsegmentGrammar*> replaced;
+  for (const auto& segment : m_Segments) replaced.insert(segment.get());
+  detachMessageGrammars(replaced);
   copyFrom(other);
   return *this;
 }
@@ -135,11 +125,12 @@ QVMengineConfig& QVMengineConfig::operator=(const QVMengineConfig& other) {
 namespace {
 template <class T>
 void copyList(std::vector<std::unique_ptr<T>>& target, const std::vector<std::unique_ptr<T>>& source,
-              std::unordered_map<const T*, T*>& map) {
+              std::unordered_map<const T*, T*>& map, QVMengineConfig* owner) {
   target.clear();
   target.reserve(source.size());
   for (const auto& item : source) {
     target.push_back(std::make_unique<T>(*item));
+    target.back()->setOwnerConfig(owner);
     map.emplace(item.get(), target.back().get());
   }
 }
@@ -160,32 +151,25 @@ void QVMengineConfig::copyFrom(const QVMengineConfig& other) {
   std::unordered_map<const QVMcompositeGrammar*, QVMcompositeGrammar*> composites;
   std::unordered_map<const QVMenumerationGrammar*, QVMenumerationGrammar*> enumerations;
   std::unordered_map<const QVMsegmentGrammar*, QVMsegmentGrammar*> segments;
-  copyList(m_DateTimes, other.m_DateTimes, dateTimes);
-  copyList(m_Composites, other.m_Composites, composites);
-  copyList(m_Enumerations, other.m_Enumerations, enumerations);
-  copyList(m_Segments, other.m_Segments, segments);
-  for (auto& composite : m_Composites) {
+  copyList(m_DateTimes, other.m_DateTimes, dateTimes, this);
+  copyList(m_Composites, other.m_Composites, composites, this);
+  copyList(m_Enumerations, other.m_Enumerations, enumerations, this);
+  copyList(m_Segments, other.m_Segments, segments, this);
+  // Every pointer, whatever the sub-field's kind, so that none is left into the source.
+  for (auto& composite : m_Composites)
     for (uint32_t f = 0; f < composite->countOfField(); ++f) {
-      switch (composite->fieldDataType(f)) {
-        case QVMcompositeType:
-          composite->setFieldCompositeType(f, mapped(composites, composite->fieldCompositeType(f)));
-          break;
-        case QVMdateTimeType:
-          composite->setFieldDateTimeGrammar(f, mapped(dateTimes, composite->fieldDateTimeGrammar(f)));
-          break;
-        case QVMenumerationType:
-          composite->setFieldEnumerationGrammar(f, mapped(enumerations, composite->fieldEnumerationGrammar(f)));
-          break;
-        default:
-          break;
-      }
+      QVMcompositeSubField* subField = composite->field(f);
+      subField->setCompositeType(mapped(composites, subField->compositeType()));
+      subField->setDateTimeGrammar(mapped(dateTimes, subField->dateTimeGrammar()));
+      subField->setEnumerationGrammar(mapped(enumerations, subField->enumerationGrammar()));
     }
-  }
   for (auto& segment : m_Segments)
-    for (uint32_t f = 0; f < segment->countOfField(); ++f)
-      if (QVMcompositeGrammar* type = segment->fieldType(f)) segment->setFieldType(f, mapped(composites, type));
+    for (uint32_t f = 0; f < segment->countOfField(); ++f) {
+      QVMsegmentSubField* field = segment->field(f);
+      field->setFieldType(mapped(composites, field->fieldType()));
+    }
   if (m_RootEngine) init(m_RootEngine);
-  grammarNamesChanged();
+  invalidateNameIndexes();
 }
 
 void QVMengineConfig::init(QVMengineInternal* engine) {
@@ -198,11 +182,27 @@ void QVMengineConfig::init(QVMengineInternal* engine) {
   for (auto& grammar : m_Segments) grammar->init(engine);
 }
 
-void QVMengineConfig::grammarNamesChanged() {
+void QVMengineConfig::invalidateNameIndexes() {
   m_SegmentNames.invalidate();
   m_CompositeNames.invalidate();
   m_EnumerationNames.invalidate();
   m_DateTimeNames.invalidate();
+}
+
+void QVMengineConfig::noteGrammarRenamed(const QVMsegmentGrammar* grammar, const COLstring& oldName) {
+  m_SegmentNames.renamed(m_Segments, grammar, oldName);
+}
+
+void QVMengineConfig::noteGrammarRenamed(const QVMcompositeGrammar* grammar, const COLstring& oldName) {
+  m_CompositeNames.renamed(m_Composites, grammar, oldName);
+}
+
+void QVMengineConfig::noteGrammarRenamed(const QVMenumerationGrammar* grammar, const COLstring& oldName) {
+  m_EnumerationNames.renamed(m_Enumerations, grammar, oldName);
+}
+
+void QVMengineConfig::noteGrammarRenamed(const QVMdateTimeGrammar* grammar, const COLstring& oldName) {
+  m_DateTimeNames.renamed(m_DateTimes, grammar, oldName);
 }
 
 QVMembeddedPythonModule* QVMengineConfig::embeddedPythonModule(size_t index) const {
@@ -232,15 +232,11 @@ QVMsegmentGrammar* QVMengineConfig::segment(size_t SegmentIndex) const {
   return m_Segments[SegmentIndex].get();
 }
 
-size_t QVMengineConfig::addSegment() {
-  m_Segments.push_back(std::make_unique<QVMsegmentGrammar>());
-  if (m_RootEngine) m_Segments.back()->init(m_RootEngine);
-  m_SegmentNames.invalidate();
-  return m_Segments.size() - 1;
-}
+size_t QVMengineConfig::addSegment() { return appendGrammar(m_Segments, m_SegmentNames, this); }
 
 void QVMengineConfig::removeSegment(size_t SegmentIndex) {
   COL_PRECONDITION(SegmentIndex < countOfSegment());
+  detachMessageGrammars({m_Segments[SegmentIndex].get()});
   m_Segments.erase(m_Segments.begin() + SegmentIndex);
   m_SegmentNames.invalidate();
 }
@@ -250,15 +246,15 @@ QVMcompositeGrammar* QVMengineConfig::composite(size_t CompositeIndex) const {
   return m_Composites[CompositeIndex].get();
 }
 
-size_t QVMengineConfig::addComposite() {
-  m_Composites.push_back(std::make_unique<QVMcompositeGrammar>());
-  if (m_RootEngine) m_Composites.back()->init(m_RootEngine);
-  m_CompositeNames.invalidate();
-  return m_Composites.size() - 1;
-}
+size_t QVMengineConfig::addComposite() { return appendGrammar(m_Composites, m_CompositeNames, this); }
 
 void QVMengineConfig::removeComposite(size_t CompositeIndex) {
   COL_PRECONDITION(CompositeIndex < countOfComposite());
+  const QVMcompositeGrammar* removed = m_Composites[CompositeIndex].get();
+  for (auto& segment : m_Segments)
+    for (uint32_t f = 0; f < segment->countOfField(); ++f)
+      if (segment->fieldType(f) == removed) segment->field(f)->setFieldType(nullptr);
+  forgetInComposites(removed);
   m_Composites.erase(m_Composites.begin() + CompositeIndex);
   m_CompositeNames.invalidate();
 }
@@ -269,13 +265,12 @@ QVMenumerationGrammar* QVMengineConfig::enumerationGrammar(size_t EnumerationInd
 }
 
 size_t QVMengineConfig::addEnumerationGrammar() {
-  m_Enumerations.push_back(std::make_unique<QVMenumerationGrammar>());
-  m_EnumerationNames.invalidate();
-  return m_Enumerations.size() - 1;
+  return appendGrammar(m_Enumerations, m_EnumerationNames, this);
 }
 
 void QVMengineConfig::removeEnumerationGrammar(size_t EnumerationIndex) {
   COL_PRECONDITION(EnumerationIndex < countOfEnumerationGrammar());
+  forgetInComposites(m_Enumerations[EnumerationIndex].get());
   m_Enumerations.erase(m_Enumerations.begin() + EnumerationIndex);
   m_EnumerationNames.invalidate();
 }
@@ -285,15 +280,29 @@ QVMdateTimeGrammar* QVMengineConfig::dateTimeGrammar(size_t DateTimeIndex) const
   return m_DateTimes[DateTimeIndex].get();
 }
 
-size_t QVMengineConfig::addDateTimeGrammar() {
-  m_DateTimes.push_back(std::make_unique<QVMdateTimeGrammar>());
-  if (m_RootEngine) m_DateTimes.back()->init(m_RootEngine);
-  m_DateTimeNames.invalidate();
-  return m_DateTimes.size() - 1;
-}
+size_t QVMengineConfig::addDateTimeGrammar() { return appendGrammar(m_DateTimes, m_DateTimeNames, this); }
 
 void QVMengineConfig::removeDateTimeGrammar(size_t DateTimeIndex) {
   COL_PRECONDITION(DateTimeIndex < countOfDateTimeGrammar());
+  forgetInComposites(m_DateTimes[DateTimeIndex].get());
   m_DateTimes.erase(m_DateTimes.begin() + DateTimeIndex);
   m_DateTimeNames.invalidate();
+}
+
+// --- references to a grammar that goes: removal takes out what this configuration holds.
+
+void QVMengineConfig::forgetInComposites(const void* removed) {
+  for (auto& composite : m_Composites)
+    for (uint32_t f = 0; f < composite->countOfField(); ++f) composite->field(f)->forgetGrammar(removed);
+}
+
+void QVMengineConfig::detachMessageGrammars(const std::unordered_set<const QVMsegmentGrammar*>& removed) {
+  if (!m_RootEngine || removed.empty()) return;
+  uint32_t index = m_RootEngine->configPosition(this);
+  if (index == npos) return;  // not one of its engine's configurations
+  for (size_t m = 0; m < m_RootEngine->countOfMessage(); ++m) {
+    QVMmessageDefinitionInternal* message = m_RootEngine->message(m);
+    if (index < message->countOfConfig())
+      QVMmessageGrammarForgetSegments(*message->config(index).rootMessageGrammar(), removed);
+  }
 }

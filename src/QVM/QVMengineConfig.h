@@ -5,13 +5,14 @@
 
 #include <cstdint>
 #include <memory>
-#include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include "COLstring.h"
 #include "QVMconfig.h"
 #include "QVMgrammarTypes.h"
 #include "QVMlanguage.h"
+#include "QVMnameIndex.h"
 
 class QVMengineInternal;
 
@@ -69,23 +70,6 @@ struct QVMmatchOrder::Node {
   Node* next;
 };
 
-// The first index of each name, rebuilt on the first lookup after the list changed. Names
-// live on the grammars, which are renamed without telling the list: a stale hit is caught
-// and rebuilt here, and a rename must be followed by grammarNamesChanged() (the loaders'
-// postLoad does it) so that the new name is found.
-template <class Grammar>
-class QVMgrammarNameIndex {
-public:
-  static constexpr uint32_t npos = 0xFFFFFFFF;
-  uint32_t find(const std::vector<std::unique_ptr<Grammar>>& list, const COLstring& name) const;
-  void invalidate() { m_Valid = false; }
-
-private:
-  void rebuild(const std::vector<std::unique_ptr<Grammar>>& list) const;
-  mutable std::unordered_map<COLstring, uint32_t> m_First;
-  mutable bool m_Valid = false;
-};
-
 class QVMengineConfig {
 public:
   static constexpr uint32_t npos = 0xFFFFFFFF;
@@ -134,9 +118,11 @@ public:
   size_t addDateTimeGrammar();
   void removeDateTimeGrammar(size_t DateTimeIndex);
   uint32_t dateTimeGrammarByName(const COLstring& name) const { return m_DateTimeNames.find(m_DateTimes, name); }
-  // Grammar names are set on the grammars themselves; whoever renames one tells the
-  // configuration so that the name lookups don't keep the old name.
-  void grammarNamesChanged();
+  // Called by a listed grammar whose name changed, so that the name lookups stay exact.
+  void noteGrammarRenamed(const QVMsegmentGrammar* grammar, const COLstring& oldName);
+  void noteGrammarRenamed(const QVMcompositeGrammar* grammar, const COLstring& oldName);
+  void noteGrammarRenamed(const QVMenumerationGrammar* grammar, const COLstring& oldName);
+  void noteGrammarRenamed(const QVMdateTimeGrammar* grammar, const COLstring& oldName);
 
   // --- match order
   QVMmatchOrder& matchOrder() { return m_MatchOrder; }
@@ -146,6 +132,12 @@ public:
 
 private:
   void copyFrom(const QVMengineConfig& other);
+  void invalidateNameIndexes();
+  // Sub-fields of this configuration's composites typed by `removed` fall back to strings.
+  void forgetInComposites(const void* removed);
+  // Segment nodes of this configuration's message grammars that point at a removed segment
+  // grammar are left without one, so that using them fails a precondition.
+  void detachMessageGrammars(const std::unordered_set<const QVMsegmentGrammar*>& removed);
 
   std::vector<std::unique_ptr<QVMembeddedPythonModule>> m_Modules;
   std::vector<std::unique_ptr<QVMdateTimeGrammar>> m_DateTimes;
@@ -158,8 +150,8 @@ private:
   QVMconfig m_Config;
   QVMengineInternal* m_RootEngine = nullptr;
   uint32_t m_AckMessageIndex = npos;
-  QVMgrammarNameIndex<QVMsegmentGrammar> m_SegmentNames;
-  QVMgrammarNameIndex<QVMcompositeGrammar> m_CompositeNames;
-  QVMgrammarNameIndex<QVMenumerationGrammar> m_EnumerationNames;
-  QVMgrammarNameIndex<QVMdateTimeGrammar> m_DateTimeNames;
+  QVMnameIndex<QVMsegmentGrammar, &QVMsegmentGrammar::name> m_SegmentNames;
+  QVMnameIndex<QVMcompositeGrammar, &QVMcompositeGrammar::name> m_CompositeNames;
+  QVMnameIndex<QVMenumerationGrammar, &QVMenumerationGrammar::name> m_EnumerationNames;
+  QVMnameIndex<QVMdateTimeGrammar, &QVMdateTimeGrammar::name> m_DateTimeNames;
 };

@@ -3,7 +3,6 @@
 
 #include "COLerror.h"
 #include "COLsinkStandard.h"
-#include "QVMcheck.h"
 
 QVMengineInternal::QVMengineInternal()
     : m_SearchPath(LANfindPythonLibDir("QVM_LIB3.dll")),
@@ -100,10 +99,6 @@ void QVMengineInternal::deleteDateTimeGrammar(size_t DateTimeIndex) {
   engineConfig().removeDateTimeGrammar(DateTimeIndex);
 }
 
-void QVMengineInternal::grammarNamesChanged() {
-  for (auto& engineConfig : m_Configs) engineConfig->grammarNamesChanged();
-}
-
 // --- messages
 
 QVMmessageDefinitionInternal* QVMengineInternal::message(size_t MessageIndex) const {
@@ -113,13 +108,9 @@ QVMmessageDefinitionInternal* QVMengineInternal::message(size_t MessageIndex) co
 
 size_t QVMengineInternal::addMessage() {
   m_Messages.push_back(std::make_unique<QVMmessageDefinitionInternal>());
+  m_MessageNames.appended(m_Messages);
   uint32_t index = static_cast<uint32_t>(m_Messages.size() - 1);
-  QVMmessageDefinitionInternal* added = m_Messages.back().get();
-  if (m_MessageIndexValid) {
-    m_MessagePosition.emplace(added, index);
-    m_MessageByName.emplace(added->name(), index);
-  }
-  added->init(this, index);
+  m_Messages.back()->init(this, index);
   return index;
 }
 
@@ -135,48 +126,17 @@ void QVMengineInternal::deleteMessage(size_t MessageIndex) {
     QVMengineRemoveMessageFromMatchingOrder(*engineConfig, index);
   }
   m_Messages.erase(m_Messages.begin() + MessageIndex);
-  m_MessageIndexValid = false;
+  m_MessageNames.invalidate();
 }
 
-void QVMengineInternal::rebuildMessageIndex() const {
-  m_MessageByName.clear();
-  m_MessagePosition.clear();
-  for (size_t i = 0; i < m_Messages.size(); ++i) {
-    m_MessageByName.emplace(m_Messages[i]->name(), static_cast<uint32_t>(i));
-    m_MessagePosition.emplace(m_Messages[i].get(), static_cast<uint32_t>(i));
-  }
-  m_MessageIndexValid = true;
-}
-
-uint32_t QVMengineInternal::messageByName(const COLstring& name) const {
-  if (!m_MessageIndexValid) rebuildMessageIndex();
-  auto it = m_MessageByName.find(name);
-  return it == m_MessageByName.end() ? npos : it->second;
-}
+uint32_t QVMengineInternal::messageByName(const COLstring& name) const { return m_MessageNames.find(m_Messages, name); }
 
 uint32_t QVMengineInternal::messagePosition(const QVMmessageDefinitionInternal* message) const {
-  if (!m_MessageIndexValid) rebuildMessageIndex();
-  auto it = m_MessagePosition.find(message);
-  return it == m_MessagePosition.end() ? npos : it->second;
+  return m_MessageNames.position(m_Messages, message);
 }
 
 void QVMengineInternal::noteMessageRenamed(const QVMmessageDefinitionInternal* message, const COLstring& oldName) {
-  if (!m_MessageIndexValid) return;
-  auto position = m_MessagePosition.find(message);
-  if (position == m_MessagePosition.end()) return;  // still being set up
-  uint32_t index = position->second;
-  auto holder = m_MessageByName.find(oldName);
-  if (holder != m_MessageByName.end() && holder->second == index) {
-    // The old name passes to the next message that has it, if any.
-    m_MessageByName.erase(holder);
-    for (size_t i = index + 1; i < m_Messages.size(); ++i)
-      if (m_Messages[i]->name() == oldName) {
-        m_MessageByName.emplace(oldName, static_cast<uint32_t>(i));
-        break;
-      }
-  }
-  auto [entry, inserted] = m_MessageByName.emplace(message->name(), index);
-  if (!inserted && entry->second > index) entry->second = index;
+  m_MessageNames.renamed(m_Messages, message, oldName);
 }
 
 // --- tables
@@ -188,54 +148,21 @@ QVMtableDefinitionInternal* QVMengineInternal::table(size_t TableIndex) const {
 
 size_t QVMengineInternal::addTable() {
   m_Tables.push_back(std::make_unique<QVMtableDefinitionInternal>());
-  uint32_t index = static_cast<uint32_t>(m_Tables.size() - 1);
-  QVMtableDefinitionInternal* added = m_Tables.back().get();
-  if (m_TableIndexValid) {
-    m_TablePosition.emplace(added, index);
-    m_TableByName.emplace(added->tableName(), index);
-  }
-  added->init(this);
-  return index;
+  m_TableNames.appended(m_Tables);
+  m_Tables.back()->init(this);
+  return m_Tables.size() - 1;
 }
 
 void QVMengineInternal::deleteTable(size_t TableIndex) {
   COL_PRECONDITION(TableIndex < countOfTable());
   m_Tables.erase(m_Tables.begin() + TableIndex);
-  m_TableIndexValid = false;
+  m_TableNames.invalidate();
 }
 
-void QVMengineInternal::rebuildTableIndex() const {
-  m_TableByName.clear();
-  m_TablePosition.clear();
-  for (size_t i = 0; i < m_Tables.size(); ++i) {
-    m_TableByName.emplace(m_Tables[i]->tableName(), static_cast<uint32_t>(i));
-    m_TablePosition.emplace(m_Tables[i].get(), static_cast<uint32_t>(i));
-  }
-  m_TableIndexValid = true;
-}
-
-uint32_t QVMengineInternal::tableByName(const COLstring& name) const {
-  if (!m_TableIndexValid) rebuildTableIndex();
-  auto it = m_TableByName.find(name);
-  return it == m_TableByName.end() ? npos : it->second;
-}
+uint32_t QVMengineInternal::tableByName(const COLstring& name) const { return m_TableNames.find(m_Tables, name); }
 
 void QVMengineInternal::noteTableRenamed(const QVMtableDefinitionInternal* table, const COLstring& oldName) {
-  if (!m_TableIndexValid) return;
-  auto position = m_TablePosition.find(table);
-  if (position == m_TablePosition.end()) return;
-  uint32_t index = position->second;
-  auto holder = m_TableByName.find(oldName);
-  if (holder != m_TableByName.end() && holder->second == index) {
-    m_TableByName.erase(holder);
-    for (size_t i = index + 1; i < m_Tables.size(); ++i)
-      if (m_Tables[i]->tableName() == oldName) {
-        m_TableByName.emplace(oldName, static_cast<uint32_t>(i));
-        break;
-      }
-  }
-  auto [entry, inserted] = m_TableByName.emplace(table->tableName(), index);
-  if (!inserted && entry->second > index) entry->second = index;
+  m_TableNames.renamed(m_Tables, table, oldName);
 }
 
 // --- configurations
@@ -248,6 +175,12 @@ QVMengineConfig& QVMengineInternal::engineConfig(size_t index) {
 const QVMengineConfig& QVMengineInternal::engineConfig(size_t index) const {
   COL_PRECONDITION(index < countOfConfig());
   return *m_Configs[index];
+}
+
+uint32_t QVMengineInternal::configPosition(const QVMengineConfig* config) const {
+  for (size_t i = 0; i < m_Configs.size(); ++i)
+    if (m_Configs[i].get() == config) return static_cast<uint32_t>(i);
+  return npos;
 }
 
 void QVMengineInternal::setCurrentConfig(uint32_t index) {
@@ -271,6 +204,8 @@ size_t QVMengineInternal::addConfiguration(const COLstring& name) {
 
 void QVMengineInternal::deleteConfig(size_t index) {
   COL_PRECONDITION(index < countOfConfig());
+  // The grammars go last, once no record of a message or table points into them.
+  std::unique_ptr<QVMengineConfig> removed = std::move(m_Configs[index]);
   m_Configs.erase(m_Configs.begin() + index);
   for (auto& table : m_Tables) table->removeConfig(index);
   for (auto& message : m_Messages) message->removeConfig(index);
@@ -291,8 +226,8 @@ void QVMengineInternal::clear() {
   m_Messages.clear();
   m_Tables.clear();
   m_Configs.clear();
-  m_MessageIndexValid = false;
-  m_TableIndexValid = false;
+  m_MessageNames.invalidate();
+  m_TableNames.invalidate();
   m_Configs.push_back(std::make_unique<QVMengineConfig>());
   m_Configs.back()->init(this);
   m_Configs.back()->setConfigName("default");
@@ -306,8 +241,6 @@ void QVMengineInternal::postLoad() {
     QVMengineInitMessageOrder(*this);
   }
   setCurrentConfig(remembered);
-  // Loaders name grammars after adding them.
-  grammarNamesChanged();
 }
 
 void QVMengineInternal::setLogSink(COLsink* sink, bool own) {

@@ -6,10 +6,9 @@
 
 #include <cstdint>
 #include <memory>
-#include <mutex>
-#include <unordered_map>
 #include <vector>
 
+#include "COLcriticalSection.h"
 #include "COLostream.h"
 #include "COLreference.h"
 #include "COLstring.h"
@@ -17,6 +16,7 @@
 #include "QVMengineConfig.h"
 #include "QVMlanguage.h"
 #include "QVMmessageDefinitionInternal.h"
+#include "QVMnameIndex.h"
 #include "QVMtableDefinitionInternal.h"
 
 class COLsink;
@@ -58,8 +58,6 @@ public:
   size_t addDateTimeGrammar() { return engineConfig().addDateTimeGrammar(); }
   void deleteDateTimeGrammar(size_t DateTimeIndex);
   uint32_t dateTimeGrammarByName(const COLstring& name) const { return engineConfig().dateTimeGrammarByName(name); }
-  // After renaming grammars, so that the name lookups of every configuration see it.
-  void grammarNamesChanged();
 
   // --- messages and tables, shared by all configurations
   size_t countOfMessage() const { return m_Messages.size(); }
@@ -89,6 +87,8 @@ public:
   QVMengineConfig& engineConfig() { return engineConfig(m_CurrentConfig); }
   const QVMengineConfig& engineConfig() const { return engineConfig(m_CurrentConfig); }
   QVMengineConfig& engineConfig(size_t index);
+  // The index of a configuration object, npos when it isn't one of this engine's.
+  uint32_t configPosition(const QVMengineConfig* config) const;
   const QVMengineConfig& engineConfig(size_t index) const;
   QVMconfig& config() { return engineConfig().config(); }
   const QVMconfig& config() const { return engineConfig().config(); }
@@ -129,7 +129,8 @@ public:
 
   COLostream& logStream() { return *m_LogStream; }
   void setLogSink(COLsink* sink, bool own);
-  std::recursive_mutex& criticalSection() { return m_CriticalSection; }
+  // Held by whoever shares the engine across threads; the model itself never locks.
+  COLcriticalSection& criticalSection() { return m_CriticalSection; }
   const COLstring& lineFeed() const { return m_LineFeed; }
   void setLineFeed(const COLstring& text) { m_LineFeed = text; }
   const COLstring& vmdDescription() const { return m_VmdDescription; }
@@ -150,8 +151,6 @@ public:
 
 private:
   void setUpLanguageEngine();
-  void rebuildMessageIndex() const;
-  void rebuildTableIndex() const;
 
   COLstring m_SearchPath;
   COLreferencePtr<LANengine> m_LanguageEngine;
@@ -167,16 +166,11 @@ private:
   bool m_UseDotNetProperties = true;
   std::vector<std::unique_ptr<QVMengineConfig>> m_Configs;
   COLstring m_LineFeed = "\r\n";
-  std::recursive_mutex m_CriticalSection;
+  COLcriticalSection m_CriticalSection;
   std::unique_ptr<COLostream> m_LogStream;
 
-  // Name -> first index, and object -> index; rebuilt after removals.
-  mutable std::unordered_map<COLstring, uint32_t> m_MessageByName;
-  mutable std::unordered_map<const QVMmessageDefinitionInternal*, uint32_t> m_MessagePosition;
-  mutable bool m_MessageIndexValid = false;
-  mutable std::unordered_map<COLstring, uint32_t> m_TableByName;
-  mutable std::unordered_map<const QVMtableDefinitionInternal*, uint32_t> m_TablePosition;
-  mutable bool m_TableIndexValid = false;
+  QVMnameIndex<QVMmessageDefinitionInternal, &QVMmessageDefinitionInternal::name> m_MessageNames;
+  QVMnameIndex<QVMtableDefinitionInternal, &QVMtableDefinitionInternal::tableName> m_TableNames;
 };
 
 // Restores the current configuration at the end of a scope.

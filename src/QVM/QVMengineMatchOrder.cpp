@@ -1,7 +1,6 @@
 // The order in which messages are tried against an incoming message, and the catch-all
 // ("ignore") message that stays last in it.
 #include "COLerror.h"
-#include "QVMcheck.h"
 #include "QVMengineInternal.h"
 
 void QVMengineInitMessageOrder(QVMengineConfig& config) {
@@ -90,7 +89,7 @@ void QVMengineRemoveMessageFromMatchingOrder(QVMengineConfig& config, uint32_t m
     else if (index > messageIndex && index != QVMengineConfig::npos)
       QVMmatchOrder::setMessageIndex(node, index - 1);
   }
-  QVM_POSTCONDITION(RemoveMatchIndex != nullptr, "RemoveMatchIndex != 0");
+  COL_POSTCONDITION_TEXT(RemoveMatchIndex != nullptr, "RemoveMatchIndex != 0");
   if (RemoveMatchIndex == order.last()) config.setLastMessageMatchesAll(false);
   order.remove(RemoveMatchIndex);
 }

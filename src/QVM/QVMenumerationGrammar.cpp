@@ -41,36 +41,42 @@ struct QVMenumerationGrammarPrivate {
 QVMenumerationGrammar::QVMenumerationGrammar() : pMember(std::make_unique<QVMenumerationGrammarPrivate>()) {}
 
 QVMenumerationGrammar::QVMenumerationGrammar(const QVMenumerationGrammar& other)
-    : pMember(std::make_unique<QVMenumerationGrammarPrivate>(*other.pMember)) {}
+    : QVMlistedGrammar(other), pMember(std::make_unique<QVMenumerationGrammarPrivate>(*other.pMember)) {}
 
 QVMenumerationGrammar& QVMenumerationGrammar::operator=(const QVMenumerationGrammar& other) {
-  if (this != &other) *pMember = *other.pMember;
+  if (this == &other) return *this;
+  COLstring oldName = pMember->name;
+  *pMember = *other.pMember;
+  QVMgrammarNameChanged(*this, oldName);
   return *this;
 }
 
 QVMenumerationGrammar::~QVMenumerationGrammar() = default;
 
 const COLstring& QVMenumerationGrammar::name() const { return pMember->name; }
-void QVMenumerationGrammar::setName(const COLstring& name) { pMember->name = name; }
+void QVMenumerationGrammar::setName(const COLstring& name) {
+  COLstring oldName = std::exchange(pMember->name, name);
+  QVMgrammarNameChanged(*this, oldName);
+}
 const COLstring& QVMenumerationGrammar::description() const { return pMember->description; }
 void QVMenumerationGrammar::setDescription(const COLstring& description) { pMember->description = description; }
 
 uint32_t QVMenumerationGrammar::countOfEnumItem() const { return static_cast<uint32_t>(pMember->items.size()); }
 
 const COLstring& QVMenumerationGrammar::enumItem(uint32_t itemIndex) const {
-  QVM_GRAMMAR_CHECK(itemIndex < pMember->items.size(), "ItemIndex < pMember->Enum.size()");
+  COL_PRECONDITION_TEXT(itemIndex < pMember->items.size(), "ItemIndex < pMember->Enum.size()");
   return pMember->items[itemIndex];
 }
 
 void QVMenumerationGrammar::setEnumItem(uint32_t itemIndex, const COLstring& text) {
-  QVM_GRAMMAR_CHECK(itemIndex < pMember->items.size(), "ItemIndex < pMember->Enum.size()");
+  COL_PRECONDITION_TEXT(itemIndex < pMember->items.size(), "ItemIndex < pMember->Enum.size()");
   pMember->indexRemove(pMember->items[itemIndex]);
   pMember->items[itemIndex] = text;
   pMember->indexAdd(text);
 }
 
 void QVMenumerationGrammar::setEnumItemAt(uint32_t itemIndex) {
-  QVM_GRAMMAR_CHECK(itemIndex <= pMember->items.size(), "ItemIndex <= pMember->Enum.size()");
+  COL_PRECONDITION_TEXT(itemIndex <= pMember->items.size(), "ItemIndex <= pMember->Enum.size()");
   pMember->items.insert(pMember->items.begin() + itemIndex, COLstring());
   pMember->indexAdd(COLstring());
 }
@@ -78,13 +84,13 @@ void QVMenumerationGrammar::setEnumItemAt(uint32_t itemIndex) {
 void QVMenumerationGrammar::addEnumItem() { setEnumItemAt(countOfEnumItem()); }
 
 void QVMenumerationGrammar::removeEnumItem(uint32_t itemIndex) {
-  QVM_GRAMMAR_CHECK(itemIndex < pMember->items.size(), "ItemIndex < pMember->Enum.size()");
+  COL_PRECONDITION_TEXT(itemIndex < pMember->items.size(), "ItemIndex < pMember->Enum.size()");
   pMember->indexRemove(pMember->items[itemIndex]);
   pMember->items.erase(pMember->items.begin() + itemIndex);
 }
 
 void QVMenumerationGrammar::moveField(uint32_t fromIndex, uint32_t toIndex) {
-  QVMgrammarMoveElement(pMember->items, fromIndex, toIndex);
+  QVMmoveElement(pMember->items, fromIndex, toIndex);
 }
 
 bool QVMenumerationGrammar::isValid(const COLstring& text) const { return isValid(text.c_str()); }

@@ -5,10 +5,11 @@
 #include <memory>
 
 #include "COLstring.h"
+#include "QVMlistedGrammar.h"
 
 struct QVMenumerationGrammarPrivate;
 
-class QVMenumerationGrammar {
+class QVMenumerationGrammar : public QVMlistedGrammar {
 public:
   QVMenumerationGrammar();
   QVMenumerationGrammar(const QVMenumerationGrammar& other);

@@ -2,7 +2,6 @@
 #include "QVMmessageDefinitionInternal.h"
 
 #include "COLerror.h"
-#include "QVMcheck.h"
 #include "QVMengineInternal.h"
 
 // --- QVMpythonHookInfo
@@ -216,7 +215,7 @@ QVMidentifier* QVMmessageDefinitionInternal::insertIdentifierAt(size_t index) {
 // --- free functions
 
 void QVMmessageMakeDefaultIdentifier(QVMidentifier& identifier, QVMengineInternal& Engine) {
-  QVM_PRECONDITION(Engine.countOfSegment() > 0, "Engine.countOfSegment() > 0");
+  COL_PRECONDITION_TEXT(Engine.countOfSegment() > 0, "Engine.countOfSegment() > 0");
   const COLstring& header = Engine.config().headerSegment();
   if (Engine.segmentByName(header) != QVMengineInternal::npos)
     identifier.setSegment(header);
@@ -225,7 +224,7 @@ void QVMmessageMakeDefaultIdentifier(QVMidentifier& identifier, QVMengineInterna
 }
 
 QVMidentifier* QVMmessageAddDefaultIdentifierAt(QVMmessageDefinitionInternal& Message, size_t index) {
-  QVM_PRECONDITION(Message.rootEngine() && Message.rootEngine()->countOfSegment() > 0,
+  COL_PRECONDITION_TEXT(Message.rootEngine() && Message.rootEngine()->countOfSegment() > 0,
                    "Message.rootEngine()->countOfSegment() > 0");
   QVMidentifier* identifier = Message.insertIdentifierAt(index);
   QVMmessageMakeDefaultIdentifier(*identifier, *Message.rootEngine());

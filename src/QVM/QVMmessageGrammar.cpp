@@ -2,7 +2,6 @@
 #include "QVMmessageGrammar.h"
 
 #include "COLerror.h"
-#include "QVMcheck.h"
 #include "QVMgrammarTypes.h"
 #include "QVMmessageDefinitionInternal.h"
 #include "QVMtableGrammarInternal.h"
@@ -84,7 +83,7 @@ QVMmessageGrammar* QVMmessageGrammar::subGrammar(size_t GrammarIndex) const {
 
 QVMmessageGrammar* QVMmessageGrammar::insertSegment(QVMsegmentGrammar* segment, size_t GrammarIndex) {
   if (GrammarIndex == npos || GrammarIndex == COLstring::npos) GrammarIndex = m_SubGrammars.size();
-  QVM_PRECONDITION(GrammarIndex <= m_SubGrammars.size(), "GrammarIndex <= pMember->SubGrammarVector.size()");
+  COL_PRECONDITION_TEXT(GrammarIndex <= m_SubGrammars.size(), "GrammarIndex <= pMember->SubGrammarVector.size()");
   auto node = std::make_unique<QVMmessageGrammar>();
   node->initializeAsSegment(segment, this);
   QVMmessageGrammar* result = node.get();
@@ -150,7 +149,7 @@ void QVMmessageGrammar::setGrammarName(const COLstring& name) {
 
 COLstring QVMmessageGrammar::fullerGrammarName() const {
   if (!m_IsNode) return m_GrammarName;
-  QVM_PRECONDITION(m_Segment != nullptr, "pMember->pSegment != NULL");
+  COL_PRECONDITION_TEXT(m_Segment != nullptr, "pMember->pSegment != NULL");
   return QVMsegmentGrammarFullName(*m_Segment);
 }
 
@@ -183,4 +182,10 @@ bool QVMmessageGrammarIsEquivalent(const QVMmessageGrammar& a, const QVMmessageG
   for (size_t i = 0; i < a.countOfSubGrammar(); ++i)
     if (!QVMmessageGrammarIsEquivalent(*a.subGrammar(i), *b.subGrammar(i))) return false;
   return true;
+}
+
+void QVMmessageGrammarForgetSegments(QVMmessageGrammar& root,
+                                     const std::unordered_set<const QVMsegmentGrammar*>& removed) {
+  if (root.isNode() && removed.contains(root.segment())) root.setSegment(nullptr);
+  for (size_t i = 0; i < root.countOfSubGrammar(); ++i) QVMmessageGrammarForgetSegments(*root.subGrammar(i), removed);
 }

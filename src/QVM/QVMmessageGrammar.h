@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <unordered_set>
 #include <vector>
 
 #include "COLstring.h"
@@ -81,3 +82,6 @@ private:
 
 // Same shape over the same segment grammar objects; names, flags and limits don't count.
 bool QVMmessageGrammarIsEquivalent(const QVMmessageGrammar& a, const QVMmessageGrammar& b);
+// Segment nodes of the tree whose segment is in `removed` are left without a segment.
+void QVMmessageGrammarForgetSegments(QVMmessageGrammar& root,
+                                     const std::unordered_set<const QVMsegmentGrammar*>& removed);

@@ -1,6 +1,6 @@
 #include "QVMmessageNodeAddress.h"
 
-#include "QVMgrammarSupport.h"
+#include "COLerror.h"
 
 void QVMmessageNodeAddress::setDepth(uint32_t depth) {
   m_NodeIndex.resize(depth, 0);
@@ -8,12 +8,12 @@ void QVMmessageNodeAddress::setDepth(uint32_t depth) {
 }
 
 uint32_t QVMmessageNodeAddress::nodeIndex(uint32_t step) const {
-  QVM_GRAMMAR_CHECK(step < depth(), "Index < depth()");
+  COL_PRECONDITION_TEXT(step < depth(), "Index < depth()");
   return m_NodeIndex[step];
 }
 
 uint32_t QVMmessageNodeAddress::repeatIndex(uint32_t step) const {
-  QVM_GRAMMAR_CHECK(step < depth(), "Index < depth()");
+  COL_PRECONDITION_TEXT(step < depth(), "Index < depth()");
   return m_RepeatIndex[step];
 }
 

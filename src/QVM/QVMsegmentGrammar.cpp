@@ -4,8 +4,9 @@
 
 #include "COLostream.h"
 #include "QVMcompositeGrammar.h"
-#include "QVMgrammarEngineLink.h"
+#include "QVMengineInternal.h"
 #include "QVMgrammarSupport.h"
+#include "QVMlanguage.h"
 #include "QVMsegmentValidationRule.h"
 
 // --- QVMsegmentSubField
@@ -61,17 +62,17 @@ void QVMsegmentSubField::setFieldType(QVMcompositeGrammar* composite) { pMember-
 uint32_t QVMsegmentSubField::countOfValidationRule() const { return static_cast<uint32_t>(pMember->rules.size()); }
 
 QVMsegmentValidationRule* QVMsegmentSubField::validationRule(uint32_t ruleIndex) const {
-  QVM_GRAMMAR_CHECK(ruleIndex < pMember->rules.size(), "RuleIndex < countOfValidationRules(FieldIndex)");
+  COL_PRECONDITION_TEXT(ruleIndex < pMember->rules.size(), "RuleIndex < countOfValidationRules(FieldIndex)");
   return pMember->rules[ruleIndex].get();
 }
 
 void QVMsegmentSubField::appendValidationRule(std::unique_ptr<QVMsegmentValidationRule> rule) {
-  QVM_GRAMMAR_CHECK(rule != nullptr, "pRule != NULL");
+  COL_PRECONDITION_TEXT(rule != nullptr, "pRule != NULL");
   pMember->rules.push_back(std::move(rule));
 }
 
 void QVMsegmentSubField::removeValidationRule(uint32_t ruleIndex) {
-  QVM_GRAMMAR_CHECK(ruleIndex < pMember->rules.size(), "RuleIndex < countOfValidationRules(FieldIndex)");
+  COL_PRECONDITION_TEXT(ruleIndex < pMember->rules.size(), "RuleIndex < countOfValidationRules(FieldIndex)");
   pMember->rules.erase(pMember->rules.begin() + ruleIndex);
 }
 
@@ -106,32 +107,38 @@ struct QVMsegmentGrammarPrivate {
 QVMsegmentGrammar::QVMsegmentGrammar() : pMember(std::make_unique<QVMsegmentGrammarPrivate>()) {}
 
 QVMsegmentGrammar::QVMsegmentGrammar(const QVMsegmentGrammar& other)
-    : pMember(std::make_unique<QVMsegmentGrammarPrivate>(*other.pMember)) {
+    : QVMlistedGrammar(other), pMember(std::make_unique<QVMsegmentGrammarPrivate>(*other.pMember)) {
   initValidationRules();
 }
 
 QVMsegmentGrammar& QVMsegmentGrammar::operator=(const QVMsegmentGrammar& other) {
   if (this == &other) return *this;
   QVMengineInternal* ownEngine = pMember->rootEngine;
+  COLstring oldName = pMember->name;
   pMember = std::make_unique<QVMsegmentGrammarPrivate>(*other.pMember);
   initValidationRules();
   if (ownEngine)
     init(ownEngine);
   else
     pMember->rootEngine = nullptr;
+  QVMgrammarNameChanged(*this, oldName);
   return *this;
 }
 
 QVMsegmentGrammar::~QVMsegmentGrammar() = default;
 
 void QVMsegmentGrammar::init(QVMengineInternal* engine) {
-  QVM_GRAMMAR_CHECK(engine != nullptr, "pEngine != NULL");
+  COL_PRECONDITION_TEXT(engine != nullptr, "pEngine != NULL");
   pMember->rootEngine = engine;
-  LANengine* languageEngine = QVMgrammarLanguageEngine(engine);
+  LANengine* languageEngine = &engine->LanguageEngine();
   for (auto& field : pMember->fields) field->setLanguageEngine(languageEngine);
 }
 
 QVMengineInternal* QVMsegmentGrammar::rootEngine() const { return pMember->rootEngine; }
+
+LANengine* QVMsegmentGrammar::languageEngine() const {
+  return pMember->rootEngine ? &pMember->rootEngine->LanguageEngine() : nullptr;
+}
 
 void QVMsegmentGrammar::initValidationRules() {
   for (uint32_t fieldIndex = 0; fieldIndex < pMember->fields.size(); ++fieldIndex) {
@@ -142,7 +149,10 @@ void QVMsegmentGrammar::initValidationRules() {
 }
 
 const COLstring& QVMsegmentGrammar::name() const { return pMember->name; }
-void QVMsegmentGrammar::setName(const COLstring& name) { pMember->name = name; }
+void QVMsegmentGrammar::setName(const COLstring& name) {
+  COLstring oldName = std::exchange(pMember->name, name);
+  QVMgrammarNameChanged(*this, oldName);
+}
 const COLstring& QVMsegmentGrammar::description() const { return pMember->description; }
 void QVMsegmentGrammar::setDescription(const COLstring& description) { pMember->description = description; }
 bool QVMsegmentGrammar::hasDelimiters() const { return pMember->hasDelimiters; }
@@ -151,7 +161,7 @@ void QVMsegmentGrammar::setHasDelimiters(bool value) { pMember->hasDelimiters = 
 uint32_t QVMsegmentGrammar::countOfField() const { return static_cast<uint32_t>(pMember->fields.size()); }
 
 QVMsegmentSubField& QVMsegmentGrammar::checkedField(uint32_t fieldIndex) const {
-  QVM_GRAMMAR_CHECK(fieldIndex < pMember->fields.size(), "FieldIndex < pMember->Field.size()");
+  COL_PRECONDITION_TEXT(fieldIndex < pMember->fields.size(), "FieldIndex < pMember->Field.size()");
   return *pMember->fields[fieldIndex];
 }
 
@@ -159,22 +169,22 @@ QVMsegmentSubField* QVMsegmentGrammar::field(uint32_t fieldIndex) { return &chec
 const QVMsegmentSubField* QVMsegmentGrammar::field(uint32_t fieldIndex) const { return &checkedField(fieldIndex); }
 
 void QVMsegmentGrammar::insertField(uint32_t fieldIndex) {
-  QVM_GRAMMAR_CHECK(fieldIndex <= pMember->fields.size(), "FieldIndex <= countOfField()");
+  COL_PRECONDITION_TEXT(fieldIndex <= pMember->fields.size(), "FieldIndex <= countOfField()");
   auto field = std::make_unique<QVMsegmentSubField>();
-  field->setLanguageEngine(QVMgrammarLanguageEngine(pMember->rootEngine));
+  field->setLanguageEngine(languageEngine());
   pMember->fields.insert(pMember->fields.begin() + fieldIndex, std::move(field));
   // The rules of the fields behind it moved one place on.
   initValidationRules();
 }
 
 void QVMsegmentGrammar::removeField(uint32_t fieldIndex) {
-  QVM_GRAMMAR_CHECK(fieldIndex < pMember->fields.size(), "FieldIndex < pMember->Field.size()");
+  COL_PRECONDITION_TEXT(fieldIndex < pMember->fields.size(), "FieldIndex < pMember->Field.size()");
   pMember->fields.erase(pMember->fields.begin() + fieldIndex);
   initValidationRules();
 }
 
 void QVMsegmentGrammar::moveField(uint32_t fromIndex, uint32_t toIndex) {
-  QVMgrammarMoveElement(pMember->fields, fromIndex, toIndex);
+  QVMmoveElement(pMember->fields, fromIndex, toIndex);
   // Refreshed at once so that a rule always names the field that holds it.
   initValidationRules();
 }
@@ -196,7 +206,7 @@ QVMcompositeGrammar* QVMsegmentGrammar::fieldType(uint32_t fieldIndex) const {
 }
 void QVMsegmentGrammar::setFieldType(uint32_t fieldIndex, QVMcompositeGrammar* composite) {
   QVMsegmentSubField& field = checkedField(fieldIndex);
-  QVM_GRAMMAR_CHECK(composite != nullptr, "pCompositeGrammar != NULL");
+  COL_PRECONDITION_TEXT(composite != nullptr, "pCompositeGrammar != NULL");
   field.setFieldType(composite);
 }
 uint32_t QVMsegmentGrammar::fieldWidth(uint32_t fieldIndex) const { return checkedField(fieldIndex).width(); }
@@ -217,24 +227,24 @@ const LANfunction& QVMsegmentGrammar::fieldOutgoingFunction(uint32_t fieldIndex)
 uint32_t QVMsegmentGrammar::countOfIdentifier() const { return static_cast<uint32_t>(pMember->identifiers.size()); }
 
 QVMsegmentIdentifier* QVMsegmentGrammar::identifier(uint32_t identifierIndex) {
-  QVM_GRAMMAR_CHECK(identifierIndex < pMember->identifiers.size(), "IdentifierIndex < countOfIdentifier()");
+  COL_PRECONDITION_TEXT(identifierIndex < pMember->identifiers.size(), "IdentifierIndex < countOfIdentifier()");
   return pMember->identifiers[identifierIndex].get();
 }
 
 const QVMsegmentIdentifier* QVMsegmentGrammar::identifier(uint32_t identifierIndex) const {
-  QVM_GRAMMAR_CHECK(identifierIndex < pMember->identifiers.size(), "IdentifierIndex < countOfIdentifier()");
+  COL_PRECONDITION_TEXT(identifierIndex < pMember->identifiers.size(), "IdentifierIndex < countOfIdentifier()");
   return pMember->identifiers[identifierIndex].get();
 }
 
 QVMsegmentIdentifier* QVMsegmentGrammar::addIdentifierAt(uint32_t identifierIndex) {
-  QVM_GRAMMAR_CHECK(identifierIndex <= pMember->identifiers.size(), "IdentifierIndex <= countOfIdentifier()");
+  COL_PRECONDITION_TEXT(identifierIndex <= pMember->identifiers.size(), "IdentifierIndex <= countOfIdentifier()");
   auto inserted = pMember->identifiers.insert(pMember->identifiers.begin() + identifierIndex,
                                               std::make_unique<QVMsegmentIdentifier>());
   return inserted->get();
 }
 
 void QVMsegmentGrammar::removeIdentifier(uint32_t identifierIndex) {
-  QVM_GRAMMAR_CHECK(identifierIndex < pMember->identifiers.size(), "IdentifierIndex < countOfIdentifier()");
+  COL_PRECONDITION_TEXT(identifierIndex < pMember->identifiers.size(), "IdentifierIndex < countOfIdentifier()");
   pMember->identifiers.erase(pMember->identifiers.begin() + identifierIndex);
 }
 
@@ -243,12 +253,12 @@ uint32_t QVMsegmentGrammar::countOfValidationRules(uint32_t fieldIndex) const {
 }
 
 QVMsegmentValidationRule* QVMsegmentGrammar::addValidationRule(uint32_t fieldIndex, uint32_t ruleType) {
-  QVM_GRAMMAR_CHECK(fieldIndex < pMember->fields.size(), "FieldIndex < countOfField()");
+  COL_PRECONDITION_TEXT(fieldIndex < pMember->fields.size(), "FieldIndex < countOfField()");
   std::unique_ptr<QVMsegmentValidationRule> rule = QVMsegmentValidationRuleCreate(ruleType);
   QVMsegmentValidationRule* added = rule.get();
   pMember->fields[fieldIndex]->appendValidationRule(std::move(rule));
   added->initializeNew(this, fieldIndex);
-  if (pMember->rootEngine) added->setLanguageEngine(QVMgrammarLanguageEngine(pMember->rootEngine));
+  if (pMember->rootEngine) added->setLanguageEngine(languageEngine());
   return added;
 }
 
@@ -281,10 +291,10 @@ uint32_t QVMsegmentGrammarAddFieldWithoutInitialization(QVMsegmentGrammar& gramm
 }
 
 void QVMsegmentGrammarInsertFieldWithInitialization(QVMsegmentGrammar& grammar, uint32_t fieldIndex) {
-  QVM_GRAMMAR_CHECK(QVMgrammarCountOfComposite(grammar.rootEngine()) > 0,
-                    "Grammar.rootEngine()->countOfComposite() > 0");
+  QVMengineInternal* engine = grammar.rootEngine();
+  COL_PRECONDITION_TEXT(engine && engine->countOfComposite() > 0, "Grammar.rootEngine()->countOfComposite() > 0");
   grammar.insertField(fieldIndex);
-  grammar.setFieldType(fieldIndex, QVMgrammarComposite(grammar.rootEngine(), 0));
+  grammar.setFieldType(fieldIndex, engine->composite(0));
 }
 
 COLstring QVMsegmentGrammarFullName(const QVMsegmentGrammar& grammar) {

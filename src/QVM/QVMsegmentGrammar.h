@@ -8,6 +8,7 @@
 #include <memory>
 
 #include "COLstring.h"
+#include "QVMlistedGrammar.h"
 #include "QVMidentifier.h"
 
 class COLostream;
@@ -58,7 +59,7 @@ private:
   std::unique_ptr<QVMsegmentSubFieldPrivate> pMember;
 };
 
-class QVMsegmentGrammar {
+class QVMsegmentGrammar : public QVMlistedGrammar {
 public:
   QVMsegmentGrammar();
   // Copies fields (cloning rules by kind) and repoints the copied rules at the copy.
@@ -69,6 +70,8 @@ public:
 
   void init(QVMengineInternal* engine);
   QVMengineInternal* rootEngine() const;
+  // The root engine's interpreter; null without an engine.
+  LANengine* languageEngine() const;
   // Binds every rule of every field to this grammar and to its field's index.
   void initValidationRules();
 

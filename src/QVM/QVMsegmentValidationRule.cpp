@@ -3,7 +3,6 @@
 #include <cstdlib>
 
 #include "COLostream.h"
-#include "QVMgrammarSupport.h"
 #include "QVMsegmentGrammar.h"
 #include "REXmatcher.h"
 

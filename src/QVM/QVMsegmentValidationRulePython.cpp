@@ -1,6 +1,7 @@
 // The two validation rules that hold script code.
-#include "QVMgrammarSupport.h"
 #include "QVMsegmentValidationRule.h"
+
+#include "QVMlanguage.h"
 
 // --- Python
 

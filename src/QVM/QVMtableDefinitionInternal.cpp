@@ -4,7 +4,6 @@
 #include <algorithm>
 
 #include "COLostream.h"
-#include "QVMcheck.h"
 #include "QVMengineInternal.h"
 #include "QVMmessageDefinitionInternal.h"
 
@@ -31,13 +30,13 @@ void QVMtableMapSet::pad() const {
 
 const QVMmapItem& QVMtableMapSet::map(size_t MapIndex) const {
   pad();
-  QVM_PRECONDITION(MapIndex < m_Items.size(), "MapIndex < pMember->MapItem.size()");
+  COL_PRECONDITION_TEXT(MapIndex < m_Items.size(), "MapIndex < pMember->MapItem.size()");
   return m_Items[MapIndex];
 }
 
 QVMmapItem& QVMtableMapSet::map(size_t MapIndex) {
   pad();
-  QVM_PRECONDITION(MapIndex < m_Items.size(), "MapIndex < pMember->MapItem.size()");
+  COL_PRECONDITION_TEXT(MapIndex < m_Items.size(), "MapIndex < pMember->MapItem.size()");
   return m_Items[MapIndex];
 }
 
@@ -47,23 +46,23 @@ void QVMtableMapSet::insertColumn(size_t ColumnIndex) {
   if (ColumnIndex == static_cast<size_t>(QVMtableDefinitionInternal::npos) || ColumnIndex == COLstring::npos) {
     m_Items.emplace_back();
   } else {
-    QVM_PRECONDITION(ColumnIndex <= m_Items.size(), "ColumnIndex <= pMember->MapItem.size()");
+    COL_PRECONDITION_TEXT(ColumnIndex <= m_Items.size(), "ColumnIndex <= pMember->MapItem.size()");
     m_Items.insert(m_Items.begin() + ColumnIndex, QVMmapItem());
   }
   pad();
 }
 
 void QVMtableMapSet::removeColumn(size_t ColumnIndex) {
-  QVM_PRECONDITION(ColumnIndex < m_Items.size(), "ColumnIndex < pMember->MapItem.size()");
+  COL_PRECONDITION_TEXT(ColumnIndex < m_Items.size(), "ColumnIndex < pMember->MapItem.size()");
   m_Items.erase(m_Items.begin() + ColumnIndex);
   pad();
 }
 
 void QVMtableMapSet::moveColumn(size_t FromIndex, size_t ToIndex) {
   pad();
-  QVM_PRECONDITION(FromIndex < m_Items.size(), "FromIndex < pMember->MapItem.size()");
-  QVM_PRECONDITION(ToIndex < m_Items.size(), "ToIndex < pMember->MapItem.size()");
-  QVM_PRECONDITION(FromIndex != ToIndex, "FromIndex != ToIndex");
+  COL_PRECONDITION_TEXT(FromIndex < m_Items.size(), "FromIndex < pMember->MapItem.size()");
+  COL_PRECONDITION_TEXT(ToIndex < m_Items.size(), "ToIndex < pMember->MapItem.size()");
+  COL_PRECONDITION_TEXT(FromIndex != ToIndex, "FromIndex != ToIndex");
   QVMmapItem copy = m_Items[FromIndex];
   m_Items.erase(m_Items.begin() + FromIndex);
   m_Items.insert(m_Items.begin() + ToIndex, QVMmapItem());
@@ -208,7 +207,7 @@ const QVMcolumnDefinition& QVMtableDefinitionInternal::column(size_t ColumnIndex
 }
 
 size_t QVMtableDefinitionInternal::addColumn(const COLstring& name, QVMdataType type, size_t index) {
-  QVM_PRECONDITION(m_RootEngine && m_RootEngine->countOfConfig() == m_Configs.size(),
+  COL_PRECONDITION_TEXT(m_RootEngine && m_RootEngine->countOfConfig() == m_Configs.size(),
                    "rootEngine()->countOfConfig() == pMember->ConfigVector.size()");
   bool append = index == npos || index == COLstring::npos;
   if (!append) COL_PRECONDITION(index <= countOfColumn());
@@ -225,7 +224,7 @@ size_t QVMtableDefinitionInternal::addColumn(const COLstring& name, QVMdataType 
 }
 
 void QVMtableDefinitionInternal::removeColumn(size_t ColumnIndex) {
-  QVM_PRECONDITION(m_RootEngine && m_RootEngine->countOfConfig() == m_Configs.size(),
+  COL_PRECONDITION_TEXT(m_RootEngine && m_RootEngine->countOfConfig() == m_Configs.size(),
                    "rootEngine()->countOfConfig() == pMember->ConfigVector.size()");
   COL_PRECONDITION(ColumnIndex < countOfColumn());
   m_Columns.erase(m_Columns.begin() + ColumnIndex);
@@ -291,7 +290,7 @@ LANfunction& QVMtableDefinitionInternal::outgoingFunction(size_t ColumnIndex) {
 QVMtableConfig& QVMtableDefinitionInternal::currentTableConfig() const {
   const QVMtableDefinitionInternal* pParent = this;
   COL_PRECONDITION(pParent->rootEngine() != NULL);
-  QVM_PRECONDITION(pParent->rootEngine()->currentConfig() < m_Configs.size(),
+  COL_PRECONDITION_TEXT(pParent->rootEngine()->currentConfig() < m_Configs.size(),
                    "pParent->rootEngine()->currentConfig() < ConfigVector.size()");
   return const_cast<QVMtableConfig&>(m_Configs[pParent->rootEngine()->currentConfig()]);
 }
@@ -299,7 +298,7 @@ QVMtableConfig& QVMtableDefinitionInternal::currentTableConfig() const {
 size_t QVMtableDefinitionInternal::countOfMapSet() const { return currentTableConfig().countOfMapSet(); }
 
 QVMtableMapSet* QVMtableDefinitionInternal::mapSet(size_t SetIndex) const {
-  QVM_PRECONDITION(countOfMapSet() > SetIndex, "countOfMapSet() > SetIndex");
+  COL_PRECONDITION_TEXT(countOfMapSet() > SetIndex, "countOfMapSet() > SetIndex");
   return currentTableConfig().mapSet(SetIndex);
 }
 

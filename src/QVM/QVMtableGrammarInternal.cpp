@@ -3,7 +3,6 @@
 
 #include "COLerror.h"
 #include "COLostream.h"
-#include "QVMcheck.h"
 #include "QVMengineInternal.h"
 #include "QVMmessageDefinitionInternal.h"
 #include "QVMmessageGrammar.h"
@@ -95,7 +94,7 @@ void QVMtableGrammarInternal::setIsNode(bool value) {
 const COLstring& QVMtableGrammarInternal::name() const {
   if (!m_IsNode) return m_Name;
   const QVMtableGrammarInternal* pMember = this;
-  QVM_PRECONDITION(pMember->m_Table != NULL, "pMember->pTable != NULL");
+  COL_PRECONDITION_TEXT(pMember->m_Table != NULL, "pMember->pTable != NULL");
   return m_Table->tableName();
 }
 
@@ -107,7 +106,7 @@ void QVMtableGrammarInternal::setParent(QVMtableGrammarInternal* pParent) {
 }
 
 QVMmessageDefinitionInternal* QVMtableGrammarInternal::message() const {
-  QVM_PRECONDITION(m_Message != NULL, "pMember->pMessageDefinition != NULL");
+  COL_PRECONDITION_TEXT(m_Message != NULL, "pMember->pMessageDefinition != NULL");
   return m_Message;
 }
 
@@ -118,7 +117,7 @@ void QVMtableGrammarInternal::setMessage(QVMmessageDefinitionInternal* message) 
 }
 
 QVMtableDefinitionInternal* QVMtableGrammarInternal::table() const {
-  QVM_PRECONDITION(m_IsNode, "pMember->IsNode");
+  COL_PRECONDITION_TEXT(m_IsNode, "pMember->IsNode");
   return m_Table;
 }
 
@@ -268,7 +267,7 @@ void keepLeafMappings(QVMtableGrammarInternal& Grammar, QVMmessageGrammar* oldRo
   if (newField != npos || oldField != npos) {
     const COLstring name = "Field Map";
     if (newField == npos) {
-      QVM_PRECONDITION(Grammar.messageGrammarFieldIndex() != npos, "Grammar.messageGrammarFieldIndex() != npos");
+      COL_PRECONDITION_TEXT(Grammar.messageGrammarFieldIndex() != npos, "Grammar.messageGrammarFieldIndex() != npos");
       QVMtableGrammarCopyChildMappingsToParent(Grammar, oldField, name, 0);
     } else if (oldField == npos) {
       QVMtableGrammarCopyParentMappingsToChild(Grammar, newField, name);

@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <functional>
 #include <fstream>
+#include <thread>
 
 #include "COLerror.h"
 #include "QVMengineInternal.h"
@@ -248,11 +249,9 @@ TEST(QVMengineTest, GrammarLookupsFollowTheCurrentConfiguration) {
   engine.deleteSegment(0);
   EXPECT_EQ(engine.segmentByName("PID"), 0u);
   EXPECT_EQ(engine.segmentByName("MSH"), npos);
-  // A rename found stale on a hit is repaired; one announced is seen at once.
   engine.segment(0)->setName("PV1");
   EXPECT_EQ(engine.segmentByName("PID"), 1u);
   engine.segment(1)->setName("OBX");
-  engine.grammarNamesChanged();
   EXPECT_EQ(engine.segmentByName("OBX"), 1u);
   engine.addConfiguration("other");
   engine.setCurrentConfig(1);
@@ -275,6 +274,15 @@ TEST(QVMengineTest, ConfigCopyPointsAtItsOwnGrammars) {
   EXPECT_NE(copy.segment(0), pid);
   EXPECT_EQ(copy.segment(0)->fieldType(0), copy.composite(0));
   EXPECT_EQ(copy.segmentByName("PID"), 0u);
+}
+
+TEST(QVMengineTest, CriticalSectionIsRecursiveAndExclusive) {
+  QVMengineInternal engine;
+  COLcriticalSectionLocker outer(engine.criticalSection());
+  COLcriticalSectionLocker inner(engine.criticalSection());
+  bool otherThreadGotIt = true;
+  std::thread([&] { otherThreadGotIt = engine.criticalSection().tryLock(); }).join();
+  EXPECT_FALSE(otherThreadGotIt);
 }
 
 TEST(QVMengineTest, CustomConfigSetsSchemaNamespaces) {

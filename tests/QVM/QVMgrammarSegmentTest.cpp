@@ -2,7 +2,7 @@
 #include "QVMgrammarTestSupport.h"
 
 #include "QVMcompositeGrammar.h"
-#include "QVMgrammarSupport.h"
+#include "QVMengineInternal.h"
 #include "QVMidentifier.h"
 #include "QVMsegmentGrammar.h"
 #include "QVMsegmentValidationRule.h"
@@ -210,9 +210,13 @@ TEST(QVMgrammarSegment, Printing) {
 }
 
 TEST(QVMgrammarSegment, FieldScriptsCopyWithTheField) {
+  QVMengineInternal engine;
   QVMsegmentGrammar grammar = segmentWithFields("ZZZ", {"A"});
+  grammar.init(&engine);
   grammar.fieldIncomingFunction(0).setCode("value = value.strip()");
   QVMsegmentGrammar copy(grammar);
   EXPECT_EQ(copy.fieldIncomingFunction(0).code(), "value = value.strip()\r\n");
+  EXPECT_TRUE(copy.fieldIncomingFunction(0).isValid());
+  EXPECT_EQ(copy.fieldIncomingFunction(0).engine(), &engine.LanguageEngine());
   EXPECT_EQ(copy.fieldOutgoingFunction(0).code(), "");
 }

@@ -1,7 +1,7 @@
 // Validation rules: parameters, names, errors and copying by kind.
 #include "QVMgrammarTestSupport.h"
 
-#include "QVMgrammarSupport.h"
+#include "QVMengineInternal.h"
 #include "QVMsegmentGrammar.h"
 #include "QVMsegmentValidationRule.h"
 #include "REXmatcher.h"
@@ -112,7 +112,9 @@ TEST(QVMrule, RegExpPairDisplayName) {
 }
 
 TEST(QVMrule, PythonRulesKeepDescriptionAndCode) {
+  QVMengineInternal engine;
   QVMsegmentValidationRulePython python;
+  python.setLanguageEngine(&engine.LanguageEngine());
   python.setParameter("Description", "checks the value");
   python.setParameter("Code", "if not value:\n  fail()");
   EXPECT_EQ(python.displayName(), "checks the value");
@@ -120,6 +122,7 @@ TEST(QVMrule, PythonRulesKeepDescriptionAndCode) {
   EXPECT_EQ(python.parameter("Description"), "checks the value");
 
   QVMsegmentValidationRuleSituationalPython situational;
+  situational.setLanguageEngine(&engine.LanguageEngine());
   situational.setParameter("Code", "ok = 1");
   situational.setParameter("CodeOnError", "ok = 0");
   situational.setDescription("situational");
@@ -132,6 +135,7 @@ TEST(QVMrule, PythonRulesKeepDescriptionAndCode) {
 }
 
 TEST(QVMrule, CloningByKindCopiesEveryMember) {
+  QVMengineInternal engine;
   QVMsegmentGrammar grammar = segmentWithFields("ZZZ", {"a", "b"});
   auto* required = static_cast<QVMsegmentValidationRuleConditionalField*>(
       grammar.addValidationRule(1, QVMconditionalFieldRule));
@@ -153,12 +157,14 @@ TEST(QVMrule, CloningByKindCopiesEveryMember) {
   EXPECT_TRUE(copiedMatcher.doesMatch("AB"));
 
   QVMsegmentValidationRuleSituationalPython situational;
+  situational.setLanguageEngine(&engine.LanguageEngine());
   situational.setParameter("CodeOnError", "x = 2");
   situational.setDescription("d");
   situational.setLastSegment(&grammar);
   auto situationalCopy = QVMsegmentValidationRuleClone(situational);
   auto& copied = static_cast<QVMsegmentValidationRuleSituationalPython&>(*situationalCopy);
   EXPECT_EQ(copied.codeOnError(), "x = 2\r\n");
+  EXPECT_TRUE(copied.pythonCodeOnError().isValid());
   EXPECT_EQ(copied.description(), "d");
   EXPECT_EQ(copied.lastSegment(), nullptr);
 

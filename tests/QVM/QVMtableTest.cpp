@@ -138,6 +138,10 @@ TEST(QVMtableTest, UniqueColumnNamesAndTableIndex) {
   engine.deleteTable(0);
   EXPECT_EQ(engine.tableByName("Patient"), 1u);
   EXPECT_EQ(engine.tableByName("Person"), 0xFFFFFFFFu);
+  // Taking the name of an earlier table: the earlier index stays first.
+  engine.table(1)->setTableName("Visit");
+  EXPECT_EQ(engine.tableByName("Visit"), 0u);
+  EXPECT_EQ(engine.tableByName("Patient"), 0xFFFFFFFFu);
 }
 
 TEST(QVMtableTest, TableGrammarLeavesAndGroups) {
