@@ -34,6 +34,9 @@ for source in "$repo"/tests/fuzz/*.cpp; do
     echo "fuzz: no corpus at $corpus_root, starting from nothing" >&2
   fi
 
+  # The definition reader starts from the example definitions rather than from messages.
+  case "$name" in fuzz_vmd) rm -f "$seeds"/*; cp "$repo"/examples/*.vmd "$seeds"/ ;; esac
+
   echo "== $name for ${seconds}s"
   if ! (cd "$build" && "$target" -max_total_time="$seconds" -timeout=10 -rss_limit_mb=4096 \
         -max_len=70000 -print_final_stats=1 "$work" "$seeds"); then

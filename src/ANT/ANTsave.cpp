@@ -29,6 +29,10 @@ public:
     auto [it, added] = m_First.emplace(name, object);
     if (!added && unique) refuse(COLstring("two ") + what + " are named `" + name + "'.");
   }
+  const T* find(const COLstring& name) const {
+    auto found = m_First.find(name);
+    return found == m_First.end() ? nullptr : found->second;
+  }
   // True when the name leads back to this very object.
   bool leadsTo(const COLstring& name, const T* object) const {
     auto found = m_First.find(name);
@@ -356,9 +360,9 @@ void ANTsaver::saveMessageConfig(ARFobj& config, size_t configIndex) {
       const QVMidentifier& identifier = *record.identifier(k);
       ARFobj identifierObj(&obj, "identifier");
       ARFscopedWrite identifierScope(m_Writer, identifierObj);
-      uint32_t segment = m_Engine.segmentByName(identifier.segment());
-      if (segment != QVMengineInternal::npos && m_SegmentNames.leadsTo(identifier.segment(), m_Engine.segment(segment)))
-        index(identifierObj, "segment_ref", segment);
+      // A segment grammar of that name is referred to by id, any other name kept as it is.
+      if (const QVMsegmentGrammar* named = m_SegmentNames.find(identifier.segment()))
+        index(identifierObj, "segment_ref", m_SegmentIds.at(named));
       else
         prop(identifierObj, "segment", identifier.segment());
       prop(identifierObj, "value", identifier.value());

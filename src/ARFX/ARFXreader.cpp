@@ -2,13 +2,31 @@
 
 #include "COLerror.h"
 #include "COLostream.h"
-#include "XMLexpatAnsiParser.h"
+#include "XMLexpatParser.h"
 
 namespace {
 // Deeper nesting than any definition needs; it bounds the recursion of whoever walks the tree.
 constexpr size_t MaximumDepth = 200;
 
-class ARFXminiDom : public XMLexpatAnsiParser {
+// Expat hands out UTF-8; definitions hold 8-bit text. Returns false at a character above
+// U+00FF, which 8-bit text cannot hold.
+bool appendAsBytes(COLstring& out, const char* text, size_t length) {
+  const unsigned char* in = reinterpret_cast<const unsigned char*>(text);
+  for (size_t i = 0; i < length; ++i) {
+    unsigned char lead = in[i];
+    if (lead < 0x80) {
+      out += static_cast<char>(lead);
+    } else if ((lead == 0xC2 || lead == 0xC3) && i + 1 < length) {
+      out += static_cast<char>(((lead & 0x03) << 6) | (in[i + 1] & 0x3F));
+      ++i;
+    } else {
+      return false;
+    }
+  }
+  return true;
+}
+
+class ARFXminiDom : public XMLexpatParser {
 public:
   explicit ARFXminiDom(const COLstring& documentName) : m_DocumentName(documentName) {}
 
@@ -17,9 +35,9 @@ public:
   void onStartElement(const char* name, const char** attributes) override {
     if (m_Depth >= MaximumDepth) fail("elements are nested more than 200 levels deep");
     auto node = std::make_unique<ARFXnode>();
-    node->name = name;
+    node->name = bytes(name);
     for (const char** attribute = attributes; attribute && attribute[0]; attribute += 2)
-      node->attributes.emplace_back(attribute[0], attribute[1]);
+      node->attributes.emplace_back(bytes(attribute[0]), bytes(attribute[1]));
     node->position = here();
     node->parent = m_Current;
     ARFXnode* added = node.get();
@@ -35,7 +53,9 @@ public:
   }
 
   void onCharacterData(const char* text, int length) override {
-    if (m_Current && length > 0) m_Current->value.append(text, 0, static_cast<size_t>(length));
+    if (!m_Current || length <= 0) return;
+    if (!appendAsBytes(m_Current->value, text, static_cast<size_t>(length)))
+      fail("the text holds a character above U+00FF, which a definition cannot store");
   }
 
   COLerror onError(const COLstring& message, unsigned line, unsigned column) override {
@@ -46,6 +66,13 @@ public:
 
 private:
   ARFposition here() { return ARFposition{currentLineNumber(), currentColumnNumber() + 1}; }
+
+  COLstring bytes(const char* text) {
+    COLstring out;
+    if (!appendAsBytes(out, text, std::char_traits<char>::length(text)))
+      fail("a name holds a character above U+00FF, which a definition cannot store");
+    return out;
+  }
 
   [[noreturn]] void fail(const char* what) {
     throw COLerror(ARFXpositionText(m_DocumentName, here()) + what + ".", COL_ERROR_PRECONDITION);
@@ -100,11 +127,6 @@ std::unique_ptr<ARFXnode> ARFXminiDomParse(const COLstring& text, const COLstrin
   ARFXminiDom parser(documentName);
   try {
     parser.parse(text);
-  } catch (const COLerror& error) {
-    destroyIteratively(parser.takeRoot());
-    // Errors of the parser's own (a character above U+00FF) don't know the document yet.
-    if (error.description().startsWith("VMD file ")) throw;
-    throw COLerror(ARFXpositionText(documentName, ARFposition{}) + error.description(), error.code());
   } catch (...) {
     destroyIteratively(parser.takeRoot());
     throw;

@@ -1,5 +1,5 @@
 // ARFXreader: reads the XML form of the object layer. The whole text is parsed up front into
-// a small tree (ARFXminiDom over the system's 8-bit Expat parser); objects and properties are then
+// a small tree (ARFXminiDom over the system's Expat parser); objects and properties are then
 // taken from it by name, in any order among siblings, each one once. Text is handed out as
 // 8-bit bytes (U+0000 to U+00FF), as the writer stored it.
 #pragma once
