@@ -17,7 +17,7 @@
   void* name(void* table, __VA_ARGS__) {                       \
     return QVMhandleGuard([&] {                                \
       QVMhandleCheck(table);                                   \
-      QVMhandleNotAvailable("Table instances");                \
+      QVMhandleNotAvailable("Access to table instances");                \
     });                                                        \
   }
 
@@ -36,7 +36,7 @@ QVM_ENGINE_UNAVAILABLE(_QVMenginePostProcessMessageA, kParsing, const char*)
 QVM_ENGINE_UNAVAILABLE(_QVMengineSimpleParse, kParsing, const char*, void**, unsigned*)
 QVM_ENGINE_UNAVAILABLE(_QVMengineGetErrorTree, kParsing, void**)
 QVM_ENGINE_UNAVAILABLE(_QVMengineGenerateMessage, kGeneration, void*, unsigned, const char**)
-QVM_ENGINE_UNAVAILABLE(_QVMengineCreateEmptyMessageTable, "Table instances", unsigned, void**)
+QVM_ENGINE_UNAVAILABLE(_QVMengineCreateEmptyMessageTable, "Access to table instances", unsigned, void**)
 QVM_ENGINE_UNAVAILABLE(_QVMengineMessageDiff, "Message comparison", const char*, const char*, const char**)
 QVM_ENGINE_UNAVAILABLE(_QVMengineTransformMessage, "Message transformation", const char*, unsigned, unsigned,
                        const char**, unsigned*, int)
@@ -71,7 +71,7 @@ void* _QVMengineInitAfterConfigChange(void* engine) {
 }
 
 void* _QVMtableCreate(void**) {
-  return QVMhandleGuard([&] { QVMhandleNotAvailable("Table instances"); });
+  return QVMhandleGuard([&] { QVMhandleNotAvailable("Access to table instances"); });
 }
 
 // No table handle can exist yet; null is accepted as everywhere.
@@ -79,7 +79,7 @@ void* _QVMtableAddRef(void* table) {
   return QVMhandleGuard([&] {
     if (!table) return;
     QVMhandleCheck(table);
-    QVMhandleNotAvailable("Table instances");
+    QVMhandleNotAvailable("Access to table instances");
   });
 }
 void* _QVMtableRelease(void* table) { return _QVMtableAddRef(table); }
