@@ -1,32 +1,52 @@
-// QVMerror: the exception of the class interface, carrying what a COLerror carries to
-// callers outside the engine.
+// QVMerror: the exception of the class interface. It holds the error handle of the failed
+// call, so the engine's text, code and parameters reach the host unchanged.
 #pragma once
 
-#include <cstdint>
+#include "QVMstring.h"
 
-#include "COLerror.h"
-#include "COLstring.h"
+class QVMerrorPrivate;
+
+// Throws a QVMerror with the expression as its text and code 0.
+[[noreturn]] void QVMactivateCondition(const char* expression, int line, const char* file);
+// Throws a QVMerror made from the error handle of a failed call.
+[[noreturn]] void QVMactivateCondition(const char* expression, int line, const char* file, void* errorHandle);
 
 class QVMerror {
 public:
-  QVMerror(const COLstring& description, uint32_t code, uint32_t line, const COLstring& file)
-      : m_Description(description), m_Code(code), m_Line(line), m_File(file) {}
-  explicit QVMerror(const COLerror& error)
-      : m_Description(error.description()), m_Code(error.code()), m_Line(error.line()), m_File(error.file()) {}
-  virtual ~QVMerror() = default;
+  QVMerror(const char* description, int line, const char* file, unsigned code);
+  // Takes over the caller's reference on `errorHandle`.
+  QVMerror(void* errorHandle, int line, const char* file);
+  QVMerror(const QVMerror& other);
+  QVMerror& operator=(const QVMerror& other);
+  virtual ~QVMerror();
 
-  const char* Description() const { return m_Description.c_str(); }
-  uint32_t Code() const { return m_Code; }
-  uint32_t Line() const { return m_Line; }
-  const char* File() const { return m_File.c_str(); }
+  // The engine's text when the error came from a handle, else the text it was made with.
+  const char* Description() const;
+  unsigned Code() const;
+  int Line() const;
+  const char* File() const;
+  // The failed call or condition, as written in the source.
+  const char* Expression() const;
+  const char* Parameter(const char* name) const;
+  bool HasParameter(const char* name) const;
+  unsigned CountOfParameter() const;
+  const char* ParameterName(unsigned index) const;
+  void* ErrorHandle() const;
+  // "Error Code : <decimal>\nDescription : <text>".
+  QVMstring Dump() const;
 
 private:
-  COLstring m_Description;
-  uint32_t m_Code;
-  uint32_t m_Line;
-  COLstring m_File;
+  friend void QVMactivateCondition(const char*, int, const char*, void*);
+  QVMerrorPrivate* pMember;
 };
 
-[[noreturn]] inline void QVMactivateCondition(const char* expression, uint32_t line, const char* file) {
-  throw QVMerror(COLstring(expression), 0, line, COLstring(file));
-}
+
+// Runs one handle function and throws its error, if it returns one.
+#define QVM_CHECK_CALL(call)                                                         \
+  do {                                                                               \
+    if (void* qvmErrorHandle = (call)) QVMactivateCondition(#call, __LINE__, __FILE__, qvmErrorHandle); \
+  } while (0)
+#define QVM_CONDITION(expr)                                     \
+  do {                                                          \
+    if (!(expr)) QVMactivateCondition(#expr, __LINE__, __FILE__); \
+  } while (0)

@@ -1,0 +1,15 @@
+// The handle interface's road to the definition-file layer.
+#include "QVLvmdFile.h"
+#include "QVMhandleSupport.h"
+
+unsigned QVMhandleLoadEngine(QVMengineInternal& engine, const COLstring& path) {
+  const unsigned kind = QVLloadEngine(engine, path);
+  engine.postLoad();
+  return kind;
+}
+
+unsigned QVMhandleVmdFileType(const COLstring& path) { return QVLvmdFileType(path); }
+
+void QVMhandleSaveEngine(QVMengineInternal& engine, const COLstring& path, unsigned kind) {
+  QVLsaveEngine(engine, path, kind);
+}

@@ -1,0 +1,112 @@
+// What the bodies of the handle functions share: the guard that turns every exception into
+// an error handle, the checked conversion of a handle to its object, and the engine handle
+// object. Internal to the library; hosts see only QVMhandle.h.
+#pragma once
+
+#include <cstdint>
+#include <exception>
+#include <new>
+
+#include "COLerror.h"
+#include "COLreference.h"
+#include "COLstring.h"
+#include "QVMengineInternal.h"
+#include "QVMhandle.h"
+
+// An error handle for `error`: a counted copy on the heap that the caller owns. Never
+// raises; when memory runs out a shared, never-freed "out of memory" error stands in.
+void* QVMhandleMakeError(const COLerror& error) noexcept;
+
+// Runs `body`; null when it returns, else an error handle for whatever it threw.
+template <class Body>
+void* QVMhandleGuard(Body&& body) noexcept {
+  try {
+    body();
+    return nullptr;
+  } catch (const COLerror& error) {
+    return QVMhandleMakeError(error);
+  } catch (const std::bad_alloc&) {
+    return QVMhandleMakeError(COLerror("Out of memory.", COL_ERROR_RESOURCE));
+  } catch (const std::exception& error) {
+    return QVMhandleMakeError(COLerror(error.what(), COL_ERROR_PRECONDITION));
+  } catch (...) {
+    return QVMhandleMakeError(COLerror("An unknown failure occurred inside the engine.", COL_ERROR_PRECONDITION));
+  }
+}
+
+// The failure of an operation whose subsystem this build doesn't have yet.
+[[noreturn]] void QVMhandleNotAvailable(const char* operation);
+
+// A handle must be neither null nor all bits set.
+void QVMhandleCheck(const void* handle);
+// Out-parameters must point somewhere.
+#define QVM_HANDLE_OUT(pointer) COL_PRECONDITION_TEXT((pointer) != nullptr, #pointer " != NULL")
+
+// The object behind a counted handle, checked to be of the family `family` names.
+template <class T>
+T& QVMhandleObject(void* handle, const char* family) {
+  QVMhandleCheck(handle);
+  T* object = dynamic_cast<T*>(static_cast<COLreference*>(handle));
+  if (!object) throw COLerror(COLstring("The handle given is not ") + family + " handle.", COL_ERROR_PRECONDITION);
+  return *object;
+}
+
+// A new counted object as a handle with one reference.
+template <class T>
+void* QVMhandleNew(T* object) {
+  object->AddRef();
+  return static_cast<COLreference*>(object);
+}
+
+// AddRef and Release of a family: nothing on null, the family checked otherwise.
+template <class T>
+void* QVMhandleAddRef(void* handle, const char* family) {
+  return QVMhandleGuard([&] {
+    if (handle) QVMhandleObject<T>(handle, family).AddRef();
+  });
+}
+template <class T>
+void* QVMhandleRelease(void* handle, const char* family) {
+  return QVMhandleGuard([&] {
+    if (handle) QVMhandleObject<T>(handle, family).Release();
+  });
+}
+
+// What an engine handle holds: the definition and the host's log function. Parse contexts
+// join it when the parsing subsystem arrives.
+class QVMengineHandle : public COLreference {
+public:
+  QVMengineHandle();
+  ~QVMengineHandle() override;
+
+  QVMengineInternal& schema() { return *m_Schema; }
+  void setLogFunction(QVMlogFunction function, void* context);
+  QVMlogFunction logFunction() const { return m_LogFunction; }
+  void* logContext() const { return m_LogContext; }
+
+private:
+  COLreferencePtr<QVMengineInternal> m_Schema;
+  QVMlogFunction m_LogFunction = nullptr;
+  void* m_LogContext = nullptr;
+};
+
+inline QVMengineInternal& QVMhandleEngine(void* handle) {
+  return QVMhandleObject<QVMengineHandle>(handle, "an engine").schema();
+}
+
+// The definition-file layer as the handle functions reach it.
+unsigned QVMhandleLoadEngine(QVMengineInternal& engine, const COLstring& path);
+unsigned QVMhandleVmdFileType(const COLstring& path);
+void QVMhandleSaveEngine(QVMengineInternal& engine, const COLstring& path, unsigned kind);
+
+// A text handed out through a function-local static: copies it and returns the copy.
+inline const char* QVMhandleKeep(COLstring& slot, const COLstring& text) {
+  slot = text;
+  return slot.c_str();
+}
+// A new character array with the text, freed by the FreeBuffer functions.
+char* QVMdumpCopy(const COLstring& text);
+
+// Reference counting of grammars made by _QVMtableGrammarCreate; false when `handle` isn't one.
+bool QVMhandleGrammarAddRef(void* handle);
+bool QVMhandleGrammarRelease(void* handle);
