@@ -87,9 +87,9 @@ public:
   QVMengineConfig& engineConfig() { return engineConfig(m_CurrentConfig); }
   const QVMengineConfig& engineConfig() const { return engineConfig(m_CurrentConfig); }
   QVMengineConfig& engineConfig(size_t index);
+  const QVMengineConfig& engineConfig(size_t index) const;
   // The index of a configuration object, npos when it isn't one of this engine's.
   uint32_t configPosition(const QVMengineConfig* config) const;
-  const QVMengineConfig& engineConfig(size_t index) const;
   QVMconfig& config() { return engineConfig().config(); }
   const QVMconfig& config() const { return engineConfig().config(); }
 
