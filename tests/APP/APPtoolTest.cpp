@@ -100,6 +100,16 @@ TEST(APPtool, BinaryExitsWithStatusAndFlushesOutput) {
   EXPECT_EQ(version.output.rfind("Current Locale: ", 0), 0u);
 }
 
+TEST(APPtool, CountsTheBundledExampleLog) {
+  const std::string examples = std::string(MSGBRIDGE_SOURCE_DIR) + "/examples/";
+  const std::string out = ::testing::TempDir() + "msgbridge-count.txt";
+  const ToolRun run = runBinary(examples + "adt_oru.vmd " + examples + "messages.hl7 " + out);
+  EXPECT_EQ(run.status, 0) << run.output;
+  EXPECT_EQ(run.output.rfind("Log File Type: HL7Standard\n\r1 messages    ", 0), 0u) << run.output;
+  EXPECT_NE(run.output.find("\r24 messages    \nElapsed time: "), std::string::npos) << run.output;
+  EXPECT_EQ(run.output.find("\r25 messages"), std::string::npos);
+}
+
 TEST(APPxmlFileName, PadsToFiveDigitsAndKeepsLongerNumbers) {
   EXPECT_EQ(APPxmlFileName(7, "out/", "msg.xml"), "out/00007msg.xml");
   EXPECT_EQ(APPxmlFileName(100000, "", "name"), "100000name");
