@@ -33,6 +33,8 @@ namespace {
 std::atomic<bool> s_Running{false};
 // The thread that holds the interpreter lock, 0 when none; read at exit only.
 std::atomic<unsigned long> s_LockHolder{0};
+// Sub-interpreters not yet ended; the interpreter can only be finalised when none is left.
+std::atomic<unsigned> s_LiveSubInterpreters{0};
 
 COLstring& homeSetting() {
   static COLstring home;
@@ -161,7 +163,9 @@ void LANengineInterpreter::start() {
 LANengineInterpreter::~LANengineInterpreter() {
   // A thread still inside the interpreter (exit called under a lock) would make the end
   // wait forever; the process goes without it then.
-  if (m_MainThreadState == nullptr || s_LockHolder.load() != 0) return;
+  // Likewise when a host never released an engine: finalising under a live sub-interpreter
+  // is fatal, so the process ends without it.
+  if (m_MainThreadState == nullptr || s_LockHolder.load() != 0 || s_LiveSubInterpreters.load() != 0) return;
   s_Running.store(false);
   PyEval_RestoreThread(m_MainThreadState);
   Py_FinalizeEx();
@@ -172,6 +176,7 @@ void LANengineInterpreter::newSubInterpreter(LANenginePrivate* engine) {
   PyThreadState_Swap(nullptr);
   PyThreadState* state = Py_NewInterpreter();
   if (state == nullptr) throw COLerror("A Python sub-interpreter could not be made", COL_ERROR_RESOURCE);
+  ++s_LiveSubInterpreters;
   engine->pythonInterpreterThreadState = state;
   PyObject* path = PySys_GetObject("path");  // borrowed
   if (path != nullptr && PyList_Check(path)) {
@@ -220,6 +225,7 @@ void LANengineInterpreter::finalizeEngine(LANenginePrivate* engine) {
     return;
   }
   Py_EndInterpreter(state);  // leaves no state current
+  --s_LiveSubInterpreters;
   PyThreadState_Swap(previous == state ? t_Thread.hostState : previous);
 }
 

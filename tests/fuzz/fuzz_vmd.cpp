@@ -9,8 +9,10 @@
 #include "QVMengineInternal.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  // One engine for the run: its interpreter is expensive to start.
-  static QVMengineInternal* engine = new QVMengineInternal();
+  // One engine for the run: its interpreter is expensive to start.  A static object, so it
+  // ends (and its sub-interpreter with it) before the interpreter itself at exit.
+  static QVMengineInternal engineObject;
+  QVMengineInternal* engine = &engineObject;
   try {
     QVLloadEngineFromMemory(*engine, data, size);
   } catch (const COLerror&) {
