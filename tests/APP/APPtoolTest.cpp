@@ -110,6 +110,48 @@ TEST(APPtool, CountsTheBundledExampleLog) {
   EXPECT_EQ(run.output.find("\r25 messages"), std::string::npos);
 }
 
+// Every log framing, sniffed and forced, through the real binary on the bundled definition.
+TEST(APPtool, CountsEveryLogFormatSniffedAndForced) {
+  struct Log {
+    const char* format;
+    std::string text;
+    int messages;
+  };
+  const std::vector<Log> logs = {
+      {"HL7Standard", "MSH|^~\\&|1\rPID|a\r\nMSH|^~\\&|2\r\nMSH|^~\\&|3\rEVN|x\r\n", 3},
+      {"HL7CRLF", "MSH|^~\\&|1\r\nPID|a\r\nMSH|^~\\&|2\r\n", 2},
+      {"HL7CR", "MSH|^~\\&|1\rPID|a\rMSH|^~\\&|2\rMSH|^~\\&|3\r", 3},
+      {"HL7LF", "MSH|^~\\&|1\nPID|a\nMSH|^~\\&|2\n", 2},
+      {"HL7Batch", "FHS|^~\\&\rBHS|^~\\&\rMSH|^~\\&|1\r\nMSH|^~\\&|2\r\nBTS|2\r\nFTS|1\r\n", 2},
+      {"X12Interchange", "ISA*00*A~\rGS*HC\rST*837*1\rSE*2*1\rGE*1\rIEA*1\rISA*00*B\rST*270*2\rSE*2*2\rIEA*1\r", 2},
+      {"X12Batch", "ST*837*1\rBHT*x\rSE*3*1\rST*837*2\rSE*2*2\rST*270*3\rSE*2*3\r", 3},
+  };
+  const std::string definition = std::string(MSGBRIDGE_SOURCE_DIR) + "/examples/adt_oru.vmd ";
+  const std::string dir = ::testing::TempDir();
+  const std::string out = dir + "msgbridge-formats-out.txt";
+  for (const Log& log : logs) {
+    const std::string path = dir + "msgbridge-format-" + log.format + ".log";
+    std::ofstream(path, std::ios::binary) << log.text;
+    const std::string count = "\r" + std::to_string(log.messages) + " messages    \nElapsed time: ";
+    for (const std::string& flags : {std::string(), std::string("--forceformat ") + log.format + " "}) {
+      const ToolRun run = runBinary(flags + definition + path + " " + out);
+      EXPECT_EQ(run.status, 0) << log.format << ": " << run.output;
+      EXPECT_EQ(run.output.rfind(std::string("Log File Type: ") + log.format + "\n", 0), 0u) << run.output;
+      EXPECT_NE(run.output.find(count), std::string::npos) << log.format << ": " << run.output;
+    }
+    // The whole file as one message, whatever its framing.
+    const ToolRun single = runBinary("--forceformat SingleMessage " + definition + path + " " + out);
+    EXPECT_EQ(single.status, 0) << single.output;
+    EXPECT_EQ(single.output.rfind("Log File Type: SingleMessage\n\r1 messages    \nElapsed time: ", 0), 0u)
+        << single.output;
+  }
+  const ToolRun unknown = runBinary("--forceformat HL7Fancy " + definition + dir + "msgbridge-format-HL7CR.log " + out);
+  EXPECT_EQ(unknown.status, 1);
+  EXPECT_EQ(unknown.output,
+            "Unknown log file format 'HL7Fancy' given to --forceformat. The formats are: HL7Standard, HL7CRLF, HL7CR, "
+            "HL7LF, HL7Batch, X12Interchange, X12Batch, SingleMessage.\n");
+}
+
 TEST(APPxmlFileName, PadsToFiveDigitsAndKeepsLongerNumbers) {
   EXPECT_EQ(APPxmlFileName(7, "out/", "msg.xml"), "out/00007msg.xml");
   EXPECT_EQ(APPxmlFileName(100000, "", "name"), "100000name");

@@ -199,3 +199,16 @@ TEST(QVLbadInputTest, SaveRefusesWhatTheFormatCannotHold) {
   EXPECT_NE(failureOf([&] { QVLsaveEngine(engine, path.c_str(), QVLvmdTypeXml); }), "no error");
   EXPECT_EQ(QVLtestReadFile(path), "kept");
 }
+
+TEST(QVLbadInputTest, EveryCutOfTheExampleFailsCleanly) {
+  std::string example = QVLtestReadFile(ExamplePath);
+  QVMengineInternal engine;
+  for (size_t cut = 1; cut < example.size(); cut += 1543) {
+    std::string error = failureOf([&] { QVLloadEngineFromMemory(engine, example.data(), cut); });
+    // Below the header the kind is unknown; above it the XML ends too soon.
+    EXPECT_TRUE(error.find("not of a recognized format") != std::string::npos ||
+                error.find("VMD file in memory, line ") != std::string::npos)
+        << cut << ": " << error;
+    expectEmpty(engine);
+  }
+}
