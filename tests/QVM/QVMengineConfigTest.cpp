@@ -5,17 +5,7 @@
 
 #include "COLerror.h"
 #include "QVMengineInternal.h"
-
-namespace {
-std::string failureText(const std::function<void()>& action) {
-  try {
-    action();
-  } catch (const COLerror& error) {
-    return error.description().str() + "|" + std::to_string(error.code());
-  }
-  return "no error";
-}
-}  // namespace
+#include "QVMgrammarTestSupport.h"
 
 TEST(QVMengineConfigTest, XmlDialectTexts) {
   QVMconfig config;
@@ -28,11 +18,11 @@ TEST(QVMengineConfigTest, XmlDialectTexts) {
     EXPECT_STREQ(QVMconfigXmlFormatTypeAsString(static_cast<QVMxmlFormatType>(type)), texts[type]);
     EXPECT_EQ(QVMconfigStringAsXmlFormatType(texts[type]), type);
   }
-  EXPECT_EQ(failureText([] { QVMconfigXmlFormatTypeAsString(static_cast<QVMxmlFormatType>(6)); }),
+  EXPECT_EQ(QVMfailureText([] { QVMconfigXmlFormatTypeAsString(static_cast<QVMxmlFormatType>(6)); }),
             "Unknown XML encoding6|2147483904");
-  EXPECT_EQ(failureText([] { QVMconfigStringAsXmlFormatType("standard"); }),
+  EXPECT_EQ(QVMfailureText([] { QVMconfigStringAsXmlFormatType("standard"); }),
             "Unknown XML encoding: standard|2147483904");
-  EXPECT_EQ(failureText([&] { config.setXmlTranslationType("EXPANDED 2.4"); }),
+  EXPECT_EQ(QVMfailureText([&] { config.setXmlTranslationType("EXPANDED 2.4"); }),
             "Unknown XML encoding: EXPANDED 2.4|2147483904");
   EXPECT_STREQ(config.xmlTranslationType(), "Full Tree Validation");
 }
@@ -41,9 +31,9 @@ TEST(QVMengineConfigTest, SepInfoValidity) {
   QVMsepInfo info;
   EXPECT_EQ(info.sepCharPosition(), 0xFFFFFFFFu);
   EXPECT_EQ(info.repeatCharPosition(), 0xFFFFFFFFu);
-  EXPECT_EQ(failureText([&] { info.setAll('|', 0, 'F', 0, 3, 5); }),
+  EXPECT_EQ(QVMfailureText([&] { info.setAll('|', 0, 'F', 0, 3, 5); }),
             "Repeat character must have a default defined.|2147485696");
-  EXPECT_EQ(failureText([&] { info.setAll(0, '~', 'F', 'R', 3, 0xFFFFFFFF); }),
+  EXPECT_EQ(QVMfailureText([&] { info.setAll(0, '~', 'F', 'R', 3, 0xFFFFFFFF); }),
             "Repeat character must have a default defined.|2147485696");
   info.setAll('|', 0, 'F', 0, 3, 0xFFFFFFFF);
   EXPECT_EQ(info.sepCharDefault(), '|');
@@ -57,10 +47,10 @@ TEST(QVMengineConfigTest, LevelEditing) {
   EXPECT_EQ(config.sepCharInfo(3).sepCharDefault(), '\r');
   config.moveSepCharInfo(3, 4);  // to the end
   EXPECT_EQ(config.sepCharInfo(3).sepCharDefault(), '\r');
-  EXPECT_EQ(failureText([&] { config.moveSepCharInfo(1, 1); }), "Failed precondition: FromIndex != ToIndex|2147483904");
-  EXPECT_EQ(failureText([&] { config.moveSepCharInfo(4, 0); }),
+  EXPECT_EQ(QVMfailureText([&] { config.moveSepCharInfo(1, 1); }), "Failed precondition: FromIndex != ToIndex|2147483904");
+  EXPECT_EQ(QVMfailureText([&] { config.moveSepCharInfo(4, 0); }),
             "Failed precondition: FromIndex < pMember->Seperator.size()|2147483904");
-  EXPECT_EQ(failureText([&] { config.moveSepCharInfo(0, 5); }),
+  EXPECT_EQ(QVMfailureText([&] { config.moveSepCharInfo(0, 5); }),
             "Failed precondition: ToIndex <= pMember->Seperator.size()|2147483904");
   config.insertSepCharInfo(4);
   EXPECT_EQ(config.countOfLevel(), 5u);

@@ -20,6 +20,16 @@ inline void QVMexpectError(const std::function<void()>& action, const char* text
   }
 }
 
+// The text and code of what `action` raises, as "text|code", or "no error".
+inline std::string QVMfailureText(const std::function<void()>& action) {
+  try {
+    action();
+  } catch (const COLerror& error) {
+    return error.description().str() + "|" + std::to_string(error.code());
+  }
+  return "no error";
+}
+
 inline void QVMexpectPrecondition(const std::function<void()>& action, const char* expression) {
   QVMexpectError(action, (COLstring("Failed precondition: ") + expression).c_str());
 }

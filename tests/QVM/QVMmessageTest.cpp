@@ -5,16 +5,9 @@
 
 #include "COLerror.h"
 #include "QVMengineInternal.h"
+#include "QVMgrammarTestSupport.h"
 
 namespace {
-std::string failureText(const std::function<void()>& action) {
-  try {
-    action();
-  } catch (const COLerror& error) {
-    return error.description().str() + "|" + std::to_string(error.code());
-  }
-  return "no error";
-}
 
 QVMsegmentGrammar* addSegment(QVMengineInternal& engine, const char* name) {
   QVMsegmentGrammar* segment = engine.segment(engine.addSegment());
@@ -66,10 +59,10 @@ TEST(QVMmessageTest, NewMessageHasOneRecordPerConfiguration) {
 TEST(QVMmessageTest, DefaultIdentifiers) {
   QVMengineInternal engine;
   QVMmessageDefinitionInternal* message = engine.message(engine.addMessage());
-  EXPECT_EQ(failureText([&] { QVMmessageAddDefaultIdentifier(*message); }),
+  EXPECT_EQ(QVMfailureText([&] { QVMmessageAddDefaultIdentifier(*message); }),
             "Failed precondition: Message.rootEngine()->countOfSegment() > 0|2147483904");
   QVMidentifier loose;
-  EXPECT_EQ(failureText([&] { QVMmessageMakeDefaultIdentifier(loose, engine); }),
+  EXPECT_EQ(QVMfailureText([&] { QVMmessageMakeDefaultIdentifier(loose, engine); }),
             "Failed precondition: Engine.countOfSegment() > 0|2147483904");
   addSegment(engine, "ISA");
   QVMmessageAddDefaultIdentifier(*message);
@@ -110,15 +103,15 @@ TEST(QVMmessageTest, GrammarTreeNamesAndOptionality) {
   EXPECT_EQ(pidNode->fullGrammarName(), "Message.PATIENT.PID");
   EXPECT_EQ(pidNode->childIndex(), 0u);
   EXPECT_EQ(patient->childIndex(), 1u);
-  EXPECT_EQ(failureText([&] { root->childIndex(); }), "This message grammar is a root|2147483904");
-  EXPECT_EQ(failureText([&] { pidNode->setGrammarName("X"); }),
+  EXPECT_EQ(QVMfailureText([&] { root->childIndex(); }), "This message grammar is a root|2147483904");
+  EXPECT_EQ(QVMfailureText([&] { pidNode->setGrammarName("X"); }),
             "To change the segment name, rename it in the workspace.|2147483904");
-  EXPECT_EQ(failureText([&] { root->insertGroup("G", 3); }),
+  EXPECT_EQ(QVMfailureText([&] { root->insertGroup("G", 3); }),
             "Failed precondition: GrammarIndex <= countOfSubGrammar()|2147483904");
-  EXPECT_EQ(failureText([&] { root->insertSegment(pid, 3); }),
+  EXPECT_EQ(QVMfailureText([&] { root->insertSegment(pid, 3); }),
             "Failed precondition: GrammarIndex <= pMember->SubGrammarVector.size()|2147483904");
   QVMmessageGrammar* orphan = root->insertSegment(nullptr);
-  EXPECT_EQ(failureText([&] { orphan->fullGrammarName(); }),
+  EXPECT_EQ(QVMfailureText([&] { orphan->fullGrammarName(); }),
             "Failed precondition: pMember->pSegment != NULL|2147483904");
   root->remove(2);
   EXPECT_FALSE(patient->grammarIsOptional());
@@ -143,7 +136,7 @@ TEST(QVMmessageTest, MoveAndEquivalence) {
   EXPECT_EQ(rootA->countOfSubGrammar(), 2u);
   EXPECT_EQ(moved->parent(), group);
   EXPECT_EQ(moved->fullGrammarName(), "Message.G.PID");
-  EXPECT_EQ(failureText([&] { group->moveGrammarTo(moved); }),
+  EXPECT_EQ(QVMfailureText([&] { group->moveGrammarTo(moved); }),
             "A message grammar cannot be moved below itself.|2147483904");
   QVMmessageGrammar* rootB = b->messageGrammar();
   rootB->insertSegment(msh);

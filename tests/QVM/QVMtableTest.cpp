@@ -5,16 +5,9 @@
 
 #include "COLerror.h"
 #include "QVMengineInternal.h"
+#include "QVMgrammarTestSupport.h"
 
 namespace {
-std::string failureText(const std::function<void()>& action) {
-  try {
-    action();
-  } catch (const COLerror& error) {
-    return error.description().str() + "|" + std::to_string(error.code());
-  }
-  return "no error";
-}
 
 QVMmessageNodeAddress address(std::initializer_list<uint32_t> nodes) {
   QVMmessageNodeAddress result;
@@ -87,11 +80,11 @@ TEST(QVMtableTest, MoveColumnMovesMappingsAndScripts) {
   EXPECT_EQ(table->incomingFunctionCode(0, 2), "value = 1\r\n");
   EXPECT_EQ(table->incomingFunction(2).engine(), &engine.LanguageEngine());
   QVMtableMapSet* set = table->mapSet(0);
-  EXPECT_EQ(failureText([&] { set->moveColumn(1, 1); }), "Failed precondition: FromIndex != ToIndex|2147483904");
-  EXPECT_EQ(failureText([&] { set->moveColumn(0, 3); }),
+  EXPECT_EQ(QVMfailureText([&] { set->moveColumn(1, 1); }), "Failed precondition: FromIndex != ToIndex|2147483904");
+  EXPECT_EQ(QVMfailureText([&] { set->moveColumn(0, 3); }),
             "Failed precondition: ToIndex < pMember->MapItem.size()|2147483904");
-  EXPECT_EQ(failureText([&] { set->map(3); }), "Failed precondition: MapIndex < pMember->MapItem.size()|2147483904");
-  EXPECT_EQ(failureText([&] { set->removeColumn(3); }),
+  EXPECT_EQ(QVMfailureText([&] { set->map(3); }), "Failed precondition: MapIndex < pMember->MapItem.size()|2147483904");
+  EXPECT_EQ(QVMfailureText([&] { set->removeColumn(3); }),
             "Failed precondition: ColumnIndex < pMember->MapItem.size()|2147483904");
 }
 
@@ -109,7 +102,7 @@ TEST(QVMtableTest, MapSetsOfCurrentConfiguration) {
   EXPECT_EQ(table->mapSet(copied)->tableDefinition(), table);
   table->mapSet(copied)->map(0).clear();
   EXPECT_EQ(table->mapSet(0)->map(0).nodeAddress(), address({3, 1}));
-  EXPECT_EQ(failureText([&] { table->mapSet(2); }), "Failed precondition: countOfMapSet() > SetIndex|2147483904");
+  EXPECT_EQ(QVMfailureText([&] { table->mapSet(2); }), "Failed precondition: countOfMapSet() > SetIndex|2147483904");
   table->removeMapSet(0);
   EXPECT_EQ(table->countOfMapSet(), 1u);
   table->addMapSet();
@@ -158,19 +151,19 @@ TEST(QVMtableTest, TableGrammarLeavesAndGroups) {
   EXPECT_EQ(leaf->message(), message);
   EXPECT_EQ(leaf->countOfConfig(), 1u);
   leaf->setIsNode(true);
-  EXPECT_EQ(failureText([&] { leaf->name(); }), "Failed precondition: pMember->pTable != NULL|2147483904");
+  EXPECT_EQ(QVMfailureText([&] { leaf->name(); }), "Failed precondition: pMember->pTable != NULL|2147483904");
   leaf->setTable(table);
   EXPECT_EQ(leaf->name(), "T");
   EXPECT_EQ(leaf->tableMapSetIndex(), 0u);
-  EXPECT_EQ(failureText([&] { root.setTable(table); }), "This is not a node table grammar.|2147485696");
-  EXPECT_EQ(failureText([&] { group->table(); }), "Failed precondition: pMember->IsNode|2147483904");
-  EXPECT_EQ(failureText([&] { leaf->setTableMapSetIndex(1); }),
+  EXPECT_EQ(QVMfailureText([&] { root.setTable(table); }), "This is not a node table grammar.|2147485696");
+  EXPECT_EQ(QVMfailureText([&] { group->table(); }), "Failed precondition: pMember->IsNode|2147483904");
+  EXPECT_EQ(QVMfailureText([&] { leaf->setTableMapSetIndex(1); }),
             "Failed precondition: table()->countOfMapSet() > MapSetIndex|2147483904");
-  EXPECT_EQ(failureText([&] { group->setParent(group); }), "Failed precondition: this != pParent|2147483904");
-  EXPECT_EQ(failureText([&] { root.addSubGrammarAt(2); }),
+  EXPECT_EQ(QVMfailureText([&] { group->setParent(group); }), "Failed precondition: this != pParent|2147483904");
+  EXPECT_EQ(QVMfailureText([&] { root.addSubGrammarAt(2); }),
             "Failed precondition: GrammarIndex <= countOfSubGrammar()|2147483904");
   QVMtableGrammarInternal loose;
-  EXPECT_EQ(failureText([&] { loose.message(); }),
+  EXPECT_EQ(QVMfailureText([&] { loose.message(); }),
             "Failed precondition: pMember->pMessageDefinition != NULL|2147483904");
   // A new configuration gives every node a record.
   engine.addConfiguration("b");
@@ -194,7 +187,7 @@ TEST(QVMtableTest, SetGrammarTakesOverANode) {
   EXPECT_EQ(b->countOfSubGrammar(), 1u);
   EXPECT_EQ(b->subGrammar(0), nullptr);
   b->removeSubGrammar(0);
-  EXPECT_EQ(failureText([&] { inner->setGrammar(0, &root); }),
+  EXPECT_EQ(QVMfailureText([&] { inner->setGrammar(0, &root); }),
             "Failed precondition: GrammarIndex < countOfSubGrammar()|2147483904");
 }
 
@@ -288,7 +281,7 @@ TEST(QVMtableTest, RubberBandFieldsAndUnchangedRoots) {
   QVMtableGrammarMakeRubberBandedMessageGrammar(*model.leaf, model.patient, 0xFFFFFFFF, false);
   EXPECT_EQ(model.table->countOfMapSet(), sets);
   EXPECT_EQ(model.leaf->messageGrammar(), model.patient);
-  EXPECT_EQ(failureText([&] { QVMtableGrammarMakeRubberBandedMessageGrammar(*model.leaf, nullptr, 0, true); }),
+  EXPECT_EQ(QVMfailureText([&] { QVMtableGrammarMakeRubberBandedMessageGrammar(*model.leaf, nullptr, 0, true); }),
             "Failed precondition: pGrammar != NULL|2147483904");
 }
 
@@ -321,7 +314,7 @@ TEST(QVMtableTest, WalkOverAllTableGrammars) {
   EXPECT_EQ(QVMtableGrammarFindGrammarsUsingMapSet(leaf3, table, 0), nullptr);
   EXPECT_EQ(QVMtableGrammarFindGrammarsUsingMapSet(leaf1, table, 1), leaf2);
   EXPECT_EQ(QVMtableGrammarFindGrammarsUsingMapSet(leaf2, table, 1), nullptr);
-  EXPECT_EQ(failureText([&] { QVMtableGrammarFindNextSibling(&first->tableGrammar()); }),
+  EXPECT_EQ(QVMfailureText([&] { QVMtableGrammarFindNextSibling(&first->tableGrammar()); }),
             "Failed precondition: pParent != NULL|2147483904");
   COLstring printed;
   COLostream stream(printed);
