@@ -14,30 +14,12 @@
 #include "SGMoutput.h"
 #include "SGPparser.h"
 
-namespace {
-std::atomic<uint64_t> CountOfAllocation{0};
-}
-
-// The replacements pair malloc with free, which GCC cannot see through.
-#if defined(__GNUC__) && !defined(__clang__)
-#pragma GCC diagnostic ignored "-Wmismatched-new-delete"
-#endif
-
-void* operator new(size_t size) {
-  CountOfAllocation.fetch_add(1, std::memory_order_relaxed);
-  if (void* p = std::malloc(size ? size : 1)) return p;
-  throw std::bad_alloc();
-}
-void* operator new[](size_t size) { return operator new(size); }
-void operator delete(void* p) noexcept { std::free(p); }
-void operator delete[](void* p) noexcept { std::free(p); }
-void operator delete(void* p, size_t) noexcept { std::free(p); }
-void operator delete[](void* p, size_t) noexcept { std::free(p); }
+#include "../tests/support/TSTcountingNew.h"
 
 namespace {
 
 std::string readMessage(const char* name) {
-  const std::filesystem::path Path = std::filesystem::path(__FILE__).parent_path().parent_path() / "tests" /
+  const std::filesystem::path Path = std::filesystem::path(MSGBRIDGE_SOURCE_DIR) / "tests" /
                                      "data" / "SGM" / name;
   std::ifstream In(Path, std::ios::binary);
   std::ostringstream Text;

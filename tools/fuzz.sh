@@ -24,6 +24,7 @@ cmake --build "$build" -j 2 "${fuzz_targets[@]}"
 export LSAN_OPTIONS="suppressions=$repo/tools/lsan-python.supp${LSAN_OPTIONS:+:$LSAN_OPTIONS}"
 
 status=0
+failed=()
 for source in "$repo"/tests/fuzz/*.cpp; do
   name=$(basename "$source" .cpp)
   target="$build/$name"
@@ -37,6 +38,12 @@ for source in "$repo"/tests/fuzz/*.cpp; do
   mkdir -p "$work" "$seeds"
   if [ -d "$repo/tests/fuzz/seeds/$name" ]; then
     cp "$repo/tests/fuzz/seeds/$name"/* "$seeds"/ 2>/dev/null || true
+  fi
+  # The parse road starts from the example log's messages and the corpus as they are.
+  if [ "$name" = fuzz_parse ]; then
+    awk 'BEGIN{RS="\r\r\n"} NF{f=sprintf("'"$seeds"'/example-%02d", NR); printf "%s", $0 > f; close(f)}' \
+      "$repo/examples/messages.hl7"
+    [ -d "$corpus_root/hl7" ] && cp "$corpus_root"/hl7/*.hl7 "$seeds"/
   fi
   if [ "$name" = fuzz_tokeniser ]; then
     if [ -d "$corpus_root" ]; then
@@ -55,10 +62,29 @@ for source in "$repo"/tests/fuzz/*.cpp; do
   case "$name" in fuzz_vmd) rm -f "$seeds"/*; cp "$repo"/examples/*.vmd "$seeds"/ ;; esac
 
   echo "== $name for ${seconds}s"
+  artifacts="$build/$name-artifacts"
+  rm -rf "$artifacts"
+  mkdir -p "$artifacts"
   if ! (cd "$build" && "$target" -max_total_time="$seconds" -timeout=10 -rss_limit_mb=4096 \
-        -max_len=70000 -print_final_stats=1 "$work" "$seeds"); then
-    echo "fuzz: $name failed; the crashing input is in $build" >&2
+        -max_len=70000 -print_final_stats=1 -artifact_prefix="$artifacts/" "$work" "$seeds" \
+        > "$build/$name.log" 2>&1); then
     status=1
+    failed+=("$name")
   fi
+  grep -E "^#[0-9]+[[:space:]]+DONE|^stat::(number_of_executed_units|peak_rss_mb)" "$build/$name.log" || true
 done
+
+# Only the end of a CI log may be kept: each failure is told last, with the sanitizer's report
+# and the input that caused it, so that it can be reproduced from the log alone.
+for name in "${failed[@]}"; do
+  echo "fuzz: $name failed; its log is $build/$name.log"
+  grep -A 40 -m 1 -E '^==[0-9]+==(ERROR|WARNING)|runtime error|ALARM|out-of-memory|Deadly signal' \
+    "$build/$name.log" || tail -n 40 "$build/$name.log"
+  for input in "$build/$name-artifacts"/*; do
+    [ -f "$input" ] || continue
+    echo "fuzz: input $(basename "$input") ($(stat -c %s "$input") bytes), base64:"
+    head -c 4096 "$input" | base64
+  done
+done
+[ $status -eq 0 ] && echo "fuzz: every target ran ${seconds}s without a fault"
 exit $status

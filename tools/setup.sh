@@ -7,6 +7,9 @@ PACKAGES=(
   build-essential cmake ninja-build g++ clang libclang-rt-14-dev
   libgtest-dev libgmock-dev googletest libbenchmark-dev
   libexpat1-dev pkgconf libpcre2-dev libbz2-dev libpython3-dev python3
+  libxml2-utils
+  # bench/compare.sh and bench/memory.sh: peak RSS by GNU time, and a Python HL7 peer
+  time python3-hl7
 )
 
 missing=()

@@ -1,5 +1,7 @@
 #include "APPtool.h"
 
+#include <sys/stat.h>
+
 #include <clocale>
 
 #include "APPengine.h"
@@ -82,6 +84,34 @@ MLGreader* openReader(bool fromxml, const COLstring& formatName, const COLstring
   return reader.release();
 }
 
+// Drops a partly written output; the error that got us here is the one the user sees.
+void discardOutput(FILbinaryFile& file, const COLstring& path) {
+  try {
+    if (file.isOpen()) file.close();
+  } catch (const COLerror&) {
+  }
+  // Only what the run made: a device such as /dev/null given as the output stays.
+  struct stat info;
+  if (::lstat(path.c_str(), &info) != 0 || !(S_ISREG(info.st_mode) || S_ISLNK(info.st_mode))) return;
+  try {
+    FILremove(path);
+  } catch (const COLerror&) {
+  }
+}
+
+// Writes one output file whole, or leaves none: a file that could not be written to its end
+// and closed is removed, so nothing half-written stands beside the good ones.
+void writeWholeFile(FILbinaryFile& file, const COLstring& path, const COLstring& text) {
+  file.open(path, FILmodeCreate);
+  try {
+    file.write(text.data(), text.size());
+    file.close();
+  } catch (const COLerror&) {
+    discardOutput(file, path);
+    throw;
+  }
+}
+
 int runTool(int argc, const char* const* argv, COLostream& out, APPengineFactory makeEngine) {
   CMDlineParser parser;
   installOptions(parser);
@@ -144,10 +174,17 @@ int runTool(int argc, const char* const* argv, COLostream& out, APPengineFactory
     const COLstring message = reader->nextMessage();
     progress.setProgress(count + 1, " messages", out);
     if (toxml) {
-      outputFile.open(APPxmlFileName(count + 1, xmlDirectory, xmlName), FILmodeCreate);
-      output << engine->translateMessageToXml(message);
+      // Translated before the file is made, so a message that fails leaves no empty file.
+      const COLstring xml = engine->translateMessageToXml(message);
+      writeWholeFile(outputFile, APPxmlFileName(count + 1, xmlDirectory, xmlName), xml);
     } else if (fromxml) {
-      output << engine->translateXmlToMessage(message) << newline << flush;
+      const COLstring flat = engine->translateXmlToMessage(message);
+      try {
+        output << flat << newline << flush;
+      } catch (const COLerror&) {
+        discardOutput(outputFile, outFile);
+        throw;
+      }
     }
     ++count;
     if (release) {
@@ -155,6 +192,15 @@ int runTool(int argc, const char* const* argv, COLostream& out, APPengineFactory
       engine->Load(vmdFile);
     } else if (reload) {
       engine->Load(vmdFile);
+    }
+  }
+
+  if (fromxml && outputFile.isOpen()) {
+    try {
+      outputFile.close();  // the last chance for the system to refuse the data
+    } catch (const COLerror&) {
+      discardOutput(outputFile, outFile);
+      throw;
     }
   }
 

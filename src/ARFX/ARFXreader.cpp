@@ -9,16 +9,20 @@ namespace {
 constexpr size_t MaximumDepth = 200;
 
 // Expat hands out UTF-8; definitions hold 8-bit text. Returns false at a character above
-// U+00FF, which 8-bit text cannot hold.
+// U+00FF, which 8-bit text cannot hold. Runs of ASCII are copied whole.
 bool appendAsBytes(COLstring& out, const char* text, size_t length) {
   const unsigned char* in = reinterpret_cast<const unsigned char*>(text);
-  for (size_t i = 0; i < length; ++i) {
+  size_t i = 0;
+  while (i < length) {
+    size_t run = i;
+    while (run < length && in[run] < 0x80) ++run;
+    if (run > i) out += std::string_view(text + i, run - i);
+    i = run;
+    if (i == length) break;
     unsigned char lead = in[i];
-    if (lead < 0x80) {
-      out += static_cast<char>(lead);
-    } else if ((lead == 0xC2 || lead == 0xC3) && i + 1 < length) {
+    if ((lead == 0xC2 || lead == 0xC3) && i + 1 < length) {
       out += static_cast<char>(((lead & 0x03) << 6) | (in[i + 1] & 0x3F));
-      ++i;
+      i += 2;
     } else {
       return false;
     }
@@ -26,24 +30,31 @@ bool appendAsBytes(COLstring& out, const char* text, size_t length) {
   return true;
 }
 
+// A node with more children than this gets an index by name instead of a scan.
+constexpr size_t ScanLimit = 32;
+
 class ARFXminiDom : public XMLexpatParser {
 public:
   explicit ARFXminiDom(const COLstring& documentName) : m_DocumentName(documentName) {}
 
-  std::unique_ptr<ARFXnode> takeRoot() { return std::move(m_Root); }
+  std::unique_ptr<ARFXdocument> takeDocument() { return std::move(m_Document); }
 
   void onStartElement(const char* name, const char** attributes) override {
     if (m_Depth >= MaximumDepth) fail("elements are nested more than 200 levels deep");
-    auto node = std::make_unique<ARFXnode>();
-    node->name = bytes(name);
+    // A second top-level element cannot reach here: the parser rejects it as junk.
+    ARFXnode& node = m_Document->addNode();
+    node.name = bytes(name);
     for (const char** attribute = attributes; attribute && attribute[0]; attribute += 2)
-      node->attributes.emplace_back(bytes(attribute[0]), bytes(attribute[1]));
-    node->position = here();
-    node->parent = m_Current;
-    ARFXnode* added = node.get();
-    if (m_Current) m_Current->children.push_back(std::move(node));
-    else m_Root = std::move(node);
-    m_Current = added;
+      node.attributes.emplace_back(bytes(attribute[0]), bytes(attribute[1]));
+    node.position = here();
+    node.parent = m_Current;
+    if (m_Current) {
+      // No object of the format holds both text and elements: the blanks between the
+      // elements of an object are not kept.
+      if (m_Current->children.empty()) m_Current->value = COLstring();
+      m_Current->children.push_back(&node);
+    }
+    m_Current = &node;
     ++m_Depth;
   }
 
@@ -53,7 +64,7 @@ public:
   }
 
   void onCharacterData(const char* text, int length) override {
-    if (!m_Current || length <= 0) return;
+    if (!m_Current || length <= 0 || !m_Current->children.empty()) return;
     if (!appendAsBytes(m_Current->value, text, static_cast<size_t>(length)))
       fail("the text holds a character above U+00FF, which a definition cannot store");
   }
@@ -79,22 +90,11 @@ private:
   }
 
   COLstring m_DocumentName;
-  std::unique_ptr<ARFXnode> m_Root;
+  std::unique_ptr<ARFXdocument> m_Document = std::make_unique<ARFXdocument>();
   ARFXnode* m_Current = nullptr;
   size_t m_Depth = 0;
 };
 
-// Children are freed level by level, so that a deep tree never recurses deeply.
-void destroyIteratively(std::unique_ptr<ARFXnode> root) {
-  std::vector<std::unique_ptr<ARFXnode>> pending;
-  pending.push_back(std::move(root));
-  while (!pending.empty()) {
-    std::unique_ptr<ARFXnode> node = std::move(pending.back());
-    pending.pop_back();
-    if (!node) continue;
-    for (auto& child : node->children) pending.push_back(std::move(child));
-  }
-}
 }  // namespace
 
 const COLstring* ARFXnode::attribute(const COLstring& attributeName) const {
@@ -104,12 +104,18 @@ const COLstring* ARFXnode::attribute(const COLstring& attributeName) const {
 }
 
 ARFXnode* ARFXnode::firstUnread(const COLstring& childName) {
-  if (!m_Indexed) {
-    for (auto& child : children) m_ByName[child->name].nodes.push_back(child.get());
-    m_Indexed = true;
+  if (children.size() <= ScanLimit) {
+    while (m_FirstUnread < children.size() && children[m_FirstUnread]->consumed) ++m_FirstUnread;
+    for (size_t i = m_FirstUnread; i < children.size(); ++i)
+      if (!children[i]->consumed && children[i]->name == childName) return children[i];
+    return nullptr;
   }
-  auto found = m_ByName.find(childName);
-  if (found == m_ByName.end()) return nullptr;
+  if (!m_ByName) {
+    m_ByName = std::make_unique<std::unordered_map<COLstring, Cursor>>();
+    for (ARFXnode* child : children) (*m_ByName)[child->name].nodes.push_back(child);
+  }
+  auto found = m_ByName->find(childName);
+  if (found == m_ByName->end()) return nullptr;
   Cursor& cursor = found->second;
   while (cursor.next < cursor.nodes.size() && cursor.nodes[cursor.next]->consumed) ++cursor.next;
   return cursor.next < cursor.nodes.size() ? cursor.nodes[cursor.next] : nullptr;
@@ -123,25 +129,20 @@ COLstring ARFXpositionText(const COLstring& documentName, const ARFposition& whe
   return text + ": ";
 }
 
-std::unique_ptr<ARFXnode> ARFXminiDomParse(const COLstring& text, const COLstring& documentName) {
+std::unique_ptr<ARFXdocument> ARFXminiDomParse(const COLstring& text, const COLstring& documentName) {
   ARFXminiDom parser(documentName);
-  try {
-    parser.parse(text);
-  } catch (...) {
-    destroyIteratively(parser.takeRoot());
-    throw;
-  }
-  std::unique_ptr<ARFXnode> root = parser.takeRoot();
-  if (!root)
+  parser.parse(text);
+  std::unique_ptr<ARFXdocument> document = parser.takeDocument();
+  if (!document->root())
     throw COLerror(ARFXpositionText(documentName, ARFposition{}) + "the file holds no XML element.",
                    COL_ERROR_PRECONDITION);
-  return root;
+  return document;
 }
 
 ARFXreader::ARFXreader(const COLstring& text, const COLstring& documentName)
-    : m_DocumentName(documentName), m_Root(ARFXminiDomParse(text, documentName)) {}
+    : m_DocumentName(documentName), m_Document(ARFXminiDomParse(text, documentName)), m_Root(m_Document->root()) {}
 
-ARFXreader::~ARFXreader() { destroyIteratively(std::move(m_Root)); }
+ARFXreader::~ARFXreader() = default;
 
 COLerror ARFXreader::errorAt(const ARFposition& where, const COLstring& what) const {
   return COLerror(ARFXpositionText(m_DocumentName, where) + what, COL_ERROR_PRECONDITION);
@@ -150,7 +151,7 @@ COLerror ARFXreader::errorAt(const ARFposition& where, const COLstring& what) co
 bool ARFXreader::objStartImpl(ARFobj& obj) {
   ARFXnode* node = nullptr;
   if (!obj.parent()) {
-    if (m_Root && !m_Root->consumed && m_Root->name == obj.name()) node = m_Root.get();
+    if (m_Root && !m_Root->consumed && m_Root->name == obj.name()) node = m_Root;
   } else if (auto* parentNode = static_cast<ARFXnode*>(obj.parent()->readerNode())) {
     node = parentNode->firstUnread(obj.name());
   }

@@ -14,8 +14,8 @@
 struct ARFXnode {
   COLstring name;
   std::vector<std::pair<COLstring, COLstring>> attributes;
-  COLstring value;  // the character data directly inside the element
-  std::vector<std::unique_ptr<ARFXnode>> children;
+  COLstring value;  // the character data of an element that holds no elements
+  std::vector<ARFXnode*> children;  // owned by the document
   ARFXnode* parent = nullptr;
   ARFposition position;
   bool consumed = false;
@@ -30,13 +30,34 @@ private:
     std::vector<ARFXnode*> nodes;
     size_t next = 0;
   };
-  std::unordered_map<COLstring, Cursor> m_ByName;
-  bool m_Indexed = false;
+  // Children before this one are all read: a scan of a small node starts here.
+  size_t m_FirstUnread = 0;
+  // Built on first use for a node with many children, which a scan would make quadratic.
+  std::unique_ptr<std::unordered_map<COLstring, Cursor>> m_ByName;
+};
+
+// All nodes of one parsed document, kept in one container so that building and freeing a
+// large tree costs few allocations and no recursion.
+class ARFXdocument {
+public:
+  ARFXnode& addNode() {
+    if (m_Blocks.empty() || m_UsedInLast == BlockSize) {
+      m_Blocks.push_back(std::make_unique<ARFXnode[]>(BlockSize));
+      m_UsedInLast = 0;
+    }
+    return m_Blocks.back()[m_UsedInLast++];
+  }
+  ARFXnode* root() { return m_Blocks.empty() ? nullptr : &m_Blocks.front()[0]; }
+
+private:
+  static constexpr size_t BlockSize = 1024;
+  std::vector<std::unique_ptr<ARFXnode[]>> m_Blocks;
+  size_t m_UsedInLast = 0;
 };
 
 // Parses a whole document; raises a COLerror naming the document, line and column when the
 // text isn't well-formed or holds a character above U+00FF.
-std::unique_ptr<ARFXnode> ARFXminiDomParse(const COLstring& text, const COLstring& documentName);
+std::unique_ptr<ARFXdocument> ARFXminiDomParse(const COLstring& text, const COLstring& documentName);
 
 class ARFXreader : public ARFreader {
 public:
@@ -54,7 +75,8 @@ protected:
 
 private:
   COLstring m_DocumentName;
-  std::unique_ptr<ARFXnode> m_Root;
+  std::unique_ptr<ARFXdocument> m_Document;
+  ARFXnode* m_Root = nullptr;
 };
 
 // "VMD file <name>, line 3, column 5: " — the head of the reader's error texts.

@@ -220,5 +220,17 @@ COLstring LANfindPythonLibDir(const char* /*moduleName*/) {
     result += ':';
     result += extra;
   }
+  // Last, "python_lib" beside the program and one level up, so that a tool started from any
+  // directory finds the library installed with it (and the build tree finds its own).
+  std::string program(4096, '\0');
+  const ssize_t length = readlink("/proc/self/exe", program.data(), program.size() - 1);
+  if (length > 0) {
+    program.resize(static_cast<size_t>(length));
+    const size_t slash = program.rfind('/');
+    if (slash != std::string::npos) {
+      const COLstring home(program.substr(0, slash + 1));
+      result += ":" + home + "python_lib/:" + home + "../python_lib/";
+    }
+  }
   return result;
 }

@@ -25,8 +25,10 @@
 #include <atomic>
 #include <pthread.h>
 
+#include "LAGexecute.h"
 #include "LANengine.h"
 #include "LANenginePrivate.h"
+#include "SGPYmodule.h"
 
 namespace {
 
@@ -121,6 +123,9 @@ LANengineInterpreter::LANengineInterpreter() { start(); }
 void LANengineInterpreter::start() {
   LANinitIoModule();
   LANinitNimbatModule();
+  // The script language of definitions: the module quovane and the handles under brelmont.
+  LAGinitQuovaneModule();
+  SGPYinitModule();
 
   PyPreConfig preConfig;
   PyPreConfig_InitIsolatedConfig(&preConfig);

@@ -25,20 +25,6 @@ void writeLines(COLostream& stream, std::string_view text) {
   if (start < text.size()) stream.write(text.data() + start, text.size() - start);
 }
 
-// C++ exceptions must not cross the interpreter's C frames.
-PyObject* raiseFromCurrentException() {
-  try {
-    throw;
-  } catch (const COLerror& error) {
-    LANobjectPtr text = LANstringToPython(error.description());
-    if (text) PyErr_SetObject(PyExc_RuntimeError, text);
-  } catch (const std::exception& error) {
-    PyErr_SetString(PyExc_RuntimeError, error.what());
-  } catch (...) {
-    PyErr_SetString(PyExc_RuntimeError, "unknown failure in the host");
-  }
-  return nullptr;
-}
 
 PyObject* ioWrite(PyObject* /*module*/, PyObject* args) {
   PyObject* text = nullptr;
@@ -54,7 +40,7 @@ PyObject* ioWrite(PyObject* /*module*/, PyObject* args) {
       LANstringFromPythonForDisplay(text, bytes);
       writeLines(*stream, bytes.view());
     } catch (...) {
-      return raiseFromCurrentException();
+      return LANraiseFromCurrentException();
     }
   }
   Py_RETURN_NONE;
@@ -105,7 +91,7 @@ PyObject* nimbatQuery(PyObject* module, PyObject* args) {
   try {
     answer = block->function(queryText.c_str(), hasArgument ? argumentText.c_str() : nullptr, block->userData);
   } catch (...) {
-    return raiseFromCurrentException();
+    return LANraiseFromCurrentException();
   }
   if (answer == nullptr) Py_RETURN_NONE;
   return LANstringToPython(answer, std::strlen(answer));
@@ -155,4 +141,18 @@ void LANsetNimbatCallback(LANengine& engine, LANnimbatCallback callback, void* u
     LANhandleError();
   }
   LANcheckStatus(PyDict_SetItemString(dictionary, "_callback", capsule));
+}
+
+PyObject* LANraiseFromCurrentException() {
+  try {
+    throw;
+  } catch (const COLerror& error) {
+    LANobjectPtr text = LANstringToPython(error.description());
+    if (text) PyErr_SetObject(PyExc_RuntimeError, text);
+  } catch (const std::exception& error) {
+    PyErr_SetString(PyExc_RuntimeError, error.what());
+  } catch (...) {
+    PyErr_SetString(PyExc_RuntimeError, "unknown failure in the host");
+  }
+  return nullptr;
 }

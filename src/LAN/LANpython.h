@@ -34,3 +34,18 @@ void LANstringFromPythonForDisplay(PyObject* object, COLstring& out);
 // Source text as the compiler is given it: valid UTF-8, or text with a coding declaration, as
 // it is; any other text is taken as Latin-1, the encoding of the messages it works on.
 COLstring LANsourceForCompiler(const COLstring& code);
+
+// C++ exceptions must not cross the interpreter's C frames.  Called inside a catch block: the
+// exception being handled becomes a RuntimeError with its text, and null is returned for the
+// C function to hand back.
+PyObject* LANraiseFromCurrentException();
+
+// Runs the work of a function called from scripts, turning any C++ exception into a Python one.
+template <class F>
+PyObject* LANguard(F&& body) {
+  try {
+    return body();
+  } catch (...) {
+    return LANraiseFromCurrentException();
+  }
+}

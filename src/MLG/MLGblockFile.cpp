@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 
@@ -132,9 +133,14 @@ bool MLGblockFile::loadNextBlock() {
   m_BlockStart += m_Length;
   m_Length = 0;
   m_Cursor = 0;
-  if (!m_Block) m_Block = std::make_unique<char[]>(m_BlockSize);
+  if (!m_Block) {
+    // A small file needs no large block: sniffing opens every log several times.  Not zeroed,
+    // pread fills what is used.
+    m_Capacity = static_cast<size_t>(std::min<uint64_t>(m_BlockSize, std::max<uint64_t>(m_Size + 1, 4096)));
+    m_Block = std::make_unique_for_overwrite<char[]>(m_Capacity);
+  }
   ssize_t count;
-  do count = ::pread(m_Descriptor, m_Block.get(), m_BlockSize, static_cast<off_t>(m_BlockStart));
+  do count = ::pread(m_Descriptor, m_Block.get(), m_Capacity, static_cast<off_t>(m_BlockStart));
   while (count == -1 && errno == EINTR);
   if (count == -1) FILthrowErrno("read failed on '", m_Name, "'. ", errno);
   if (count == 0) {

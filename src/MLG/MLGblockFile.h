@@ -64,6 +64,7 @@ private:
   uint64_t m_Size = 0;
   size_t m_BlockSize;
   std::unique_ptr<char[]> m_Block;
+  size_t m_Capacity = 0;      // bytes allocated for m_Block, at most m_BlockSize
   uint64_t m_BlockStart = 0;  // file offset of m_Block[0]
   size_t m_Length = 0;        // valid bytes in the block
   size_t m_Cursor = 0;        // logical position inside the block

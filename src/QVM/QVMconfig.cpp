@@ -5,6 +5,7 @@
 
 #include "COLerror.h"
 #include "COLostream.h"
+#include "LAGexecute.h"
 #include "QVMengineInternal.h"
 #include "QVMgrammarSupport.h"
 
@@ -235,15 +236,22 @@ void QVMconfigSetDefaultDatabase(QVMconfig& config, const COLstring& api, const 
   connection.setPassword(password);
 }
 
-void QVMconfigPreProcessOutgoingMessage(QVMconfig& config, LAGenvironment&) {
+void QVMconfigPreProcessOutgoingMessage(QVMconfig& config, LAGenvironment& environment) {
   if (!config.outgoingMainFunction().isSet()) return;
-  throw COLerror("Outgoing main script not available yet: the script environment is not part of this build.",
-                 COL_ERROR_PRECONDITION);
+  try {
+    LAGexecuteScript(config.outgoingMainFunction(), LAGglobalOutbound, environment);
+  } catch (const COLerror& error) {
+    throw COLerror("Global Outbound Script error: " + error.description(), COL_ERROR_PRECONDITION);
+  }
 }
 
-void QVMconfigPostProcessOutgoingMessage(QVMconfig& config, COLstring&, LAGenvironment&) {
+void QVMconfigPostProcessOutgoingMessage(QVMconfig& config, COLstring& text, LAGenvironment& environment) {
   if (!config.outgoingPostProcessFunction().isSet()) return;
-  throw COLerror(
-      "Outgoing post-process script not available yet: the script environment is not part of this build.",
-      COL_ERROR_PRECONDITION);
+  bool isNone = false;
+  try {
+    LAGexecuteScriptWithStringValue(config.outgoingPostProcessFunction(), text, config.disablePythonNone(), isNone,
+                                    LAGglobalOutboundPostProcess, environment);
+  } catch (const COLerror& error) {
+    throw COLerror("Global Outbound Post Process Script error: " + error.description(), COL_ERROR_PRECONDITION);
+  }
 }

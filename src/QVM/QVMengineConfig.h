@@ -10,6 +10,7 @@
 
 #include "COLstring.h"
 #include "QVMconfig.h"
+#include "QVMrevision.h"
 #include "QVMgrammarTypes.h"
 #include "QVMlanguage.h"
 #include "QVMnameIndex.h"
@@ -125,10 +126,16 @@ public:
   void noteGrammarRenamed(const QVMdateTimeGrammar* grammar, const COLstring& oldName);
 
   // --- match order
-  QVMmatchOrder& matchOrder() { return m_MatchOrder; }
+  QVMmatchOrder& matchOrder() {
+    QVMrevisionChanged();
+    return m_MatchOrder;
+  }
   const QVMmatchOrder& matchOrder() const { return m_MatchOrder; }
   bool lastMessageMatchesAll() const { return m_LastMessageMatchesAll; }
-  void setLastMessageMatchesAll(bool value) { m_LastMessageMatchesAll = value; }
+  void setLastMessageMatchesAll(bool value) {
+    m_LastMessageMatchesAll = value;
+    QVMrevisionChanged();
+  }
 
 private:
   void copyFrom(const QVMengineConfig& other);

@@ -107,6 +107,7 @@ QVMmessageDefinitionInternal* QVMengineInternal::message(size_t MessageIndex) co
 }
 
 size_t QVMengineInternal::addMessage() {
+  QVMrevisionChanged();
   m_Messages.push_back(std::make_unique<QVMmessageDefinitionInternal>());
   m_MessageNames.appended(m_Messages);
   uint32_t index = static_cast<uint32_t>(m_Messages.size() - 1);
@@ -115,6 +116,7 @@ size_t QVMengineInternal::addMessage() {
 }
 
 void QVMengineInternal::deleteMessage(size_t MessageIndex) {
+  QVMrevisionChanged();
   COL_PRECONDITION(MessageIndex < countOfMessage());
   uint32_t index = static_cast<uint32_t>(MessageIndex);
   for (auto& engineConfig : m_Configs) {
@@ -184,6 +186,7 @@ uint32_t QVMengineInternal::configPosition(const QVMengineConfig* config) const 
 }
 
 void QVMengineInternal::setCurrentConfig(uint32_t index) {
+  QVMrevisionChanged();
   if (index >= m_Configs.size()) {
     COLstring text;
     COLostream(text) << "Config Index of '" << index << "' is not a valid index. Maximum index is '"
@@ -194,6 +197,7 @@ void QVMengineInternal::setCurrentConfig(uint32_t index) {
 }
 
 size_t QVMengineInternal::addConfiguration(const COLstring& name) {
+  QVMrevisionChanged();
   m_Configs.push_back(std::make_unique<QVMengineConfig>());
   m_Configs.back()->init(this);
   m_Configs.back()->setConfigName(name);
@@ -203,6 +207,7 @@ size_t QVMengineInternal::addConfiguration(const COLstring& name) {
 }
 
 void QVMengineInternal::deleteConfig(size_t index) {
+  QVMrevisionChanged();
   COL_PRECONDITION(index < countOfConfig());
   // The grammars go last, once no record of a message or table points into them.
   std::unique_ptr<QVMengineConfig> removed = std::move(m_Configs[index]);
@@ -215,6 +220,7 @@ void QVMengineInternal::deleteConfig(size_t index) {
 // --- life cycle
 
 void QVMengineInternal::clear() {
+  QVMrevisionChanged();
   m_CurrentConfig = 0;
   m_OutgoingConfigIndex = 0;
   m_IncomingConfigIndex = 0;
@@ -234,6 +240,7 @@ void QVMengineInternal::clear() {
 }
 
 void QVMengineInternal::postLoad() {
+  QVMrevisionChanged();
   uint32_t remembered = m_CurrentConfig;
   for (uint32_t c = 0; c < m_Configs.size(); ++c) {
     if (!m_Configs[c]->matchOrder().empty()) continue;

@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <mutex>
 #include <vector>
 
 #include "COLcriticalSection.h"
@@ -149,6 +150,11 @@ public:
   void noteMessageRenamed(const QVMmessageDefinitionInternal* message, const COLstring& oldName);
   void noteTableRenamed(const QVMtableDefinitionInternal* table, const COLstring& oldName);
 
+  // A cache that the parser derives from this definition (the identification index). The
+  // engine only keeps it alive; the parser builds, checks and replaces it under the lock.
+  std::mutex& parserCacheMutex() const { return m_ParserCacheMutex; }
+  std::shared_ptr<const void>& parserCache() const { return m_ParserCache; }
+
 private:
   void setUpLanguageEngine();
 
@@ -168,6 +174,8 @@ private:
   COLstring m_LineFeed = "\r\n";
   COLcriticalSection m_CriticalSection;
   std::unique_ptr<COLostream> m_LogStream;
+  mutable std::mutex m_ParserCacheMutex;
+  mutable std::shared_ptr<const void> m_ParserCache;
 
   QVMnameIndex<QVMmessageDefinitionInternal, &QVMmessageDefinitionInternal::name> m_MessageNames;
   QVMnameIndex<QVMtableDefinitionInternal, &QVMtableDefinitionInternal::tableName> m_TableNames;

@@ -95,6 +95,10 @@ void QVMenumerationGrammar::moveField(uint32_t fromIndex, uint32_t toIndex) {
 
 bool QVMenumerationGrammar::isValid(const COLstring& text) const { return isValid(text.c_str()); }
 
+bool QVMenumerationGrammar::isValid(std::string_view text) const {
+  return pMember->index.find(text) != pMember->index.end();
+}
+
 bool QVMenumerationGrammar::isValid(const char* text) const {
   return pMember->index.find(QVMenumerationKey(text)) != pMember->index.end();
 }

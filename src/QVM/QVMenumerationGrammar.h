@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <string_view>
 
 #include "COLstring.h"
 #include "QVMlistedGrammar.h"
@@ -35,6 +36,8 @@ public:
   // True when an item equals the text; runs per field value, so it is a hash look-up.
   bool isValid(const COLstring& text) const;
   bool isValid(const char* text) const;
+  // For a value read in place from a message: no copy, no terminating NUL needed.
+  bool isValid(std::string_view text) const;
 
 private:
   std::unique_ptr<QVMenumerationGrammarPrivate> pMember;

@@ -6,6 +6,7 @@
 #include "COLsink.h"
 #include "FMTprintable.h"
 #include "QVMcompositeGrammar.h"
+#include "QVJparseContext.h"
 #include "QVMhandleSupport.h"
 #include "QVMsegmentGrammar.h"
 #include "QVMversion.h"
@@ -76,6 +77,11 @@ QVMengineHandle::QVMengineHandle() : m_Schema(new QVMengineInternal) {
 QVMengineHandle::~QVMengineHandle() {
   // The interpreter may outlive this object if a script holds it; it must not call back here.
   m_Schema->setLogSink(nullptr, false);
+}
+
+QVJparseContext& QVMengineHandle::parseContext() {
+  if (!m_ParseContext) m_ParseContext = std::make_unique<QVJparseContext>(m_Schema.get());
+  return *m_ParseContext;
 }
 
 void QVMengineHandle::setLogFunction(QVMlogFunction function, void* context) {

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <exception>
+#include <memory>
 #include <new>
 
 #include "COLerror.h"
@@ -72,23 +73,34 @@ void* QVMhandleRelease(void* handle, const char* family) {
   });
 }
 
-// What an engine handle holds: the definition and the host's log function. Parse contexts
-// join it when the parsing subsystem arrives.
+// What an engine handle holds: the definition, its parse context and the host's log function.
+class QVJparseContext;
+
 class QVMengineHandle : public COLreference {
 public:
   QVMengineHandle();
   ~QVMengineHandle() override;
 
   QVMengineInternal& schema() { return *m_Schema; }
+  // Made on first use; lives as long as the engine.
+  QVJparseContext& parseContext();
+  // Texts handed out by the engine's calls that have no context of their own (schemas).
+  COLstring& resultText() { return m_ResultText; }
   void setLogFunction(QVMlogFunction function, void* context);
   QVMlogFunction logFunction() const { return m_LogFunction; }
   void* logContext() const { return m_LogContext; }
 
 private:
   COLreferencePtr<QVMengineInternal> m_Schema;
+  std::unique_ptr<QVJparseContext> m_ParseContext;
+  COLstring m_ResultText;
   QVMlogFunction m_LogFunction = nullptr;
   void* m_LogContext = nullptr;
 };
+
+inline QVMengineHandle& QVMhandleEngineObject(void* handle) {
+  return QVMhandleObject<QVMengineHandle>(handle, "an engine");
+}
 
 inline QVMengineInternal& QVMhandleEngine(void* handle) {
   return QVMhandleObject<QVMengineHandle>(handle, "an engine").schema();

@@ -1,4 +1,5 @@
 #include "QVMidentifier.h"
+#include "QVMrevision.h"
 
 #include "REXmatcher.h"
 
@@ -17,6 +18,7 @@ QVMsegmentIdentifier::QVMsegmentIdentifier(const QVMsegmentIdentifier& other)
 
 QVMsegmentIdentifier& QVMsegmentIdentifier::operator=(const QVMsegmentIdentifier& other) {
   if (this != &other) *pMember = *other.pMember;
+  QVMrevisionChanged();
   return *this;
 }
 
@@ -25,6 +27,7 @@ QVMsegmentIdentifier::~QVMsegmentIdentifier() = default;
 const COLstring& QVMsegmentIdentifier::value() const { return pMember->value.pattern(); }
 
 void QVMsegmentIdentifier::setValue(const COLstring& pattern) {
+  QVMrevisionChanged();
   pMember->value.init(pattern, 0);
   pMember->matchesEmpty = pMember->value.isExpressionValid() && pMember->value.doesMatchWithLength("", 0);
 }
@@ -46,7 +49,11 @@ bool QVMsegmentIdentifier::doesMatchWithLength(const char* text, size_t length) 
 
 const REXmatcher& QVMsegmentIdentifier::regex() const { return pMember->value; }
 
-QVMmessageNodeAddress& QVMsegmentIdentifier::nodeAddress() { return pMember->nodeAddress; }
+// Whoever takes the address writable may change it.
+QVMmessageNodeAddress& QVMsegmentIdentifier::nodeAddress() {
+  QVMrevisionChanged();
+  return pMember->nodeAddress;
+}
 
 const QVMmessageNodeAddress& QVMsegmentIdentifier::nodeAddress() const { return pMember->nodeAddress; }
 

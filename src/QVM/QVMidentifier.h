@@ -8,6 +8,7 @@
 
 #include "COLstring.h"
 #include "QVMmessageNodeAddress.h"
+#include "QVMrevision.h"
 
 class REXmatcher;
 struct QVMsegmentIdentifierPrivate;
@@ -49,7 +50,10 @@ public:
 
   // The segment to look in; "MSH" for a new identifier.
   const COLstring& segment() const { return m_Segment; }
-  void setSegment(const COLstring& segment) { m_Segment = segment; }
+  void setSegment(const COLstring& segment) {
+    m_Segment = segment;
+    QVMrevisionChanged();
+  }
 
   bool operator==(const QVMidentifier& other) const {
     return m_Segment == other.m_Segment && QVMsegmentIdentifier::operator==(other);

@@ -1,7 +1,10 @@
 // Message definitions and their per-configuration records.
 #include "QVMmessageDefinitionInternal.h"
 
+#include <string_view>
+
 #include "COLerror.h"
+#include "QVMrevision.h"
 #include "QVMengineInternal.h"
 
 // --- QVMpythonHookInfo
@@ -37,6 +40,7 @@ QVMmessageConfig::QVMmessageConfig(const QVMmessageConfig& other)
 
 QVMmessageConfig& QVMmessageConfig::operator=(const QVMmessageConfig& other) {
   if (this != &other) *this = QVMmessageConfig(other);
+  QVMrevisionChanged();
   return *this;
 }
 
@@ -47,6 +51,7 @@ QVMidentifier* QVMmessageConfig::identifier(size_t index) const {
 
 QVMidentifier* QVMmessageConfig::insertIdentifierAt(size_t index) {
   COL_PRECONDITION(index <= m_Identifiers.size());
+  QVMrevisionChanged();
   auto it = m_Identifiers.insert(m_Identifiers.begin() + index, std::make_unique<QVMidentifier>());
   return it->get();
 }
@@ -54,6 +59,7 @@ QVMidentifier* QVMmessageConfig::insertIdentifierAt(size_t index) {
 void QVMmessageConfig::removeIdentifier(size_t index) {
   COL_PRECONDITION(index < m_Identifiers.size());
   m_Identifiers.erase(m_Identifiers.begin() + index);
+  QVMrevisionChanged();
 }
 
 // --- QVMnameSanitizer
@@ -74,6 +80,19 @@ void QVMnameSanitizer::sanitizedName(COLstring& name) const {
     if (keep) result.push_back(c);
   }
   text = std::move(result);
+}
+
+void QVMnameSanitizer::sanitizedXmlName(const COLstring& name, COLstring& out) const {
+  static constexpr std::string_view Removed(" /-()&[]',\"`.#\x92*+", 17);
+  std::string result;
+  result.reserve(name.size());
+  for (char c : name.str()) {
+    if (Removed.find(c) != std::string_view::npos || c == m_Kept) continue;
+    if (c == ':' || c == ';') c = '_';
+    if (static_cast<unsigned char>(c) >= 128) continue;
+    result.push_back(c);
+  }
+  out = COLstring(std::move(result));
 }
 
 // --- QVMmessageDefinitionInternal

@@ -76,6 +76,10 @@ class QVMnameSanitizer {
 public:
   explicit QVMnameSanitizer(char kept = '.') : m_Kept(kept) {}
   void sanitizedName(COLstring& name) const;
+  // For schema names, where the character held is the dialect's delimiter: punctuation and
+  // the delimiter go, ":" and ";" become "_", bytes from 128 up go.
+  void sanitizedXmlName(const COLstring& name, COLstring& out) const;
+  char character() const { return m_Kept; }
 
 private:
   char m_Kept;

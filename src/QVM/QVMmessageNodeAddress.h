@@ -43,3 +43,23 @@ private:
   std::vector<uint32_t> m_NodeIndex;
   std::vector<uint32_t> m_RepeatIndex;
 };
+
+// Follows an address from `Level` on through a built message tree (typed or untyped): node
+// index 0 of a leaf picks its repeat; null where the tree has no such place.
+template <class Tree>
+const Tree* QVMmessageNodeAddressWalk(const QVMmessageNodeAddress& Address, const Tree& Root, unsigned Level) {
+  const Tree* current = &Root;
+  for (unsigned step = Level; step < Address.depth(); ++step) {
+    const unsigned nodeIndex = Address.nodeIndex(step);
+    const unsigned repeat = Address.repeatIndex(step);
+    if (nodeIndex == 0 && current->countOfSubNode() == 0) {
+      if (repeat >= current->countOfRepeat()) return nullptr;
+      current = current->getRepeatedNode(repeat);
+      continue;
+    }
+    if (nodeIndex >= current->countOfSubNode()) return nullptr;
+    if (repeat >= current->node(nodeIndex, 0)->countOfRepeat()) return nullptr;
+    current = current->node(nodeIndex, repeat);
+  }
+  return current;
+}

@@ -52,10 +52,10 @@ public:
 
   // The error that a failed rule reports (code 0x80002006, with the rule and field named).
   COLerror getError() const;
-
-protected:
   // The field's name, empty when the rule is unbound or the field is gone.
   COLstring fieldNameAt(uint32_t fieldIndex) const;
+
+protected:
   uint32_t segmentFieldCount() const;
   [[noreturn]] static void raiseUnknownKey(const COLstring& key);
 

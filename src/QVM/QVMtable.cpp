@@ -24,6 +24,14 @@ QVMtable::QVMtable() : pMember(new QVMtablePrivate) {
   }
 }
 
+QVMtable::QVMtable(void* engineHandle, unsigned messageIndex) : pMember(new QVMtablePrivate) {
+  if (void* error = _QVMengineCreateEmptyMessageTable(engineHandle, messageIndex, &pMember->Handle)) {
+    delete pMember;
+    QVMactivateCondition("_QVMengineCreateEmptyMessageTable(engineHandle, messageIndex, &pMember->Handle)", __LINE__,
+                         __FILE__, error);
+  }
+}
+
 QVMtable::QVMtable(void* tableHandle) : pMember(new QVMtablePrivate) {
   if (void* error = _QVMtableAddRef(tableHandle)) {
     delete pMember;
@@ -111,6 +119,23 @@ double QVMtable::GetDouble(unsigned row, unsigned column) const {
 int QVMtable::GetInteger(unsigned row, unsigned column) const {
   return QVM_ASK(int, _QVMtableGetInteger, column, row);
 }
+QVMdateTime QVMtable::GetDateTime(unsigned row, unsigned column) const {
+  void* cell = QVM_ASK(void*, _QVMtableGetDateTime, column, row);
+  QVMdateTime value;
+  int isNull = 0;
+  double date = 0, fraction = 0;
+  short zone = 0;
+  QVM_CHECK_CALL(_QVMdateTimeGetIsNull(cell, &isNull));
+  QVM_CHECK_CALL(_QVMdateTimeGetDATE(cell, &date));
+  QVM_CHECK_CALL(_QVMdateTimeGetSecondFraction(cell, &fraction));
+  QVM_CHECK_CALL(_QVMdateTimeGetZone(cell, &zone));
+  if (isNull) value.setNull();
+  else value.SetDate(date);
+  value.SetSecondFraction(fraction);
+  value.SetZone(zone);
+  return value;
+}
+
 unsigned QVMtable::GetState(unsigned row, unsigned column) const {
   return QVM_ASK(unsigned, _QVMtableState, column, row);
 }

@@ -12,6 +12,8 @@ class QVMtable {
 public:
   // A new, empty table of its own.
   QVMtable();
+  // An empty table laid out for one message of the engine.
+  QVMtable(void* engineHandle, unsigned messageIndex);
   // Adds a reference on an existing table handle.
   explicit QVMtable(void* tableHandle);
   QVMtable(const QVMtable&) = delete;
@@ -36,6 +38,8 @@ public:
   const char* GetString(unsigned row, unsigned column) const;
   double GetDouble(unsigned row, unsigned column) const;
   int GetInteger(unsigned row, unsigned column) const;
+  // A copy of the cell's value: a null cell gives a null date-time.
+  QVMdateTime GetDateTime(unsigned row, unsigned column) const;
   unsigned GetState(unsigned row, unsigned column) const;
   bool IsNull(unsigned row, unsigned column) const;
   void setNull(unsigned row, unsigned column);

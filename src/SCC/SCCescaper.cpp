@@ -1,9 +1,11 @@
 #include "SCCescaper.h"
 
+#include <cstdio>
 #include <cstring>
 #include <cwchar>
 
 #include "COLerror.h"
+#include "COLostream.h"
 
 using namespace std::literals;
 
@@ -75,12 +77,31 @@ enum EscapeError { IncompleteSequence, EmptySequence, BadHex, BadSingleByteSet, 
   throw COLerror(Description, COL_ERROR_PRECONDITION);
 }
 
+[[noreturn]] void throwUnwritable(const COLstring& text, unsigned char c, bool isDelimiter) {
+  char Shown[16];
+  // A control byte is named by its number: printed as it is, it would break the line.
+  if (c >= 32 && c < 127)
+    std::snprintf(Shown, sizeof Shown, "'%c'", c);
+  else
+    std::snprintf(Shown, sizeof Shown, "the byte 0x%02X", c);
+  COLstring Description;
+  COLostream Stream(Description);
+  Stream << "The value '" << text << "' cannot be written: it holds " << Shown
+         << (isDelimiter ? ", a delimiter of the message" : ", which needs an escape sequence")
+         << ", and the configuration has no escape character.";
+  Stream.flush();
+  throw COLerror(Description, COL_ERROR_PRECONDITION);
+}
+
 }  // namespace
 
 SCCescaper::SCCescaper(const SCCescaperSettings& settings) {
   std::memset(m_Escape, 0, sizeof m_Escape);
   std::memset(m_Unescape, 0, sizeof m_Unescape);
+  std::memset(m_IsDelimiter, 0, sizeof m_IsDelimiter);
   for (const SCCdelimiterLevel& Level : settings.levels) {
+    if (Level.sepCharDefault != 0) m_IsDelimiter[static_cast<unsigned char>(Level.sepCharDefault)] = true;
+    if (Level.repeatCharDefault != 0) m_IsDelimiter[static_cast<unsigned char>(Level.repeatCharDefault)] = true;
     m_Escape[static_cast<unsigned char>(Level.sepCharDefault)] = Level.sepCharEscape;
     m_Unescape[static_cast<unsigned char>(Level.sepCharEscape)] = Level.sepCharDefault;
     if (Level.repeatCharDefault != 0) {
@@ -190,10 +211,13 @@ void SCCescaper::escapeChar(COLstring& result, const COLstring& text) const {
     }
     const char Code = m_Escape[c];
     if (Code == 0) {
-      const bool Plain = c > 127 ? c <= m_HighestNonEscapedChar : c >= m_LowestNonEscapedChar;
+      // A delimiter that has no code of its own must still not split the value.
+      const bool Plain =
+          !m_IsDelimiter[c] && (c > 127 ? c <= m_HighestNonEscapedChar : c >= m_LowestNonEscapedChar);
       if (Plain) {
         Out.push_back(static_cast<char>(c));
       } else {
+        if (m_EscapeEscapeChar == 0) throwUnwritable(text, c, m_IsDelimiter[c]);
         const char Hex[] = {m_EscapeEscapeChar, m_HexLetter, Digits[c >> 4], Digits[c & 15], m_EscapeEscapeChar};
         Out.append(Hex, sizeof Hex);
       }
@@ -207,6 +231,7 @@ void SCCescaper::escapeChar(COLstring& result, const COLstring& text) const {
         continue;
       }
     }
+    if (m_EscapeEscapeChar == 0) throwUnwritable(text, c, m_IsDelimiter[c]);
     const char Sequence[] = {m_EscapeEscapeChar, Code, m_EscapeEscapeChar};
     Out.append(Sequence, sizeof Sequence);
     ++i;

@@ -43,7 +43,9 @@ public:
   SCCescaper() : SCCescaper(SCCescaperSettings()) {}
   explicit SCCescaper(const SCCescaperSettings& settings);
 
-  // Appends the wire form of `text` to `result`.
+  // Appends the wire form of `text` to `result`.  A delimiter without a code letter goes out as
+  // a hex sequence.  Without an escape character (X12 has none) a byte that needs a sequence
+  // cannot be written: that throws COLerror 0x80000100 rather than split the value.
   void escapeChar(COLstring& result, const COLstring& text) const;
   // `result` ends up holding the plain text.  With `strict`, a bad sequence throws COLerror
   // 0x80000100; without, its escape character is kept as data.  Returns true.
@@ -81,6 +83,7 @@ private:
 
   char m_Escape[256];
   char m_Unescape[256];
+  bool m_IsDelimiter[256];
   char m_UnescapeEscapeChar = '\\';
   char m_EscapeEscapeChar = '\\';
   char m_HexLetter = 'X';

@@ -135,7 +135,14 @@ char XMLiosTagFilter::ordinaryTranslation(unsigned char byte) {
 }
 
 XMLiosTagFilter::XMLiosTagFilter(COLsink* sink, char delimiter) : XMLiosFilter(sink), m_Delimiter(delimiter) {
-  for (unsigned Byte = 0; Byte < 256; ++Byte) m_Translation[Byte] = ordinaryTranslation(static_cast<unsigned char>(Byte));
+  // Every translation made has its filter built once per converter and thus per message:
+  // the ordinary table is worked out once and copied.
+  static const std::array<char, 256> Ordinary = [] {
+    std::array<char, 256> Table{};
+    for (unsigned Byte = 0; Byte < 256; ++Byte) Table[Byte] = ordinaryTranslation(static_cast<unsigned char>(Byte));
+    return Table;
+  }();
+  std::memcpy(m_Translation, Ordinary.data(), sizeof m_Translation);
   m_Translation[static_cast<unsigned char>(delimiter)] = 0;
 }
 

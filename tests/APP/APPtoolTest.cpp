@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <cstdio>
 #include <fstream>
@@ -11,11 +12,11 @@
 #include "APPxmlFileName.h"
 #include "COLostream.h"
 
+#include "../support/TSTtoolRun.h"
+
 namespace {
-struct ToolRun {
-  int status;
-  std::string output;
-};
+
+using ToolRun = TSTtoolRun;
 
 // The tool in-process, named "msgbridge", output captured whole.
 ToolRun runTool(std::vector<const char*> words) {
@@ -24,17 +25,6 @@ ToolRun runTool(std::vector<const char*> words) {
   COLostream stream(text);
   const int status = APPrunTool(static_cast<int>(words.size()), words.data(), stream);
   return {status, text.str()};
-}
-
-// The real binary, through the shell.
-ToolRun runBinary(const std::string& arguments) {
-  const std::string command = std::string(MSGBRIDGE_TOOL) + " " + arguments + " 2>&1";
-  FILE* pipe = popen(command.c_str(), "r");
-  std::string output;
-  char buffer[4096];
-  for (size_t n; (n = fread(buffer, 1, sizeof buffer, pipe)) > 0;) output.append(buffer, n);
-  const int status = pclose(pipe);
-  return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, output};
 }
 
 std::string dataFile(const char* name) {
@@ -89,13 +79,13 @@ TEST(APPtool, VersionReportsLocaleAndEngine) {
 }
 
 TEST(APPtool, BinaryExitsWithStatusAndFlushesOutput) {
-  const ToolRun usage = runBinary("");
+  const ToolRun usage = TSTrunBinary("");
   EXPECT_EQ(usage.status, 1);
   EXPECT_NE(usage.output.find("Known flags:\n"), std::string::npos);
-  const ToolRun repeated = runBinary("--toxml --toxml a b c");
+  const ToolRun repeated = TSTrunBinary("--toxml --toxml a b c");
   EXPECT_EQ(repeated.status, 1);
   EXPECT_EQ(repeated.output.rfind("Flag toxml used more than once.\nCommand line HL7 <-> XML translation test tool.\n", 0), 0u);
-  const ToolRun version = runBinary("--version a b c");
+  const ToolRun version = TSTrunBinary("--version a b c");
   EXPECT_EQ(version.status, 0);
   EXPECT_EQ(version.output.rfind("Current Locale: ", 0), 0u);
 }
@@ -103,7 +93,7 @@ TEST(APPtool, BinaryExitsWithStatusAndFlushesOutput) {
 TEST(APPtool, CountsTheBundledExampleLog) {
   const std::string examples = std::string(MSGBRIDGE_SOURCE_DIR) + "/examples/";
   const std::string out = ::testing::TempDir() + "msgbridge-count.txt";
-  const ToolRun run = runBinary(examples + "adt_oru.vmd " + examples + "messages.hl7 " + out);
+  const ToolRun run = TSTrunBinary(examples + "adt_oru.vmd " + examples + "messages.hl7 " + out);
   EXPECT_EQ(run.status, 0) << run.output;
   EXPECT_EQ(run.output.rfind("Log File Type: HL7Standard\n\r1 messages    ", 0), 0u) << run.output;
   EXPECT_NE(run.output.find("\r24 messages    \nElapsed time: "), std::string::npos) << run.output;
@@ -134,18 +124,18 @@ TEST(APPtool, CountsEveryLogFormatSniffedAndForced) {
     std::ofstream(path, std::ios::binary) << log.text;
     const std::string count = "\r" + std::to_string(log.messages) + " messages    \nElapsed time: ";
     for (const std::string& flags : {std::string(), std::string("--forceformat ") + log.format + " "}) {
-      const ToolRun run = runBinary(flags + definition + path + " " + out);
+      const ToolRun run = TSTrunBinary(flags + definition + path + " " + out);
       EXPECT_EQ(run.status, 0) << log.format << ": " << run.output;
       EXPECT_EQ(run.output.rfind(std::string("Log File Type: ") + log.format + "\n", 0), 0u) << run.output;
       EXPECT_NE(run.output.find(count), std::string::npos) << log.format << ": " << run.output;
     }
     // The whole file as one message, whatever its framing.
-    const ToolRun single = runBinary("--forceformat SingleMessage " + definition + path + " " + out);
+    const ToolRun single = TSTrunBinary("--forceformat SingleMessage " + definition + path + " " + out);
     EXPECT_EQ(single.status, 0) << single.output;
     EXPECT_EQ(single.output.rfind("Log File Type: SingleMessage\n\r1 messages    \nElapsed time: ", 0), 0u)
         << single.output;
   }
-  const ToolRun unknown = runBinary("--forceformat HL7Fancy " + definition + dir + "msgbridge-format-HL7CR.log " + out);
+  const ToolRun unknown = TSTrunBinary("--forceformat HL7Fancy " + definition + dir + "msgbridge-format-HL7CR.log " + out);
   EXPECT_EQ(unknown.status, 1);
   EXPECT_EQ(unknown.output,
             "Unknown log file format 'HL7Fancy' given to --forceformat. The formats are: HL7Standard, HL7CRLF, HL7CR, "
@@ -157,3 +147,46 @@ TEST(APPxmlFileName, PadsToFiveDigitsAndKeepsLongerNumbers) {
   EXPECT_EQ(APPxmlFileName(100000, "", "name"), "100000name");
   EXPECT_EQ(APPxmlFileName(12345, "d/", ""), "d/12345");
 }
+
+namespace {
+
+std::string readAll(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  std::stringstream text;
+  text << in.rdbuf();
+  return text.str();
+}
+
+// The example log to table XML and back through the real binary: every message comes back
+// with what its tables carry, in log order.
+TEST(APPtool, FromXmlGivesTheMessagesOfTheTableXmlBack) {
+  const std::string examples = std::string(MSGBRIDGE_SOURCE_DIR) + "/examples/";
+  const std::string dir = ::testing::TempDir() + "msgbridge-roundtrip-" + std::to_string(::getpid()) + "/";
+  const ToolRun to = TSTrunBinary("--toxml " + examples + "adt_oru.vmd " + examples + "messages.hl7 " + dir + "msg.xml");
+  ASSERT_EQ(to.status, 0) << to.output;
+  const ToolRun from =
+      TSTrunBinary("--fromxml " + examples + "adt_oru.vmd " + dir + "msg.xml " + dir + "back.hl7");
+  ASSERT_EQ(from.status, 0) << from.output;
+  EXPECT_NE(from.output.find("\r24 messages    \nElapsed time: "), std::string::npos) << from.output;
+  const std::string back = readAll(dir + "back.hl7");
+  EXPECT_EQ(back.rfind("MSH|^~\\&|||||||ADT^A01\r"
+                       "EVN|A01|20240301080000+0000\r"
+                       "PID|||MR410000||Okonkwo^Amara||19500101000000+0000|F|||^^Millbrook\r"
+                       "PV1||I|WARD3^100^A||||D1042^Varga\r\n"
+                       "MSH|^~\\&|||||||ADT^A04\r",
+                       0),
+            0u)
+      << back.substr(0, 400);
+  EXPECT_NE(back.find("OBX|1|NM|NA^Sodium||129|mmol/L|135-145|L|||F\r"
+                      "OBX|2|NM|HGB^Hemoglobin||10.0|g/dL|12.0-16.0|L|||F\r"),
+            std::string::npos);
+  size_t messages = 0;
+  for (size_t at = 0; (at = back.find("MSH|", at)) != std::string::npos; ++at) ++messages;
+  EXPECT_EQ(messages, 24u);
+  // No numbered files: nothing to translate, an empty output.
+  const ToolRun missing = TSTrunBinary("--fromxml " + examples + "adt_oru.vmd " + dir + "none.xml " + dir + "x.hl7");
+  EXPECT_EQ(missing.status, 0) << missing.output;
+  EXPECT_EQ(readAll(dir + "x.hl7"), "");
+}
+
+}  // namespace

@@ -7,6 +7,7 @@
 #include <thread>
 
 #include "COLerror.h"
+#include "LAGenvironment.h"
 #include "QVMengineInternal.h"
 
 namespace {
@@ -341,13 +342,18 @@ TEST(QVMengineTest, ResetLanguageEngineRecompilesScripts) {
   EXPECT_EQ(message->outgoingFunctionCode(0), "y = 1\r\n");
 }
 
-TEST(QVMengineTest, OutgoingScriptsNeedTheScriptEnvironment) {
+TEST(QVMengineTest, OutgoingScriptsRunWithTheirHeadings) {
   QVMengineInternal engine;
-  // The environment is never touched on these roads.
-  alignas(16) static unsigned char storage[64];
-  LAGenvironment& environment = *reinterpret_cast<LAGenvironment*>(storage);
+  LAGenvironment environment;
+  environment.setEngine(&engine);
   QVMconfigPreProcessOutgoingMessage(engine.config(), environment);  // nothing set: nothing to run
-  engine.config().outgoingMainFunction().setCode("pass");
-  EXPECT_EQ(failureText([&] { QVMconfigPreProcessOutgoingMessage(engine.config(), environment); }).substr(0, 25),
-            "Outgoing main script not ");
+  engine.config().outgoingMainFunction().setCode("ran = 1");
+  QVMconfigPreProcessOutgoingMessage(engine.config(), environment);
+  engine.config().outgoingMainFunction().setCode("ran = missing");
+  EXPECT_EQ(failureText([&] { QVMconfigPreProcessOutgoingMessage(engine.config(), environment); }).substr(0, 30),
+            "Global Outbound Script error: ");
+  COLstring text = "MSH|x";
+  engine.config().outgoingPostProcessFunction().setCode("value = value + str(ran)");
+  QVMconfigPostProcessOutgoingMessage(engine.config(), text, environment);
+  EXPECT_EQ(text.str(), "MSH|x1");
 }

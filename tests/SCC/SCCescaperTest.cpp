@@ -192,3 +192,53 @@ TEST(SCCescaper, RandomBytesNeverBreakTheRoundTrip) {
     EXPECT_EQ(Back.empty() ? Wire : Back, Plain) << "round " << Round;
   }
 }
+
+namespace {
+
+// An X12 configuration: CR between segments, "*" between elements, no codes, no escape character.
+SCCescaperSettings x12Settings() {
+  SCCescaperSettings Settings;
+  Settings.levels = {{13, 0, 0, 0, SCCdelimiterLevel::NoPosition, SCCdelimiterLevel::NoPosition},
+                     {'*', 0, 0, 0, SCCdelimiterLevel::NoPosition, SCCdelimiterLevel::NoPosition}};
+  Settings.escapeDefault = 0;
+  Settings.escapeEscapeChar = 0;
+  Settings.escapePosition = SCCdelimiterLevel::NoPosition;
+  return Settings;
+}
+
+std::string unwritableText(const SCCescaper& Escaper, const char* Text) {
+  try {
+    escape(Escaper, Text);
+  } catch (const COLerror& Error) {
+    EXPECT_EQ(Error.code(), 0x80000100u);
+    return Error.description().c_str();
+  }
+  return "no error";
+}
+
+}  // namespace
+
+TEST(SCCescaper, WithoutEscapeCharacterValuesPassOrAreRefused) {
+  const SCCescaper Escaper(x12Settings());
+  // Ordinary text, other punctuation and the HL7 delimiters are plain data here.
+  EXPECT_EQ(escape(Escaper, "NORTHWIND STORE 118"), "NORTHWIND STORE 118");
+  EXPECT_EQ(escape(Escaper, "A|B^C~D\\E>F:G"), "A|B^C~D\\E>F:G");
+  // A delimiter or a control byte would split the value or put a NUL into the message.
+  EXPECT_EQ(unwritableText(Escaper, "NORTH*WIND"),
+            "The value 'NORTH*WIND' cannot be written: it holds '*', a delimiter of the message, and the "
+            "configuration has no escape character.");
+  EXPECT_EQ(unwritableText(Escaper, "two\rlines"),
+            "The value 'two\rlines' cannot be written: it holds the byte 0x0D, a delimiter of the message, and the "
+            "configuration has no escape character.");
+  EXPECT_EQ(unwritableText(Escaper, "tab\there"),
+            "The value 'tab\there' cannot be written: it holds the byte 0x09, which needs an escape sequence, and "
+            "the configuration has no escape character.");
+}
+
+TEST(SCCescaper, DelimiterWithoutCodeGoesOutAsHex) {
+  SCCescaperSettings Settings;
+  Settings.levels[2].sepCharEscape = 0;  // "^" has no letter of its own
+  const SCCescaper Escaper(Settings);
+  EXPECT_EQ(escape(Escaper, "a^b"), "a\\X5E\\b");
+  EXPECT_EQ(unescape(Escaper, escape(Escaper, "a^b|c")), "a^b|c");
+}

@@ -11,24 +11,7 @@
 
 #include "SGPparser.h"
 
-namespace {
-std::atomic<long> CountOfAllocation{0};
-}
-
-#if defined(__GNUC__) && !defined(__clang__)
-#pragma GCC diagnostic ignored "-Wmismatched-new-delete"
-#endif
-
-void* operator new(size_t size) {
-  CountOfAllocation.fetch_add(1, std::memory_order_relaxed);
-  if (void* p = std::malloc(size ? size : 1)) return p;
-  throw std::bad_alloc();
-}
-void* operator new[](size_t size) { return operator new(size); }
-void operator delete(void* p) noexcept { std::free(p); }
-void operator delete[](void* p) noexcept { std::free(p); }
-void operator delete(void* p, size_t) noexcept { std::free(p); }
-void operator delete[](void* p, size_t) noexcept { std::free(p); }
+#include "../support/TSTcountingNew.h"
 
 TEST(SGMallocation, WarmListTokenisesWithoutAllocating) {
   const std::string Large =

@@ -1,0 +1,1 @@
+"""Script objects of the current parser: classes over the handles of the module sgpy."""

@@ -1,0 +1,90 @@
+// LAGenvironment: what a script sees of the work in progress.  One lives in each parse
+// context and is pointed at the engine, the table or the field the caller is handling.
+#pragma once
+
+#include <cstdint>
+
+#include "COLstring.h"
+
+class QVMconfig;
+class SGMfieldRepeats;
+class SGMstringPool;
+class QVMengineInternal;
+class QVMtableDefinitionInternal;
+class QVMtableGrammarInternal;
+class QVMtableInternal;
+
+// The kind of script being run.
+enum LAGcontext : uint32_t {
+  LAGglobalInbound = 0,
+  LAGglobalInboundPostProcess = 1,
+  LAGglobalOutbound = 2,
+  LAGglobalOutboundPostProcess = 3,
+  LAGtableEquation = 4,
+  LAGsegmentEquation = 5,
+  LAGtransformation = 6,
+};
+
+class LAGenvironment {
+public:
+  LAGenvironment() = default;
+  // Each context has its own environment; a copy starts afresh.
+  LAGenvironment(const LAGenvironment&) : LAGenvironment() {}
+  LAGenvironment& operator=(const LAGenvironment&) { return *this; }
+
+  LAGcontext context() const { return m_Context; }
+  void setContext(uint32_t context) { m_Context = static_cast<LAGcontext>(context); }
+  QVMengineInternal* engine() const { return m_Engine; }
+  void setEngine(QVMengineInternal* engine) { m_Engine = engine; }
+  // The present configuration of the engine.
+  const QVMconfig& config() const;
+
+  QVMtableGrammarInternal* tableGrammar() const { return m_TableGrammar; }
+  void setTableGrammar(QVMtableGrammarInternal* grammar) { m_TableGrammar = grammar; }
+  QVMtableDefinitionInternal* tableDefinition() const { return m_TableDefinition; }
+  void setTableDefinition(QVMtableDefinitionInternal* table) { m_TableDefinition = table; }
+  QVMtableInternal* resultTable() const { return m_ResultTable; }
+  void setResultTable(QVMtableInternal* table) { m_ResultTable = table; }
+
+  // The field under a field equation of the current parser, and the pool its new values go to.
+  SGMfieldRepeats* field() const { return m_Field; }
+  SGMstringPool* stringPool() const { return m_StringPool; }
+  void setIncomingField(SGMfieldRepeats* field, SGMstringPool* pool) {
+    m_Field = field;
+    m_StringPool = pool;
+  }
+
+  // Field access for scripts, only under a field equation.  Indices are zero-based: sub field
+  // 0 of a repeat holds its first value.
+  unsigned countOfSubfield() const;
+  unsigned countOfRepeat() const;
+  COLstring subfield(unsigned index, unsigned repeat) const;
+  void setSubField(unsigned index, unsigned repeat, const COLstring& text);
+  void clearField();
+
+  // Separators of the present configuration; `level` below countOfLevel().
+  char separatorChar(unsigned level) const;
+  void setSeparatorChar(unsigned level, char c);
+  char escapeChar() const;
+  void setEscapeChar(char c);
+  char repeatChar() const;
+  void setRepeatChar(char c);
+
+  unsigned countOfSegmentInMessage() const { return m_CountOfSegmentInMessage; }
+  // Adds to the running count.
+  void setCountOfSegmentInMessage(unsigned count) { m_CountOfSegmentInMessage += count; }
+  void resetCountOfSegmentInMessage(unsigned count) { m_CountOfSegmentInMessage = count; }
+  unsigned countOfGeneratedSegment() const { return m_CountOfGeneratedSegment; }
+  void setCountOfGeneratedSegment(unsigned count) { m_CountOfGeneratedSegment = count; }
+
+private:
+  LAGcontext m_Context = LAGglobalInbound;
+  QVMengineInternal* m_Engine = nullptr;
+  QVMtableGrammarInternal* m_TableGrammar = nullptr;
+  QVMtableDefinitionInternal* m_TableDefinition = nullptr;
+  QVMtableInternal* m_ResultTable = nullptr;
+  SGMfieldRepeats* m_Field = nullptr;
+  SGMstringPool* m_StringPool = nullptr;
+  unsigned m_CountOfSegmentInMessage = 0;
+  unsigned m_CountOfGeneratedSegment = 0;
+};

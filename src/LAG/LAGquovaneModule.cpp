@@ -1,0 +1,432 @@
+// The module quovane and the environment object: what every script sees by plain name after
+// "from quovane import *", and its `environment`.
+#include "LANpython.h"
+
+#include <exception>
+
+#include "FMTprintable.h"
+#include "LAGexecute.h"
+#include "LAGquovane.h"
+#include "QVMconfig.h"
+#include "QVMtableDefinitionInternal.h"
+
+namespace {
+
+PyObject* LAGone() { return PyLong_FromLong(1); }
+
+PyObject* LAGtext(const COLstring& text) { return LANstringToPython(text); }
+
+PyObject* LAGchar(char c) { return LANstringToPython(&c, 1); }
+
+// --- the environment object
+
+struct LAGquovaneEnvironmentObject {
+  PyObject_HEAD
+  LAGenvironment* pEnvironment;
+};
+
+struct LAGquovaneTableDefinitionObject {
+  PyObject_HEAD
+  QVMtableDefinitionInternal* pTableDefinition;
+};
+
+extern PyTypeObject LAGenvironmentType;
+extern PyTypeObject LAGtableDefinitionType;
+
+LAGenvironment* LAGenvironmentOf(PyObject* object) {
+  if (!PyObject_TypeCheck(object, &LAGenvironmentType)) {
+    PyErr_SetString(PyExc_TypeError, "the first argument must be the script's environment");
+    return nullptr;
+  }
+  LAGenvironment* environment = reinterpret_cast<LAGquovaneEnvironmentObject*>(object)->pEnvironment;
+  if (environment == nullptr)
+    PyErr_SetString(PyExc_RuntimeError, "The environment is only available during the script call that got it");
+  return environment;
+}
+
+PyObject* environmentTableDefinition(PyObject* self, PyObject*) {
+  LAGenvironment* environment = LAGenvironmentOf(self);
+  if (environment == nullptr) return nullptr;
+  if (environment->tableDefinition() == nullptr) {
+    PyErr_SetString(PyExc_RuntimeError, "Failed precondition: TableDefinition->pTableDefinition != NULL");
+    return nullptr;
+  }
+  auto* object = PyObject_New(LAGquovaneTableDefinitionObject, &LAGtableDefinitionType);
+  if (object != nullptr) object->pTableDefinition = environment->tableDefinition();
+  return reinterpret_cast<PyObject*>(object);
+}
+
+PyObject* environmentCountOfGeneratedSegment(PyObject* self, PyObject*) {
+  LAGenvironment* environment = LAGenvironmentOf(self);
+  return environment ? PyLong_FromUnsignedLong(environment->countOfGeneratedSegment()) : nullptr;
+}
+
+// Parts of the environment that need what this build has not got say so by name.
+PyObject* LAGnotBuilt(PyObject* self, const char* what) {
+  if (LAGenvironmentOf(self) == nullptr) return nullptr;
+  PyErr_Format(PyExc_NotImplementedError, "%s", what);
+  return nullptr;
+}
+
+PyObject* environmentGetDatabase(PyObject* self, PyObject*) {
+  return LAGnotBuilt(self, "get_database cannot run: no database back end is built into this engine.");
+}
+
+PyObject* environmentGetDefaultDatabase(PyObject* self, PyObject*) {
+  return LAGnotBuilt(self, "get_default_database cannot run: no database back end is built into this engine.");
+}
+
+PyObject* environmentInputSegmentIterator(PyObject* self, PyObject*) {
+  return LAGnotBuilt(self, "input_segment_iterator works on the legacy parser's segment list, which this "
+                           "engine does not build; use field and segment objects instead.");
+}
+
+PyObject* environmentOutputTable(PyObject* self, PyObject*) {
+  LAGenvironment* environment = LAGenvironmentOf(self);
+  if (environment == nullptr) return nullptr;
+  if (environment->resultTable() == nullptr) {
+    PyErr_SetString(PyExc_RuntimeError, "Table iterator is not available in this context.");
+    return nullptr;
+  }
+  PyErr_SetString(PyExc_NotImplementedError, "output_table: table iterators are not part of this engine yet.");
+  return nullptr;
+}
+
+PyObject* environmentDateTimeNotBuilt(PyObject* self, PyObject*) {
+  return LAGnotBuilt(self, "date-time conversions by grammar name are not part of this engine yet.");
+}
+
+PyMethodDef EnvironmentMethods[] = {
+    {"input_segment_iterator", environmentInputSegmentIterator, METH_NOARGS, nullptr},
+    {"table_definition", environmentTableDefinition, METH_NOARGS, nullptr},
+    {"count_of_generated_segment", environmentCountOfGeneratedSegment, METH_NOARGS, nullptr},
+    {"output_table", environmentOutputTable, METH_NOARGS, nullptr},
+    {"date_time_to_double", environmentDateTimeNotBuilt, METH_VARARGS, nullptr},
+    {"double_to_date_time", environmentDateTimeNotBuilt, METH_VARARGS, nullptr},
+    {"format_date_time", environmentDateTimeNotBuilt, METH_VARARGS, nullptr},
+    {"get_database", environmentGetDatabase, METH_VARARGS, nullptr},
+    {"get_default_database", environmentGetDefaultDatabase, METH_NOARGS, nullptr},
+    {nullptr, nullptr, 0, nullptr},
+};
+
+PyTypeObject LAGenvironmentType = [] {
+  PyTypeObject type{};
+  type.ob_base.ob_base.ob_refcnt = 1;  // static types are never freed
+  type.tp_name = "Quovane Environment";
+  type.tp_basicsize = sizeof(LAGquovaneEnvironmentObject);
+  type.tp_flags = Py_TPFLAGS_DEFAULT;
+  type.tp_methods = EnvironmentMethods;
+  return type;
+}();
+
+// --- the table definition object
+
+QVMtableDefinitionInternal* LAGtableDefinitionOf(PyObject* self) {
+  return reinterpret_cast<LAGquovaneTableDefinitionObject*>(self)->pTableDefinition;
+}
+
+PyObject* tableDefinitionName(PyObject* self, PyObject*) { return LAGtext(LAGtableDefinitionOf(self)->tableName()); }
+
+PyObject* tableDefinitionDescription(PyObject* self, PyObject*) {
+  return LAGtext(LAGtableDefinitionOf(self)->description());
+}
+
+PyObject* tableDefinitionColumnName(PyObject* self, PyObject* args) {
+  long column = 0;
+  if (!PyArg_ParseTuple(args, "l", &column)) return LANhandleBadArguments("column_name");
+  return LANguard([&] {
+    QVMtableDefinitionInternal* table = LAGtableDefinitionOf(self);
+    // The first column is 1.
+    LANcheckMin(column, 1, "Column Index (first argument)");
+    LANcheckMax(column, static_cast<long long>(table->countOfColumn()) + 1, "Column Index (first argument)");
+    return LAGtext(table->columnName(static_cast<size_t>(column - 1)));
+  });
+}
+
+PyObject* tableDefinitionStr(PyObject* self) {
+  QVMtableDefinitionInternal* table = LAGtableDefinitionOf(self);
+  return LAGtext("Name:        " + table->tableName() + "\r\nDescription: " + table->description());
+}
+
+PyMethodDef TableDefinitionMethods[] = {
+    {"name", tableDefinitionName, METH_NOARGS, nullptr},
+    {"description", tableDefinitionDescription, METH_NOARGS, nullptr},
+    {"column_name", tableDefinitionColumnName, METH_VARARGS, nullptr},
+    {nullptr, nullptr, 0, nullptr},
+};
+
+PyTypeObject LAGtableDefinitionType = [] {
+  PyTypeObject type{};
+  type.ob_base.ob_base.ob_refcnt = 1;  // static types are never freed
+  type.tp_name = "TableDefinition";
+  type.tp_basicsize = sizeof(LAGquovaneTableDefinitionObject);
+  type.tp_flags = Py_TPFLAGS_DEFAULT;
+  type.tp_methods = TableDefinitionMethods;
+  type.tp_str = tableDefinitionStr;
+  return type;
+}();
+
+// --- module functions
+
+PyObject* quovaneSeparatorChar(PyObject*, PyObject* args) {
+  PyObject* self = nullptr;
+  long level = 0;
+  if (!PyArg_ParseTuple(args, "Ol", &self, &level)) return LANhandleBadArguments("separator_char");
+  LAGenvironment* environment = LAGenvironmentOf(self);
+  if (environment == nullptr) return nullptr;
+  return LANguard([&] {
+    LANcheckMin(level, 0, "Char Index (2nd argument)");
+    LANcheckMax(level, static_cast<long long>(environment->config().countOfLevel()), "CharIndex (2nd Argument)");
+    return LAGchar(environment->separatorChar(static_cast<unsigned>(level)));
+  });
+}
+
+// The first character of a text argument; an empty text is refused.
+bool LAGfirstChar(PyObject* text, char& c) {
+  COLstring bytes;
+  if (!LANstringFromPython(text, bytes) || bytes.empty()) {
+    PyErr_SetString(PyExc_TypeError, "a text of at least one character below 256 is needed");
+    return false;
+  }
+  c = bytes[0];
+  return true;
+}
+
+PyObject* quovaneSetSeparatorChar(PyObject*, PyObject* args) {
+  PyObject *self = nullptr, *text = nullptr;
+  long level = 0;
+  char c = 0;
+  if (!PyArg_ParseTuple(args, "OlO", &self, &level, &text) || !LAGfirstChar(text, c))
+    return LANhandleBadArguments("set_separator_char");
+  LAGenvironment* environment = LAGenvironmentOf(self);
+  if (environment == nullptr) return nullptr;
+  return LANguard([&] {
+    LANcheckMin(level, 0, "Char Index (2nd argument)");
+    LANcheckMax(level, static_cast<long long>(environment->config().countOfLevel()), "CharIndex (2nd Argument)");
+    environment->setSeparatorChar(static_cast<unsigned>(level), c);
+    return LAGone();
+  });
+}
+
+template <class Get>
+PyObject* LAGenvironmentGetter(PyObject* args, const char* name, Get get) {
+  PyObject* self = nullptr;
+  if (!PyArg_ParseTuple(args, "O", &self)) return LANhandleBadArguments(name);
+  LAGenvironment* environment = LAGenvironmentOf(self);
+  if (environment == nullptr) return nullptr;
+  return LANguard([&] { return get(*environment); });
+}
+
+template <class Set>
+PyObject* LAGenvironmentCharSetter(PyObject* args, const char* name, Set set) {
+  PyObject *self = nullptr, *text = nullptr;
+  char c = 0;
+  if (!PyArg_ParseTuple(args, "OO", &self, &text) || !LAGfirstChar(text, c)) return LANhandleBadArguments(name);
+  LAGenvironment* environment = LAGenvironmentOf(self);
+  if (environment == nullptr) return nullptr;
+  return LANguard([&] {
+    set(*environment, c);
+    return LAGone();
+  });
+}
+
+PyObject* quovaneEscapeChar(PyObject*, PyObject* args) {
+  return LAGenvironmentGetter(args, "escape_char", [](LAGenvironment& e) { return LAGchar(e.escapeChar()); });
+}
+
+PyObject* quovaneSetEscapeChar(PyObject*, PyObject* args) {
+  return LAGenvironmentCharSetter(args, "set_escape_char", [](LAGenvironment& e, char c) { e.setEscapeChar(c); });
+}
+
+PyObject* quovaneRepeatChar(PyObject*, PyObject* args) {
+  return LAGenvironmentGetter(args, "repeat_char", [](LAGenvironment& e) { return LAGchar(e.repeatChar()); });
+}
+
+PyObject* quovaneSetRepeatChar(PyObject*, PyObject* args) {
+  return LAGenvironmentCharSetter(args, "set_repeat_char", [](LAGenvironment& e, char c) { e.setRepeatChar(c); });
+}
+
+PyObject* quovaneClearField(PyObject*, PyObject* args) {
+  return LAGenvironmentGetter(args, "clearfield", [](LAGenvironment& e) {
+    e.clearField();
+    return LAGone();
+  });
+}
+
+PyObject* quovaneCountOfSegment(PyObject*, PyObject* args) {
+  return LAGenvironmentGetter(args, "count_of_segment", [](LAGenvironment& e) {
+    return PyLong_FromUnsignedLong(e.countOfSegmentInMessage());
+  });
+}
+
+PyObject* quovaneCountOfRepeat(PyObject*, PyObject* args) {
+  return LAGenvironmentGetter(args, "count_of_repeat",
+                              [](LAGenvironment& e) { return PyLong_FromUnsignedLong(e.countOfRepeat()); });
+}
+
+PyObject* quovaneCountOfSubfield(PyObject*, PyObject* args) {
+  return LAGenvironmentGetter(args, "count_of_subfield",
+                              [](LAGenvironment& e) { return PyLong_FromUnsignedLong(e.countOfSubfield()); });
+}
+
+PyObject* quovaneSubfield(PyObject*, PyObject* args) {
+  PyObject* self = nullptr;
+  long field = 0, repeat = 0;
+  if (!PyArg_ParseTuple(args, "Oll", &self, &field, &repeat)) return LANhandleBadArguments("subfield");
+  LAGenvironment* environment = LAGenvironmentOf(self);
+  if (environment == nullptr) return nullptr;
+  return LANguard([&] {
+    LANcheckMin(field, 0, "FieldIndex (2nd argument)");
+    LANcheckMin(repeat, 0, "RepeatIndex (3rd Argument)");
+    return LAGtext(environment->subfield(static_cast<unsigned>(field), static_cast<unsigned>(repeat)));
+  });
+}
+
+PyObject* quovaneSetSubfield(PyObject*, PyObject* args) {
+  PyObject *self = nullptr, *text = nullptr;
+  long field = 0, repeat = 0;
+  COLstring bytes;
+  if (!PyArg_ParseTuple(args, "OllO", &self, &field, &repeat, &text)) return LANhandleBadArguments("setsubfield");
+  if (!LANstringFromPython(text, bytes)) {
+    PyErr_SetString(PyExc_TypeError, "the text must be a str of characters below 256");
+    return LANhandleBadArguments("setsubfield");
+  }
+  LAGenvironment* environment = LAGenvironmentOf(self);
+  if (environment == nullptr) return nullptr;
+  return LANguard([&] {
+    LANcheckMin(field, 0, "FieldIndex (2nd argument)");
+    LANcheckMin(repeat, 0, "RepeatIndex (3rd Argument)");
+    environment->setSubField(static_cast<unsigned>(field), static_cast<unsigned>(repeat), bytes);
+    return LAGone();
+  });
+}
+
+// Text functions take and give str, byte for byte as Latin-1.
+template <class Body>
+PyObject* LAGtextFunction(PyObject* args, const char* format, const char* name, Body body) {
+  PyObject *first = nullptr, *second = nullptr;
+  COLstring text, chars;
+  if (!PyArg_ParseTuple(args, format, &first, &second)) return LANhandleBadArguments(name);
+  if (!LANstringFromPython(first, text) || (second != nullptr && !LANstringFromPython(second, chars))) {
+    PyErr_SetString(PyExc_TypeError, "the texts must be str of characters below 256");
+    return LANhandleBadArguments(name);
+  }
+  return LANguard([&] { return LAGtext(body(text, chars)); });
+}
+
+PyObject* quovaneStripNonNumeric(PyObject*, PyObject* args) {
+  return LAGtextFunction(args, "O|O", "strip_non_numeric_chars", [](const COLstring& text, const COLstring&) {
+    COLstring digits;
+    for (char c : text.view())
+      if (LANisDigit(c)) digits += c;
+    return digits;
+  });
+}
+
+COLstring LAGstripText(const COLstring& text, const COLstring& chars, int side) {
+  return chars.empty() ? text : text.strip(side, chars[0]);
+}
+
+PyObject* quovaneStripLeading(PyObject*, PyObject* args) {
+  return LAGtextFunction(args, "OO", "strip_leading_chars", [](const COLstring& text, const COLstring& chars) {
+    return LAGstripText(text, chars, COLstring::StripLeading);
+  });
+}
+
+PyObject* quovaneStripTrailing(PyObject*, PyObject* args) {
+  return LAGtextFunction(args, "OO", "strip_trailing_chars", [](const COLstring& text, const COLstring& chars) {
+    return LAGstripText(text, chars, COLstring::StripTrailing);
+  });
+}
+
+PyObject* quovaneStripChars(PyObject*, PyObject* args) {
+  return LAGtextFunction(args, "OO", "strip_chars", [](const COLstring& text, const COLstring& chars) {
+    COLstring result = text;
+    if (!chars.empty()) result.stripAll(chars[0]);
+    return result;
+  });
+}
+
+PyObject* quovaneConvertLinefeeds(PyObject*, PyObject* args) {
+  return LAGtextFunction(args, "O|O", "convert_linefeeds", [](const COLstring& text, const COLstring&) {
+    return FMTmakeMessagePrintable(text.view(), "\r\n");
+  });
+}
+
+PyObject* quovaneLog(PyObject*, PyObject* args) {
+  PyObject* text = nullptr;
+  if (!PyArg_ParseTuple(args, "O", &text) || !PyUnicode_Check(text)) {
+    if (!PyErr_Occurred()) PyErr_SetString(PyExc_TypeError, "log takes one str");
+    return LANhandleBadArguments("log");
+  }
+  LANobjectPtr io = PyImport_ImportModule("_brelmont_io");
+  if (!io) return nullptr;
+  LANobjectPtr line = PyUnicode_FromFormat("%U\n", text);
+  if (!line) return nullptr;
+  LANobjectPtr done = PyObject_CallMethod(io, "write", "O", line.get());
+  return done ? LAGone() : nullptr;
+}
+
+PyMethodDef QuovaneMethods[] = {
+    {"separator_char", quovaneSeparatorChar, METH_VARARGS, nullptr},
+    {"set_separator_char", quovaneSetSeparatorChar, METH_VARARGS, nullptr},
+    {"escape_char", quovaneEscapeChar, METH_VARARGS, nullptr},
+    {"set_escape_char", quovaneSetEscapeChar, METH_VARARGS, nullptr},
+    {"repeat_char", quovaneRepeatChar, METH_VARARGS, nullptr},
+    {"set_repeat_char", quovaneSetRepeatChar, METH_VARARGS, nullptr},
+    {"clearfield", quovaneClearField, METH_VARARGS, nullptr},
+    {"setsubfield", quovaneSetSubfield, METH_VARARGS, nullptr},
+    {"subfield", quovaneSubfield, METH_VARARGS, nullptr},
+    {"count_of_segment", quovaneCountOfSegment, METH_VARARGS, nullptr},
+    {"count_of_repeat", quovaneCountOfRepeat, METH_VARARGS, nullptr},
+    {"count_of_subfield", quovaneCountOfSubfield, METH_VARARGS, nullptr},
+    {"strip_non_numeric_chars", quovaneStripNonNumeric, METH_VARARGS, nullptr},
+    {"strip_leading_chars", quovaneStripLeading, METH_VARARGS, nullptr},
+    {"strip_trailing_chars", quovaneStripTrailing, METH_VARARGS, nullptr},
+    {"strip_chars", quovaneStripChars, METH_VARARGS, nullptr},
+    {"log", quovaneLog, METH_VARARGS, nullptr},
+    {"convert_linefeeds", quovaneConvertLinefeeds, METH_VARARGS, nullptr},
+    {nullptr, nullptr, 0, nullptr},
+};
+
+int quovaneExec(PyObject*) {
+  if (PyType_Ready(&LAGenvironmentType) < 0) return -1;
+  if (PyType_Ready(&LAGtableDefinitionType) < 0) return -1;
+  return 0;
+}
+
+PyModuleDef_Slot QuovaneSlots[] = {{Py_mod_exec, reinterpret_cast<void*>(quovaneExec)}, {0, nullptr}};
+
+PyModuleDef QuovaneModule = {
+    PyModuleDef_HEAD_INIT, "quovane", "What scripts of a definition see of the engine.", 0, QuovaneMethods,
+    QuovaneSlots,          nullptr,   nullptr,                                           nullptr,
+};
+
+PyObject* LAGcreateQuovaneModule() { return PyModuleDef_Init(&QuovaneModule); }
+
+}  // namespace
+
+PyObject* LAGnewEnvironmentObject(LAGenvironment* environment) {
+  if (PyType_Ready(&LAGenvironmentType) < 0) return nullptr;
+  auto* object = PyObject_New(LAGquovaneEnvironmentObject, &LAGenvironmentType);
+  if (object != nullptr) object->pEnvironment = environment;
+  return reinterpret_cast<PyObject*>(object);
+}
+
+void LAGdetachEnvironmentObject(PyObject* object) {
+  if (object != nullptr && PyObject_TypeCheck(object, &LAGenvironmentType))
+    reinterpret_cast<LAGquovaneEnvironmentObject*>(object)->pEnvironment = nullptr;
+}
+
+void LAGinitQuovaneModule() {
+  static bool done = false;
+  if (!done) done = PyImport_AppendInittab("quovane", LAGcreateQuovaneModule) == 0;
+}
+
+void* LAGfindQuovaneModule() {
+  PyObject* module = PyImport_ImportModule("quovane");
+  if (module == nullptr) LANhandleError();
+  // sys.modules keeps the module alive; callers borrow it.
+  Py_DECREF(module);
+  return module;
+}

@@ -1,0 +1,203 @@
+#include "QVJparse.h"
+
+#include <cstring>
+#include <utility>
+
+#include "COLerror.h"
+#include "COLostream.h"
+#include "LAGexecute.h"
+#include "LANfunction.h"
+#include "QVJdiagnostics.h"
+#include "QVJparseContext.h"
+#include "QVMconfig.h"
+#include "QVMengineInternal.h"
+#include "QVMtableInternal.h"
+#include "QVMuntypedMessageTree.h"
+#include "QVMxmlHl7Converter.h"
+#include "QVPgenerateMessage.h"
+#include "SGCcompleteParse.h"
+#include "SGXfromXmlFullTreeValidation.h"
+
+namespace {
+
+// A global script on the message text, its failure under the heading that names the script.
+void QVJrunGlobalScript(const LANfunction& Function, COLstring& Text, const QVMconfig& Config, uint32_t Context,
+                        LAGenvironment& Environment, const char* Heading) {
+  bool IsNone = false;
+  try {
+    LAGexecuteScriptWithStringValue(Function, Text, Config.disablePythonNone(), IsNone, Context, Environment);
+  } catch (const COLerror& Error) {
+    throw COLerror(COLstring(Heading) + Error.description(), COL_ERROR_PRECONDITION);
+  }
+}
+
+QVMengineInternal& QVJschema(QVJparseContext& Context) {
+  QVMengineInternal* Schema = Context.qvpParseContext().schema();
+  COL_PRECONDITION(Schema != nullptr);
+  return *Schema;
+}
+
+}  // namespace
+
+void QVJconfigPreProcessMessage(const QVMconfig& Config, const COLstring& Message, COLstring& Result,
+                                LAGenvironment& Environment) {
+  Result = Message;
+  if (Config.mainFunction().isSet())
+    QVJrunGlobalScript(Config.mainFunction(), Result, Config, LAGglobalInbound, Environment,
+                       "Global Inbound Script error: ");
+}
+
+void QVJenginePostProcessMessage(QVJparseContext& Context, const COLstring& Message) {
+  const QVMconfig& Config = static_cast<const QVMengineInternal&>(QVJschema(Context)).config();
+  if (!Config.postProcessFunction().isSet()) return;
+  // The post-process script sees the message; what it leaves in `value` goes nowhere.
+  COLstring Text = Message;
+  QVJrunGlobalScript(Config.postProcessFunction(), Text, Config, LAGglobalInboundPostProcess,
+                     Context.qvpParseContext().pythonEnvironment(), "Global Inbound Post Process Script error: ");
+}
+
+void QVJengineInternalParseMessageNoPostProcess(QVJparseContext& Context, const COLstring& Message,
+                                                unsigned& MessageIndex, QVMtableInternal& ResultTable) {
+  QVPparseContext& Shared = Context.qvpParseContext();
+  QVMengineInternal& Engine = QVJschema(Context);
+  LAGenvironment& Environment = Shared.pythonEnvironment();
+  try {
+    Shared.initParser();
+    Shared.setLastFlatWire(Message);
+    COLstring Working;
+    const QVMconfig& Config = static_cast<const QVMengineInternal&>(Engine).config();
+    QVJconfigPreProcessMessage(Config, Message, Working, Environment);
+    switch (Config.parserVersion()) {
+      case 2:
+        MessageIndex = SGCcompleteParse(Working, Engine, Context.currentSegmentList(), Environment, ResultTable);
+        break;
+      case 0:
+      case 1: {
+        COLstring Text;
+        COLostream(Text) << "Parser version " << static_cast<unsigned>(Config.parserVersion())
+                         << " (the legacy parser) is not available in this build of the engine; set the "
+                            "configuration's parser version to 2.";
+        throw COLerror(Text, COL_ERROR_PRECONDITION);
+      }
+      default: {
+        COLstring Text;
+        COLostream(Text) << "Unknown Parser Version : " << static_cast<unsigned>(Config.parserVersion());
+        throw COLerror(Text, COL_ERROR_PRECONDITION);
+      }
+    }
+  } catch (const COLerror& Error) {
+    QVJgenerateCompleteInfoOnException(Error, Engine.lineFeed(), Message);
+  }
+}
+
+void QVJengineInternalParseMessage(QVJparseContext& Context, const COLstring& Message, unsigned& MessageIndex,
+                                   QVMtableInternal& ResultTable) {
+  QVJengineInternalParseMessageNoPostProcess(Context, Message, MessageIndex, ResultTable);
+  QVJenginePostProcessMessage(Context, Message);
+}
+
+const char* QVJhl7ToXmlLegacyTableFormat(QVJparseContext& Context, const char* Message) {
+  std::unique_ptr<QVMxmlHl7Converter> Converter = QVMxmlHl7Converter::getConverter("TABLE - Long Tags");
+  COL_PRECONDITION_TEXT(Converter.get() != NULL, "pTableConvertor.get() != NULL");
+  QVMtableInternal Table;
+  unsigned MessageIndex = 0;
+  QVJengineInternalParseMessage(Context, Message, MessageIndex, Table);
+  QVPparseContext& Shared = Context.qvpParseContext();
+  COLstring Xml;
+  Converter->outputTableInXml(Xml, Table);
+  Shared.setLastFlatWire(Xml);
+  return Shared.lastFlatWire().c_str();
+}
+
+const char* QVJhl7ToXml(QVJparseContext& Context, const char* Message) {
+  QVPparseContext& Shared = Context.qvpParseContext();
+  QVMengineInternal& Engine = QVJschema(Context);
+  try {
+    Shared.initParser();
+    Shared.setLastFlatWire(Message);
+    QVMconfig& Config = Engine.config();
+    std::unique_ptr<QVMxmlHl7Converter> Converter = QVMxmlHl7Converter::getConverter(Config.xmlTranslationType());
+    Converter->setConfig(&Config);
+    COLstring Xml;
+    if (Converter->isStandard() && Converter->isTable()) {
+      QVMtableInternal Table;
+      unsigned MessageIndex = 0;
+      QVJengineInternalParseMessage(Context, Message, MessageIndex, Table);
+      Converter->outputTableInXml(Xml, Table);
+    } else {
+      throw COLerror(COLstring("The XML dialect '") + Converter->name() +
+                         "' is not available in this build of the engine: choose a table dialect (\"TABLE - Short "
+                         "Tags\" or \"TABLE - Long Tags\") as the configuration's XML translation type.",
+                     COL_ERROR_PRECONDITION);
+    }
+    QVMconfigPostProcessOutgoingMessage(Config, Xml, Shared.pythonEnvironment());
+    // The document is written once, straight into this string, and handed over without a copy.
+    Shared.setLastFlatWire(std::move(Xml));
+    return Shared.lastFlatWire().c_str();
+  } catch (const COLerror& Error) {
+    // A parse failure arrives with its report made already.
+    if (Error.hasParameter("PlainError")) throw;
+    QVJgenerateCompleteInfoOnException(Error, Engine.lineFeed(), Shared.lastFlatWire());
+  }
+}
+
+namespace {
+
+const char* QVJtableXmlToHl7(QVJparseContext& Context, QVMxmlHl7Converter& Converter, const COLstring& Xml) {
+  QVPparseContext& Shared = Context.qvpParseContext();
+  QVMengineInternal& Engine = QVJschema(Context);
+  QVMtableInternal Table;
+  unsigned MessageIndex = 0;
+  Converter.tableInXml(Xml, Engine, MessageIndex, Table);
+  return QVPgenerateMessage(Shared, MessageIndex, Table);
+}
+
+}  // namespace
+
+const char* QVJxmlToHl7validate(QVJparseContext& Context, const COLstring& Xml, bool Validate) {
+  QVPparseContext& Shared = Context.qvpParseContext();
+  QVMengineInternal& Engine = QVJschema(Context);
+  Shared.initParser();
+  QVMconfig& Config = Engine.config();
+  std::unique_ptr<QVMxmlHl7Converter> Converter = QVMxmlHl7Converter::getConverter(Config.xmlTranslationType());
+  Converter->setConfig(&Config);
+  if (Converter->isTable()) return QVJtableXmlToHl7(Context, *Converter, Xml);
+  Shared.setLastFlatWire(COLstring());
+  COLstring Message;
+  if (Validate && std::strcmp(Converter->name(), "Full Tree Validation") == 0) {
+    SGXfromXmlFullTreeValidation Reader;
+    Reader.xmlToHl7(Xml, Engine, Message);
+    // Any fault rejects the document here, fatal or not: nothing is half converted.
+    if (!Reader.errorList().empty()) {
+      COLstring Text("Some errors were encountered during conversion: ");
+      COLostream Stream(Text);
+      Stream << newline;
+      for (const COLreferencePtr<SGXerror>& Error : Reader.errorList())
+        Stream << " [" << Error->lineNumber() << ":" << Error->colNumber() << "] : " << Error->description()
+               << newline;
+      Stream << flush;
+      throw COLerror(Text, COL_ERROR_RESOURCE);
+    }
+  } else {
+    QVMuntypedMessageTree Tree;
+    unsigned MessageIndex = 0;
+    Converter->getTree(Xml, Engine, Shared, MessageIndex, Tree);
+    Tree.makeFlatWire(Message, Config, 0);
+  }
+  QVMconfigPostProcessOutgoingMessage(Config, Message, Shared.pythonEnvironment());
+  Shared.setLastFlatWire(std::move(Message));
+  return Shared.lastFlatWire().c_str();
+}
+
+const char* QVJxmlToHl7(QVJparseContext& Context, const COLstring& Xml) {
+  QVMengineInternal& Engine = QVJschema(Context);
+  return QVJxmlToHl7validate(Context, Xml, Engine.config().validateDataForXmlToHL7());
+}
+
+const char* QVJxmlToHl7LegacyTableFormat(QVJparseContext& Context, const COLstring& Xml) {
+  QVJschema(Context);
+  Context.qvpParseContext().initParser();
+  std::unique_ptr<QVMxmlHl7Converter> Converter = QVMxmlHl7Converter::getConverter("TABLE - Long Tags");
+  Converter->setConfig(&QVJschema(Context).config());
+  return QVJtableXmlToHl7(Context, *Converter, Xml);
+}

@@ -1,0 +1,101 @@
+// Handle functions of parsing and translation: they run in the engine's parse context, and
+// texts they hand out stay valid until the next call on the same engine.
+#include "QVJparse.h"
+#include "QVJparseContext.h"
+#include "QVMhandleSupport.h"
+#include "QVMtableInternal.h"
+#include "QVPgenerateMessage.h"
+
+namespace {
+
+// A filled table borrows the engine's grammars, so it keeps the engine alive.
+template <class Parse>
+void* QVMhandleParseInto(void* engine, const char* message, unsigned* messageIndex, void* table, Parse&& parse) {
+  return QVMhandleGuard([&] {
+    QVMengineHandle& Engine = QVMhandleEngineObject(engine);
+    QVM_HANDLE_OUT(message);
+    QVM_HANDLE_OUT(messageIndex);
+    QVMtableInternal& Table = QVMhandleObject<QVMtableInternal>(table, "a table");
+    parse(Engine.parseContext(), COLstring(message), *messageIndex, Table);
+    Table.setDefinitionOwner(&Engine);
+  });
+}
+
+}  // namespace
+
+extern "C" {
+
+void* _QVMengineParseMessageA(void* engine, const char* message, unsigned* messageIndex, void* table) {
+  return QVMhandleParseInto(engine, message, messageIndex, table, QVJengineInternalParseMessage);
+}
+
+void* _QVMengineParseMessageNoPostProcessA(void* engine, const char* message, unsigned* messageIndex, void* table) {
+  return QVMhandleParseInto(engine, message, messageIndex, table, QVJengineInternalParseMessageNoPostProcess);
+}
+
+void* _QVMenginePostProcessMessageA(void* engine, const char* message) {
+  return QVMhandleGuard([&] {
+    QVMengineHandle& Engine = QVMhandleEngineObject(engine);
+    QVM_HANDLE_OUT(message);
+    QVJenginePostProcessMessage(Engine.parseContext(), message);
+  });
+}
+
+void* _QVMengineTranslateMessageToXml(void* engine, const char* message, const char** xml) {
+  return QVMhandleGuard([&] {
+    QVMengineHandle& Engine = QVMhandleEngineObject(engine);
+    QVM_HANDLE_OUT(xml);
+    QVM_HANDLE_OUT(message);
+    *xml = QVJhl7ToXmlLegacyTableFormat(Engine.parseContext(), message);
+  });
+}
+
+void* _QVMengineTranslateMessageToHl7StandardXml(void* engine, const char* message, const char** xml) {
+  return QVMhandleGuard([&] {
+    QVMengineHandle& Engine = QVMhandleEngineObject(engine);
+    QVM_HANDLE_OUT(xml);
+    QVM_HANDLE_OUT(message);
+    *xml = QVJhl7ToXml(Engine.parseContext(), message);
+  });
+}
+
+// The table must follow the table grammar of message `messageIndex` of this engine.
+void* _QVMengineGenerateMessage(void* engine, void* table, unsigned messageIndex, const char** message) {
+  return QVMhandleGuard([&] {
+    QVMengineHandle& Engine = QVMhandleEngineObject(engine);
+    QVM_HANDLE_OUT(message);
+    QVMtableInternal& Table = QVMhandleObject<QVMtableInternal>(table, "a table");
+    COL_PRECONDITION_TEXT(messageIndex < Engine.schema().countOfMessage(), "MessageIndex < CountOfMessage");
+    *message = QVPgenerateMessage(Engine.parseContext().qvpParseContext(), messageIndex, Table);
+  });
+}
+
+void* _QVMengineTranslateXmlToMessage(void* engine, const char* xml, const char** message) {
+  return QVMhandleGuard([&] {
+    QVMengineHandle& Engine = QVMhandleEngineObject(engine);
+    QVM_HANDLE_OUT(message);
+    QVM_HANDLE_OUT(xml);
+    *message = QVJxmlToHl7LegacyTableFormat(Engine.parseContext(), xml);
+  });
+}
+
+void* _QVMengineTranslateHl7StandardXmlToMessage(void* engine, const char* xml, const char** message) {
+  return QVMhandleGuard([&] {
+    QVMengineHandle& Engine = QVMhandleEngineObject(engine);
+    QVM_HANDLE_OUT(message);
+    QVM_HANDLE_OUT(xml);
+    *message = QVJxmlToHl7(Engine.parseContext(), xml);
+  });
+}
+
+void* _QVMengineTranslateHl7StandardXmlToMessageValidate(void* engine, const char* xml, int validate,
+                                                         const char** message) {
+  return QVMhandleGuard([&] {
+    QVMengineHandle& Engine = QVMhandleEngineObject(engine);
+    QVM_HANDLE_OUT(message);
+    QVM_HANDLE_OUT(xml);
+    *message = QVJxmlToHl7validate(Engine.parseContext(), xml, validate != 0);
+  });
+}
+
+}  // extern "C"

@@ -1,0 +1,464 @@
+#include "QVMtableInternal.h"
+
+#include <utility>
+
+#include "COLdateTime.h"
+#include "COLerror.h"
+#include "COLostream.h"
+#include "QVMtableDefinitionInternal.h"
+#include "QVMtableGrammarInternal.h"
+
+class QVMtableInternalPrivate {
+public:
+  unsigned countOfRow = 0;
+  std::vector<COLreferencePtr<QVMtableInternalColumn>> columns;
+  std::vector<COLreferencePtr<QVMtableInternalCollection>> rowCollections;
+  QVMtableGrammarInternal* pTableGrammar = nullptr;
+  QVMtableInternal* parent = nullptr;
+  COLreferencePtr<COLreference> definitionOwner;
+  // Fresh cells all share this one empty string item until they are written, so adding a
+  // row costs no allocation per cell; writers copy it first (see writableItem).
+  COLreferencePtr<QVMtableItem> emptyItem = new QVMtableInternalStringItem;
+};
+
+namespace {
+
+const COLstring kNoName;
+
+COLstring typeText(QVMdataType type) {
+  if (type <= QVMdateTimeType) return QVMoutputDataTypeAsString(type);
+  if (type == QVMenumerationType) return "Enumeration";
+  COLstring text;
+  COLostream(text) << static_cast<unsigned>(type);
+  return text;
+}
+
+// A leaf grammar has its table's name, and none while it has no table.
+const COLstring& grammarName(const QVMtableGrammarInternal* grammar) {
+  if (!grammar || (grammar->isNode() && !grammar->table())) return kNoName;
+  return grammar->name();
+}
+
+[[noreturn]] void raise(const COLstring& text, uint32_t code) { throw COLerror(text, code); }
+
+}  // namespace
+
+QVMtableInternal::QVMtableInternal() : pMember(new QVMtableInternalPrivate) {}
+
+QVMtableInternal::QVMtableInternal(const QVMtableInternal& other)
+    : COLreference(), pMember(new QVMtableInternalPrivate) {
+  const QVMtableInternalPrivate& source = *other.pMember;
+  pMember->countOfRow = source.countOfRow;
+  pMember->pTableGrammar = source.pTableGrammar;
+  pMember->definitionOwner = source.definitionOwner;
+  pMember->columns.reserve(source.columns.size());
+  for (const auto& column : source.columns) {
+    COLreferencePtr<QVMtableInternalColumn> copy = new QVMtableInternalColumn;
+    copy->items.reserve(column->items.size());
+    for (const auto& cell : column->items)
+      copy->items.emplace_back(cell == source.emptyItem ? pMember->emptyItem.get() : cell->copy());
+    pMember->columns.push_back(std::move(copy));
+  }
+  pMember->rowCollections.reserve(source.rowCollections.size());
+  for (const auto& collection : source.rowCollections) {
+    COLreferencePtr<QVMtableInternalCollection> copy = new QVMtableInternalCollection;
+    for (const auto& table : collection->tables) {
+      copy->tables.emplace_back(new QVMtableInternal(*table));
+      copy->tables.back()->setParent(this);
+    }
+    pMember->rowCollections.push_back(std::move(copy));
+  }
+}
+
+QVMtableInternal& QVMtableInternal::operator=(const QVMtableInternal& other) {
+  if (this == &other) return *this;
+  QVMtableInternal copy(other);
+  std::swap(pMember, copy.pMember);
+  std::swap(pMember->parent, copy.pMember->parent);
+  for (auto& collection : pMember->rowCollections)
+    for (auto& table : collection->tables) table->setParent(this);
+  return *this;
+}
+
+QVMtableInternal::~QVMtableInternal() { delete pMember; }
+
+// --- shape
+
+void QVMtableInternal::makeEmptyTable(QVMtableGrammarInternal* Grammar) {
+  clear();
+  pMember->pTableGrammar = Grammar;
+  if (!Grammar || !Grammar->isNode() || !Grammar->table()) return;
+  const size_t count = Grammar->table()->countOfColumn();
+  pMember->columns.reserve(count);
+  for (size_t i = 0; i < count; ++i) pMember->columns.emplace_back(new QVMtableInternalColumn);
+}
+
+void QVMtableInternal::clear() {
+  pMember->countOfRow = 0;
+  pMember->columns.clear();
+  pMember->rowCollections.clear();
+  pMember->pTableGrammar = nullptr;
+}
+
+QVMtableGrammarInternal* QVMtableInternal::tableGrammar() const { return pMember->pTableGrammar; }
+
+QVMtableDefinitionInternal* QVMtableInternal::tableDefinition() const {
+  return isNode() ? pMember->pTableGrammar->table() : nullptr;
+}
+
+bool QVMtableInternal::isNode() const { return pMember->pTableGrammar && pMember->pTableGrammar->isNode(); }
+QVMtableInternal* QVMtableInternal::parent() const { return pMember->parent; }
+void QVMtableInternal::setParent(QVMtableInternal* Parent) { pMember->parent = Parent; }
+void QVMtableInternal::setDefinitionOwner(COLreference* Owner) { pMember->definitionOwner = Owner; }
+
+const COLstring& QVMtableInternal::tableName() const { return grammarName(pMember->pTableGrammar); }
+
+void QVMtableInternal::checkIfEmpty() const {
+  if (pMember->countOfRow != 0)
+    raise("The table contains data.  It must be empty to alter the structure.", COL_ERROR_TABLE_NOT_EMPTY);
+}
+
+// --- rows and sub-tables
+
+unsigned QVMtableInternal::addRow() {
+  COL_PRECONDITION_TEXT(pMember->pTableGrammar != nullptr, "pMember->pTableGrammar != NULL");
+  if (isNode()) {
+    for (auto& column : pMember->columns) column->items.push_back(pMember->emptyItem);
+  } else {
+    COLreferencePtr<QVMtableInternalCollection> collection = new QVMtableInternalCollection;
+    const size_t count = pMember->pTableGrammar->countOfSubGrammar();
+    collection->tables.reserve(count);
+    for (size_t i = 0; i < count; ++i) {
+      COLreferencePtr<QVMtableInternal> table = new QVMtableInternal;
+      table->makeEmptyTable(pMember->pTableGrammar->subGrammar(i));
+      table->setParent(this);
+      table->setDefinitionOwner(pMember->definitionOwner.get());
+      collection->tables.push_back(std::move(table));
+    }
+    pMember->rowCollections.push_back(std::move(collection));
+  }
+  return ++pMember->countOfRow - 1;
+}
+
+void QVMtableInternal::checkRow(unsigned Row) const {
+  if (Row < pMember->countOfRow) return;
+  COLstring text;
+  COLostream(text) << "Boundary error accessing row " << Row << " of the " << tableName() << " table: it has "
+                   << pMember->countOfRow << " rows.";
+  raise(text, COL_ERROR_OUT_OF_BOUNDS);
+}
+
+void QVMtableInternal::removeRow(unsigned Row) {
+  checkRow(Row);
+  for (auto& column : pMember->columns) column->items.erase(column->items.begin() + Row);
+  if (Row < pMember->rowCollections.size()) pMember->rowCollections.erase(pMember->rowCollections.begin() + Row);
+  --pMember->countOfRow;
+}
+
+unsigned QVMtableInternal::countOfRow() const { return pMember->countOfRow; }
+unsigned QVMtableInternal::countOfColumn() const { return static_cast<unsigned>(pMember->columns.size()); }
+
+unsigned QVMtableInternal::countOfSubTable() const {
+  if (!pMember->pTableGrammar || isNode()) return 0;
+  return static_cast<unsigned>(pMember->pTableGrammar->countOfSubGrammar());
+}
+
+unsigned QVMtableInternal::countOfRowSubTable(unsigned Row) const {
+  checkRow(Row);
+  return Row < pMember->rowCollections.size() ? static_cast<unsigned>(pMember->rowCollections[Row]->tables.size())
+                                               : 0;
+}
+
+const QVMtableInternal& QVMtableInternal::subTable(unsigned Row, unsigned SubTable) const {
+  COLstring text;
+  if (Row >= pMember->countOfRow) {
+    COLostream(text) << "Boundary error accessing sub table '" << tableName() << "' index " << Row
+                     << " should be less than " << pMember->countOfRow;
+    raise(text, COL_ERROR_OUT_OF_BOUNDS);
+  }
+  // A grammar that gained sub-grammars after the row was made leaves the row short.
+  const unsigned count = Row < pMember->rowCollections.size()
+                             ? static_cast<unsigned>(pMember->rowCollections[Row]->tables.size())
+                             : 0;
+  if (SubTable >= countOfSubTable() || SubTable >= count) {
+    COLostream(text) << "Invalid table index " << SubTable << " accessed. The actual range should be less than "
+                     << count << " for the " << tableName() << " table.";
+    raise(text, COL_ERROR_OUT_OF_BOUNDS);
+  }
+  return *pMember->rowCollections[Row]->tables[SubTable];
+}
+
+QVMtableInternal& QVMtableInternal::subTable(unsigned Row, unsigned SubTable) {
+  return const_cast<QVMtableInternal&>(std::as_const(*this).subTable(Row, SubTable));
+}
+
+QVMtableInternal& QVMtableInternal::rowSubTable(unsigned Row, unsigned SubTable) {
+  return *pMember->rowCollections[Row]->tables[SubTable];
+}
+
+unsigned QVMtableInternal::subTableNameToIndex(const COLstring& Name) const {
+  const unsigned count = countOfSubTable();
+  for (unsigned i = 0; i < count; ++i)
+    if (pMember->pTableGrammar->subGrammar(i) && grammarName(pMember->pTableGrammar->subGrammar(i)) == Name)
+      return i;
+  return npos;
+}
+
+// --- columns
+
+void QVMtableInternal::checkColumn(unsigned Column) const {
+  const unsigned count = countOfColumn();
+  if (Column < count) return;
+  COLstring text;
+  COLostream(text) << "Invalid column index " << Column << " accessed. The actual range of Columns is from 0 to "
+                   << static_cast<long long>(count) - 1 << " for the " << tableName() << " table.";
+  raise(text, COL_ERROR_OUT_OF_BOUNDS);
+}
+
+void QVMtableInternal::checkBoundary(unsigned Column, unsigned Row) const {
+  checkColumn(Column);
+  const unsigned count = pMember->countOfRow;
+  if (Row < count) return;
+  COLstring text;
+  COLostream stream(text);
+  stream << "Boundary error accessing row index of '" << Row << " of column " << columnName(Column) << " of "
+         << tableName() << ".  ";
+  if (count == 0)
+    stream << "There are zero rows in the table.  You either need to check the number of rows in the table or use "
+              "an Add method to add rows to the table.";
+  else if (count == 1)
+    stream << "There is only one valid row in the table so the index should be zero.";
+  else
+    stream << "' the row index  should be from 0 to " << count - 1;
+  raise(text, COL_ERROR_OUT_OF_BOUNDS);
+}
+
+void QVMtableInternal::checkColumnType(unsigned Column, QVMdataType Type) const {
+  const QVMdataType actual = columnType(Column);
+  if (actual == Type) return;
+  COLstring text;
+  COLostream(text) << "The program has attempted to access column number " << Column << "(" << columnName(Column)
+                   << ") of the table " << tableName() << " assuming it is of the data type " << typeText(Type)
+                   << " when in fact is of type " << typeText(actual)
+                   << ".  This problem typically arises in two situations.  Either you are writing using the "
+                      "dynamic interface and have made an error or you are using a message definition file which "
+                      "has different tables from the original file used to generate the table stub code files from "
+                      "which this error has arisen.";
+  raise(text, COL_ERROR_COLUMN_TYPE);
+}
+
+QVMdataType QVMtableInternal::columnType(unsigned Column) const {
+  checkColumn(Column);
+  return tableDefinition()->columnType(Column);
+}
+
+const COLstring& QVMtableInternal::columnName(unsigned Column) const {
+  checkColumn(Column);
+  return tableDefinition()->columnName(Column);
+}
+
+unsigned QVMtableInternal::columnIndex(const COLstring& Name) const {
+  const QVMtableDefinitionInternal* definition = tableDefinition();
+  return definition ? definition->columnIndex(Name) : npos;
+}
+
+COLstring QVMtableInternal::columnTypeAsString(unsigned Column) const { return typeText(columnType(Column)); }
+
+// --- cells
+
+COLreferencePtr<QVMtableItem>& QVMtableInternal::slot(unsigned Column, unsigned Row) const {
+  return pMember->columns[Column]->items[Row];
+}
+
+QVMtableItem& QVMtableInternal::item(unsigned Column, unsigned Row) const { return *slot(Column, Row); }
+
+QVMtableItem& QVMtableInternal::writableItem(unsigned Column, unsigned Row) {
+  COLreferencePtr<QVMtableItem>& cell = slot(Column, Row);
+  if (cell->countOfRef() > 1) cell = cell->copy();
+  return *cell;
+}
+
+void QVMtableInternal::replaceSharingDateTime(unsigned Column, unsigned Row, QVMtableItem* Item) {
+  COLreferencePtr<QVMtableItem> fresh = Item;
+  COLreferencePtr<QVMtableItem>& cell = slot(Column, Row);
+  fresh->dateTimeObject = cell->dateTimeObject;
+  cell = std::move(fresh);
+}
+
+// A caller may have changed a cell's date-time object in place; the item kind follows it.
+void QVMtableInternal::fixUpDateTime(unsigned Column, unsigned Row) {
+  QVMtableItem& current = item(Column, Row);
+  if (!current.dateTimeObject) return;
+  const QVMtableInternalState state = current.state();
+  const COLdateTime::DateTimeStatus status = current.dateTimeObject->status();
+  if (status != COLdateTime::valid && status != COLdateTime::invalid && status != COLdateTime::null) {
+    COLstring text;
+    COLostream(text) << "Unknown status for QVMdateTimeInternal : " << static_cast<int>(status);
+    raise(text, COL_ERROR_PRECONDITION);
+  }
+  switch (state) {
+    case QVMtableStateValue:
+    case QVMtableStateInvalid:
+      if (status == COLdateTime::null) {
+        replaceSharingDateTime(Column, Row, new QVMtableInternalStringItem);
+      } else if (status == COLdateTime::valid && state == QVMtableStateInvalid) {
+        replaceSharingDateTime(Column, Row, new QVMtableInternalDateTimeItem);
+      } else if (status == COLdateTime::invalid && state == QVMtableStateValue) {
+        replaceSharingDateTime(Column, Row, new QVMtableInternalInvalidItem);
+      }
+      return;
+    case QVMtableStatePresentButNull:
+    case QVMtableStateNull:
+      if (status == COLdateTime::valid) {
+        replaceSharingDateTime(Column, Row, new QVMtableInternalDateTimeItem);
+      } else if (status == COLdateTime::invalid) {
+        replaceSharingDateTime(Column, Row, new QVMtableInternalInvalidItem);
+        item(Column, Row).clearDateTime();
+      } else {
+        writableItem(Column, Row).clearDateTime();
+      }
+      return;
+  }
+  COLstring text;
+  COLostream(text) << "Invalid Table Item State " << static_cast<unsigned>(state);
+  raise(text, COL_ERROR_PRECONDITION);
+}
+
+QVMtableInternalState QVMtableInternal::state(unsigned Column, unsigned Row) {
+  checkBoundary(Column, Row);
+  fixUpDateTime(Column, Row);
+  return item(Column, Row).state();
+}
+
+bool QVMtableInternal::isNull(unsigned Column, unsigned Row) {
+  const QVMtableInternalState current = state(Column, Row);
+  return current == QVMtableStateNull || current == QVMtableStateInvalid;
+}
+
+void QVMtableInternal::setNull(unsigned Column, unsigned Row) {
+  checkBoundary(Column, Row);
+  if (item(Column, Row).state() == QVMtableStateNull) return;
+  replaceSharingDateTime(Column, Row, new QVMtableInternalStringItem);
+  item(Column, Row).clearDateTime();
+}
+
+void QVMtableInternal::setPresentButNull(unsigned Column, unsigned Row) {
+  checkBoundary(Column, Row);
+  if (item(Column, Row).state() == QVMtableStatePresentButNull) return;
+  replaceSharingDateTime(Column, Row, new QVMtableInternalStringItem("\"\""));
+  item(Column, Row).clearDateTime();
+}
+
+void QVMtableInternal::setInvalid(unsigned Column, unsigned Row) {
+  checkBoundary(Column, Row);
+  if (item(Column, Row).state() == QVMtableStateInvalid) return;
+  replaceSharingDateTime(Column, Row, new QVMtableInternalInvalidItem);
+  item(Column, Row).clearDateTime();
+}
+
+void QVMtableInternal::setInvalid(unsigned Column, unsigned Row, const COLstring& Text) {
+  setInvalid(Column, Row);
+  static_cast<QVMtableInternalInvalidItem&>(writableItem(Column, Row)).setText(Text);
+}
+
+COLstring QVMtableInternal::getStringValue(unsigned Column, unsigned Row) const {
+  checkBoundary(Column, Row);
+  return item(Column, Row).getStringValue();
+}
+
+const COLstring& QVMtableInternal::getString(unsigned Column, unsigned Row) const {
+  checkBoundary(Column, Row);
+  checkColumnType(Column, QVMstringType);
+  return item(Column, Row).valueAsString();
+}
+
+int32_t QVMtableInternal::getInteger(unsigned Column, unsigned Row) const {
+  checkBoundary(Column, Row);
+  checkColumnType(Column, QVMintegerType);
+  return item(Column, Row).valueAsInteger();
+}
+
+double QVMtableInternal::getDouble(unsigned Column, unsigned Row) const {
+  checkBoundary(Column, Row);
+  checkColumnType(Column, QVMdoubleType);
+  return item(Column, Row).valueAsDouble();
+}
+
+QVMdateTimeInternal& QVMtableInternal::getDateTime(unsigned Column, unsigned Row) {
+  checkBoundary(Column, Row);
+  checkColumnType(Column, QVMdateTimeType);
+  fixUpDateTime(Column, Row);
+  // The object handed out must belong to this cell alone.
+  return writableItem(Column, Row).valueAsDateTime();
+}
+
+template <class Item, class Value>
+void QVMtableInternal::setValue(unsigned Column, unsigned Row, QVMdataType Type, const Value& value) {
+  checkBoundary(Column, Row);
+  checkColumnType(Column, Type);
+  COLreferencePtr<QVMtableItem>& cell = slot(Column, Row);
+  if (dynamic_cast<Item*>(cell.get())) {
+    static_cast<Item&>(writableItem(Column, Row)).setValue(value);
+    return;
+  }
+  COLreferencePtr<Item> fresh = new Item;
+  fresh->setValue(value);
+  cell = fresh.get();
+}
+
+void QVMtableInternal::setString(unsigned Column, unsigned Row, const COLstring& Value) {
+  setValue<QVMtableInternalStringItem>(Column, Row, QVMstringType, Value);
+}
+
+void QVMtableInternal::setInteger(unsigned Column, unsigned Row, int32_t Value) {
+  setValue<QVMtableInternalIntegerItem>(Column, Row, QVMintegerType, Value);
+}
+
+void QVMtableInternal::setDouble(unsigned Column, unsigned Row, double Value) {
+  setValue<QVMtableInternalDoubleItem>(Column, Row, QVMdoubleType, Value);
+}
+
+void QVMtableInternal::setDateTime(unsigned Column, unsigned Row, const COLdateTime& Value) {
+  setValue<QVMtableInternalDateTimeItem>(Column, Row, QVMdateTimeType, Value);
+}
+
+// --- printing
+
+void QVMtableInternal::printNode(COLostream& Stream, const COLstring& Indent) const {
+  const QVMtableDefinitionInternal* definition = tableDefinition();
+  Stream << Indent << "Table " << tableName() << " - " << (definition ? definition->description() : kNoName)
+         << "\r\n";
+  for (unsigned row = 0; row < pMember->countOfRow; ++row) {
+    Stream << Indent << "Row " << row << "\r\n";
+    for (unsigned column = 0; column < countOfColumn(); ++column) {
+      Stream << Indent << "  " << columnName(column) << " = ";
+      const QVMtableItem& cell = item(column, row);
+      switch (columnType(column)) {
+        case QVMstringType: Stream << '\'' << cell.getStringValue() << '\''; break;
+        case QVMintegerType:
+        case QVMdoubleType:
+        case QVMdateTimeType: Stream << cell.getStringValue(); break;
+        default: Stream << "Unknown data type!"; break;
+      }
+      const COLstring& description = definition->columnDescription(column);
+      if (!description.empty()) Stream << " (" << description << ")";
+      Stream << "\r\n";
+    }
+  }
+}
+
+void QVMtableInternal::printOn(COLostream& Stream, unsigned Indent) const {
+  const COLstring indent(Indent, ' ');
+  if (isNode()) {
+    printNode(Stream, indent);
+    return;
+  }
+  Stream << indent << "Group '" << tableName() << "'\r\n";
+  for (const auto& collection : pMember->rowCollections)
+    for (const auto& table : collection->tables) table->printOn(Stream, Indent + 2);
+}
+
+COLostream& operator<<(COLostream& stream, const QVMtableInternal& table) {
+  table.printOn(stream);
+  return stream;
+}

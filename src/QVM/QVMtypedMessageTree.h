@@ -1,0 +1,93 @@
+// QVMtypedMessageTree: a message shaped like its grammar, with typed leaf values and the
+// present marks that generation needs. Repeats work as in the untyped tree: repeat 0 is the
+// sub-node itself. Getters are strict: check isNull() and dataType() before reading.
+#pragma once
+
+#include <cstdint>
+
+#include "COLreference.h"
+#include "COLstring.h"
+#include "QVMdataType.h"
+
+class COLdateTime;
+class COLostream;
+class QVMdateTimeInternal;
+class QVMmessageNodeAddress;
+class QVMsegmentGrammar;
+class QVMtypedMessageTreePrivate;
+
+// How a leaf came in on the legacy road.
+enum QVMdataPresent : uint32_t {
+  QVMdataPresentEmpty = 0,
+  QVMdataPresentConverted = 1,
+  QVMdataPresentNotConverted = 2,  // a new node, or a date-time text that didn't parse
+  QVMdataPresentExplicitNull = 3,
+};
+
+class QVMtypedMessageTree : public COLreference {
+public:
+  explicit QVMtypedMessageTree(QVMtypedMessageTree* Parent = nullptr);
+  QVMtypedMessageTree(const QVMtypedMessageTree&) = delete;
+  QVMtypedMessageTree& operator=(const QVMtypedMessageTree&) = delete;
+  ~QVMtypedMessageTree() override;
+
+  // Neither form grows the lists; an empty slot gets a node with this node as parent.
+  QVMtypedMessageTree* node(unsigned SubNode, unsigned Repeat);
+  const QVMtypedMessageTree* node(unsigned SubNode, unsigned Repeat) const;
+  // Grows both lists as far as the indices need, and makes this node non-null.
+  QVMtypedMessageTree* makeNodeUpTo(unsigned SubNode, unsigned Repeat);
+  void insertNode(unsigned SubNode, unsigned Repeat, QVMtypedMessageTree* Node);
+  QVMtypedMessageTree* addNode();
+  QVMtypedMessageTree* addRepeatNode();
+  void makeRepeatNodeUpTo(unsigned Count);
+  void removeLastRepeat();
+  QVMtypedMessageTree* getRepeatedNode(unsigned Index);
+  const QVMtypedMessageTree* getRepeatedNode(unsigned Index) const;
+  // This handle shares the member of `Other` from now on.
+  void replaceNode(QVMtypedMessageTree& Other);
+  unsigned countOfSubNode() const;
+  unsigned countOfRepeat() const;
+
+  void setStringValue(const COLstring& Value);
+  void setIntegerValue(int32_t Value);
+  void setDoubleValue(double Value);
+  void setDateTimeValue(const COLdateTime& Value);
+  const COLstring& getStringValue() const;
+  int32_t getIntegerValue() const;
+  double getDoubleValue() const;
+  const QVMdateTimeInternal& getDateTimeValue() const;
+  // The text form of any type.
+  const COLstring& getAsStringValue() const;
+  QVMdataType dataType() const;
+  uint32_t dataPresent() const;
+  void setDataPresent(uint32_t Value);
+
+  bool isNull() const;
+  void setNull();
+  // A leaf: no sub-nodes.
+  bool isNode() const;
+  bool isSubTreeEmpty() const;
+  bool isPresent() const;
+  void setIsPresent(bool Value = true);
+  void setIsPresentUpToRoot(bool Value);
+
+  void setLabel(const COLstring& Label);
+  const COLstring& getLabel() const;
+  void setSegmentGrammar(const QVMsegmentGrammar* Grammar);
+  const QVMsegmentGrammar* segmentGrammar() const;
+  QVMtypedMessageTree* parent() const;
+  void clear();
+  void printOn(COLostream& Stream, const COLstring& Indent, const char* Name) const;
+
+  static int64_t totalNodeCount();
+
+private:
+  QVMtypedMessageTree* slot(unsigned SubNode, unsigned Repeat) const;
+
+  COLreferencePtr<QVMtypedMessageTreePrivate> pMember;
+};
+
+QVMtypedMessageTree* QVMmessageNodeAddressGetSubNode(const QVMmessageNodeAddress& Address,
+                                                     QVMtypedMessageTree& Tree, unsigned Level);
+const QVMtypedMessageTree* QVMmessageNodeAddressGetSubNode(const QVMmessageNodeAddress& Address,
+                                                           const QVMtypedMessageTree& Tree, unsigned Level);

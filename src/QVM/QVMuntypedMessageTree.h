@@ -1,0 +1,93 @@
+// QVMuntypedMessageTree: a message as text, split by delimiter level. A node has sub-nodes,
+// each sub-node further repeats: repeat 0 is the sub-node itself, repeat r > 0 is entry r - 1
+// of its own repeat list. Values point into a shared buffer (kept on the root by setBuffer)
+// and are copied only when changed. clear() keeps the node objects for the next message.
+#pragma once
+
+#include <cstdint>
+
+#include "COLreference.h"
+#include "COLstring.h"
+
+class COLbuffer;
+class COLostream;
+class QVMconfig;
+class QVMmessageNodeAddress;
+class QVMsegmentGrammar;
+class QVMuntypedMessageTreePrivate;
+class SCCescaper;
+
+class QVMuntypedMessageTree : public COLreference {
+public:
+  enum NodeType : unsigned { eNode = 0, eLabelNode = 1 };
+
+  QVMuntypedMessageTree();
+  QVMuntypedMessageTree(const QVMuntypedMessageTree&) = delete;
+  QVMuntypedMessageTree& operator=(const QVMuntypedMessageTree&) = delete;
+  ~QVMuntypedMessageTree() override;
+
+  // Grows as needed; never null.
+  QVMuntypedMessageTree* node(unsigned SubNode, unsigned Repeat);
+  // Indices must exist; an empty slot still gets a node.
+  const QVMuntypedMessageTree* node(unsigned SubNode, unsigned Repeat) const;
+  QVMuntypedMessageTree* getRepeatedNode(unsigned Index);
+  const QVMuntypedMessageTree* getRepeatedNode(unsigned Index) const;
+  void insertNode(unsigned SubNode, unsigned Repeat, QVMuntypedMessageTree* Node);
+  void addNode();
+  unsigned countOfSubNode() const;
+  unsigned countOfRepeat() const;
+  void setCountOfSubNode(unsigned Count);
+  void setCountOfRepeat(unsigned Count);
+
+  bool isNull() const;
+  void setNull();
+  // Stores the pointer, no copy: the text must outlive the tree's use of it.
+  void setValue(const char* Value);
+  void setStringValue(const COLstring& Value);
+  const char* getValue() const;
+  const char* getFirstValue() const;
+  void setFirstValue(const COLstring& Value);
+
+  // --- label-node items; a plain node becomes a label node on the first setter.
+  void setBuffer(COLbuffer* Buffer);
+  COLbuffer* getBuffer() const;
+  void setSegment(const QVMsegmentGrammar* Grammar);
+  const QVMsegmentGrammar* segmentGrammar() const;
+  void setLabel(const COLstring& Label);
+  const COLstring& getLabel() const;
+  void addError(unsigned Code, const COLstring& Description);
+  void clearError();
+  unsigned countOfError() const;
+  unsigned errorCode(unsigned Index) const;
+  const COLstring& errorDescription(unsigned Index) const;
+  const QVMuntypedMessageTree* firstSubNodeWithError(QVMmessageNodeAddress& Address) const;
+
+  void clear();
+  void fullClear();
+  unsigned type() const;
+
+  // Delimited text of this node as level `Level` (0: the message with its header laid out
+  // from the configuration, 1: a segment, ...). Sub-nodes that exist are all written.
+  void makeFlatWire(COLstring& Result, const QVMconfig& Config, unsigned Level) const;
+  void unescapeValues(const SCCescaper& Escaper, bool Strict);
+  void printOn(COLostream& Stream, const COLstring& Indent, const char* Name) const;
+
+  static int64_t totalNodeCount();
+
+private:
+  QVMuntypedMessageTreePrivate& labelMember();
+  QVMuntypedMessageTree* slotNode(unsigned SubNode) const;
+
+  QVMuntypedMessageTreePrivate* pMember;
+};
+
+// Walks `Address` from step `Level`. The non-const form grows the tree and always arrives;
+// the const form gives null where the path leaves the tree, except that node index 0 on a
+// node without sub-nodes stays on it (a simple field is its own first component).
+QVMuntypedMessageTree* QVMmessageNodeAddressGetSubNode(const QVMmessageNodeAddress& Address,
+                                                       QVMuntypedMessageTree& Tree, unsigned Level);
+const QVMuntypedMessageTree* QVMmessageNodeAddressGetSubNode(const QVMmessageNodeAddress& Address,
+                                                             const QVMuntypedMessageTree& Tree, unsigned Level);
+// The text at the address (first leaf below it); false, with `Value` empty, when there is none.
+bool QVMmessageNodeAddressGetValue(const QVMmessageNodeAddress& Address, COLstring& Value,
+                                   const QVMuntypedMessageTree& Tree, unsigned Level);

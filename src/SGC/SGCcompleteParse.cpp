@@ -1,0 +1,173 @@
+#include "SGCcompleteParse.h"
+
+#include "COLerror.h"
+#include "COLostream.h"
+#include "QVMengineInternal.h"
+#include "LAGenvironment.h"
+#include "LANfunction.h"
+#include "QVMsegmentGrammar.h"
+#include "QVMtableInternal.h"
+#include "SGCconfig.h"
+#include "SGCmap.h"
+#include "SGCsegmentPass.h"
+#include "SGCvalidationRule.h"
+#include "SGMstringPool.h"
+#include "SGCmatch.h"
+#include "SGCparsedErrorPrepare.h"
+#include "SGPparser.h"
+
+namespace {
+
+[[noreturn]] void SGCthrowTokeniserResult(SGPparseResult Result, const SGPparserOptions& Options) {
+  switch (Result) {
+    case SGPduplicateDelimiter:
+      throw COLerror("Some delimiters in the message were repeated.", COL_ERROR_DELIMITERS);
+    case SGPmessageTooShort:
+      throw COLerror("The message is too short. Each message must include the MSH segment and encoding characters.",
+                     COL_ERROR_MESSAGE_TOO_SHORT);
+    case SGPfieldDelimitersNotFound:
+      throw COLerror("Message delimiters were not found.", COL_ERROR_DELIMITERS);
+    case SGPheaderNotFound:
+      throw COLerror("The header segment '" + Options.headerSegmentName() + "' was not found.",
+                     COL_ERROR_HEADER_NOT_FOUND);
+    default: {
+      COLstring Text;
+      COLostream(Text) << "Unknown Raw Parse Result from SGPparse: " << static_cast<unsigned>(Result);
+      throw COLerror(Text, COL_ERROR_PRECONDITION);
+    }
+  }
+}
+
+// The encoding characters sit 4 bytes behind the start of the name; a header cut short in
+// front of them keeps what the tokeniser found.
+void SGCfixMshSegments(SGMsegmentList& List, const COLstring& Text) {
+  const char* End = Text.data() + Text.size();
+  for (uint32_t Index = 0; Index < List.countOfSegment(); ++Index) {
+    SGMsegment& Segment = List.segment(Index);
+    const SGMvalue& Name = Segment.name();
+    if (Name.view() != "MSH") continue;
+    if (Name.data() + 8 > End) continue;
+    QVJdoSpecialMshHack(Segment);
+  }
+}
+
+}  // namespace
+
+void SGCstripMessage(COLstring& Text) {
+  // The passes narrow one window; the text is copied once at the end, if at all.
+  size_t Begin = 0;
+  size_t End = Text.size();
+  for (char C : {' ', '\t', '\r', '\n'}) {
+    while (Begin < End && Text[Begin] == C) ++Begin;
+    while (End > Begin && Text[End - 1] == C) --End;
+  }
+  if (Begin != 0 || End != Text.size()) Text = COLstring(std::string_view(Text).substr(Begin, End - Begin));
+}
+
+void QVJdoSpecialMshHack(SGMsegment& Segment) {
+  if (Segment.countOfField() < 2 || Segment.countOfFieldRepeat(1) == 0) return;
+  SGMfield& Field = Segment.field(1, 0);
+  if (Field.countOfSubField() == 0 || Field.countOfSubSubField(0) == 0) return;
+  Field.value(0, 0).set(Segment.name().data() + 4, 4);
+}
+
+const COLstring& SGCunidentifiedMessageText() {
+  static const COLstring Text = COLstring("Message type is unidentified.   Often this means that a ") +
+                                "new message needs to be defined or that the identifier fields were in the wrong "
+                                "place or that the values " +
+                                "were different from what was expected i.e. wrong case or a zero character instead "
+                                "of the letter 'O' " +
+                                "you can add a default message handler in the option screen which will be invoked "
+                                "every time an " +
+                                "unidentified message is encountered.  See the manual for details.";
+  return Text;
+}
+
+unsigned SGCparseStructure(const COLstring& Message, QVMengineInternal& Engine, SGMsegmentList& List,
+                           SGCmessageStructure& Result) {
+  const QVMengineInternal& Reader = Engine;
+  SGPparser Parser;
+  SGPparserOptions Options;
+  SGCcopyConfig(Reader.config(), Options);
+  Result.text = Message;
+  SGCstripMessage(Result.text);
+  Result.separators = SGMseparatorCharacters();
+  const SGPparseResult Tokenised =
+      Parser.parse(Result.text.data(), Result.text.size(), List, Result.separators, Options);
+  if (Tokenised != SGPparsed) SGCthrowTokeniserResult(Tokenised, Options);
+  if (Options.hl7Mode()) SGCfixMshSegments(List, Result.text);
+
+  const unsigned MessageIndex = SGCmatchMessage(List, Engine);
+  if (MessageIndex >= Reader.countOfMessage()) throw COLerror(SGCunidentifiedMessageText(), COL_ERROR_NOT_IDENTIFIED);
+  Result.messageIndex = MessageIndex;
+  QVMmessageDefinitionInternal& Definition = *Reader.message(MessageIndex);
+  QVMmessageGrammar* Grammar = Definition.messageGrammar();
+  COL_PRECONDITION(Grammar != nullptr);
+  Result.context.errorList().clear();
+  if (!Result.context.parse(*Grammar, List)) {
+    for (const auto& Error : Result.context.errorList()) {
+      if (!Error->isFatal()) continue;
+      COLerror Report("", COL_ERROR_PRECONDITION);
+      SGCparsedErrorPrepareError(Definition.name(), Error.get(), Report);
+      throw Report;
+    }
+  }
+  return MessageIndex;
+}
+
+// --- the whole road
+
+void QVJcheckParsedSegments(QVMengineInternal& Engine, bool Hl7Mode, LAGenvironment& Environment,
+                            SGMsegmentList& SegmentList,
+                            SGMstringPool& StringPool, SGCparsed* Tree, bool Reject,
+                            const SGMseparatorCharacters& Separators) {
+  const QVMconfig& Config = static_cast<const QVMengineInternal&>(Engine).config();
+  SCCescaper Escaper(SGCescaperSettings(Config));
+  SGCcopyEscaper(Config, Separators, Escaper);
+  for (SGCparsed* Node = Tree; Node; Node = SGCparsedGetNextPreOrder(Node)) {
+    SGCparsedSegment* Placed = Node->segment();
+    if (!Placed) continue;
+    const QVMsegmentGrammar* Grammar = Node->rule()->segment();
+    COL_PRECONDITION(Grammar != nullptr);
+    SGMsegment& Segment = *Placed->segmentPointer();
+    const unsigned Index = Placed->index();
+    // One look at the fields finds equations and rules; most segments have neither.
+    const uint32_t Fields = Grammar->countOfField();
+    bool HasRules = false;
+    for (uint32_t Field = 0; Field < Fields; ++Field) {
+      QVMsegmentSubField& Definition = *const_cast<QVMsegmentGrammar*>(Grammar)->field(Field);
+      LANfunction& Equation = Definition.incomingFunction();
+      // An equation that did not compile is run too, so that its error is reported.
+      if (Equation.state() != LANfunction::StateEmpty)
+        SGCexecuteOneSegmentEquation(Equation, &StringPool, &SegmentList, Index, Field, Environment,
+                                     Grammar->name() + "." + Definition.name());
+      HasRules = HasRules || Definition.countOfValidationRule() != 0;
+    }
+    SGCcheckAndReport(*Grammar, Segment, Index, Node, Escaper, Hl7Mode, StringPool, Separators, Reject);
+    if (!HasRules) continue;
+    for (uint32_t Field = 0; Field < Fields; ++Field) {
+      QVMsegmentSubField& Definition = *const_cast<QVMsegmentGrammar*>(Grammar)->field(Field);
+      for (uint32_t Rule = 0; Rule < Definition.countOfValidationRule(); ++Rule)
+        // The parse holds the pool and the segment; the counted pointers only add a reference.
+        SGCdoSegmentValidationRule(*Definition.validationRule(Rule), &StringPool, &Segment, Engine);
+    }
+  }
+}
+
+unsigned SGCcompleteParse(const COLstring& Message, QVMengineInternal& Engine,
+                          COLreferencePtr<SGMsegmentList> SegmentList, LAGenvironment& Environment,
+                          QVMtableInternal& ResultTable) {
+  SGCmessageStructure Structure;
+  const unsigned MessageIndex = SGCparseStructure(Message, Engine, *SegmentList, Structure);
+  COLreferencePtr<SGMstringPool> Pool(new SGMstringPool);
+  Environment.resetCountOfSegmentInMessage(SegmentList->countOfSegment());
+  // HL7 mode as the tokeniser's options take it from the configuration.
+  const bool Hl7Mode = static_cast<const QVMengineInternal&>(Engine).config().countOfHeaderFieldsToSkip() > 2;
+  QVJcheckParsedSegments(Engine, Hl7Mode, Environment, *SegmentList, *Pool, Structure.context.tree(),
+                         Engine.rejectBadSegmentGrammar(), Structure.separators);
+  SGCmap(Structure.context.tree(), ResultTable);
+  COL_PRECONDITION(!ResultTable.isNode());
+  COL_PRECONDITION(ResultTable.countOfRow() <= 1);
+  SGCexecuteInboundTableEquations(Engine, ResultTable, Environment);
+  return MessageIndex;
+}

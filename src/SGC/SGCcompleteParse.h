@@ -1,0 +1,52 @@
+// The current parser's road for one message: strip, tokenise, identify, lay onto the grammar.
+// Later steps (segment checks, table filling) work on what this leaves behind.
+#pragma once
+
+#include "COLstring.h"
+#include "SGCparseContext.h"
+#include "SGMsegmentList.h"
+
+class QVMengineInternal;
+
+// What the structural steps leave for the steps after them.  The values of the segment list
+// point into `text`, so it must live as long as the list is read.
+struct SGCmessageStructure {
+  COLstring text;
+  SGMseparatorCharacters separators;
+  SGCparseContext context;
+  unsigned messageIndex = 0;
+};
+
+// Removes blanks, then tabs, then carriage returns, then line feeds from both ends, one pass
+// per character: "...\r\n" keeps its "\r", "...\n\r" loses both.
+void SGCstripMessage(COLstring& Text);
+
+// In HL7 mode the second field of every "MSH" segment holds the four encoding characters as
+// one raw value, whatever delimiters they contain.
+void QVJdoSpecialMshHack(SGMsegment& Segment);
+
+// Tokenises `Message` into `List`, identifies it and parses it against its grammar.  Throws the
+// tokeniser's, the identification's or the first fatal structural error; returns the index.
+unsigned SGCparseStructure(const COLstring& Message, QVMengineInternal& Engine, SGMsegmentList& List,
+                           SGCmessageStructure& Result);
+
+// The text of a message that no definition matches.
+const COLstring& SGCunidentifiedMessageText();
+
+class LAGenvironment;
+class QVMtableInternal;
+class SCCescaper;
+class SGMstringPool;
+class SGCparsed;
+
+// The whole current road: structure, then every placed segment checked and unescaped in
+// tree order, then the table filled and its equations run.  Returns the message index.
+unsigned SGCcompleteParse(const COLstring& Message, QVMengineInternal& Engine,
+                          COLreferencePtr<SGMsegmentList> SegmentList, LAGenvironment& Environment,
+                          QVMtableInternal& ResultTable);
+
+// The segment pass: field equations, strict checks when `Reject`, unescaping into the pool,
+// then the field validation rules.  Throws for the first segment with a fault.
+void QVJcheckParsedSegments(QVMengineInternal& Engine, bool Hl7Mode, LAGenvironment& Environment,
+                            SGMsegmentList& SegmentList, SGMstringPool& StringPool, SGCparsed* Tree, bool Reject,
+                            const SGMseparatorCharacters& Separators);

@@ -1,0 +1,375 @@
+#include "SGCmap.h"
+
+#include "COLerror.h"
+#include "COLostream.h"
+#include "LAGexecute.h"
+#include "LANengine.h"
+#include "LANfunction.h"
+#include "QVMcompositeGrammar.h"
+#include "QVMdateTimeInternal.h"
+#include "QVMengineInternal.h"
+#include "QVMmessageDefinitionInternal.h"
+#include "QVMmessageGrammar.h"
+#include "QVMsegmentGrammar.h"
+#include "QVMtableDefinitionInternal.h"
+#include "QVMtableGrammarInternal.h"
+#include "QVMtableInternal.h"
+#include "SGCcheck.h"
+#include "SGCparsed.h"
+#include "SGMsegmentList.h"
+
+namespace {
+
+constexpr unsigned kUnset = static_cast<unsigned>(-1);
+
+[[noreturn]] void SGCthrowBadRoot(QVMtableGrammarInternal* Grammar, const COLstring& Detail) {
+  COLstring Text;
+  COLostream Stream(Text);
+  Stream << "Table: '" << SGCmapFullName(Grammar) << "' " << Detail;
+  Stream.newline();
+  Stream << "Suggested fix:  Reset the grammar root for this table.";
+  Stream.flush();
+  throw COLerror(Text, COL_ERROR_PRECONDITION);
+}
+
+// The type of a leaf or simple composite at `Index` of `C`, after walking the levels.
+SGCmapValueType SGCtypeAt(const QVMcompositeGrammar* C, uint32_t Index) {
+  SGCmapValueType Type;
+  if (Index >= C->countOfField() && C->countOfField() == 1) Index = 0;
+  if (Index >= C->countOfField()) return Type;
+  switch (C->fieldDataType(Index)) {
+    case QVMstringType:
+    case QVMintegerType:
+    case QVMdoubleType:
+      Type.valid = true;
+      Type.dataType = C->fieldDataType(Index);
+      return Type;
+    case QVMcompositeType:
+      return Type;
+    case QVMdateTimeType:
+      Type.valid = true;
+      Type.dataType = QVMdateTimeType;
+      Type.dateTimeGrammar = C->fieldDateTimeGrammar(Index);
+      return Type;
+    default:
+      throw COLerror("Unknown data type from composite", COL_ERROR_PRECONDITION);
+  }
+}
+
+// Walks a composite from `Level` of the address on.
+SGCmapValueType SGCtypeFromComposite(const QVMcompositeGrammar* C, const QVMmessageNodeAddress& Address,
+                                     unsigned Level) {
+  if (!C) return {};
+  uint32_t Index = C->countOfField();
+  for (; Level < Address.depth(); ++Level) {
+    Index = Address.nodeIndex(Level);
+    if (Index >= C->countOfField()) return {};
+    if (C->fieldDataType(Index) != QVMcompositeType) {
+      if (Level + 1 != Address.depth()) return {};
+      break;
+    }
+    C = C->fieldCompositeType(Index);
+    if (!C) return {};
+  }
+  return SGCtypeAt(C, Index);
+}
+
+SGCmapValueType SGCtypeFromRule(const QVMmessageGrammar* Rule, const QVMmessageNodeAddress& Address) {
+  unsigned Level = 0;
+  while (Rule && !Rule->isNode()) {
+    if (Level >= Address.depth() || Address.nodeIndex(Level) >= Rule->countOfSubGrammar()) return {};
+    Rule = Rule->subGrammar(Address.nodeIndex(Level++));
+  }
+  if (!Rule || !Rule->segment() || Level >= Address.depth()) return {};
+  const QVMsegmentGrammar& Segment = *Rule->segment();
+  const uint32_t Field = Address.nodeIndex(Level++);
+  if (Field >= Segment.countOfField()) return {};
+  return SGCtypeFromComposite(Segment.fieldType(Field), Address, Level);
+}
+
+const QVMtableMapSet* SGCmapSetOf(QVMtableGrammarInternal* Grammar) {
+  QVMtableDefinitionInternal* Definition = Grammar->table();
+  const QVMtableMapSet* MapSet = nullptr;
+  if (Definition && Grammar->tableMapSetIndex() < Definition->countOfMapSet())
+    MapSet = Definition->mapSet(Grammar->tableMapSetIndex());
+  COL_PRECONDITION_TEXT(MapSet != nullptr, "pMapSet");
+  return MapSet;
+}
+
+unsigned SGCcolumnCount(QVMtableGrammarInternal* Grammar, QVMtableInternal& Table) {
+  const size_t Defined = Grammar->table()->countOfColumn();
+  const size_t Held = Table.countOfColumn();
+  return static_cast<unsigned>(Defined < Held ? Defined : Held);
+}
+
+}  // namespace
+
+COLstring SGCmapFullName(QVMtableGrammarInternal* Grammar) {
+  COLstring Name;
+  for (QVMtableGrammarInternal* Node = Grammar; Node; Node = Node->parent())
+    Name = Name.empty() ? Node->name() : Node->name() + "." + Name;
+  return Name;
+}
+
+unsigned SGCmappingPoint(QVMtableGrammarInternal* Grammar) {
+  QVMmessageGrammar* Root = Grammar->messageGrammar();
+  if (!Root) SGCthrowBadRoot(Grammar, "does not have a valid grammar set.'");
+  QVMtableGrammarInternal* Parent = Grammar->parent();
+  if (!Parent || Parent->messageGrammar() == Root) return kUnset;
+  QVMmessageGrammar* ParentRoot = Parent->messageGrammar();
+  if (ParentRoot)
+    for (size_t Index = 0; Index < ParentRoot->countOfSubGrammar(); ++Index)
+      if (ParentRoot->subGrammar(Index) == Root) return static_cast<unsigned>(Index);
+  SGCthrowBadRoot(Grammar, "has an invalid grammar root set: '" + Root->fullGrammarName() + "'.");
+}
+
+void SGCmap(SGCparsed* Root, QVMtableInternal& Table) {
+  COL_PRECONDITION_TEXT(Root != nullptr, "pParsed");
+  COL_PRECONDITION_TEXT(!Root->parent(), "! pParsed->parent()");
+  QVMtableGrammarInternal* Grammar = &Root->rule()->message()->tableGrammar();
+  Table.makeEmptyTable(Grammar);
+  SGCmapItem(Root, Grammar, Table);
+}
+
+void SGCmapItem(SGCparsed* Parsed, QVMtableGrammarInternal* Grammar, QVMtableInternal& Table) {
+  const unsigned Point = SGCmappingPoint(Grammar);
+  const unsigned Field = Grammar->messageGrammarFieldIndex();
+  SGCparsed* Target = Parsed;
+  if (Point != kUnset) {
+    COL_PRECONDITION_TEXT(Parsed->group(), "pParsed->group()");
+    COL_PRECONDITION_TEXT(Field == kUnset, "FieldIndex == npos");
+    SGCparsedGroup* Group = Parsed->group();
+    Target = Point < Group->countOfChild() ? Group->child(Point) : nullptr;
+  } else if (Field != kUnset) {
+    SGCparsedSegment* Segment = Parsed->segment();
+    COL_PRECONDITION_TEXT(Segment, "pParsed->segment()");
+    SGMsegment& Raw = *Segment->segmentPointer();
+    if (Field >= Raw.countOfField()) return;
+    Table.makeEmptyTable(Grammar);
+    const unsigned Repeats = Raw.countOfFieldRepeat(Field);
+    for (unsigned Repeat = 0; Repeat < Repeats; ++Repeat) SGCmapRowAtField(Grammar, Segment, Field, Repeat, Table);
+    return;
+  }
+  if (!Target || Target->notPresent()) return;
+  Table.makeEmptyTable(Grammar);
+  if (SGCparsedRepeats* Repeats = Target->repeats()) {
+    for (unsigned Index = 0; Index < Repeats->countOfChild(); ++Index) SGCmapRow(Repeats->child(Index), Grammar, Table);
+    return;
+  }
+  SGCmapRow(Target, Grammar, Table);
+}
+
+void SGCmapRow(SGCparsed* Parsed, QVMtableGrammarInternal* Grammar, QVMtableInternal& Table) {
+  const unsigned Row = Table.addRow();
+  if (Grammar->isNode()) {
+    SGCmapFillTable(Parsed, Grammar, Table, Row);
+    return;
+  }
+  for (size_t Index = 0; Index < Grammar->countOfSubGrammar(); ++Index)
+    SGCmapItem(Parsed, Grammar->subGrammar(Index), Table.subTable(Row, static_cast<unsigned>(Index)));
+}
+
+void SGCmapRowAtField(QVMtableGrammarInternal* Grammar, SGCparsedSegment* Parsed, unsigned Field, unsigned Repeat,
+                      QVMtableInternal& Table) {
+  const unsigned Row = Table.addRow();
+  if (Grammar->isNode()) {
+    SGCmapFillTableAtField(Parsed, Field, Repeat, Grammar, Table, Row);
+    return;
+  }
+  for (size_t Index = 0; Index < Grammar->countOfSubGrammar(); ++Index) {
+    QVMtableGrammarInternal* Sub = Grammar->subGrammar(Index);
+    COL_PRECONDITION_TEXT(Sub->messageGrammar() == Grammar->messageGrammar(),
+                          "pMap->subGrammar(SubMapIndex)->messageGrammar() == pMap->messageGrammar()");
+    COL_PRECONDITION_TEXT(Sub->messageGrammarFieldIndex() == Grammar->messageGrammarFieldIndex(),
+                          "pMap->subGrammar(SubMapIndex)->messageGrammarFieldIndex() == "
+                          "pMap->messageGrammarFieldIndex()");
+    QVMtableInternal& SubTable = Table.subTable(Row, static_cast<unsigned>(Index));
+    SubTable.makeEmptyTable(Sub);
+    SGCmapRowAtField(Sub, Parsed, Field, Repeat, SubTable);
+  }
+}
+
+void SGCmapFillTable(SGCparsed* Parsed, QVMtableGrammarInternal* Grammar, QVMtableInternal& Table, unsigned Row) {
+  const QVMtableMapSet* MapSet = SGCmapSetOf(Grammar);
+  const unsigned Columns = SGCcolumnCount(Grammar, Table);
+  for (unsigned Column = 0; Column < Columns && Column < MapSet->countOfMap(); ++Column) {
+    const QVMmessageNodeAddress& Address = MapSet->map(Column).nodeAddress();
+    const SGMvalue* Value = nullptr;
+    SGCmapValueType Type;
+    if (Address.depth() != 0) {
+      Value = SGCmapValueFromParsed(Parsed, Address, 0);
+      Type = SGCtypeFromRule(Parsed->rule(), Address);
+    }
+    SGCmapSetCell(Table, Column, Row, Value, Type);
+  }
+}
+
+void SGCmapFillTableAtField(SGCparsedSegment* Parsed, unsigned Field, unsigned Repeat,
+                            QVMtableGrammarInternal* Grammar, QVMtableInternal& Table, unsigned Row) {
+  const QVMtableMapSet* MapSet = SGCmapSetOf(Grammar);
+  const unsigned Columns = SGCcolumnCount(Grammar, Table);
+  SGMfield& RawField = Parsed->segmentPointer()->field(Field, Repeat);
+  const QVMsegmentGrammar* Segment = Parsed->rule()->segment();
+  const QVMcompositeGrammar* Composite =
+      Segment && Field < Segment->countOfField() ? Segment->fieldType(Field) : nullptr;
+  for (unsigned Column = 0; Column < Columns && Column < MapSet->countOfMap(); ++Column) {
+    const QVMmessageNodeAddress& Address = MapSet->map(Column).nodeAddress();
+    const SGMvalue* Value = nullptr;
+    SGCmapValueType Type;
+    if (Address.depth() != 0) {
+      Value = SGCmapValueFromField(RawField, Address, 0);
+      Type = SGCtypeFromComposite(Composite, Address, 0);
+    }
+    SGCmapSetCell(Table, Column, Row, Value, Type);
+  }
+}
+
+SGMvalue* SGCmapValueFromParsed(SGCparsed* Parsed, const QVMmessageNodeAddress& Address, unsigned Depth) {
+  while (Parsed) {
+    if (Depth >= Address.depth()) return nullptr;
+    COL_PRECONDITION_TEXT(!Parsed->repeats(), "! pParsed->repeats()");
+    if (SGCparsedSegment* Segment = Parsed->segment())
+      return SGCmapValueFromSegment(*Segment->segmentPointer(), Address, Depth);
+    SGCparsedCollection* Group = Parsed->collection();
+    if (!Group) return nullptr;
+    const unsigned Node = Address.nodeIndex(Depth);
+    const unsigned Repeat = Address.repeatIndex(Depth);
+    if (Node >= Group->countOfChild()) return nullptr;
+    SGCparsed* Child = Group->child(Node);
+    if (Child->notPresent()) return nullptr;
+    if (SGCparsedRepeats* Repeats = Child->repeats()) {
+      if (Repeat >= Repeats->countOfChild()) return nullptr;
+      Child = Repeats->child(Repeat);
+    } else if (Repeat != 0) {
+      return nullptr;
+    }
+    Parsed = Child;
+    ++Depth;
+  }
+  return nullptr;
+}
+
+SGMvalue* SGCmapValueFromSegment(SGMsegment& Segment, const QVMmessageNodeAddress& Address, unsigned Depth) {
+  if (Depth >= Address.depth()) return nullptr;
+  const unsigned Field = Address.nodeIndex(Depth);
+  const unsigned Repeat = Address.repeatIndex(Depth);
+  if (Field >= Segment.countOfField() || Repeat >= Segment.countOfFieldRepeat(Field)) return nullptr;
+  return SGCmapValueFromField(Segment.field(Field, Repeat), Address, Depth + 1);
+}
+
+SGMvalue* SGCmapValueFromField(SGMfield& Field, const QVMmessageNodeAddress& Address, unsigned Depth) {
+  const unsigned End = Address.depth();
+  if (Depth > End) return nullptr;
+  if (Depth == End) {
+    if (Field.countOfSubField() == 0 || Field.countOfSubSubField(0) == 0) return nullptr;
+    return &Field.value(0, 0);
+  }
+  if (Address.repeatIndex(Depth) != 0) return nullptr;
+  const unsigned SubField = Address.nodeIndex(Depth);
+  if (SubField >= Field.countOfSubField()) return nullptr;
+  if (Depth + 1 == End) return Field.countOfSubSubField(SubField) ? &Field.value(SubField, 0) : nullptr;
+  if (Depth + 2 != End || Address.repeatIndex(Depth + 1) != 0) return nullptr;
+  const unsigned SubSubField = Address.nodeIndex(Depth + 1);
+  if (SubSubField >= Field.countOfSubSubField(SubField)) return nullptr;
+  return &Field.value(SubField, SubSubField);
+}
+
+void SGCmapSetCell(QVMtableInternal& Table, unsigned Column, unsigned Row, const SGMvalue* Value,
+                   const SGCmapValueType& Type) {
+  if (!Value || !Type.valid) {
+    Table.setNull(Column, Row);
+    return;
+  }
+  if (Type.dataType != Table.columnType(Column)) {
+    Table.setInvalid(Column, Row);
+    return;
+  }
+  if (Value->length() == 0) {
+    Table.setNull(Column, Row);
+    return;
+  }
+  if (Value->view() == "\"\"") {
+    Table.setPresentButNull(Column, Row);
+    return;
+  }
+  switch (Table.columnType(Column)) {
+    case QVMstringType:
+      Table.setString(Column, Row, Value->asString());
+      return;
+    case QVMintegerType: {
+      int Number = 0;
+      if (SGCextractInteger(*Value, Number))
+        Table.setInteger(Column, Row, Number);
+      else
+        Table.setInvalid(Column, Row);
+      return;
+    }
+    case QVMdoubleType: {
+      double Number = 0;
+      if (SGCextractDouble(*Value, Number))
+        Table.setDouble(Column, Row, Number);
+      else
+        Table.setInvalid(Column, Row);
+      return;
+    }
+    case QVMdateTimeType: {
+      COL_PRECONDITION_TEXT(Type.dateTimeGrammar != nullptr, "pValueType->pDateTimeGrammar != 0");
+      QVMdateTimeInternal DateTime;
+      if (SGCextractDateTime(*Value, *Type.dateTimeGrammar, DateTime))
+        Table.setDateTime(Column, Row, DateTime);
+      else
+        Table.setInvalid(Column, Row);
+      return;
+    }
+    default:
+      throw COLerror("unhandled column type", COL_ERROR_UNKNOWN_MAPPING_TYPE);
+  }
+}
+
+void SGCexecuteInboundTableEquations(QVMengineInternal& Engine, QVMtableInternal& Table, LAGenvironment& Environment) {
+  if (!Table.isNode()) {
+    for (unsigned Row = 0; Row < Table.countOfRow(); ++Row)
+      for (unsigned Sub = 0; Sub < Table.countOfRowSubTable(Row); ++Sub)
+        SGCexecuteInboundTableEquations(Engine, Table.rowSubTable(Row, Sub), Environment);
+    return;
+  }
+  COL_PRECONDITION_TEXT(Table.tableGrammar() != nullptr, "pTableGrammar");
+  if (Table.countOfRow() == 0) return;
+  QVMtableDefinitionInternal& Definition = *Table.tableDefinition();
+  bool Any = false;
+  for (unsigned Column = 0; Column < Table.countOfColumn() && !Any; ++Column)
+    Any = Definition.incomingFunction(Column).state() != LANfunction::StateEmpty;
+  if (!Any) return;
+  const bool DisablePythonNone = static_cast<const QVMengineInternal&>(Engine).config().disablePythonNone();
+  // All equations of a row run, then the row goes if one of them asked; the next row takes its index.
+  for (unsigned Row = 0; Row < Table.countOfRow();) {
+    bool RemoveRow = false;
+    for (unsigned Column = 0; Column < Table.countOfColumn(); ++Column) {
+      LANfunction& Function = Definition.incomingFunction(Column);
+      if (Function.state() == LANfunction::StateEmpty) continue;
+      try {
+        if (!Function.isSet()) Function.execute();
+        LANengineSwap Swap(*Function.engine());
+        LAGstandardPrep(Function, LAGtableEquation, Environment);
+        Environment.setTableDefinition(&Definition);
+        struct Reset {
+          LAGenvironment& environment;
+          ~Reset() { environment.setTableDefinition(nullptr); }
+        } ResetDefinition{Environment};
+        LAGexecuteTableEquation(Function, Engine.LanguageEngine(), Table, Column, Row, RemoveRow, DisablePythonNone,
+                                Environment);
+      } catch (const COLerror& Caught) {
+        COLstring Text;
+        COLostream(Text) << "The table equation of " << Definition.tableName() << "." << Definition.columnName(Column)
+                         << " (row " << (Row + 1) << ") failed:\r\n" << Caught.description() << flush;
+        COLerror Error(Caught);
+        Error.setDescription(Text);
+        throw Error;
+      }
+    }
+    if (RemoveRow)
+      Table.removeRow(Row);
+    else
+      ++Row;
+  }
+}

@@ -1,0 +1,52 @@
+// Table filling: the parsed tree of a message laid out on the table grammar of its
+// definition.  Each occurrence of a table's root makes a row; each mapped column takes the
+// value its node address reaches from that root, converted to the column's type, or a cell
+// state that says why it could not.
+#pragma once
+
+#include "COLstring.h"
+#include "QVMdataType.h"
+
+class LAGenvironment;
+class LANengine;
+class LANfunction;
+class QVMdateTimeGrammar;
+class QVMengineInternal;
+class QVMmessageNodeAddress;
+class QVMtableGrammarInternal;
+class QVMtableInternal;
+class SGCparsed;
+class SGCparsedSegment;
+class SGMfield;
+class SGMsegment;
+class SGMvalue;
+
+// The type an address reaches in the grammar; `valid` false when it reaches no single value.
+struct SGCmapValueType {
+  bool valid = false;
+  QVMdataType dataType = QVMstringType;
+  const QVMdateTimeGrammar* dateTimeGrammar = nullptr;
+};
+
+void SGCmap(SGCparsed* Root, QVMtableInternal& Table);
+void SGCmapItem(SGCparsed* Parsed, QVMtableGrammarInternal* Grammar, QVMtableInternal& Table);
+void SGCmapRow(SGCparsed* Parsed, QVMtableGrammarInternal* Grammar, QVMtableInternal& Table);
+void SGCmapRowAtField(QVMtableGrammarInternal* Grammar, SGCparsedSegment* Parsed, unsigned Field, unsigned Repeat,
+                      QVMtableInternal& Table);
+void SGCmapFillTable(SGCparsed* Parsed, QVMtableGrammarInternal* Grammar, QVMtableInternal& Table, unsigned Row);
+void SGCmapFillTableAtField(SGCparsedSegment* Parsed, unsigned Field, unsigned Repeat,
+                            QVMtableGrammarInternal* Grammar, QVMtableInternal& Table, unsigned Row);
+// The index of this node's root among the sub-grammars of its parent's root; -1 (as
+// unsigned) without a parent or with the parent's own root.
+unsigned SGCmappingPoint(QVMtableGrammarInternal* Grammar);
+COLstring SGCmapFullName(QVMtableGrammarInternal* Grammar);
+
+SGMvalue* SGCmapValueFromParsed(SGCparsed* Parsed, const QVMmessageNodeAddress& Address, unsigned Depth);
+SGMvalue* SGCmapValueFromSegment(SGMsegment& Segment, const QVMmessageNodeAddress& Address, unsigned Depth);
+SGMvalue* SGCmapValueFromField(SGMfield& Field, const QVMmessageNodeAddress& Address, unsigned Depth);
+
+void SGCmapSetCell(QVMtableInternal& Table, unsigned Column, unsigned Row, const SGMvalue* Value,
+                   const SGCmapValueType& Type);
+
+// The incoming table equations of every cell, in row order; a row can ask to be removed.
+void SGCexecuteInboundTableEquations(QVMengineInternal& Engine, QVMtableInternal& Table, LAGenvironment& Environment);

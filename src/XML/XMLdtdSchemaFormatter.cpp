@@ -1,0 +1,90 @@
+#include "XMLdtdSchemaFormatter.h"
+
+#include "COLerror.h"
+
+void XMLdtdSchemaFormatter::printOn(const XMLschema& schema, COLostream& stream, const XMLschemaProperties&) {
+  for (size_t i = 0; i < schema.countOfElements(); ++i) printElementOn(schema.elementAt(i), stream);
+  for (size_t i = 0; i < schema.countOfTypes(); ++i) printTypeOn(schema.typeAt(i), stream);
+}
+
+void XMLdtdSchemaFormatter::printDtdElementOn(const COLstring& name, const char* content, COLostream& stream) {
+  stream << "<!ELEMENT " << name << " (" << content << ")>";
+  stream.newline();
+}
+
+void XMLdtdSchemaFormatter::printStringElementOn(const XMLschemaSimple&, const XMLschemaElement& element,
+                                                 COLostream& stream) {
+  printDtdElementOn(element.name(), "#PCDATA", stream);
+}
+
+void XMLdtdSchemaFormatter::printIntegerElementOn(const XMLschemaSimple&, const XMLschemaElement& element,
+                                                  COLostream& stream) {
+  printDtdElementOn(element.name(), "#PCDATA", stream);
+}
+
+void XMLdtdSchemaFormatter::printDoubleElementOn(const XMLschemaSimple&, const XMLschemaElement& element,
+                                                 COLostream& stream) {
+  printDtdElementOn(element.name(), "#PCDATA", stream);
+}
+
+void XMLdtdSchemaFormatter::printDateTimeElementOn(const XMLschemaSimple&, const XMLschemaElement& element,
+                                                   COLostream& stream) {
+  printDtdElementOn(element.name(), "#PCDATA", stream);
+}
+
+void XMLdtdSchemaFormatter::printEnumerationElementOn(const XMLschemaEnumeration&, const XMLschemaElement& element,
+                                                      COLostream& stream) {
+  printDtdElementOn(element.name(), "#PCDATA", stream);
+}
+
+void XMLdtdSchemaFormatter::printCollectionElementOn(const XMLschemaCollection& type,
+                                                     const XMLschemaElement& element, COLostream& stream) {
+  const XMLschemaSequence& Content = type.mainSequence();
+  stream << "<!ELEMENT " << element.name() << " (";
+  printSequenceNodeOn(Content, stream);
+  stream << ")>";
+  stream.newline();
+  // A named type declares its children where the types are printed.
+  if (!element.isTypeReference()) printSequenceElementsOn(Content, stream);
+}
+
+void XMLdtdSchemaFormatter::printReferenceElementOn(const XMLschemaReference&, COLostream&) {}
+
+void XMLdtdSchemaFormatter::printSequenceNodeOn(const XMLschemaSequence& sequence, COLostream& stream) {
+  for (size_t i = 0; i < sequence.countOfNodes(); ++i) {
+    if (i > 0) stream << ", ";
+    const XMLschemaNode& Node = sequence.nodeAt(i);
+    switch (Node.nodeType()) {
+      case XMLschemaNode::NodeElement:
+        stream << static_cast<const XMLschemaElement&>(Node).name();
+        break;
+      case XMLschemaNode::NodeReference:
+        stream << static_cast<const XMLschemaReference&>(Node).element().name();
+        break;
+      case XMLschemaNode::NodeSequence:
+        stream << " (";
+        printSequenceNodeOn(static_cast<const XMLschemaSequence&>(Node), stream);
+        stream << ')';
+        break;
+      default:
+        throw COLerror("Unknown Nodes", COL_ERROR_PRECONDITION);
+    }
+    stream << occurrenceSign(Node);
+  }
+}
+
+void XMLdtdSchemaFormatter::printEnumerationTypeOn(const XMLschemaEnumeration&, COLostream&) {}
+
+void XMLdtdSchemaFormatter::printCollectionTypeOn(const XMLschemaCollection& type, COLostream& stream) {
+  printSequenceElementsOn(type.mainSequence(), stream);
+}
+
+void XMLdtdSchemaFormatter::printSequenceElementsOn(const XMLschemaSequence& sequence, COLostream& stream) {
+  printSequenceDeclarationsOn(sequence, stream);
+}
+
+const char* XMLdtdSchemaFormatter::occurrenceSign(const XMLschemaNode& node) {
+  if (node.minOccurs() == 0) return node.maxOccurs() == 1 ? "?" : "*";
+  if (node.maxOccurs() > 1) return "+";
+  return "";
+}

@@ -1,0 +1,104 @@
+// Parsing through the handle interface: a host loads the example definition, parses a
+// message into a table handle, reads cells back, and gets an error handle for a bad message.
+#include <gtest/gtest.h>
+
+#include "QVMhandle.h"
+#include "QVMhandleTestSupport.h"
+
+namespace {
+
+const char Admission[] =
+    "MSH|^~\\&|PASYS|NORTHGATE|ENGINE|NORTHGATE|20240301080000||ADT^A01|MSG01000|P|2.4\r"
+    "EVN|A01|20240301080000\r"
+    "PID|1||MR410000^^^NORTHGATE^MR||Okonkwo^Amara^^^||19500101|F\r"
+    "PV1|1|I|WARD3^100^A^NORTHGATE||||D1042^Varga^Ilona\r";
+
+TEST(QVMhandleParse, AMessageFillsATableHandleAndABadOneGivesAnErrorHandle) {
+  void* engine = nullptr;
+  EXPECT_HANDLE_OK(_QVMengineCreate(&engine));
+  EXPECT_HANDLE_OK(_QVMengineLoad(engine, QVMexampleDefinition().c_str()));
+  void* table = nullptr;
+  EXPECT_HANDLE_OK(_QVMtableCreate(&table));
+  unsigned index = 99;
+  EXPECT_HANDLE_OK(_QVMengineParseMessageA(engine, Admission, &index, table));
+  const char* name = nullptr;
+  EXPECT_HANDLE_OK(_QVMengineMessageName(engine, index, &name));
+  EXPECT_STREQ(name, "ADT_A01");
+
+  unsigned patientIndex = 0;
+  EXPECT_HANDLE_OK(_QVMtableGetSubTableIndex(table, "Patient", &patientIndex));
+  void* patient = nullptr;
+  // A sub-table handle is borrowed from its table: it is not released.
+  EXPECT_HANDLE_OK(_QVMtableGetSubTable(table, 0, patientIndex, &patient));
+  unsigned column = 0;
+  EXPECT_HANDLE_OK(_QVMtableColumnIndex(patient, "FamilyName", &column));
+  const char* value = nullptr;
+  EXPECT_HANDLE_OK(_QVMtableGetStringA(patient, column, 0, &value));
+  EXPECT_STREQ(value, "Okonkwo");
+
+  // Released engine: the table still holds the grammars it was filled by.
+  EXPECT_HANDLE_OK(_QVMengineRelease(engine));
+  unsigned rows = 0;
+  EXPECT_HANDLE_OK(_QVMtableCountOfRow(table, &rows));
+  EXPECT_EQ(rows, 1u);
+  EXPECT_HANDLE_OK(_QVMtableRelease(table));
+}
+
+TEST(QVMhandleParse, AFailedParseReportsTheDiagnosticsAndTheShortText) {
+  void* engine = nullptr;
+  EXPECT_HANDLE_OK(_QVMengineCreate(&engine));
+  EXPECT_HANDLE_OK(_QVMengineLoad(engine, QVMexampleDefinition().c_str()));
+  void* table = nullptr;
+  EXPECT_HANDLE_OK(_QVMtableCreate(&table));
+  unsigned index = 0;
+  const QVMhandleOutcome outcome = QVMoutcome(_QVMengineParseMessageA(engine, "MSH|^~\\&|||||||ZZZ\r", &index, table));
+  EXPECT_TRUE(outcome.failed);
+  EXPECT_EQ(outcome.code, 0x80002001u);
+  EXPECT_NE(outcome.text.find("Diagnostic info follows:"), std::string::npos);
+  EXPECT_TRUE(QVMoutcome(_QVMengineParseMessageA(engine, Admission, &index, nullptr)).failed);
+  EXPECT_HANDLE_OK(_QVMengineParseMessageA(engine, Admission, &index, table));
+  EXPECT_HANDLE_OK(_QVMtableRelease(table));
+  EXPECT_HANDLE_OK(_QVMengineRelease(engine));
+}
+
+}  // namespace
+
+namespace {
+
+TEST(QVMhandleGenerate, ATableAndItsXmlGoBackToTheMessageAndFaultsGiveErrorHandles) {
+  void* engine = nullptr;
+  EXPECT_HANDLE_OK(_QVMengineCreate(&engine));
+  EXPECT_HANDLE_OK(_QVMengineLoad(engine, QVMexampleDefinition().c_str()));
+  void* table = nullptr;
+  EXPECT_HANDLE_OK(_QVMtableCreate(&table));
+  unsigned index = 99;
+  EXPECT_HANDLE_OK(_QVMengineParseMessageA(engine, Admission, &index, table));
+  const char* message = nullptr;
+  EXPECT_HANDLE_OK(_QVMengineGenerateMessage(engine, table, index, &message));
+  const std::string back = message;
+  EXPECT_EQ(back.rfind("MSH|^~\\&|||||||ADT^A01\rEVN|A01|20240301080000+0000\rPID|||MR410000||Okonkwo^Amara", 0), 0u)
+      << back;
+
+  const char* xml = nullptr;
+  EXPECT_HANDLE_OK(_QVMengineTranslateMessageToXml(engine, Admission, &xml));
+  const std::string tableXml = xml;
+  EXPECT_HANDLE_OK(_QVMengineTranslateXmlToMessage(engine, tableXml.c_str(), &message));
+  EXPECT_EQ(message, back);
+
+  EXPECT_EQ(QVMoutcome(_QVMengineGenerateMessage(engine, table, index, nullptr)).text,
+            "Failed precondition: message != NULL");
+  EXPECT_EQ(QVMoutcome(_QVMengineGenerateMessage(engine, engine, index, &message)).text,
+            "The handle given is not a table handle.");
+  EXPECT_EQ(QVMoutcome(_QVMengineGenerateMessage(engine, table, 77, &message)).text,
+            "Failed precondition: MessageIndex < CountOfMessage");
+  const QVMhandleOutcome mismatch = QVMoutcome(_QVMengineGenerateMessage(engine, table, (index + 1) % 5, &message));
+  EXPECT_EQ(mismatch.code, 0x80000100u);
+  EXPECT_EQ(mismatch.text, "Table does not match required structure for this message.");
+  EXPECT_TRUE(QVMoutcome(_QVMengineTranslateXmlToMessage(engine, "<Quovane_Import><Nothing/>", &message)).failed);
+  EXPECT_EQ(QVMoutcome(_QVMengineTranslateHl7StandardXmlToMessageValidate(nullptr, "x", 1, &message)).text,
+            "Failed precondition: Handle != NULL");
+  EXPECT_HANDLE_OK(_QVMtableRelease(table));
+  EXPECT_HANDLE_OK(_QVMengineRelease(engine));
+}
+
+}  // namespace

@@ -1,0 +1,313 @@
+// Table instances: cell states, values and their conversions, rows and sub-tables, the
+// follow-up of date-time objects changed in place, copies, and the printed form.
+#include <gtest/gtest.h>
+
+#include "COLostream.h"
+#include "QVMgrammarTestSupport.h"
+#include "QVMtableInternal.h"
+#include "QVMtableTestSupport.h"
+
+namespace {
+
+class QVMtableInternalTest : public ::testing::Test {
+protected:
+  void SetUp() override {
+    definition = QVMbuildTableDefinition(engine);
+    patient.makeEmptyTable(definition.patient);
+  }
+
+  QVMengineInternal engine;
+  QVMtableTestDefinition definition;
+  QVMtableInternal patient;
+};
+
+const char kTypeCheckTail[] =
+    ".  This problem typically arises in two situations.  Either you are writing using the dynamic interface and "
+    "have made an error or you are using a message definition file which has different tables from the original "
+    "file used to generate the table stub code files from which this error has arisen.";
+
+std::string typeCheckText(const char* column, const char* wanted, const char* actual) {
+  return std::string("The program has attempted to access column number ") + column +
+         " of the table Patient assuming it is of the data type " + wanted + " when in fact is of type " + actual +
+         kTypeCheckTail;
+}
+
+}  // namespace
+
+TEST_F(QVMtableInternalTest, FreshCellsOfEveryTypeAreNullAndReadAsZero) {
+  EXPECT_EQ(patient.countOfColumn(), 5u);
+  EXPECT_EQ(patient.countOfRow(), 0u);
+  EXPECT_EQ(patient.addRow(), 0u);
+  EXPECT_EQ(patient.addRow(), 1u);
+  for (unsigned column = 0; column < patient.countOfColumn(); ++column) {
+    EXPECT_EQ(patient.state(column, 1), QVMtableStateNull) << column;
+    EXPECT_TRUE(patient.isNull(column, 1));
+    EXPECT_EQ(patient.getStringValue(column, 1), "");
+  }
+  EXPECT_EQ(patient.getInteger(kAge, 0), 0);
+  EXPECT_EQ(patient.getDouble(kWeight, 0), 0.0);
+  EXPECT_EQ(patient.getString(kName, 0), "");
+  // Writing one fresh cell leaves its neighbours, which started out alike, untouched.
+  patient.setString(kName, 0, "Ann");
+  EXPECT_EQ(patient.getString(kName, 1), "");
+  EXPECT_EQ(patient.state(kName, 1), QVMtableStateNull);
+}
+
+TEST_F(QVMtableInternalTest, StatesFollowTheValueAndTheSetters) {
+  patient.addRow();
+  patient.setString(kName, 0, "\"\"");
+  EXPECT_EQ(patient.state(kName, 0), QVMtableStatePresentButNull);
+  EXPECT_FALSE(patient.isNull(kName, 0));
+  patient.setString(kName, 0, "");
+  EXPECT_EQ(patient.state(kName, 0), QVMtableStateNull);
+  patient.setString(kName, 0, "\"x\"");
+  EXPECT_EQ(patient.state(kName, 0), QVMtableStateValue);
+
+  patient.setPresentButNull(kAge, 0);
+  EXPECT_EQ(patient.state(kAge, 0), QVMtableStatePresentButNull);
+  EXPECT_EQ(patient.getInteger(kAge, 0), 0);
+  EXPECT_EQ(patient.getStringValue(kAge, 0), "\"\"");
+
+  patient.setInvalid(kAge, 0);
+  EXPECT_EQ(patient.state(kAge, 0), QVMtableStateInvalid);
+  EXPECT_TRUE(patient.isNull(kAge, 0));
+  EXPECT_EQ(patient.getInteger(kAge, 0), 0);
+  patient.setInteger(kAge, 0, -7);
+  EXPECT_EQ(patient.state(kAge, 0), QVMtableStateValue);
+  EXPECT_EQ(patient.getInteger(kAge, 0), -7);
+  patient.setNull(kAge, 0);
+  EXPECT_EQ(patient.state(kAge, 0), QVMtableStateNull);
+
+  // An invalid cell keeps the text that failed, for a string read, but shows none.
+  patient.setInvalid(kName, 0, "12#");
+  EXPECT_EQ(patient.state(kName, 0), QVMtableStateInvalid);
+  EXPECT_EQ(patient.getString(kName, 0), "12#");
+  EXPECT_EQ(patient.getStringValue(kName, 0), "");
+  patient.setInvalid(kName, 0);  // already invalid: nothing changes
+  EXPECT_EQ(patient.getString(kName, 0), "12#");
+}
+
+TEST_F(QVMtableInternalTest, ValuesOverwriteInPlaceOrReplaceTheItem) {
+  patient.addRow();
+  patient.setInteger(kAge, 0, 41);
+  patient.setInteger(kAge, 0, 42);
+  patient.setDouble(kWeight, 0, 71.25);
+  EXPECT_EQ(patient.getInteger(kAge, 0), 42);
+  EXPECT_EQ(patient.getDouble(kWeight, 0), 71.25);
+  EXPECT_EQ(patient.getStringValue(kAge, 0), "42");
+  EXPECT_EQ(patient.getStringValue(kWeight, 0), "71.250000");
+  patient.setDateTime(kBorn, 0, COLdateTime(1970, 1, 2, 3, 4, 5));
+  EXPECT_EQ(patient.state(kBorn, 0), QVMtableStateValue);
+  EXPECT_EQ(patient.getStringValue(kBorn, 0), QVMprinted(COLdateTime(1970, 1, 2, 3, 4, 5)));
+  EXPECT_EQ(patient.getDateTime(kBorn, 0).year(), 1970);
+}
+
+TEST_F(QVMtableInternalTest, TypeChecksNameColumnTableAndBothTypes) {
+  patient.addRow();
+  patient.setInteger(kAge, 0, 42);
+  QVMexpectError([&] { patient.getString(kAge, 0); }, typeCheckText("1(age)", "String", "Integer").c_str(),
+                 0x80000801);
+  QVMexpectError([&] { patient.setDouble(kName, 0, 1.0); }, typeCheckText("0(name)", "Double", "String").c_str(),
+                 0x80000801);
+  QVMexpectError([&] { patient.getDateTime(kKind, 0); },
+                 typeCheckText("4(kind)", "DateTime", "Enumeration").c_str(), 0x80000801);
+  EXPECT_EQ(patient.getStringValue(kAge, 0), "42");
+  EXPECT_EQ(patient.columnTypeAsString(kBorn), "DateTime");
+  EXPECT_EQ(patient.columnIndex("weight"), 2u);
+  EXPECT_EQ(patient.columnIndex("nope"), QVMtableInternal::npos);
+}
+
+TEST(QVMtableItem, ReadsInAForeignTypeNameTheItemAndItsValue) {
+  QVMtableInternalStringItem text("abc");
+  QVMexpectError([&] { text.valueAsInteger(); }, "Trying to access string 'abc' as an integer");
+  QVMexpectError([&] { text.valueAsDouble(); }, "Trying to access string 'abc' as a double");
+  QVMexpectError([&] { text.valueAsDateTime(); }, "Trying to access string 'abc' as a datetime");
+  QVMtableInternalIntegerItem number(5);
+  QVMexpectError([&] { number.valueAsString(); }, "Trying to access integer '5' as a string");
+  QVMexpectError([&] { number.valueAsDouble(); }, "Trying to access integer '5' as a double");
+  QVMtableInternalDoubleItem real(2.5);
+  QVMexpectError([&] { real.valueAsInteger(); }, "Trying to access double '2.500000' as an integer");
+  QVMtableInternalDateTimeItem when;
+  when.setValue(COLdateTime(2001, 2, 3, 0, 0, 0));
+  QVMexpectError([&] { when.valueAsString(); },
+                 ("Trying to access datetime '" + QVMprinted(COLdateTime(2001, 2, 3, 0, 0, 0)).str() +
+                  "' as an string").c_str());
+  QVMexpectError([&] { when.valueAsInteger(); },
+                 ("Trying to access datetime '" + when.getStringValue().str() + "' as an integer").c_str());
+  // Empty and explicit-null text read as numbers give 0, as date-times their own object.
+  QVMtableInternalStringItem empty, explicitNull("\"\"");
+  EXPECT_EQ(empty.valueAsInteger(), 0);
+  EXPECT_EQ(explicitNull.valueAsDouble(), 0.0);
+  EXPECT_TRUE(empty.valueAsDateTime().isNull());
+  EXPECT_EQ(&empty.valueAsDateTime(), empty.dateTimeObject.get());
+  QVMtableInternalInvalidItem invalid("x1");
+  EXPECT_EQ(invalid.valueAsString(), "x1");
+  EXPECT_EQ(invalid.valueAsInteger(), 0);
+  invalid.clearDateTime();
+  EXPECT_EQ(invalid.dateTimeObject->status(), COLdateTime::invalid);
+  EXPECT_EQ(QVMprinted(text), "\"abc\"");
+}
+
+TEST_F(QVMtableInternalTest, DateTimeCellsFollowTheirObjectChangedInPlace) {
+  patient.addRow();
+  QVMdateTimeInternal& born = patient.getDateTime(kBorn, 0);
+  EXPECT_TRUE(born.isNull());
+  EXPECT_EQ(patient.state(kBorn, 0), QVMtableStateNull);
+  born.setDateTime(1999, 12, 31, 23, 59, 0);
+  EXPECT_EQ(patient.state(kBorn, 0), QVMtableStateValue);
+  EXPECT_EQ(&patient.getDateTime(kBorn, 0), &born);
+  EXPECT_EQ(patient.getStringValue(kBorn, 0), QVMprinted(COLdateTime(1999, 12, 31, 23, 59, 0)));
+  born.setStatus(COLdateTime::invalid);
+  EXPECT_EQ(patient.state(kBorn, 0), QVMtableStateInvalid);
+  EXPECT_EQ(patient.state(kBorn, 0), QVMtableStateInvalid);  // stable on a second look
+  born.setDateTime(2000, 1, 1, 0, 0, 0);
+  EXPECT_EQ(patient.state(kBorn, 0), QVMtableStateValue);
+  born.setNull();
+  EXPECT_EQ(patient.state(kBorn, 0), QVMtableStateNull);
+  EXPECT_EQ(&patient.getDateTime(kBorn, 0), &born);  // still the same object
+  // A null cell whose object turns invalid becomes an invalid cell.
+  born.setStatus(COLdateTime::invalid);
+  EXPECT_EQ(patient.state(kBorn, 0), QVMtableStateInvalid);
+  // State setters keep sharing the object and reset it.
+  patient.setPresentButNull(kBorn, 0);
+  EXPECT_EQ(patient.state(kBorn, 0), QVMtableStatePresentButNull);
+  EXPECT_TRUE(born.isNull());
+  patient.setInvalid(kBorn, 0);
+  EXPECT_EQ(born.status(), COLdateTime::invalid);
+  EXPECT_EQ(patient.state(kBorn, 0), QVMtableStateInvalid);
+  COLdateTime unknown;
+  unknown.setStatus(static_cast<COLdateTime::DateTimeStatus>(7));
+  born = unknown;
+  QVMexpectError([&] { patient.state(kBorn, 0); }, "Unknown status for QVMdateTimeInternal : 7");
+}
+
+TEST_F(QVMtableInternalTest, BoundaryTextsSayWhatRangeIsValid) {
+  const char zero[] =
+      "Boundary error accessing row index of '0 of column name of Patient.  There are zero rows in the table.  You "
+      "either need to check the number of rows in the table or use an Add method to add rows to the table.";
+  QVMexpectError([&] { patient.state(kName, 0); }, zero, 0x80002000);
+  patient.addRow();
+  QVMexpectError([&] { patient.setInteger(kAge, 1, 3); },
+                 "Boundary error accessing row index of '1 of column age of Patient.  There is only one valid row in "
+                 "the table so the index should be zero.",
+                 0x80002000);
+  patient.addRow();
+  patient.addRow();
+  QVMexpectError([&] { patient.getDouble(kWeight, 3); },
+                 "Boundary error accessing row index of '3 of column weight of Patient.  ' the row index  should be "
+                 "from 0 to 2",
+                 0x80002000);
+  QVMexpectError([&] { patient.getStringValue(5, 0); },
+                 "Invalid column index 5 accessed. The actual range of Columns is from 0 to 4 for the Patient table.",
+                 0x80002000);
+  // Nothing changed on the way to a refusal.
+  EXPECT_EQ(patient.countOfRow(), 3u);
+  QVMexpectError([&] { patient.checkIfEmpty(); }, "The table contains data.  It must be empty to alter the structure.",
+                 0x80000400);
+}
+
+TEST_F(QVMtableInternalTest, GroupRowsCarryOneEmptySubTablePerSubGrammar) {
+  QVMtableInternal message;
+  QVMexpectPrecondition([&] { message.addRow(); }, "pMember->pTableGrammar != NULL");
+  message.makeEmptyTable(definition.root);
+  message.checkIfEmpty();
+  EXPECT_FALSE(message.isNode());
+  EXPECT_EQ(message.countOfColumn(), 0u);
+  EXPECT_EQ(message.tableDefinition(), nullptr);
+  EXPECT_EQ(message.countOfSubTable(), 2u);
+  EXPECT_EQ(message.countOfRow(), 0u);
+  EXPECT_EQ(message.addRow(), 0u);
+  EXPECT_EQ(message.countOfRowSubTable(0), 2u);
+  QVMtableInternal& first = message.subTable(0, 0);
+  EXPECT_TRUE(first.isNode());
+  EXPECT_EQ(first.tableName(), "Patient");
+  EXPECT_EQ(first.countOfRow(), 0u);
+  EXPECT_EQ(first.parent(), &message);
+  EXPECT_EQ(&message.rowSubTable(0, 1), &message.subTable(0, 1));
+  EXPECT_EQ(message.subTable(0, 1).countOfSubTable(), 1u);
+  EXPECT_EQ(message.subTableNameToIndex("Visits"), 1u);
+  EXPECT_EQ(message.subTableNameToIndex("Patient"), 0u);
+  EXPECT_EQ(message.subTableNameToIndex("Nothing"), 0xFFFFFFFFu);
+
+  QVMexpectError([&] { message.subTable(1, 0); },
+                 "Boundary error accessing sub table 'ADT' index 1 should be less than 1", 0x80002000);
+  QVMexpectError([&] { message.subTable(0, 2); },
+                 "Invalid table index 2 accessed. The actual range should be less than 2 for the ADT table.",
+                 0x80002000);
+
+  // Rows come and go with their sub-tables; other rows keep theirs.
+  message.addRow();
+  message.subTable(1, 0).addRow();
+  message.subTable(1, 0).setString(kName, 0, "second");
+  message.removeRow(0);
+  EXPECT_EQ(message.countOfRow(), 1u);
+  EXPECT_EQ(message.subTable(0, 0).getString(kName, 0), "second");
+  QVMexpectError([&] { message.removeRow(1); }, "Boundary error accessing row 1 of the ADT table: it has 1 rows.",
+                 0x80002000);
+  message.clear();
+  EXPECT_EQ(message.tableGrammar(), nullptr);
+  EXPECT_EQ(message.countOfRow(), 0u);
+  EXPECT_EQ(message.countOfSubTable(), 0u);
+}
+
+TEST_F(QVMtableInternalTest, CopiesKeepEveryStateAndAreIndependent) {
+  QVMtableInternal message;
+  message.makeEmptyTable(definition.root);
+  message.addRow();
+  QVMtableInternal& cells = message.subTable(0, 0);
+  cells.addRow();
+  cells.setString(kName, 0, "\"\"");
+  cells.setInvalid(kAge, 0);
+  cells.setDouble(kWeight, 0, 1.5);
+  cells.getDateTime(kBorn, 0).setDateTime(2020, 5, 6, 7, 8, 9);
+
+  QVMtableInternal copy(message);
+  EXPECT_EQ(copy.parent(), nullptr);
+  QVMtableInternal& copied = copy.subTable(0, 0);
+  EXPECT_EQ(copied.parent(), &copy);
+  const QVMtableInternalState expected[] = {QVMtableStatePresentButNull, QVMtableStateInvalid, QVMtableStateValue,
+                                            QVMtableStateValue, QVMtableStateNull};
+  for (unsigned column = 0; column < 5; ++column) EXPECT_EQ(copied.state(column, 0), expected[column]) << column;
+  EXPECT_EQ(copied.getDouble(kWeight, 0), 1.5);
+  EXPECT_EQ(copied.getDateTime(kBorn, 0).second(), 9);
+
+  copied.getDateTime(kBorn, 0).setNull();
+  copied.setDouble(kWeight, 0, 2.5);
+  EXPECT_EQ(cells.state(kBorn, 0), QVMtableStateValue);
+  EXPECT_EQ(cells.getDouble(kWeight, 0), 1.5);
+
+  QVMtableInternal assigned;
+  assigned = copy;
+  EXPECT_EQ(assigned.subTable(0, 0).parent(), &assigned);
+  EXPECT_EQ(assigned.subTable(0, 0).state(kBorn, 0), QVMtableStateNull);
+  EXPECT_EQ(assigned.subTable(0, 0).getDouble(kWeight, 0), 2.5);
+}
+
+TEST_F(QVMtableInternalTest, PrintsGroupsAndRowsWithValuesByColumnType) {
+  QVMtableInternal message;
+  message.makeEmptyTable(definition.root);
+  message.addRow();
+  QVMtableInternal& cells = message.subTable(0, 0);
+  cells.addRow();
+  cells.setString(kName, 0, "Ann");
+  cells.setInteger(kAge, 0, 30);
+  cells.setDouble(kWeight, 0, 60.5);
+  cells.setDateTime(kBorn, 0, COLdateTime(1990, 3, 4, 13, 0, 0));
+  message.subTable(0, 1).addRow();
+  message.subTable(0, 1).subTable(0, 0).addRow();
+  message.subTable(0, 1).subTable(0, 0).setString(0, 0, "East");
+  const COLstring born = QVMprinted(COLdateTime(1990, 3, 4, 13, 0, 0));
+  const std::string expected = "Group 'ADT'\r\n"
+                               "  Table Patient - who came in\r\n"
+                               "  Row 0\r\n"
+                               "    name = 'Ann'\r\n"
+                               "    age = 30 (in years)\r\n"
+                               "    weight = 60.500000\r\n"
+                               "    born = " + born.str() + "\r\n"
+                               "    kind = Unknown data type!\r\n"
+                               "  Group 'Visits'\r\n"
+                               "    Table Visit - \r\n"
+                               "    Row 0\r\n"
+                               "      ward = 'East'\r\n";
+  EXPECT_EQ(QVMprinted(message).str(), expected);
+}

@@ -1,0 +1,174 @@
+// Table XML: a filled table printed in both tag forms exactly, and read back into the same
+// table; the reader's leniencies and its refusals.
+#include <gtest/gtest.h>
+
+#include "COLerror.h"
+#include "QVMengineInternal.h"
+#include "QVMmessageDefinitionInternal.h"
+#include "QVMtableDefinitionInternal.h"
+#include "QVMtableGrammarInternal.h"
+#include "QVMtableInternal.h"
+#include "QVMxmlHl7Converter.h"
+#include "QVXconverter.h"
+
+namespace {
+
+class QVMtableXml : public ::testing::Test {
+protected:
+  QVMtableXml() : Engine(new QVMengineInternal) {
+    Patient = addTable("Patient", {{"Id", QVMintegerType}, {"Name", QVMstringType}, {"Born", QVMdateTimeType}});
+    Visit = addTable("Visit", {{"Nr", QVMintegerType}});
+    Message = Engine->message(Engine->addMessage());
+    Message->setName("ADT_A01");
+    QVMtableGrammarInternal& Root = Message->tableGrammar();
+    QVMtableGrammarInternal* PatientLeaf = Root.addSubGrammarAt(0);
+    PatientLeaf->setIsNode(true);
+    PatientLeaf->setTable(Patient);
+    QVMtableGrammarInternal* Group = Root.addSubGrammarAt(1);
+    Group->setName("VISIT");
+    QVMtableGrammarInternal* VisitLeaf = Group->addSubGrammarAt(0);
+    VisitLeaf->setIsNode(true);
+    VisitLeaf->setTable(Visit);
+    Table.makeEmptyTable(&Root);
+  }
+
+  QVMtableDefinitionInternal* addTable(const char* Name,
+                                        std::initializer_list<std::pair<const char*, QVMdataType>> Columns) {
+    QVMtableDefinitionInternal* Definition = Engine->table(Engine->addTable());
+    Definition->setTableName(Name);
+    for (const auto& [Column, Type] : Columns) Definition->addColumn(Column, Type);
+    return Definition;
+  }
+
+  // One message row: a patient and a visit group holding one visit.
+  void fill() {
+    const unsigned Row = Table.addRow();
+    QVMtableInternal& Patients = Table.subTable(Row, 0);
+    Patients.addRow();
+    Patients.setInteger(0, 0, 17);
+    Patients.setString(1, 0, "");
+    Patients.setDateTime(2, 0, COLdateTime(2004, 3, 5, 12, 0, 0));
+    QVMtableInternal& Group = Table.subTable(Row, 1);
+    Group.addRow();
+    QVMtableInternal& Visits = Group.subTable(0, 0);
+    Visits.addRow();
+    Visits.setInteger(0, 0, 3);
+  }
+
+  std::string print(const char* Dialect, const QVMtableInternal& Source) {
+    COLstring Out;
+    QVMxmlHl7Converter::getConverter(Dialect)->outputTableInXml(Out, Source);
+    return Out.c_str();
+  }
+
+  unsigned read(const std::string& Xml, QVMtableInternal& Into) {
+    unsigned Index = 99;
+    QVMxmlHl7Converter::getConverter("TABLE - Short Tags")->tableInXml(Xml.c_str(), *Engine, Index, Into);
+    return Index;
+  }
+
+  COLreferencePtr<QVMengineInternal> Engine;
+  QVMtableDefinitionInternal* Patient = nullptr;
+  QVMtableDefinitionInternal* Visit = nullptr;
+  QVMmessageDefinitionInternal* Message = nullptr;
+  QVMtableInternal Table;
+};
+
+const char ShortTags[] =
+    "<Quovane_Import>\r\n"
+    "<ADT_A01>\r\n"
+    "   <Patient>\r\n"
+    "      <Id>17</Id>\r\n"
+    "      <Born>2004-03-05T12:00:00</Born>\r\n"
+    "   </Patient>\r\n"
+    "   <ADT_A01.VISIT>\r\n"
+    "      <Visit>\r\n"
+    "         <Nr>3</Nr>\r\n"
+    "      </Visit>\r\n"
+    "   </ADT_A01.VISIT>\r\n"
+    "</ADT_A01>\r\n"
+    "</Quovane_Import>\r\n";
+
+TEST_F(QVMtableXml, PrintsRowsNestedWithoutEmptyColumnsInBothTagForms) {
+  fill();
+  EXPECT_EQ(print("TABLE - Short Tags", Table), ShortTags);
+  const std::string Long = print("TABLE - Long Tags", Table);
+  EXPECT_NE(Long.find("      <Patient.Id>17</Patient.Id>\r\n"), std::string::npos) << Long;
+  EXPECT_NE(Long.find("         <Visit.Nr>3</Visit.Nr>\r\n"), std::string::npos) << Long;
+  // Text is escaped; a table without rows prints only the document element.
+  Table.subTable(0, 0).setString(1, 0, "A&B <x>");
+  EXPECT_NE(print("TABLE - Short Tags", Table).find("<Name>A&amp;B &lt;x&gt;</Name>"), std::string::npos);
+  QVMtableInternal Empty;
+  Empty.makeEmptyTable(&Message->tableGrammar());
+  EXPECT_EQ(print("TABLE - Short Tags", Empty), "<Quovane_Import>\r\n</Quovane_Import>\r\n");
+}
+
+TEST_F(QVMtableXml, ReadingThePrintedXmlGivesTheSameTable) {
+  fill();
+  QVMtableInternal Copy;
+  EXPECT_EQ(read(ShortTags, Copy), 0u);
+  EXPECT_EQ(print("TABLE - Short Tags", Copy), ShortTags);
+  EXPECT_EQ(Copy.subTable(0, 0).state(1, 0), QVMtableStateNull);
+  EXPECT_EQ(Copy.subTable(0, 0).getDateTime(2, 0).format("%Y-%m-%d %H"), "2004-03-05 12");
+}
+
+TEST_F(QVMtableXml, EarlyYearsKeepFourDigitsSoTheyReadBack) {
+  fill();
+  Table.subTable(0, 0).setDateTime(2, 0, COLdateTime(978, 3, 11, 0, 0, 0));
+  const std::string Xml = print("TABLE - Short Tags", Table);
+  EXPECT_NE(Xml.find("<Born>0978-03-11T00:00:00</Born>"), std::string::npos) << Xml;
+  QVMtableInternal Copy;
+  read(Xml, Copy);
+  EXPECT_EQ(print("TABLE - Short Tags", Copy), Xml);
+}
+
+TEST_F(QVMtableXml, ReaderIsLenientAboutNamesBlanksAndEmptyGroups) {
+  QVMtableInternal Into;
+  read("<Anything a='1'><ADT_A01 x='y'><Patient><Abcdefg.Id>5</Abcdefg.Id><Name>   </Name>"
+       "<Born>2004-03-05</Born></Patient><Patient><Patient.Id>6</Patient.Id></Patient>"
+       "<ADT_A01.VISIT></ADT_A01.VISIT></ADT_A01></Anything>",
+       Into);
+  QVMtableInternal& Patients = Into.subTable(0, 0);
+  ASSERT_EQ(Patients.countOfRow(), 2u);
+  EXPECT_EQ(Patients.getInteger(0, 0), 5);
+  EXPECT_EQ(Patients.getInteger(0, 1), 6);
+  EXPECT_EQ(Patients.state(1, 0), QVMtableStateNull);
+  EXPECT_EQ(Patients.getDateTime(2, 0).format("%H:%M:%S"), "00:00:00");
+  EXPECT_EQ(Into.subTable(0, 1).countOfRow(), 0u);
+}
+
+TEST_F(QVMtableXml, ReaderRefusesWhatTheDefinitionDoesNotHave) {
+  auto failure = [&](const std::string& Xml) {
+    QVMtableInternal Into;
+    try {
+      read(Xml, Into);
+    } catch (const COLerror& Error) {
+      return std::string(Error.description().c_str());
+    }
+    return std::string("no error");
+  };
+  EXPECT_EQ(failure("<I><ORU_R01/></I>"), "The message ORU_R01 is unknown.");
+  EXPECT_EQ(failure("<I><ADT_A01><Patient><Pat.Id>1</Pat.Id></Patient></ADT_A01></I>"),
+            "Pat.Id is not defined as a column of table Patient");
+  EXPECT_EQ(failure("<I><ADT_A01><Orders/></ADT_A01></I>"), "The table/group Orders is not present in the message ADT_A01");
+  EXPECT_EQ(failure("<I><ADT_A01><Patient><Born>2004-03-05T12</Born></Patient></ADT_A01></I>"),
+            "2004-03-05T12 is not a valid date/time format.");
+}
+
+TEST(QVMconverterRegistry, NamesAliasesAndKinds) {
+  EXPECT_EQ(QVXcountOfConverter(), 6u);
+  EXPECT_STREQ(QVXconverterName(5), "STANDARD VER 2");
+  EXPECT_STREQ(QVMxmlHl7Converter::getConverter("X12")->name(), "Full Tree Validation");
+  EXPECT_STREQ(QVXconverterNameFromAlias("STANDARD 2.4"), "EXPANDED 2.4");
+  EXPECT_EQ(QVXconverterNameFromAlias("table"), nullptr);
+  EXPECT_TRUE(QVMxmlHl7Converter::getConverter("TABLE - Long Tags")->isTable());
+  EXPECT_FALSE(QVMxmlHl7Converter::getConverter("EXPANDED")->isStandard());
+  try {
+    QVMxmlHl7Converter::getConverter("table");
+    FAIL();
+  } catch (const COLerror& Error) {
+    EXPECT_STREQ(Error.description().c_str(), "Unknown XML converter table requested.");
+  }
+}
+
+}  // namespace

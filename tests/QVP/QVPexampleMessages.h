@@ -1,0 +1,24 @@
+// Messages of the example definition that the generation tests parse and generate again, and
+// what generation gives back for the admission: as much as its tables carry.
+#pragma once
+
+inline constexpr char Admission[] =
+    "MSH|^~\\&|PASYS|NORTHGATE|ENGINE|NORTHGATE|20240301080000||ADT^A01|MSG01000|P|2.4\r"
+    "EVN|A01|20240301080000\r"
+    "PID|1||MR410000^^^NORTHGATE^MR||Okonkwo^Amara^^^||19500101|F|||12 Larch Lane^^Millbrook^NY\r"
+    "PV1|1|I|WARD3^100^A^NORTHGATE||||D1042^Varga^Ilona\r";
+
+inline constexpr char AdmissionBack[] =
+    "MSH|^~\\&|||||||ADT^A01\r"
+    "EVN|A01|20240301080000+0000\r"
+    "PID|||MR410000||Okonkwo^Amara||19500101000000+0000|F|||^^Millbrook\r"
+    "PV1||I|WARD3^100^A||||D1042^Varga\r";
+
+inline constexpr char Results[] =
+    "MSH|^~\\&|PASYS|NORTHGATE|ENGINE|NORTHGATE|20240303101400||ORU^R01|MSG01002|P|2.4\r"
+    "PID|1||MR410074^^^NORTHGATE^MR||Marchetti^Giulia^^^||19560311|F\r"
+    "PV1|1|E|ER^102^A^NORTHGATE||||D3307^Lam^Mei\r"
+    "ORC|RE|ORD07006|LAB52006||CM\r"
+    "OBR|1|ORD07006|LAB52006|BMP^Basic metabolic panel^L|||20240303101400\r"
+    "OBX|1|NM|NA^Sodium^L||129|mmol/L|135-145|L|||F\r"
+    "OBX|2|NM|HGB^Hemoglobin^L||10.0|g/dL|12.0-16.0|L|||F\r";

@@ -1,0 +1,349 @@
+// Message generation: whole messages from tables that parsing the example log filled and
+// that were changed by hand, escaping of delimiters in values, required and optional
+// segments, repeats, the date-time texts, flat text by configuration, and the faults the
+// segment and composite generators record.
+#include <gtest/gtest.h>
+
+#include "COLerror.h"
+#include "QVJparse.h"
+#include "QVJparseContext.h"
+#include "QVLvmdFile.h"
+#include "QVMcompositeGrammar.h"
+#include "QVMconfig.h"
+#include "QVMdateTimeGrammar.h"
+#include "QVMengineInternal.h"
+#include "QVMmessageDefinitionInternal.h"
+#include "QVMmessageFill.h"
+#include "QVMsegmentGenerator.h"
+#include "QVMsegmentGrammar.h"
+#include "QVMtableInternal.h"
+#include "QVMtypedMessageTree.h"
+#include "QVMuntypedMessageTree.h"
+#include "QVPcompositeGenerator.h"
+#include "QVPflatGen.h"
+#include "QVPgenerateMessage.h"
+#include "SCCescaper.h"
+#include "QVPexampleMessages.h"
+
+namespace {
+
+std::string errorText(const std::function<void()>& Body) {
+  try {
+    Body();
+  } catch (const COLerror& Error) {
+    return Error.description().c_str();
+  }
+  return "no error";
+}
+
+class QVPgenerate : public ::testing::Test {
+protected:
+  static void SetUpTestSuite() {
+    Engine = new QVFengine;
+    QVLloadEngine(Engine->schema(), MSGBRIDGE_SOURCE_DIR "/examples/adt_oru.vmd");
+    // A generated message holds only what the tables carry: its header lacks required fields
+    // such as MSH-7, so reading it back is done without the content checks.
+    Engine->schema().setRejectBadSegmentGrammar(false);
+  }
+  static void TearDownTestSuite() { Engine = nullptr; }
+
+  unsigned parse(const char* Message, QVMtableInternal& Into) {
+    unsigned Index = 99;
+    Into.clear();
+    QVJengineInternalParseMessage(Engine->parseContext(), Message, Index, Into);
+    return Index;
+  }
+  std::string generate(unsigned Index, QVMtableInternal& From) {
+    return QVPgenerateMessage(Engine->parseContext().qvpParseContext(), Index, From);
+  }
+  static QVMtableInternal& sub(const char* Name, QVMtableInternal& From) {
+    return From.subTable(0, From.subTableNameToIndex(Name));
+  }
+
+  static inline COLreferencePtr<QVFengine> Engine;
+  QVMtableInternal Table;
+};
+
+TEST_F(QVPgenerate, AParsedAdmissionComesBackAsFarAsItsTablesCarryIt) {
+  const unsigned Index = parse(Admission, Table);
+  EXPECT_EQ(generate(Index, Table), AdmissionBack);
+  // What comes back parses to the same tables.
+  QVMtableInternal Again;
+  EXPECT_EQ(parse(AdmissionBack, Again), Index);
+  EXPECT_EQ(generate(Index, Again), AdmissionBack);
+}
+
+TEST_F(QVPgenerate, RepeatedSegmentsOfAGroupComeBackInOrder) {
+  const unsigned Index = parse(Results, Table);
+  EXPECT_EQ(generate(Index, Table),
+            "MSH|^~\\&|||||||ORU^R01\r"
+            "PID|||MR410074||Marchetti^Giulia||19560311000000+0000|F\r"
+            "PV1||E|ER^102^A||||D3307^Lam\r"
+            "OBR||ORD07006|LAB52006|BMP^Basic metabolic panel|||20240303101400+0000\r"
+            "OBX|1|NM|NA^Sodium||129|mmol/L|135-145|L|||F\r"
+            "OBX|2|NM|HGB^Hemoglobin||10.0|g/dL|12.0-16.0|L|||F\r");
+}
+
+TEST_F(QVPgenerate, DelimitersInValuesAreEscapedAndSurviveAParse) {
+  const unsigned Index = parse(Admission, Table);
+  QVMtableInternal& Patient = sub("Patient", Table);
+  const unsigned Family = Patient.columnIndex("FamilyName");
+  Patient.setString(Family, 0, "O|Brien^X&Y~Z\\W");
+  const std::string Text = generate(Index, Table);
+  EXPECT_NE(Text.find("PID|||MR410000||O\\F\\Brien\\S\\X\\T\\Y\\R\\Z\\E\\W^Amara||"), std::string::npos) << Text;
+  QVMtableInternal Again;
+  parse(Text.c_str(), Again);
+  EXPECT_EQ(sub("Patient", Again).getString(Family, 0), "O|Brien^X&Y~Z\\W");
+}
+
+TEST_F(QVPgenerate, EmptyOptionalPartsAreDroppedAndRequiredSegmentsStay) {
+  const unsigned Index = parse(Admission, Table);
+  QVMtableInternal& Patient = sub("Patient", Table);
+  for (unsigned Column = 0; Column < Patient.countOfColumn(); ++Column) Patient.setNull(Column, 0);
+  QVMtableInternal& Visit = sub("Visit", Table);
+  Visit.setNull(Visit.columnIndex("AttendingName"), 0);
+  // A required segment with nothing in it keeps only its name; a component left empty at
+  // the end of a field is dropped.
+  EXPECT_EQ(generate(Index, Table),
+            "MSH|^~\\&|||||||ADT^A01\rEVN|A01|20240301080000+0000\rPID\rPV1||I|WARD3^100^A||||D1042\r");
+  // The explicit null of a message goes back as it came.
+  Patient.setPresentButNull(Patient.columnIndex("Sex"), 0);
+  EXPECT_EQ(generate(Index, Table),
+            "MSH|^~\\&|||||||ADT^A01\rEVN|A01|20240301080000+0000\rPID||||||||\"\"\rPV1||I|WARD3^100^A||||D1042\r");
+}
+
+TEST_F(QVPgenerate, TrailingSeparatorsAndLineFeedsFollowTheConfiguration) {
+  const unsigned Index = parse(Admission, Table);
+  QVMconfig& Config = Engine->schema().config();
+  Config.setOutputTrailingSeparators(true);
+  Config.setOutputSegmentLineFeed(true);
+  const std::string Text = generate(Index, Table);
+  Config.setOutputTrailingSeparators(false);
+  Config.setOutputSegmentLineFeed(false);
+  EXPECT_EQ(Text.substr(0, 63), "MSH|^~\\&|||||||ADT^A01|\r\r\nEVN|A01|20240301080000+0000|\r\r\nPID|||");
+}
+
+TEST_F(QVPgenerate, ATableOfAnotherMessageIsRefusedAndAnEmptyTableGivesTheRequiredSegments) {
+  const unsigned Index = parse(Admission, Table);
+  const unsigned Other = parse(Results, Table);
+  ASSERT_NE(Index, Other);
+  EXPECT_EQ(errorText([&] { generate(Index, Table); }), "Table does not match required structure for this message.");
+  QVMtableInternal Empty;
+  QVMcreateEmptyMessageTable(Engine->schema(), Index, Empty);
+  EXPECT_EQ(generate(Index, Empty), "MSH|^~\\&|||||||ADT^A01\rEVN\rPID\rPV1\r");
+}
+
+TEST_F(QVPgenerate, OutgoingScriptsRunAndTheirFaultsAreNamed) {
+  const unsigned Index = parse(Admission, Table);
+  QVMconfig& Config = Engine->schema().config();
+  Config.outgoingMainFunction().setCode("no_such_name");
+  const std::string Text = errorText([&] { generate(Index, Table); });
+  Config.outgoingMainFunction().setCode("");
+  EXPECT_EQ(Text.find("Global Outbound Script error: "), 0u) << Text;
+  EXPECT_NE(Text.find("NameError"), std::string::npos) << Text;
+
+  // The post-process script has the last word on the text.
+  Config.outgoingPostProcessFunction().setCode("value = value.replace('ADT^A01', 'ADT^A08')");
+  std::string Expected = AdmissionBack;
+  Expected.replace(Expected.find("ADT^A01"), 7, "ADT^A08");
+  EXPECT_EQ(generate(Index, Table), Expected);
+  Config.outgoingPostProcessFunction().setCode("value = 5");
+  EXPECT_EQ(errorText([&] { generate(Index, Table); }).find("Global Outbound Post Process Script error: "), 0u);
+  Config.outgoingPostProcessFunction().setCode("");
+  EXPECT_EQ(generate(Index, Table), AdmissionBack);
+}
+
+// --- the date-time texts
+
+QVMdateTimeGrammar fullMask(bool Required) {
+  QVMdateTimeGrammar Grammar;
+  for (auto Item : {QVMdateTimeGrammar::MaskYear, QVMdateTimeGrammar::MaskMonth, QVMdateTimeGrammar::MaskDay,
+                    QVMdateTimeGrammar::MaskHour, QVMdateTimeGrammar::MaskMinute, QVMdateTimeGrammar::MaskSecond,
+                    QVMdateTimeGrammar::MaskFraction, QVMdateTimeGrammar::MaskTimeZone})
+    QVMdateTimeGrammarAddMaskItem(Grammar, Item);
+  Grammar.setFieldsRequired(Required);
+  return Grammar;
+}
+
+TEST(QVPdateTimeText, EveryMaskItemHasItsFormat) {
+  COLstring Text;
+  COLdateTime Value(2024, 3, 7, 9, 5, 4);
+  QVPdateTimeGrammarConvertDateTimeToString(fullMask(false), Value, Text);
+  EXPECT_EQ(Text.str(), "20240307090504+0000");
+  QVPdateTimeGrammarConvertDateTimeToString(fullMask(true), Value, Text);
+  EXPECT_EQ(Text.str(), "20240307090504.0000+0000");
+  Value.setSecondFraction(0.25);
+  Value.setZone(-5);
+  QVPdateTimeGrammarConvertDateTimeToString(fullMask(false), Value, Text);
+  EXPECT_EQ(Text.str(), "20240307090504.2500-0500");
+  QVMdateTimeGrammar DateOnly;
+  QVMdateTimeGrammarAddMaskItem(DateOnly, QVMdateTimeGrammar::MaskDay);
+  QVMdateTimeGrammarAddMaskItem(DateOnly, QVMdateTimeGrammar::MaskMonth);
+  QVPdateTimeGrammarConvertDateTimeToString(DateOnly, Value, Text);
+  EXPECT_EQ(Text.str(), "0703");
+  QVPdateTimeGrammarConvertDateTimeToString(fullMask(true), COLdateTime(0.0), Text);
+  EXPECT_EQ(Text.str(), "");
+}
+
+// --- flat text
+
+QVMconfig twoLevels() {
+  QVMconfig Config;
+  QVMsepInfo Level;
+  Level.setAll('\r', 0, 0, 0, QVMsepInfo::npos, QVMsepInfo::npos);
+  Config.pushSepCharInfo(Level);
+  Level.setAll('*', 0, 0, 0, QVMsepInfo::npos, QVMsepInfo::npos);
+  Config.pushSepCharInfo(Level);
+  Config.setHeaderSegment("ST");
+  Config.setEscapePosition(QVMconfig::npos);
+  Config.setCountOfHeaderFieldsToSkip(1);
+  Config.setOutputTrailingSeparators(false);
+  return Config;
+}
+
+TEST(QVPflatGen, AConfigurationWithoutPositionsWritesNameAndSeparatorAsHeader) {
+  COLreferencePtr<QVMuntypedMessageTree> Tree = new QVMuntypedMessageTree;
+  Tree->node(0, 0)->node(0, 0)->setStringValue("ST");
+  Tree->node(0, 0)->node(1, 0)->setStringValue("837");
+  Tree->node(1, 0)->node(0, 0)->setStringValue("SE");
+  Tree->node(1, 0)->node(2, 0)->setStringValue("1");
+  COLstring Text;
+  Tree->makeFlatWire(Text, twoLevels(), 0);
+  EXPECT_EQ(Text.str(), "ST*837\rSE**1\r");
+  COLstring Header;
+  QVPgenerateHeader(twoLevels(), Header, *Tree);
+  EXPECT_EQ(Header.str(), "ST*");
+}
+
+TEST(QVPflatGen, NestingAndRepeatsBeyondTheConfiguredLevelsAreRefused) {
+  COLreferencePtr<QVMuntypedMessageTree> Tree = new QVMuntypedMessageTree;
+  QVMuntypedMessageTree& Segment = *Tree->node(0, 0);
+  Segment.node(0, 0)->setStringValue("ST");
+  Segment.node(1, 0)->setLabel("ST.1");
+  Segment.node(1, 0)->node(0, 0)->setStringValue("a");
+  Segment.node(1, 0)->node(1, 0)->setStringValue("b");
+  COLstring Text;
+  EXPECT_EQ(errorText([&] { Tree->makeFlatWire(Text, twoLevels(), 0); }),
+            "Error generating ST.1 composite: missing separator for nesting level 3");
+  Segment.node(1, 0)->setCountOfSubNode(0);
+  Segment.node(1, 0)->setStringValue("a");
+  Segment.node(1, 1)->setStringValue("b");
+  EXPECT_EQ(errorText([&] { Tree->makeFlatWire(Text, twoLevels(), 0); }),
+            "Delimiter level 2 (separator = *) is not configured as being repeating in the options for this VMD "
+            "file.");
+}
+
+// --- faults of the generators
+
+struct QVPcompositeFixture {
+  QVMcompositeGrammar Composite;
+  QVPcompositeFixture() {
+    Composite.setName("XCN");
+    for (const char* Name : {"Id", "Count", "Code"}) Composite.setFieldName(QVMcompositeGrammarAddField(Composite), Name);
+    Composite.setFieldIsRequired(0, true);
+    Composite.setFieldDataType(1, QVMintegerType);
+    Composite.setFieldIsLengthRestricted(2, true);
+    Composite.setFieldMaxLength(2, 3);
+  }
+};
+
+std::vector<std::pair<unsigned, std::string>> faults(const QVMuntypedMessageTree& Node) {
+  std::vector<std::pair<unsigned, std::string>> List;
+  for (unsigned Index = 0; Index < Node.countOfError(); ++Index)
+    List.emplace_back(Node.errorCode(Index), Node.errorDescription(Index).c_str());
+  return List;
+}
+
+TEST(QVPcompositeGenerator, ContentFaultsAnnotateTheNodesAndTheTextIsStillWritten) {
+  QVPcompositeFixture Fixture;
+  COLreferencePtr<QVMtypedMessageTree> Typed = new QVMtypedMessageTree;
+  Typed->makeNodeUpTo(1, 0)->setStringValue("12");  // a string in an integer field
+  Typed->makeNodeUpTo(2, 0)->setStringValue("ABCD");
+  Typed->makeNodeUpTo(3, 0)->setStringValue("extra");
+  COLreferencePtr<QVMuntypedMessageTree> Untyped = new QVMuntypedMessageTree;
+  bool Ok = true;
+  SCCescaper Escaper;
+  QVPcompositeGenerator().generateComposite(*Typed, *Untyped, Fixture.Composite, Escaper, &Ok);
+  EXPECT_FALSE(Ok);
+  EXPECT_EQ(faults(*Untyped), (std::vector<std::pair<unsigned, std::string>>{
+                                  {2, "Warning extra field information ignored."}}));
+  EXPECT_EQ(faults(*Untyped->node(0, 0)),
+            (std::vector<std::pair<unsigned, std::string>>{{0, "Required field: XCN.Id not present."}}));
+  EXPECT_TRUE(Untyped->node(1, 0)->isNull());
+  EXPECT_EQ(faults(*Untyped->node(2, 0)),
+            (std::vector<std::pair<unsigned, std::string>>{{3, "Field Code length longer than the maximum 3 allowed"}}));
+  EXPECT_STREQ(Untyped->node(2, 0)->getValue(), "ABCD");
+  EXPECT_EQ(Untyped->countOfSubNode(), 3u);
+  EXPECT_EQ(Untyped->node(2, 0)->getLabel(), "Code");
+}
+
+TEST(QVPcompositeGenerator, ASingleValueIsTheFirstComponentAndLaterRequiredOnesAreMissing) {
+  QVPcompositeFixture Fixture;
+  Fixture.Composite.setFieldIsRequired(2, true);
+  COLreferencePtr<QVMtypedMessageTree> Typed = new QVMtypedMessageTree;
+  Typed->setStringValue("A^B");
+  COLreferencePtr<QVMuntypedMessageTree> Untyped = new QVMuntypedMessageTree;
+  bool Ok = true;
+  SCCescaper Escaper;
+  QVPcompositeGenerator().generateComposite(*Typed, *Untyped, Fixture.Composite, Escaper, &Ok);
+  EXPECT_FALSE(Ok);
+  ASSERT_EQ(Untyped->countOfError(), 1u);
+  EXPECT_EQ(Untyped->errorDescription(0).str().rfind("Required fields missing: Field[3] Code", 0), 0u)
+      << Untyped->errorDescription(0).str();
+  EXPECT_STREQ(Untyped->node(0, 0)->getValue(), "A\\S\\B");
+}
+
+TEST(QVMsegmentGenerator, MissingRequiredFieldsAreRecordedAndTooManyRepeatsStopGeneration) {
+  QVPcompositeFixture Fixture;
+  QVMcompositeGrammar Plain;
+  QVMcompositeGrammarAddField(Plain);
+  QVMsegmentGrammar Segment;
+  Segment.setName("ZPI");
+  for (const char* Name : {"Kind", "Names", "Tail"}) {
+    const uint32_t Field = QVMsegmentGrammarAddFieldWithoutInitialization(Segment);
+    Segment.setFieldName(Field, Name);
+    Segment.setFieldType(Field, &Plain);
+  }
+  Segment.setIsFieldRequired(0, true);
+  Segment.setIsFieldRequired(2, true);
+  Segment.setFieldMaxRepeat(1, 1);
+  COLreferencePtr<QVMtypedMessageTree> Typed = new QVMtypedMessageTree;
+  Typed->makeNodeUpTo(1, 0)->setStringValue("a");
+  Typed->makeNodeUpTo(1, 1)->setStringValue("b");
+  COLreferencePtr<QVMuntypedMessageTree> List = new QVMuntypedMessageTree;
+  bool Ok = true;
+  SCCescaper Escaper;
+  LAGenvironment Environment;
+  EXPECT_FALSE(QVMsegmentGenerator().generateSegment(nullptr, *Typed, *List, Segment, Escaper, &Ok, Environment));
+  const QVMuntypedMessageTree& Out = *List->node(0, 0);
+  ASSERT_EQ(Out.countOfError(), 1u);
+  EXPECT_EQ(Out.errorDescription(0).str().rfind("Required fields missing: Field[3] Tail", 0), 0u);
+  ASSERT_EQ(Out.node(1, 0)->countOfError(), 1u);
+  EXPECT_EQ(Out.node(1, 0)->errorDescription(0).str().rfind("Required Field[1] Kind", 0), 0u);
+  EXPECT_EQ(QVPgenerateFaultReport(*List).str(),
+            "1: 0: Required fields missing: Field[3] Tail (), 0\n"
+            "1.2: 0: Required Field[1] Kind (), 0 not present.\n");
+
+  Typed->makeNodeUpTo(1, 2)->setStringValue("c");
+  EXPECT_EQ(errorText([&] { QVMsegmentGenerator().generateSegment(nullptr, *Typed, *List, Segment, Escaper, &Ok,
+                                                                  Environment); }),
+            "Field Names in segment ZPI only has 1 repeats allowed.  You can change this by editing the grammar of "
+            "this segment.");
+  Segment.setFieldMaxRepeat(1, 0);
+  EXPECT_EQ(errorText([&] { QVMsegmentGenerator().generateSegment(nullptr, *Typed, *List, Segment, Escaper, &Ok,
+                                                                  Environment); }),
+            "Field Names in segment ZPI is not repeating.  You can change this by editing the grammar of this "
+            "segment.");
+}
+
+TEST(QVMidentifierLiteral, OnlyPlainPatternsGiveAText) {
+  COLstring Literal;
+  EXPECT_TRUE(QVMidentifierLiteralText("^ADT$", Literal));
+  EXPECT_EQ(Literal.str(), "ADT");
+  EXPECT_TRUE(QVMidentifierLiteralText("A01", Literal));
+  EXPECT_EQ(Literal.str(), "A01");
+  EXPECT_FALSE(QVMidentifierLiteralText("^A0[1-4]$", Literal));
+  EXPECT_FALSE(QVMidentifierLiteralText("AD.", Literal));
+}
+
+}  // namespace

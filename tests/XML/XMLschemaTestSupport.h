@@ -1,0 +1,63 @@
+// Schemas shared by the schema model, formatter and xmllint tests.
+#pragma once
+
+#include <initializer_list>
+
+#include "COLstring.h"
+#include "XMLschema.h"
+
+namespace XMLschemaTest {
+
+// The lines, each ended by `lineEnd`.
+inline COLstring joinLines(std::initializer_list<const char*> lines, const char* lineEnd = "\r\n") {
+  COLstring Text;
+  for (const char* Line : lines) {
+    Text += Line;
+    Text += lineEnd;
+  }
+  return Text;
+}
+
+inline XMLschemaElement* stringElement(const char* name, unsigned minOccurs = 1, unsigned maxOccurs = 1) {
+  auto* Element = new XMLschemaElement(name, &XMLschemaSimple::String, true);
+  Element->setMinOccurs(minOccurs);
+  Element->setMaxOccurs(maxOccurs);
+  return Element;
+}
+
+// Every node kind and type kind: a global "Patient" with an inline collection holding
+// integer, double, date-time and inline enumeration elements, an element of the named
+// collection "AddressType", a reference to the global "Note", and a nested sequence.
+// Patient's own occurs (0, unbounded) must never show, since it is global.
+inline void buildPatientSchema(XMLschema& schema) {
+  constexpr unsigned Unbounded = XMLschemaNode::OccursUnbounded;
+  auto* Patient = new XMLschemaCollection();
+  XMLschemaElement* PatientElement = schema.attachElement(new XMLschemaElement("Patient", Patient, false));
+  PatientElement->setMinOccurs(0);
+  PatientElement->setMaxOccurs(Unbounded);
+  XMLschemaElement* Note = schema.attachElement(stringElement("Note"));
+  auto* Address = static_cast<XMLschemaCollection*>(schema.attachType(new XMLschemaCollection("AddressType")));
+  Address->attachElement(stringElement("Street"));
+  Address->attachElement(stringElement("City", 0));
+
+  Patient->attachElement(new XMLschemaElement("Id", &XMLschemaSimple::Integer, true));
+  Patient->attachElement(new XMLschemaElement("Weight", &XMLschemaSimple::Double, true))->setMinOccurs(0);
+  Patient->attachElement(new XMLschemaElement("Born", &XMLschemaSimple::DateTime, true))->setMinOccurs(0);
+  auto* Gender = new XMLschemaEnumeration();
+  Gender->addValue("M");
+  Gender->addValue("F");
+  Patient->attachElement(new XMLschemaElement("Gender", Gender, false));
+  XMLschemaElement* Home = Patient->attachElement(new XMLschemaElement("Address", Address, true));
+  Home->setMinOccurs(0);
+  Home->setMaxOccurs(Unbounded);
+  XMLschemaReference* NoteReference = Patient->attachElementReference(new XMLschemaReference(Note));
+  NoteReference->setMinOccurs(0);
+  NoteReference->setMaxOccurs(Unbounded);
+  XMLschemaSequence* Kin = Patient->attachSequence(new XMLschemaSequence());
+  Kin->setMinOccurs(0);
+  Kin->setMaxOccurs(3);
+  Kin->attachElement(stringElement("Kin"));
+  Kin->attachElement(stringElement("Phone", 1, Unbounded));
+}
+
+}  // namespace XMLschemaTest

@@ -1,0 +1,71 @@
+// The shared corpus of real HL7 v2 messages as tests read it: where it lies, its messages
+// file by file, and the bundled standard definition that suits each message's version.
+#pragma once
+
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "MLGreader.h"
+
+inline const std::filesystem::path TSTcorpusDirectory =
+    std::filesystem::path(MSGBRIDGE_SOURCE_DIR) / ".." / "shared" / "corpus" / "hl7";
+
+// The messages of a batch file: its batch header and trailer lines dropped, a message begun at
+// each MSH, whatever line ends the file uses (the corpus has batches with CR alone).
+inline std::vector<std::string> TSTbatchMessages(const std::filesystem::path& Path) {
+  std::ifstream In(Path, std::ios::binary);
+  std::stringstream Text;
+  Text << In.rdbuf();
+  std::vector<std::string> Messages;
+  std::string Line;
+  for (char C : Text.str() + "\r") {
+    if (C != '\r' && C != '\n') {
+      Line += C;
+      continue;
+    }
+    if (Line.empty()) continue;
+    const std::string Kind = Line.substr(0, 3);
+    if (Kind == "MSH") Messages.emplace_back();
+    if (Kind != "FHS" && Kind != "BHS" && Kind != "BTS" && Kind != "FTS" && !Messages.empty())
+      Messages.back() += Line + "\r";
+    Line.clear();
+  }
+  return Messages;
+}
+
+// The messages of a log as the tool's readers hand them out; false when no log format is
+// recognised.
+inline bool TSTlogMessages(const std::filesystem::path& Path, std::vector<std::string>& Messages) {
+  std::unique_ptr<MLGreader> Reader(MLGfactoryOpen(Path.string().c_str()));
+  if (!Reader) return false;
+  while (Reader->hasNextMessage()) Messages.push_back(Reader->nextMessage().c_str());
+  return true;
+}
+
+// MSH-12 read with the message's own field separator; empty when the header is shorter.
+inline std::string TSTversionOf(const std::string& Message) {
+  const size_t Start = Message.find("MSH");
+  if (Start == std::string::npos || Message.size() < Start + 4) return "";
+  const std::string Header = Message.substr(Start, Message.find('\r', Start) - Start);
+  const char Separator = Header[3];
+  // The separator at 3 stands before MSH-2; ten more lead to MSH-12.
+  size_t At = 3;
+  for (int Field = 2; Field < 12; ++Field) {
+    At = Header.find(Separator, At + 1);
+    if (At == std::string::npos) return "";
+  }
+  return Header.substr(At + 1, Header.find(Separator, At + 1) - At - 1);
+}
+
+// The bundled definition for a version; versions without a file of their own take the nearest.
+inline std::string TSTdefinitionFor(const std::string& Version) {
+  for (const char* Prefix : {"2.1", "2.2", "2.3"})
+    if (Version.rfind(Prefix, 0) == 0) return "2.3.1";
+  if (Version.rfind("2.4", 0) == 0) return "2.4";
+  if (Version.rfind("2.5", 0) == 0) return "2.5.1";
+  return "2.7.1";
+}

@@ -1,0 +1,581 @@
+#!/usr/bin/env node
+// Writes a version-one definition (.vmd) of one standard HL7 v2 version from the
+// hl7-dictionary data set, in exactly the layout the engine's saver produces, so that a
+// load and a save of a generated file give the same bytes back.
+//
+//   node gen-hl7-definitions.js DICTIONARY_DIR VERSION OUT.vmd
+//
+// Prints one line of counts (tab separated) for the manifest:
+//   version, data-set messages, structures, data-set segments, stub segments, data types, tables
+'use strict';
+
+const fs = require('fs');
+const path = require('path');
+
+const [dictionaryDir, version, outFile] = process.argv.slice(2);
+if (!dictionaryDir || !version || !outFile) {
+  process.stderr.write('usage: gen-hl7-definitions.js DICTIONARY_DIR VERSION OUT.vmd\n');
+  process.exit(2);
+}
+const dictionary = require(path.resolve(dictionaryDir));
+const packageVersion = JSON.parse(fs.readFileSync(path.join(dictionaryDir, 'package.json'), 'utf8')).version;
+const data = dictionary.definitions[version];
+if (!data) {
+  process.stderr.write(`the data set has no version ${version}\n`);
+  process.exit(2);
+}
+
+// ---------------------------------------------------------------- text helpers
+
+// Descriptions are kept to printable ASCII so that the file reads the same everywhere.
+function plain(text) {
+  return String(text || '')
+    .normalize('NFKD')
+    .replace(/[\u2018\u2019]/g, "'")
+    .replace(/[\u201c\u201d]/g, '"')
+    .replace(/[\u2013\u2014]/g, '-')
+    .replace(/[^\x20-\x7e]/g, '')
+    .replace(/\s+/g, ' ')
+    .trim();
+}
+
+function escapeData(text) {
+  return text.replace(/[&<>"']/g, (c) => ({ '&': '&amp;', '<': '&lt;', '>': '&gt;', '"': '&quot;', "'": '&apos;' })[c]);
+}
+
+// "Set ID - PID" -> "SetIdPid": the names of fields, components and columns.
+function camel(text) {
+  const words = plain(text).replace(/'/g, '').split(/[^A-Za-z0-9]+/).filter(Boolean);
+  let name = words.map((w) => w[0].toUpperCase() + w.slice(1).toLowerCase()).join('');
+  if (!name) name = 'Field';
+  if (/^[0-9]/.test(name)) name = 'F' + name;
+  return name;
+}
+
+// Names unique within one owner: a repeated name takes the position as suffix.
+function uniqueNames(descriptions) {
+  const seen = new Set();
+  return descriptions.map((d, i) => {
+    let name = camel(d);
+    if (seen.has(name)) name = `${name}${i + 1}`;
+    while (seen.has(name)) name += '_';
+    seen.add(name);
+    return name;
+  });
+}
+
+const compareText = (a, b) => (a < b ? -1 : a > b ? 1 : 0);
+
+// ---------------------------------------------------------------- output in the saver's layout
+
+class Writer {
+  constructor() {
+    this.lines = [];
+    this.depth = 0;
+  }
+  indent() {
+    return '   '.repeat(this.depth);
+  }
+  start(name, key, value) {
+    const attribute = key === undefined ? '' : ` ${key}="${escapeData(String(value))}"`;
+    this.lines.push(`${this.indent()}<${name}${attribute}>`);
+    this.depth++;
+  }
+  end(name) {
+    this.depth--;
+    this.lines.push(`${this.indent()}</${name}>`);
+  }
+  prop(name, value) {
+    this.lines.push(`${this.indent()}<${name}>${escapeData(String(value))}</${name}>`);
+  }
+  flag(name, value) {
+    this.prop(name, value ? 'True' : 'False');
+  }
+  index(name, value) {
+    this.prop(name, value === undefined || value === null ? -1 : value);
+  }
+  address(steps) {
+    this.start('node_address');
+    for (const node of steps) {
+      this.start('pair');
+      this.index('node_index', node);
+      this.index('repeat_index', 0);
+      this.end('pair');
+    }
+    this.end('node_address');
+  }
+  text() {
+    return this.lines.join('\n') + '\n';
+  }
+}
+
+// ---------------------------------------------------------------- data types
+
+// Leaf types that are not plain strings. Everything else without components is a string.
+const dateTimeMasks = {
+  DT: { description: 'Date', mask: ['YYYY', 'MM', 'DD'] },
+  TM: { description: 'Time', mask: ['HH', 'mm', 'SS', '.SSSS', '+/-ZZZZ'] },
+  DTM: { description: 'Date and time', mask: ['YYYY', 'MM', 'DD', 'HH', 'mm', 'SS', '.SSSS', '+/-ZZZZ'] },
+};
+const numericLeaf = { NM: 'Double', SI: 'Integer' };
+
+// The leaf that a primitive type stands for: { type, dateTime }; null for plain text.
+function primitiveLeaf(code) {
+  if (numericLeaf[code]) return { type: numericLeaf[code] };
+  const dateTimeName = code === 'TS' || code === 'DTM' ? 'DTM' : dateTimeMasks[code] ? code : null;
+  return dateTimeName ? { type: 'DateTime', dateTime: dateTimeName } : null;
+}
+
+function componentsOf(code) {
+  const type = data.fields[code];
+  return (type && type.subfields) || [];
+}
+
+// One composite per data type. A type with components lists them; a primitive gets one
+// component "Value" of its type (text unless numeric or date-time), so that a table column
+// mapped to the field as a whole takes that type.
+function buildComposites() {
+  const codes = Object.keys(data.fields).sort(compareText);
+  const composites = new Map();
+  for (const code of codes) {
+    const components = componentsOf(code);
+    const composite = { name: code, description: plain(data.fields[code].desc), fields: [] };
+    if (components.length === 0) {
+      const leaf = primitiveLeaf(code) || { type: 'String' };
+      composite.fields.push({ name: 'Value', maxLength: -1, required: false, restricted: false, ...leaf });
+    } else {
+      const names = uniqueNames(components.map((c) => c.desc));
+      components.forEach((c, i) => composite.fields.push(componentField(names[i], c)));
+    }
+    composites.set(code, composite);
+  }
+  return composites;
+}
+
+function componentField(name, component) {
+  const length = Number.isInteger(component.len) && component.len > 0 ? component.len : -1;
+  const field = { name, required: component.opt === 2, maxLength: length, restricted: length > 0 };
+  const inner = componentsOf(component.datatype);
+  if (inner.length > 0 && data.fields[component.datatype]) {
+    // A component with components of its own: the length of the whole is not checked.
+    return { ...field, type: 'Composite', composite: component.datatype, maxLength: -1, restricted: false };
+  }
+  const leaf = primitiveLeaf(component.datatype);
+  return { ...field, ...(leaf || { type: 'String' }) };
+}
+
+// ---------------------------------------------------------------- segments
+
+// The data set joins the alternatives of a choice with commas ("OBR,RQD,RQ1").
+function choiceNames(name) {
+  return name.split(',').map((n) => n.trim()).filter(Boolean);
+}
+
+function buildSegments() {
+  const names = new Set(Object.keys(data.segments));
+  const stubs = new Set();
+  const visit = (nodes) => {
+    for (const node of nodes) {
+      if (node.children) visit(node.children);
+      else for (const name of choiceNames(node.name)) if (!names.has(name)) stubs.add(name);
+    }
+  };
+  for (const message of Object.values(data.messages)) visit(message.segments.segments);
+  // MSH stands first: identifiers refer to segment 0.
+  const ordered = [...names, ...stubs].sort((a, b) => (a === 'MSH' ? -1 : b === 'MSH' ? 1 : compareText(a, b)));
+  const segments = ordered.map((name) => {
+    const source = data.segments[name];
+    let fields = source ? source.fields : [];
+    const fieldNames = uniqueNames(fields.map((f) => f.desc));
+    return {
+      name,
+      stub: !source,
+      description: source ? plain(source.desc) : 'Named by a message structure; its fields are not in the data set',
+      firstNumber: 1,
+      fields: fields.map((f, i) => ({
+        name: fieldNames[i],
+        description: plain(f.desc),
+        maxRepeats: f.rep === 0 ? -1 : f.rep > 1 ? f.rep - 1 : 0,
+        required: f.opt === 2,
+        composite: data.fields[f.datatype] ? f.datatype : 'ST',
+      })),
+    };
+  });
+  return { segments, stubCount: stubs.size };
+}
+
+// ---------------------------------------------------------------- messages
+
+// A node of a message grammar: { name, optional, repeating, maxRepeats, segment | children }.
+function grammarNode(node) {
+  const shape = {
+    optional: node.min === 0,
+    repeating: node.max !== 1,
+    maxRepeats: node.max > 1 ? node.max - 1 : 0,
+  };
+  if (node.children) {
+    const children = node.children.map(grammarNode).filter(Boolean);
+    return children.length ? { name: node.name, ...shape, children } : null;
+  }
+  const alternatives = choiceNames(node.name);
+  if (alternatives.length === 0) return null;
+  if (alternatives.length === 1) return { name: alternatives[0], ...shape, segment: alternatives[0] };
+  // A choice becomes a group of optional alternatives: any one of them is accepted.
+  return {
+    name: alternatives.join('_OR_'),
+    ...shape,
+    children: alternatives.map((a) => ({ name: a, optional: true, repeating: false, maxRepeats: 0, segment: a })),
+  };
+}
+
+// Trigger events of one message type that have one grammar share one structure, named after
+// the first of those events: ADT^A01, ADT^A04, ADT^A08 and ADT^A13 -> ADT_A01. The data set
+// leaves the software and user-authentication segments out of the events that borrow another
+// event's structure, so those two optional segments are not compared, and the structure keeps
+// the grammar that has them.
+const optionalHeaderSegments = new Set(['SFT', 'UAC']);
+
+function countNodes(children) {
+  return children.reduce((n, c) => n + 1 + (c.children ? countNodes(c.children) : 0), 0);
+}
+
+function buildStructures() {
+  const byShape = new Map();
+  for (const key of Object.keys(data.messages).sort(compareText)) {
+    const entry = data.messages[key];
+    const match = /^([A-Z0-9]{3})_([A-Z0-9]{3})$/.exec(key);
+    const type = match ? match[1] : key;
+    const event = match ? match[2] : null;
+    const children = entry.segments.segments.map(grammarNode).filter(Boolean);
+    const compared = children.filter((c) => !optionalHeaderSegments.has(c.segment));
+    const shapeKey = `${type}\u0000${event === null}\u0000${JSON.stringify(compared)}`;
+    let structure = byShape.get(shapeKey);
+    if (!structure) {
+      structure = { name: key, type, events: [], description: plain(entry.desc), children };
+      byShape.set(shapeKey, structure);
+    } else if (countNodes(children) > countNodes(structure.children)) {
+      structure.children = children;
+    }
+    if (event) structure.events.push(event);
+  }
+  return [...byShape.values()].sort((a, b) => compareText(a.name, b.name));
+}
+
+// ---------------------------------------------------------------- tables
+
+// One table per segment that has fields, one column per field. A column reads the field as a
+// whole when its type is a plain value or has one component, else the field's first component
+// (a column of a composite with several components would stay empty).
+function buildTables(segments, composites) {
+  const tables = [];
+  for (const segment of segments) {
+    if (segment.fields.length === 0) continue;
+    const columns = segment.fields.map((field, index) => {
+      const { address, type } = columnTarget(index, composites.get(field.composite), composites);
+      return {
+        name: field.name,
+        description: `${segment.name}-${index + segment.firstNumber} ${field.description}`,
+        type,
+        address,
+      };
+    });
+    tables.push({ name: segment.name, description: segment.description, columns });
+  }
+  return tables;
+}
+
+function columnTarget(fieldIndex, composite, composites) {
+  if (composite.fields.length === 0) return { address: [fieldIndex], type: 'String' };
+  if (composite.fields.length === 1) return { address: [fieldIndex], type: leafType(composite.fields[0], composites) };
+  return { address: [fieldIndex, 0], type: leafType(composite.fields[0], composites) };
+}
+
+function leafType(field, composites) {
+  if (field.type !== 'Composite') return field.type;
+  const inner = composites.get(field.composite);
+  return inner.fields.length ? leafType(inner.fields[0], composites) : 'String';
+}
+
+// ---------------------------------------------------------------- the file
+
+const configName = `HL7 v${version}`;
+const mapSetName = 'AllFields';
+
+function writeDefinition() {
+  const composites = buildComposites();
+  const { segments, stubCount } = buildSegments();
+  const structures = buildStructures();
+  const tables = buildTables(segments, composites);
+  const tableNames = new Set(tables.map((t) => t.name));
+  const segmentIds = new Map(segments.map((s, i) => [s.name, i]));
+  const w = new Writer();
+
+  w.start('engine', 'version', '1.0');
+  w.flag('strict_grammar_checking', false);
+  w.flag('java_use_native_double', false);
+  w.flag('use_passthrough_mapping', false);
+  w.index('current_config', 0);
+  w.index('incoming_config', 0);
+  w.index('outgoing_config', 0);
+  w.prop('vmd_description',
+    `HL7 v${version}: every message structure, segment and data type of the standard, generated from ` +
+    `hl7-dictionary ${packageVersion}; every field laid out on one table per segment.`);
+  w.flag('use_dotnet_properties', true);
+
+  w.start('global', 'name', 'global');
+  for (const table of tables) {
+    w.start('table', 'name', table.name);
+    w.prop('description', table.description);
+    w.index('action', 1);
+    for (const column of table.columns) {
+      w.start('column', 'name', column.name);
+      w.prop('description', column.description);
+      w.prop('type', column.type);
+      w.end('column');
+    }
+    w.end('table');
+  }
+  for (const structure of structures) {
+    w.start('message', 'name', structure.name);
+    w.prop('description', structure.description);
+    writeTableGrammarGlobal(w, structure.name, structure.children, tableNames);
+    w.end('message');
+  }
+  w.end('global');
+
+  w.start('config', 'name', configName);
+  for (const name of Object.keys(dateTimeMasks)) {
+    w.start('date_time', 'name', name);
+    w.prop('description', dateTimeMasks[name].description);
+    w.flag('fields_required', false);
+    for (const item of dateTimeMasks[name].mask) w.prop('mask', item);
+    w.end('date_time');
+  }
+  writeComposites(w, composites);
+  writeSegments(w, segments);
+  writeMatchOrder(w, structures);
+  writeTableConfig(w, tables);
+  for (const structure of structures) writeMessageConfig(w, structure, segmentIds, tableNames);
+  writeAppSettings(w, structures);
+  w.end('config');
+  w.end('engine');
+
+  fs.writeFileSync(outFile, w.text());
+  const counts = [version, Object.keys(data.messages).length, structures.length,
+    Object.keys(data.segments).length, stubCount, Object.keys(data.fields).length, tables.length];
+  process.stdout.write(counts.join('\t') + '\n');
+}
+
+// The table grammar mirrors the message grammar: a group per group, a table per segment.
+function tableGrammarChildren(children, tableNames) {
+  const result = [];
+  for (const node of children) {
+    if (node.segment) {
+      if (tableNames.has(node.segment)) result.push({ node, table: node.segment });
+    } else {
+      const sub = tableGrammarChildren(node.children, tableNames);
+      if (sub.length) result.push({ node, children: sub });
+    }
+  }
+  return result;
+}
+
+function writeTableGrammarGlobal(w, name, children, tableNames) {
+  const walk = (items) => {
+    for (const item of items) {
+      if (item.table) {
+        w.start('table_grammar', 'name', item.table);
+        w.prop('type', 'table');
+        w.prop('table_ref', item.table);
+      } else {
+        w.start('table_grammar', 'name', item.node.name);
+        w.prop('type', 'group');
+        walk(item.children);
+      }
+      w.end('table_grammar');
+    }
+  };
+  w.start('table_grammar', 'name', name);
+  w.prop('type', 'group');
+  walk(tableGrammarChildren(children, tableNames));
+  w.end('table_grammar');
+}
+
+function writeComposites(w, composites) {
+  for (const composite of composites.values()) {
+    w.start('composite', 'name', composite.name);
+    w.prop('description', composite.description);
+    for (const field of composite.fields) {
+      w.start('field', 'name', field.name);
+      w.index('max_length', field.maxLength);
+      w.flag('is_required', field.required);
+      w.flag('is_length_restricted', field.restricted);
+      w.prop('data_type', field.type);
+      if (field.type === 'Composite') w.prop('composite_ref', field.composite);
+      if (field.type === 'DateTime') w.prop('datetime_ref', field.dateTime);
+      w.end('field');
+    }
+    w.end('composite');
+  }
+}
+
+function writeSegments(w, segments) {
+  segments.forEach((segment, id) => {
+    w.start('segment', 'id', id);
+    w.prop('name', segment.name);
+    w.prop('description', segment.description);
+    w.flag('has_delimiters', true);
+    for (const field of segment.fields) {
+      w.start('field', 'name', field.name);
+      w.index('max_repeats', field.maxRepeats);
+      w.flag('is_required', field.required);
+      w.index('width', -1);
+      w.prop('in_equation', '');
+      w.prop('out_equation', '');
+      w.prop('composite_ref', field.composite);
+      w.end('field');
+    }
+    w.end('segment');
+  });
+}
+
+// Structures named by a trigger event are tried first; one that only names a message type
+// (ACK) comes after them, so that it takes what no event-specific structure took.
+function matchOrder(structures) {
+  return [...structures.filter((s) => s.events.length), ...structures.filter((s) => !s.events.length)];
+}
+
+function writeMatchOrder(w, structures) {
+  w.start('match');
+  for (const structure of matchOrder(structures)) w.prop('msg', structure.name);
+  w.end('match');
+}
+
+function writeTableConfig(w, tables) {
+  for (const table of tables) {
+    w.start('table', 'name', table.name);
+    for (const column of table.columns) {
+      w.start('column', 'name', column.name);
+      w.flag('is_key', false);
+      w.prop('in_equation', '');
+      w.prop('out_equation', '');
+      w.end('column');
+    }
+    w.start('config_mapset', 'name', mapSetName);
+    for (const column of table.columns) {
+      w.start('mapset');
+      w.address(column.address);
+      w.end('mapset');
+    }
+    w.end('config_mapset');
+    w.end('table');
+  }
+}
+
+// The parsed MSH keeps its field separator as field 0, so MSH-9 is field 8: component 0
+// the message type, component 1 the trigger event.
+const messageTypeField = 8;
+
+function writeMessageConfig(w, structure, segmentIds, tableNames) {
+  w.start('message', 'name', structure.name);
+  w.flag('ignore_unknown_segments', true);
+  w.flag('ignore_segment_order', false);
+  w.prop('in_equation', '');
+  w.prop('out_equation', '');
+  const identifiers = [[`^${structure.type}$`, 0]];
+  if (structure.events.length === 1) identifiers.push([`^${structure.events[0]}$`, 1]);
+  else if (structure.events.length > 1) identifiers.push([`^(${structure.events.join('|')})$`, 1]);
+  for (const [value, component] of identifiers) {
+    w.start('identifier');
+    w.index('segment_ref', segmentIds.get('MSH'));
+    w.prop('value', value);
+    w.address([messageTypeField, component]);
+    w.end('identifier');
+  }
+  w.start('segment_list_function_hook');
+  w.prop('name', '');
+  w.prop('module', '');
+  w.end('segment_list_function_hook');
+
+  // Ids are positions in a pre-order walk, as the saver numbers them.
+  const ids = new Map();
+  let next = 0;
+  const writeNode = (node) => {
+    const id = next++;
+    ids.set(node, id);
+    w.start('message_grammar', 'id', id);
+    w.prop('name', node.name);
+    w.flag('is_optional', node.optional);
+    w.flag('is_repeating', node.repeating);
+    w.flag('ignore_segment_order', false);
+    w.index('max_repeats', node.maxRepeats);
+    if (node.segment) {
+      w.prop('type', 'segment');
+      w.index('segment_ref', segmentIds.get(node.segment));
+    } else {
+      w.prop('type', 'group');
+      node.children.forEach(writeNode);
+    }
+    w.end('message_grammar');
+  };
+  const root = { name: structure.name, optional: false, repeating: false, maxRepeats: 0, children: structure.children };
+  writeNode(root);
+  w.index('grammar_root_ref', 0);
+
+  const walk = (items) => {
+    for (const item of items) {
+      w.start('table_grammar', 'name', item.table || item.node.name);
+      w.index('grammar_root_ref', ids.get(item.node));
+      if (item.table) {
+        w.prop('type', 'table');
+        w.index('grammar_field_index', -1);
+        w.prop('mapset_ref', mapSetName);
+      } else {
+        w.prop('type', 'group');
+        walk(item.children);
+      }
+      w.end('table_grammar');
+    }
+  };
+  w.start('table_grammar', 'name', structure.name);
+  w.prop('type', 'group');
+  walk(tableGrammarChildren(structure.children, tableNames));
+  w.end('table_grammar');
+  w.end('message');
+}
+
+function writeAppSettings(w, structures) {
+  const ack = structures.find((s) => s.name === 'ACK');
+  const settings = [
+    ['ack_message', ack ? 'ACK' : ''], ['eom_char', 0], ['octal_escape_char', 48], ['escape_default', 92],
+    ['escape_escape_char', 69], ['escape_position', 6], ['stub_file_dir', 'c:\\temp'], ['stub_file_language', ''],
+    ['stub_file_prefix', 'HL7'], ['output_trailing_separators', 'False'], ['parse_separator_chars', 'True'],
+    ['lowest_unescaped_char', 32], ['highest_unescaped_char', 255], ['preset_config', 'True'],
+    ['main_equation', ''], ['postprocess_equation', ''], ['main_out_equation', ''], ['postprocess_out_equation', ''],
+    ['output_segment_line_feed', 'False'], ['xml_delimiter', 46], ['xml_translation_type', 'TABLE - Long Tags'],
+    ['use_segment_checker3', 'False'], ['xml_schema_single_file', 'True'], ['header_fields_to_skip', 3],
+    ['disable_untyped_tree_in_exception', 'False'], ['maximum_repeat_mapping_limit', 2],
+    ['database_equation_on', 'False'], ['disable_python_none', 'True'], ['header_segment', 'MSH'],
+    ['last_message_matches_all', 'False'], ['parser_version', 2], ['escape_data_for_xml_to_hl7', 'True'],
+    ['validate_data_for_xml_to_hl7', 'True'],
+  ];
+  w.start('app_settings');
+  for (const [name, value] of settings) w.prop(name, value);
+  // Segment, field and repeat, component, sub-component: CR, | and ~, ^, &, with the
+  // positions of the delimiters in MSH and the letters of their escapes.
+  const levels = [
+    [13, 0, 0, 0, -1, -1],
+    [124, 126, 70, 82, 3, 5],
+    [94, 0, 83, 0, 4, -1],
+    [38, 0, 84, 0, 7, -1],
+  ];
+  for (const level of levels) {
+    w.start('separator_info');
+    ['sep_char_default', 'repeat_char_default', 'sep_char_escape', 'repeat_char_escape', 'sep_char_position',
+      'repeat_char_position'].forEach((name, i) => w.prop(name, level[i]));
+    w.end('separator_info');
+  }
+  w.end('app_settings');
+}
+
+writeDefinition();
