@@ -1,7 +1,9 @@
 // Fuzz target: the XML event parsers and the document tree on any bytes.  Besides not
 // crashing, it checks that
 // - a document that parses, written out and parsed again, gives an equal tree, and writing
-//   that tree gives the same bytes (the writer is stable);
+//   that tree gives the same bytes (the writer is stable); the one exception is a name with a
+//   character beyond ASCII, because Expat's name classes for 8-bit and UTF-16 input are wider
+//   than for UTF-8 (it takes "\xB5" as a name in Latin-1 or UTF-16, not in UTF-8);
 // - a refused document always comes with a printable error code and a line number;
 // - the 8-bit parser accepts exactly what the tree parser accepts, unless it meets a
 //   character beyond 8 bits or the depth limit is at work.
@@ -9,6 +11,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <string>
+#include <vector>
 
 #include "COLerror.h"
 #include "SGXxmlDom.h"
@@ -32,6 +35,25 @@ public:
   void onCharacterData(const char*, int) override { ++events; }
   void onComment(const char*) override { ++events; }
 };
+
+bool hasNonAsciiName(const SGXxmlDomNodeElement& root) {
+  auto nonAscii = [](const COLstring& name) {
+    for (const char c : name.view())
+      if (static_cast<unsigned char>(c) >= 0x80) return true;
+    return false;
+  };
+  std::vector<const SGXxmlDomNodeElement*> Pending{&root};
+  while (!Pending.empty()) {
+    const SGXxmlDomNodeElement* Element = Pending.back();
+    Pending.pop_back();
+    if (nonAscii(Element->name())) return true;
+    for (const auto& Attribute : Element->attributes())
+      if (nonAscii(Attribute.first)) return true;
+    for (size_t Index = 0; Index < Element->countOfChild(); ++Index)
+      if (const SGXxmlDomNodeElement* Child = Element->child(Index).asElement()) Pending.push_back(Child);
+  }
+  return false;
+}
 
 }  // namespace
 
@@ -63,7 +85,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   COLstring Written;
   SGXxmlDomWrite(First, Written);
   SGXxmlDomNodeElement Second;
-  check(Parser.parse(Written, Second), "written tree parses");
+  if (!Parser.parse(Written, Second)) {
+    check(hasNonAsciiName(First), "written tree parses");
+    return 0;
+  }
   check(SGXxmlDomEqual(First, Second), "written tree reads back equal");
   COLstring Again;
   SGXxmlDomWrite(Second, Again);
