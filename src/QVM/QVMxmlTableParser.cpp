@@ -162,7 +162,13 @@ void QVMxmlTableParser::storeValue() {
     case QVMdateTimeType: {
       int Year, Month, Day, Hour, Minute, Second;
       QVMxmlTableParseDateTime(m_CharacterData, Year, Month, Day, Hour, Minute, Second);
-      Table.setDateTime(m_ColumnIndex, Row, COLdateTime(Year, Month, Day, Hour, Minute, Second));
+      // A date the calendar refuses (month 13, 30 February, year -42) would be stored as some
+      // other day or print as nothing: refuse it here, where the reader can still say which.
+      COLdateTime Value;
+      if (Value.setDateTime(Year, Month, Day, Hour, Minute, Second) != 0 || Hour > 23 || Minute > 59 || Second > 59 ||
+          Hour < 0 || Minute < 0 || Second < 0)
+        throw COLerror(m_CharacterData + " is not a valid date/time format.", COL_ERROR_PRECONDITION);
+      Table.setDateTime(m_ColumnIndex, Row, Value);
       break;
     }
     default:

@@ -153,6 +153,11 @@ TEST_F(QVMtableXml, ReaderRefusesWhatTheDefinitionDoesNotHave) {
   EXPECT_EQ(failure("<I><ADT_A01><Orders/></ADT_A01></I>"), "The table/group Orders is not present in the message ADT_A01");
   EXPECT_EQ(failure("<I><ADT_A01><Patient><Born>2004-03-05T12</Born></Patient></ADT_A01></I>"),
             "2004-03-05T12 is not a valid date/time format.");
+  // Dates the calendar cannot hold are refused rather than stored as another day or lost.
+  for (const char* Date : {"2004-13-05", "2003-02-29T00:00:00", "-042302-01T08:00:00", "2004-03-05T24:00:00",
+                           "2004-03-05T12:60:00", "0099-12-31"})
+    EXPECT_EQ(failure(std::string("<I><ADT_A01><Patient><Born>") + Date + "</Born></Patient></ADT_A01></I>"),
+              std::string(Date) + " is not a valid date/time format.");
 }
 
 TEST(QVMconverterRegistry, NamesAliasesAndKinds) {

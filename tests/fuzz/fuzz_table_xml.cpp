@@ -56,7 +56,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* Data, size_t Size) {
     Converter->outputTableInXml(Printed[Round], Again);
   }
   if (Printed[1] != Printed[2]) {
-    __builtin_fprintf(stderr, "table XML changed on a round trip\n");
+    __builtin_fprintf(stderr, "first print:\n%s\n", Printed[0].c_str());
+    __builtin_fprintf(stderr, "table XML changed on a round trip:\n%s\n---\n%s\n", Printed[1].c_str(),
+                      Printed[2].c_str());
     std::abort();
   }
   return 0;
