@@ -88,3 +88,20 @@ private:
   unsigned m_CountOfSegmentInMessage = 0;
   unsigned m_CountOfGeneratedSegment = 0;
 };
+
+// Points an environment at the table a message fills or is generated from, for one scope; the
+// table it pointed at before comes back at the end, so scopes may nest.
+class LAGresultTableScope {
+public:
+  LAGresultTableScope(LAGenvironment& environment, QVMtableInternal& table)
+      : m_Environment(environment), m_Previous(environment.resultTable()) {
+    environment.setResultTable(&table);
+  }
+  ~LAGresultTableScope() { m_Environment.setResultTable(m_Previous); }
+  LAGresultTableScope(const LAGresultTableScope&) = delete;
+  LAGresultTableScope& operator=(const LAGresultTableScope&) = delete;
+
+private:
+  LAGenvironment& m_Environment;
+  QVMtableInternal* m_Previous;
+};

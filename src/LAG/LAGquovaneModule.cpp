@@ -8,30 +8,17 @@
 #include "LAGexecute.h"
 #include "LAGquovane.h"
 #include "QVMconfig.h"
-#include "QVMtableDefinitionInternal.h"
 
 namespace {
-
-PyObject* LAGone() { return PyLong_FromLong(1); }
-
-PyObject* LAGtext(const COLstring& text) { return LANstringToPython(text); }
-
-PyObject* LAGchar(char c) { return LANstringToPython(&c, 1); }
-
-// --- the environment object
 
 struct LAGquovaneEnvironmentObject {
   PyObject_HEAD
   LAGenvironment* pEnvironment;
 };
 
-struct LAGquovaneTableDefinitionObject {
-  PyObject_HEAD
-  QVMtableDefinitionInternal* pTableDefinition;
-};
-
 extern PyTypeObject LAGenvironmentType;
-extern PyTypeObject LAGtableDefinitionType;
+
+}  // namespace
 
 LAGenvironment* LAGenvironmentOf(PyObject* object) {
   if (!PyObject_TypeCheck(object, &LAGenvironmentType)) {
@@ -44,16 +31,29 @@ LAGenvironment* LAGenvironmentOf(PyObject* object) {
   return environment;
 }
 
-PyObject* environmentTableDefinition(PyObject* self, PyObject*) {
-  LAGenvironment* environment = LAGenvironmentOf(self);
+namespace {
+
+PyObject* LAGone() { return PyLong_FromLong(1); }
+
+PyObject* LAGtext(const COLstring& text) { return LANstringToPython(text); }
+
+PyObject* LAGchar(char c) { return LANstringToPython(&c, 1); }
+
+// --- the environment object
+
+// The work of an environment method or function, once its environment is known to be live.
+template <class Body>
+PyObject* LAGwithEnvironment(PyObject* object, Body body) {
+  LAGenvironment* environment = LAGenvironmentOf(object);
   if (environment == nullptr) return nullptr;
-  if (environment->tableDefinition() == nullptr) {
-    PyErr_SetString(PyExc_RuntimeError, "Failed precondition: TableDefinition->pTableDefinition != NULL");
-    return nullptr;
-  }
-  auto* object = PyObject_New(LAGquovaneTableDefinitionObject, &LAGtableDefinitionType);
-  if (object != nullptr) object->pTableDefinition = environment->tableDefinition();
-  return reinterpret_cast<PyObject*>(object);
+  return LANguard([&] { return body(*environment); });
+}
+
+PyObject* environmentTableDefinition(PyObject* self, PyObject*) {
+  return LAGwithEnvironment(self, [&](LAGenvironment& environment) {
+    COL_PRECONDITION_TEXT(environment.tableDefinition() != nullptr, "TableDefinition->pTableDefinition != NULL");
+    return LAGnewTableDefinitionObject(self, environment.tableDefinition());
+  });
 }
 
 PyObject* environmentCountOfGeneratedSegment(PyObject* self, PyObject*) {
@@ -82,14 +82,11 @@ PyObject* environmentInputSegmentIterator(PyObject* self, PyObject*) {
 }
 
 PyObject* environmentOutputTable(PyObject* self, PyObject*) {
-  LAGenvironment* environment = LAGenvironmentOf(self);
-  if (environment == nullptr) return nullptr;
-  if (environment->resultTable() == nullptr) {
-    PyErr_SetString(PyExc_RuntimeError, "Table iterator is not available in this context.");
-    return nullptr;
-  }
-  PyErr_SetString(PyExc_NotImplementedError, "output_table: table iterators are not part of this engine yet.");
-  return nullptr;
+  return LAGwithEnvironment(self, [&](LAGenvironment& environment) -> PyObject* {
+    if (environment.resultTable() == nullptr)
+      throw COLerror("Table iterator is not available in this context.", COL_ERROR_PRECONDITION);
+    return LAGnewTableIteratorObject(self, environment.resultTable());
+  });
 }
 
 PyObject* environmentDateTimeNotBuilt(PyObject* self, PyObject*) {
@@ -109,62 +106,8 @@ PyMethodDef EnvironmentMethods[] = {
     {nullptr, nullptr, 0, nullptr},
 };
 
-PyTypeObject LAGenvironmentType = [] {
-  PyTypeObject type{};
-  type.ob_base.ob_base.ob_refcnt = 1;  // static types are never freed
-  type.tp_name = "Quovane Environment";
-  type.tp_basicsize = sizeof(LAGquovaneEnvironmentObject);
-  type.tp_flags = Py_TPFLAGS_DEFAULT;
-  type.tp_methods = EnvironmentMethods;
-  return type;
-}();
-
-// --- the table definition object
-
-QVMtableDefinitionInternal* LAGtableDefinitionOf(PyObject* self) {
-  return reinterpret_cast<LAGquovaneTableDefinitionObject*>(self)->pTableDefinition;
-}
-
-PyObject* tableDefinitionName(PyObject* self, PyObject*) { return LAGtext(LAGtableDefinitionOf(self)->tableName()); }
-
-PyObject* tableDefinitionDescription(PyObject* self, PyObject*) {
-  return LAGtext(LAGtableDefinitionOf(self)->description());
-}
-
-PyObject* tableDefinitionColumnName(PyObject* self, PyObject* args) {
-  long column = 0;
-  if (!PyArg_ParseTuple(args, "l", &column)) return LANhandleBadArguments("column_name");
-  return LANguard([&] {
-    QVMtableDefinitionInternal* table = LAGtableDefinitionOf(self);
-    // The first column is 1.
-    LANcheckMin(column, 1, "Column Index (first argument)");
-    LANcheckMax(column, static_cast<long long>(table->countOfColumn()) + 1, "Column Index (first argument)");
-    return LAGtext(table->columnName(static_cast<size_t>(column - 1)));
-  });
-}
-
-PyObject* tableDefinitionStr(PyObject* self) {
-  QVMtableDefinitionInternal* table = LAGtableDefinitionOf(self);
-  return LAGtext("Name:        " + table->tableName() + "\r\nDescription: " + table->description());
-}
-
-PyMethodDef TableDefinitionMethods[] = {
-    {"name", tableDefinitionName, METH_NOARGS, nullptr},
-    {"description", tableDefinitionDescription, METH_NOARGS, nullptr},
-    {"column_name", tableDefinitionColumnName, METH_VARARGS, nullptr},
-    {nullptr, nullptr, 0, nullptr},
-};
-
-PyTypeObject LAGtableDefinitionType = [] {
-  PyTypeObject type{};
-  type.ob_base.ob_base.ob_refcnt = 1;  // static types are never freed
-  type.tp_name = "TableDefinition";
-  type.tp_basicsize = sizeof(LAGquovaneTableDefinitionObject);
-  type.tp_flags = Py_TPFLAGS_DEFAULT;
-  type.tp_methods = TableDefinitionMethods;
-  type.tp_str = tableDefinitionStr;
-  return type;
-}();
+PyTypeObject LAGenvironmentType =
+    LAGmakeObjectType("Quovane Environment", sizeof(LAGquovaneEnvironmentObject), EnvironmentMethods, nullptr);
 
 // --- module functions
 
@@ -391,7 +334,6 @@ PyMethodDef QuovaneMethods[] = {
 
 int quovaneExec(PyObject*) {
   if (PyType_Ready(&LAGenvironmentType) < 0) return -1;
-  if (PyType_Ready(&LAGtableDefinitionType) < 0) return -1;
   return 0;
 }
 
@@ -412,6 +354,19 @@ PyObject* LAGnewEnvironmentObject(LAGenvironment* environment) {
   if (object != nullptr) object->pEnvironment = environment;
   return reinterpret_cast<PyObject*>(object);
 }
+
+PyTypeObject LAGmakeObjectType(const char* name, size_t size, PyMethodDef* methods, void (*dealloc)(PyObject*)) {
+  PyTypeObject type{};
+  type.ob_base.ob_base.ob_refcnt = 1;  // static types are never freed
+  type.tp_name = name;
+  type.tp_basicsize = static_cast<Py_ssize_t>(size);
+  type.tp_flags = Py_TPFLAGS_DEFAULT;
+  type.tp_methods = methods;
+  type.tp_dealloc = dealloc;
+  return type;
+}
+
+bool LAGownerIsLive(PyObject* owner) { return owner == nullptr || LAGenvironmentOf(owner) != nullptr; }
 
 void LAGdetachEnvironmentObject(PyObject* object) {
   if (object != nullptr && PyObject_TypeCheck(object, &LAGenvironmentType))
