@@ -8,6 +8,11 @@
 #include "LAGexecute.h"
 #include "LAGquovane.h"
 #include "QVMconfig.h"
+#include "QVMdateTimeGrammar.h"
+#include "QVMdateTimeInternal.h"
+#include "QVMengineInternal.h"
+#include "QVPcompositeGenerator.h"
+#include "SGCcheck.h"
 
 namespace {
 
@@ -89,8 +94,79 @@ PyObject* environmentOutputTable(PyObject* self, PyObject*) {
   });
 }
 
-PyObject* environmentDateTimeNotBuilt(PyObject* self, PyObject*) {
-  return LAGnotBuilt(self, "date-time conversions by grammar name are not part of this engine yet.");
+// --- date-times by the named grammars of the engine
+
+const QVMdateTimeGrammar& LAGdateTimeGrammar(const LAGenvironment& environment, const COLstring& name) {
+  COL_PRECONDITION_TEXT(environment.engine() != nullptr, "Environment.engine() != NULL");
+  const QVMengineInternal& engine = *environment.engine();
+  const uint32_t index = engine.dateTimeGrammarByName(name);
+  if (index >= engine.countOfDateTimeGrammar())
+    throw COLerror("No DateTime Grammar by name " + name, COL_ERROR_RESOURCE);
+  return *engine.dateTimeGrammar(index);
+}
+
+// Arguments of the date-time methods; a wrong call is named with its usage, not the parser's words.
+template <class Body>
+PyObject* LAGdateTimeMethod(PyObject* self, PyObject* args, const char* usage, Body body) {
+  PyObject *first = nullptr, *second = nullptr;
+  COLstring text, name;
+  const bool parsed = PyArg_ParseTuple(args, "OO", &first, &second) && LANstringFromPython(second, name) &&
+                      (PyUnicode_Check(first) ? LANstringFromPython(first, text) : PyNumber_Check(first));
+  return LAGwithEnvironment(self, [&](LAGenvironment& environment) -> PyObject* {
+    if (!parsed) {
+      PyErr_Clear();
+      throw COLerror(usage, COL_ERROR_RESOURCE);
+    }
+    return body(environment, first, text, name);
+  });
+}
+
+double LAGdoubleArgument(PyObject* number, const char* usage) {
+  const double value = PyFloat_AsDouble(number);
+  if (value == -1.0 && PyErr_Occurred()) {
+    PyErr_Clear();
+    throw COLerror(usage, COL_ERROR_RESOURCE);
+  }
+  return value;
+}
+
+PyObject* environmentDateTimeToDouble(PyObject* self, PyObject* args) {
+  static const char* usage =
+      "Invalid arguments for date_time_to_double - date_time_to_double(value,DateTimeGrammarName)";
+  return LAGdateTimeMethod(self, args, usage, [&](LAGenvironment& environment, PyObject* value,
+                                                       const COLstring& text, const COLstring& name) {
+    if (!PyUnicode_Check(value)) throw COLerror(usage, COL_ERROR_RESOURCE);
+    const QVMdateTimeGrammar& grammar = LAGdateTimeGrammar(environment, name);
+    SGMvalue given;
+    given.set(text.data(), static_cast<uint32_t>(text.size()));
+    QVMdateTimeInternal result;
+    if (!SGCdateTimeGrammarConvertStringToDateTime(grammar, given, result))
+      throw COLerror("'" + text + "' is not a date-time by the DateTime Grammar " + name, COL_ERROR_RESOURCE);
+    return PyFloat_FromDouble(result.isNull() ? 0.0 : static_cast<double>(result));
+  });
+}
+
+PyObject* environmentDoubleToDateTime(PyObject* self, PyObject* args) {
+  static const char* usage =
+      "Invalid arguments for double_to_date_time - double_to_date_time(DoubleValue,DateTimeGrammarName)";
+  return LAGdateTimeMethod(self, args, usage, [&](LAGenvironment& environment, PyObject* value,
+                                                       const COLstring&, const COLstring& name) {
+    if (PyUnicode_Check(value)) throw COLerror(usage, COL_ERROR_RESOURCE);
+    const double number = LAGdoubleArgument(value, usage);
+    COLstring text;
+    QVPdateTimeGrammarConvertDateTimeToString(LAGdateTimeGrammar(environment, name), COLdateTime(number), text);
+    return LAGtext(text);
+  });
+}
+
+PyObject* environmentFormatDateTime(PyObject* self, PyObject* args) {
+  static const char* usage =
+      "Invalid arguments for format_date_time - format_date_time(DoubleValue, FormatString)";
+  return LAGdateTimeMethod(self, args, usage, [&](LAGenvironment&, PyObject* value, const COLstring&,
+                                                       const COLstring& format) {
+    if (PyUnicode_Check(value)) throw COLerror(usage, COL_ERROR_RESOURCE);
+    return LAGtext(QVMdateTimeInternal(COLdateTime(LAGdoubleArgument(value, usage))).format(format));
+  });
 }
 
 PyMethodDef EnvironmentMethods[] = {
@@ -98,9 +174,9 @@ PyMethodDef EnvironmentMethods[] = {
     {"table_definition", environmentTableDefinition, METH_NOARGS, nullptr},
     {"count_of_generated_segment", environmentCountOfGeneratedSegment, METH_NOARGS, nullptr},
     {"output_table", environmentOutputTable, METH_NOARGS, nullptr},
-    {"date_time_to_double", environmentDateTimeNotBuilt, METH_VARARGS, nullptr},
-    {"double_to_date_time", environmentDateTimeNotBuilt, METH_VARARGS, nullptr},
-    {"format_date_time", environmentDateTimeNotBuilt, METH_VARARGS, nullptr},
+    {"date_time_to_double", environmentDateTimeToDouble, METH_VARARGS, nullptr},
+    {"double_to_date_time", environmentDoubleToDateTime, METH_VARARGS, nullptr},
+    {"format_date_time", environmentFormatDateTime, METH_VARARGS, nullptr},
     {"get_database", environmentGetDatabase, METH_VARARGS, nullptr},
     {"get_default_database", environmentGetDefaultDatabase, METH_NOARGS, nullptr},
     {nullptr, nullptr, 0, nullptr},

@@ -1,4 +1,5 @@
-// The objects scripts reach beyond their value: the table a message fills or is generated from.
+// The objects scripts reach beyond their value: the table a message fills or is generated from,
+// and date-times by the definition's own grammars.
 // Scripts run as the example definition runs them; each fault is checked by its exact text.
 #include "LANpython.h"
 
@@ -102,6 +103,32 @@ TEST_F(LAGobjectTest, OutboundScriptsSeeTheTableTheMessageComesFrom) {
       "value = value + 'ZZZ|' + p.column('FamilyName', 0) + '\\r'\n");
   const std::string Message = QVPgenerateMessage(context().qvpParseContext(), Index, Table);
   EXPECT_EQ(Message.substr(Message.size() - 11), "ZZZ|OKAFOR\r") << Message;
+}
+
+TEST_F(LAGobjectTest, DateTimesGoByTheNamedGrammar) {
+  // 1960-01-01 is day 21916 of the engine's date-time count; noon is half a day.
+  ASSERT_EQ(postProcess("d = environment.date_time_to_double('19600101120000', 'DTM')\n"
+                        "assert d == 21916.5, d\n"
+                        "assert environment.double_to_date_time(d, 'DTM').startswith('19600101120000'), "
+                        "environment.double_to_date_time(d, 'DTM')\n"
+                        "assert environment.double_to_date_time(21916, 'DTM').startswith('19600101')\n"
+                        "assert environment.format_date_time(d, '%Y-%m-%d %H:%M') == '1960-01-01 12:00'\n"),
+            "");
+  EXPECT_CONTAINS(postProcess("environment.date_time_to_double('1960', 'ISO')"),
+                  "RuntimeError: No DateTime Grammar by name ISO");
+  EXPECT_CONTAINS(postProcess("environment.double_to_date_time(1.0, 'ISO')"),
+                  "RuntimeError: No DateTime Grammar by name ISO");
+  EXPECT_CONTAINS(postProcess("environment.date_time_to_double(1960, 'DTM')"),
+                  "RuntimeError: Invalid arguments for date_time_to_double - "
+                  "date_time_to_double(value,DateTimeGrammarName)");
+  EXPECT_CONTAINS(postProcess("environment.double_to_date_time('1960', 'DTM')"),
+                  "RuntimeError: Invalid arguments for double_to_date_time - "
+                  "double_to_date_time(DoubleValue,DateTimeGrammarName)");
+  EXPECT_CONTAINS(postProcess("environment.format_date_time(1.0)"),
+                  "RuntimeError: Invalid arguments for format_date_time - "
+                  "format_date_time(DoubleValue, FormatString)");
+  EXPECT_CONTAINS(postProcess("environment.date_time_to_double('19601301', 'DTM')"),
+                  "'19601301' is not a date-time by the DateTime Grammar DTM");
 }
 
 }  // namespace
