@@ -8,6 +8,8 @@
 
 typedef struct _typeobject PyTypeObject;
 struct PyMethodDef;
+class QVMmessageGrammar;
+class QVMsegmentValidationRule;
 class QVMtableDefinitionInternal;
 class QVMtableInternal;
 
@@ -24,6 +26,21 @@ LAGenvironment* LAGenvironmentOf(PyObject* object);
 // guarantees the native objects outlive it.
 PyObject* LAGnewTableIteratorObject(PyObject* owner, QVMtableInternal* table);
 PyObject* LAGnewTableDefinitionObject(PyObject* owner, QVMtableDefinitionInternal* definition);
+
+// Told when a situational rule makes an optional grammar required.
+class LAGmessageGrammarListener {
+public:
+  virtual ~LAGmessageGrammarListener() = default;
+  virtual void onRequiredAffected(QVMmessageGrammar& grammar, const QVMsegmentValidationRule* rule,
+                                  bool required) = 0;
+};
+
+// The message grammar of a situational rule, and an iterator that starts at `grammar`; the
+// listener and rule may be null.
+PyObject* LAGnewMessageGrammarObject(QVMmessageGrammar* grammar, LAGmessageGrammarListener* listener,
+                                     const QVMsegmentValidationRule* rule);
+PyObject* LAGnewMessageGrammarIteratorObject(QVMmessageGrammar* grammar, LAGmessageGrammarListener* listener,
+                                             const QVMsegmentValidationRule* rule);
 
 // --- plumbing shared by the object types
 
