@@ -13,6 +13,7 @@ class QVMengineInternal;
 class QVMtableDefinitionInternal;
 class QVMtableGrammarInternal;
 class QVMtableInternal;
+class QVMuntypedMessageTree;
 
 // The kind of script being run.
 enum LAGcontext : uint32_t {
@@ -45,6 +46,10 @@ public:
   void setTableDefinition(QVMtableDefinitionInternal* table) { m_TableDefinition = table; }
   QVMtableInternal* resultTable() const { return m_ResultTable; }
   void setResultTable(QVMtableInternal* table) { m_ResultTable = table; }
+
+  // The message's raw segments, one sub-node each, where the road has them.
+  QVMuntypedMessageTree* segmentList() const { return m_SegmentList; }
+  void setSegmentList(QVMuntypedMessageTree* list) { m_SegmentList = list; }
 
   // The field under a field equation of the current parser, and the pool its new values go to.
   SGMfieldRepeats* field() const { return m_Field; }
@@ -83,6 +88,7 @@ private:
   QVMtableGrammarInternal* m_TableGrammar = nullptr;
   QVMtableDefinitionInternal* m_TableDefinition = nullptr;
   QVMtableInternal* m_ResultTable = nullptr;
+  QVMuntypedMessageTree* m_SegmentList = nullptr;
   SGMfieldRepeats* m_Field = nullptr;
   SGMstringPool* m_StringPool = nullptr;
   unsigned m_CountOfSegmentInMessage = 0;

@@ -26,6 +26,8 @@ LAGenvironment* LAGenvironmentOf(PyObject* object);
 // guarantees the native objects outlive it.
 PyObject* LAGnewTableIteratorObject(PyObject* owner, QVMtableInternal* table);
 PyObject* LAGnewTableDefinitionObject(PyObject* owner, QVMtableDefinitionInternal* definition);
+// An iterator at the first of the environment's raw segments; the list and the engine must be set.
+PyObject* LAGnewSegmentIteratorObject(PyObject* owner, LAGenvironment& environment);
 
 // Told when a situational rule makes an optional grammar required.
 class LAGmessageGrammarListener {

@@ -82,8 +82,13 @@ PyObject* environmentGetDefaultDatabase(PyObject* self, PyObject*) {
 }
 
 PyObject* environmentInputSegmentIterator(PyObject* self, PyObject*) {
-  return LAGnotBuilt(self, "input_segment_iterator works on the legacy parser's segment list, which this "
-                           "engine does not build; use field and segment objects instead.");
+  return LAGwithEnvironment(self, [&](LAGenvironment& environment) -> PyObject* {
+    if (environment.segmentList() == nullptr)
+      throw COLerror("input_segment_iterator works on a list of raw segments, which this engine's parser does "
+                     "not build; use field and segment objects instead.",
+                     COL_ERROR_PRECONDITION);
+    return LAGnewSegmentIteratorObject(self, environment);
+  });
 }
 
 PyObject* environmentOutputTable(PyObject* self, PyObject*) {
