@@ -62,8 +62,8 @@ PyObject* environmentTableDefinition(PyObject* self, PyObject*) {
 }
 
 PyObject* environmentCountOfGeneratedSegment(PyObject* self, PyObject*) {
-  LAGenvironment* environment = LAGenvironmentOf(self);
-  return environment ? PyLong_FromUnsignedLong(environment->countOfGeneratedSegment()) : nullptr;
+  return LAGwithEnvironment(
+      self, [](LAGenvironment& environment) { return PyLong_FromUnsignedLong(environment.countOfGeneratedSegment()); });
 }
 
 // Parts of the environment that need what this build has not got say so by name.
@@ -192,16 +192,23 @@ PyTypeObject LAGenvironmentType =
 
 // --- module functions
 
+void LAGcheckLevel(const LAGenvironment& environment, long level) {
+  LANcheckMin(level, 0, "Char Index (2nd argument)");
+  LANcheckMax(level, static_cast<long long>(environment.config().countOfLevel()), "CharIndex (2nd Argument)");
+}
+
+void LAGcheckFieldAndRepeat(long field, long repeat) {
+  LANcheckMin(field, 0, "FieldIndex (2nd argument)");
+  LANcheckMin(repeat, 0, "RepeatIndex (3rd Argument)");
+}
+
 PyObject* quovaneSeparatorChar(PyObject*, PyObject* args) {
   PyObject* self = nullptr;
   long level = 0;
   if (!PyArg_ParseTuple(args, "Ol", &self, &level)) return LANhandleBadArguments("separator_char");
-  LAGenvironment* environment = LAGenvironmentOf(self);
-  if (environment == nullptr) return nullptr;
-  return LANguard([&] {
-    LANcheckMin(level, 0, "Char Index (2nd argument)");
-    LANcheckMax(level, static_cast<long long>(environment->config().countOfLevel()), "CharIndex (2nd Argument)");
-    return LAGchar(environment->separatorChar(static_cast<unsigned>(level)));
+  return LAGwithEnvironment(self, [&](LAGenvironment& environment) {
+    LAGcheckLevel(environment, level);
+    return LAGchar(environment.separatorChar(static_cast<unsigned>(level)));
   });
 }
 
@@ -222,12 +229,9 @@ PyObject* quovaneSetSeparatorChar(PyObject*, PyObject* args) {
   char c = 0;
   if (!PyArg_ParseTuple(args, "OlO", &self, &level, &text) || !LAGfirstChar(text, c))
     return LANhandleBadArguments("set_separator_char");
-  LAGenvironment* environment = LAGenvironmentOf(self);
-  if (environment == nullptr) return nullptr;
-  return LANguard([&] {
-    LANcheckMin(level, 0, "Char Index (2nd argument)");
-    LANcheckMax(level, static_cast<long long>(environment->config().countOfLevel()), "CharIndex (2nd Argument)");
-    environment->setSeparatorChar(static_cast<unsigned>(level), c);
+  return LAGwithEnvironment(self, [&](LAGenvironment& environment) {
+    LAGcheckLevel(environment, level);
+    environment.setSeparatorChar(static_cast<unsigned>(level), c);
     return LAGone();
   });
 }
@@ -236,9 +240,7 @@ template <class Get>
 PyObject* LAGenvironmentGetter(PyObject* args, const char* name, Get get) {
   PyObject* self = nullptr;
   if (!PyArg_ParseTuple(args, "O", &self)) return LANhandleBadArguments(name);
-  LAGenvironment* environment = LAGenvironmentOf(self);
-  if (environment == nullptr) return nullptr;
-  return LANguard([&] { return get(*environment); });
+  return LAGwithEnvironment(self, get);
 }
 
 template <class Set>
@@ -246,10 +248,8 @@ PyObject* LAGenvironmentCharSetter(PyObject* args, const char* name, Set set) {
   PyObject *self = nullptr, *text = nullptr;
   char c = 0;
   if (!PyArg_ParseTuple(args, "OO", &self, &text) || !LAGfirstChar(text, c)) return LANhandleBadArguments(name);
-  LAGenvironment* environment = LAGenvironmentOf(self);
-  if (environment == nullptr) return nullptr;
-  return LANguard([&] {
-    set(*environment, c);
+  return LAGwithEnvironment(self, [&](LAGenvironment& environment) {
+    set(environment, c);
     return LAGone();
   });
 }
@@ -297,12 +297,9 @@ PyObject* quovaneSubfield(PyObject*, PyObject* args) {
   PyObject* self = nullptr;
   long field = 0, repeat = 0;
   if (!PyArg_ParseTuple(args, "Oll", &self, &field, &repeat)) return LANhandleBadArguments("subfield");
-  LAGenvironment* environment = LAGenvironmentOf(self);
-  if (environment == nullptr) return nullptr;
-  return LANguard([&] {
-    LANcheckMin(field, 0, "FieldIndex (2nd argument)");
-    LANcheckMin(repeat, 0, "RepeatIndex (3rd Argument)");
-    return LAGtext(environment->subfield(static_cast<unsigned>(field), static_cast<unsigned>(repeat)));
+  return LAGwithEnvironment(self, [&](LAGenvironment& environment) {
+    LAGcheckFieldAndRepeat(field, repeat);
+    return LAGtext(environment.subfield(static_cast<unsigned>(field), static_cast<unsigned>(repeat)));
   });
 }
 
@@ -315,12 +312,9 @@ PyObject* quovaneSetSubfield(PyObject*, PyObject* args) {
     PyErr_SetString(PyExc_TypeError, "the text must be a str of characters below 256");
     return LANhandleBadArguments("setsubfield");
   }
-  LAGenvironment* environment = LAGenvironmentOf(self);
-  if (environment == nullptr) return nullptr;
-  return LANguard([&] {
-    LANcheckMin(field, 0, "FieldIndex (2nd argument)");
-    LANcheckMin(repeat, 0, "RepeatIndex (3rd Argument)");
-    environment->setSubField(static_cast<unsigned>(field), static_cast<unsigned>(repeat), bytes);
+  return LAGwithEnvironment(self, [&](LAGenvironment& environment) {
+    LAGcheckFieldAndRepeat(field, repeat);
+    environment.setSubField(static_cast<unsigned>(field), static_cast<unsigned>(repeat), bytes);
     return LAGone();
   });
 }
