@@ -46,7 +46,8 @@ PyObject* LAGnewMessageGrammarIteratorObject(QVMmessageGrammar* grammar, LAGmess
 
 // --- plumbing shared by the object types
 
-// A static type of script objects: made by the engine only, never subclassed.
-PyTypeObject LAGmakeObjectType(const char* name, size_t size, PyMethodDef* methods, void (*dealloc)(PyObject*));
+// A static type of script objects: made by the engine only, never subclassed.  `str` may be null.
+PyTypeObject LAGmakeObjectType(const char* name, size_t size, PyMethodDef* methods, void (*dealloc)(PyObject*),
+                               PyObject* (*str)(PyObject*) = nullptr);
 // True when `owner` is null or a live environment object; else false with the exception set.
 bool LAGownerIsLive(PyObject* owner);

@@ -430,7 +430,8 @@ PyObject* LAGnewEnvironmentObject(LAGenvironment* environment) {
   return reinterpret_cast<PyObject*>(object);
 }
 
-PyTypeObject LAGmakeObjectType(const char* name, size_t size, PyMethodDef* methods, void (*dealloc)(PyObject*)) {
+PyTypeObject LAGmakeObjectType(const char* name, size_t size, PyMethodDef* methods, void (*dealloc)(PyObject*),
+                               PyObject* (*str)(PyObject*)) {
   PyTypeObject type{};
   type.ob_base.ob_base.ob_refcnt = 1;  // static types are never freed
   type.tp_name = name;
@@ -438,6 +439,7 @@ PyTypeObject LAGmakeObjectType(const char* name, size_t size, PyMethodDef* metho
   type.tp_flags = Py_TPFLAGS_DEFAULT;
   type.tp_methods = methods;
   type.tp_dealloc = dealloc;
+  type.tp_str = str;
   return type;
 }
 

@@ -147,12 +147,9 @@ PyMethodDef SegmentIteratorMethods[] = {
     {nullptr, nullptr, 0, nullptr},
 };
 
-PyTypeObject LAGsegmentIteratorType = [] {
-  PyTypeObject type = LAGmakeObjectType("SegmentIterator", sizeof(LAGquovaneSegmentIteratorObject),
-                                        SegmentIteratorMethods, LAGdeallocOwned<Iterator>);
-  type.tp_str = segmentStr;
-  return type;
-}();
+PyTypeObject LAGsegmentIteratorType =
+    LAGmakeObjectType("SegmentIterator", sizeof(LAGquovaneSegmentIteratorObject), SegmentIteratorMethods,
+                      LAGdeallocOwned<Iterator>, segmentStr);
 
 }  // namespace
 

@@ -166,12 +166,9 @@ PyMethodDef TableDefinitionMethods[] = {
     {nullptr, nullptr, 0, nullptr},
 };
 
-PyTypeObject LAGtableDefinitionType = [] {
-  PyTypeObject type = LAGmakeObjectType("TableDefinition", sizeof(LAGquovaneTableDefinitionObject),
-                                        TableDefinitionMethods, LAGdeallocOwned<Definition>);
-  type.tp_str = tableDefinitionStr;
-  return type;
-}();
+PyTypeObject LAGtableDefinitionType =
+    LAGmakeObjectType("TableDefinition", sizeof(LAGquovaneTableDefinitionObject), TableDefinitionMethods,
+                      LAGdeallocOwned<Definition>, tableDefinitionStr);
 
 }  // namespace
 
