@@ -13,6 +13,7 @@ class QVMengineInternal;
 class QVMtableDefinitionInternal;
 class QVMtableGrammarInternal;
 class QVMtableInternal;
+class QVMuntypedMessageTree;
 
 // The kind of script being run.
 enum LAGcontext : uint32_t {
@@ -45,6 +46,10 @@ public:
   void setTableDefinition(QVMtableDefinitionInternal* table) { m_TableDefinition = table; }
   QVMtableInternal* resultTable() const { return m_ResultTable; }
   void setResultTable(QVMtableInternal* table) { m_ResultTable = table; }
+
+  // The message's raw segments, one sub-node each, where the road has them.
+  QVMuntypedMessageTree* segmentList() const { return m_SegmentList; }
+  void setSegmentList(QVMuntypedMessageTree* list) { m_SegmentList = list; }
 
   // The field under a field equation of the current parser, and the pool its new values go to.
   SGMfieldRepeats* field() const { return m_Field; }
@@ -83,8 +88,26 @@ private:
   QVMtableGrammarInternal* m_TableGrammar = nullptr;
   QVMtableDefinitionInternal* m_TableDefinition = nullptr;
   QVMtableInternal* m_ResultTable = nullptr;
+  QVMuntypedMessageTree* m_SegmentList = nullptr;
   SGMfieldRepeats* m_Field = nullptr;
   SGMstringPool* m_StringPool = nullptr;
   unsigned m_CountOfSegmentInMessage = 0;
   unsigned m_CountOfGeneratedSegment = 0;
+};
+
+// Points an environment at the table a message fills or is generated from, for one scope; the
+// table it pointed at before comes back at the end, so scopes may nest.
+class LAGresultTableScope {
+public:
+  LAGresultTableScope(LAGenvironment& environment, QVMtableInternal& table)
+      : m_Environment(environment), m_Previous(environment.resultTable()) {
+    environment.setResultTable(&table);
+  }
+  ~LAGresultTableScope() { m_Environment.setResultTable(m_Previous); }
+  LAGresultTableScope(const LAGresultTableScope&) = delete;
+  LAGresultTableScope& operator=(const LAGresultTableScope&) = delete;
+
+private:
+  LAGenvironment& m_Environment;
+  QVMtableInternal* m_Previous;
 };

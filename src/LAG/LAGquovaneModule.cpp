@@ -8,30 +8,22 @@
 #include "LAGexecute.h"
 #include "LAGquovane.h"
 #include "QVMconfig.h"
-#include "QVMtableDefinitionInternal.h"
+#include "QVMdateTimeGrammar.h"
+#include "QVMdateTimeInternal.h"
+#include "QVMengineInternal.h"
+#include "QVPcompositeGenerator.h"
+#include "SGCcheck.h"
 
 namespace {
-
-PyObject* LAGone() { return PyLong_FromLong(1); }
-
-PyObject* LAGtext(const COLstring& text) { return LANstringToPython(text); }
-
-PyObject* LAGchar(char c) { return LANstringToPython(&c, 1); }
-
-// --- the environment object
 
 struct LAGquovaneEnvironmentObject {
   PyObject_HEAD
   LAGenvironment* pEnvironment;
 };
 
-struct LAGquovaneTableDefinitionObject {
-  PyObject_HEAD
-  QVMtableDefinitionInternal* pTableDefinition;
-};
-
 extern PyTypeObject LAGenvironmentType;
-extern PyTypeObject LAGtableDefinitionType;
+
+}  // namespace
 
 LAGenvironment* LAGenvironmentOf(PyObject* object) {
   if (!PyObject_TypeCheck(object, &LAGenvironmentType)) {
@@ -44,21 +36,34 @@ LAGenvironment* LAGenvironmentOf(PyObject* object) {
   return environment;
 }
 
-PyObject* environmentTableDefinition(PyObject* self, PyObject*) {
-  LAGenvironment* environment = LAGenvironmentOf(self);
+namespace {
+
+PyObject* LAGone() { return PyLong_FromLong(1); }
+
+PyObject* LAGtext(const COLstring& text) { return LANstringToPython(text); }
+
+PyObject* LAGchar(char c) { return LANstringToPython(&c, 1); }
+
+// --- the environment object
+
+// The work of an environment method or function, once its environment is known to be live.
+template <class Body>
+PyObject* LAGwithEnvironment(PyObject* object, Body body) {
+  LAGenvironment* environment = LAGenvironmentOf(object);
   if (environment == nullptr) return nullptr;
-  if (environment->tableDefinition() == nullptr) {
-    PyErr_SetString(PyExc_RuntimeError, "Failed precondition: TableDefinition->pTableDefinition != NULL");
-    return nullptr;
-  }
-  auto* object = PyObject_New(LAGquovaneTableDefinitionObject, &LAGtableDefinitionType);
-  if (object != nullptr) object->pTableDefinition = environment->tableDefinition();
-  return reinterpret_cast<PyObject*>(object);
+  return LANguard([&] { return body(*environment); });
+}
+
+PyObject* environmentTableDefinition(PyObject* self, PyObject*) {
+  return LAGwithEnvironment(self, [&](LAGenvironment& environment) {
+    COL_PRECONDITION_TEXT(environment.tableDefinition() != nullptr, "TableDefinition->pTableDefinition != NULL");
+    return LAGnewTableDefinitionObject(self, environment.tableDefinition());
+  });
 }
 
 PyObject* environmentCountOfGeneratedSegment(PyObject* self, PyObject*) {
-  LAGenvironment* environment = LAGenvironmentOf(self);
-  return environment ? PyLong_FromUnsignedLong(environment->countOfGeneratedSegment()) : nullptr;
+  return LAGwithEnvironment(
+      self, [](LAGenvironment& environment) { return PyLong_FromUnsignedLong(environment.countOfGeneratedSegment()); });
 }
 
 // Parts of the environment that need what this build has not got say so by name.
@@ -77,23 +82,96 @@ PyObject* environmentGetDefaultDatabase(PyObject* self, PyObject*) {
 }
 
 PyObject* environmentInputSegmentIterator(PyObject* self, PyObject*) {
-  return LAGnotBuilt(self, "input_segment_iterator works on the legacy parser's segment list, which this "
-                           "engine does not build; use field and segment objects instead.");
+  return LAGwithEnvironment(self, [&](LAGenvironment& environment) -> PyObject* {
+    if (environment.segmentList() == nullptr)
+      throw COLerror("input_segment_iterator works on a list of raw segments, which this engine's parser does "
+                     "not build; use field and segment objects instead.",
+                     COL_ERROR_PRECONDITION);
+    return LAGnewSegmentIteratorObject(self, environment);
+  });
 }
 
 PyObject* environmentOutputTable(PyObject* self, PyObject*) {
-  LAGenvironment* environment = LAGenvironmentOf(self);
-  if (environment == nullptr) return nullptr;
-  if (environment->resultTable() == nullptr) {
-    PyErr_SetString(PyExc_RuntimeError, "Table iterator is not available in this context.");
-    return nullptr;
-  }
-  PyErr_SetString(PyExc_NotImplementedError, "output_table: table iterators are not part of this engine yet.");
-  return nullptr;
+  return LAGwithEnvironment(self, [&](LAGenvironment& environment) -> PyObject* {
+    if (environment.resultTable() == nullptr)
+      throw COLerror("Table iterator is not available in this context.", COL_ERROR_PRECONDITION);
+    return LAGnewTableIteratorObject(self, environment.resultTable());
+  });
 }
 
-PyObject* environmentDateTimeNotBuilt(PyObject* self, PyObject*) {
-  return LAGnotBuilt(self, "date-time conversions by grammar name are not part of this engine yet.");
+// --- date-times by the named grammars of the engine
+
+const QVMdateTimeGrammar& LAGdateTimeGrammar(const LAGenvironment& environment, const COLstring& name) {
+  COL_PRECONDITION_TEXT(environment.engine() != nullptr, "Environment.engine() != NULL");
+  const QVMengineInternal& engine = *environment.engine();
+  const uint32_t index = engine.dateTimeGrammarByName(name);
+  if (index >= engine.countOfDateTimeGrammar())
+    throw COLerror("No DateTime Grammar by name " + name, COL_ERROR_RESOURCE);
+  return *engine.dateTimeGrammar(index);
+}
+
+// Arguments of the date-time methods; a wrong call is named with its usage, not the parser's words.
+template <class Body>
+PyObject* LAGdateTimeMethod(PyObject* self, PyObject* args, const char* usage, Body body) {
+  PyObject *first = nullptr, *second = nullptr;
+  COLstring text, name;
+  const bool parsed = PyArg_ParseTuple(args, "OO", &first, &second) && LANstringFromPython(second, name) &&
+                      (PyUnicode_Check(first) ? LANstringFromPython(first, text) : PyNumber_Check(first));
+  return LAGwithEnvironment(self, [&](LAGenvironment& environment) -> PyObject* {
+    if (!parsed) {
+      PyErr_Clear();
+      throw COLerror(usage, COL_ERROR_RESOURCE);
+    }
+    return body(environment, first, text, name);
+  });
+}
+
+double LAGdoubleArgument(PyObject* number, const char* usage) {
+  const double value = PyFloat_AsDouble(number);
+  if (value == -1.0 && PyErr_Occurred()) {
+    PyErr_Clear();
+    throw COLerror(usage, COL_ERROR_RESOURCE);
+  }
+  return value;
+}
+
+PyObject* environmentDateTimeToDouble(PyObject* self, PyObject* args) {
+  static const char* usage =
+      "Invalid arguments for date_time_to_double - date_time_to_double(value,DateTimeGrammarName)";
+  return LAGdateTimeMethod(self, args, usage, [&](LAGenvironment& environment, PyObject* value,
+                                                       const COLstring& text, const COLstring& name) {
+    if (!PyUnicode_Check(value)) throw COLerror(usage, COL_ERROR_RESOURCE);
+    const QVMdateTimeGrammar& grammar = LAGdateTimeGrammar(environment, name);
+    SGMvalue given;
+    given.set(text.data(), static_cast<uint32_t>(text.size()));
+    QVMdateTimeInternal result;
+    if (!SGCdateTimeGrammarConvertStringToDateTime(grammar, given, result))
+      throw COLerror("'" + text + "' is not a date-time by the DateTime Grammar " + name, COL_ERROR_RESOURCE);
+    return PyFloat_FromDouble(result.isNull() ? 0.0 : static_cast<double>(result));
+  });
+}
+
+PyObject* environmentDoubleToDateTime(PyObject* self, PyObject* args) {
+  static const char* usage =
+      "Invalid arguments for double_to_date_time - double_to_date_time(DoubleValue,DateTimeGrammarName)";
+  return LAGdateTimeMethod(self, args, usage, [&](LAGenvironment& environment, PyObject* value,
+                                                       const COLstring&, const COLstring& name) {
+    if (PyUnicode_Check(value)) throw COLerror(usage, COL_ERROR_RESOURCE);
+    const double number = LAGdoubleArgument(value, usage);
+    COLstring text;
+    QVPdateTimeGrammarConvertDateTimeToString(LAGdateTimeGrammar(environment, name), COLdateTime(number), text);
+    return LAGtext(text);
+  });
+}
+
+PyObject* environmentFormatDateTime(PyObject* self, PyObject* args) {
+  static const char* usage =
+      "Invalid arguments for format_date_time - format_date_time(DoubleValue, FormatString)";
+  return LAGdateTimeMethod(self, args, usage, [&](LAGenvironment&, PyObject* value, const COLstring&,
+                                                       const COLstring& format) {
+    if (PyUnicode_Check(value)) throw COLerror(usage, COL_ERROR_RESOURCE);
+    return LAGtext(QVMdateTimeInternal(COLdateTime(LAGdoubleArgument(value, usage))).format(format));
+  });
 }
 
 PyMethodDef EnvironmentMethods[] = {
@@ -101,83 +179,36 @@ PyMethodDef EnvironmentMethods[] = {
     {"table_definition", environmentTableDefinition, METH_NOARGS, nullptr},
     {"count_of_generated_segment", environmentCountOfGeneratedSegment, METH_NOARGS, nullptr},
     {"output_table", environmentOutputTable, METH_NOARGS, nullptr},
-    {"date_time_to_double", environmentDateTimeNotBuilt, METH_VARARGS, nullptr},
-    {"double_to_date_time", environmentDateTimeNotBuilt, METH_VARARGS, nullptr},
-    {"format_date_time", environmentDateTimeNotBuilt, METH_VARARGS, nullptr},
+    {"date_time_to_double", environmentDateTimeToDouble, METH_VARARGS, nullptr},
+    {"double_to_date_time", environmentDoubleToDateTime, METH_VARARGS, nullptr},
+    {"format_date_time", environmentFormatDateTime, METH_VARARGS, nullptr},
     {"get_database", environmentGetDatabase, METH_VARARGS, nullptr},
     {"get_default_database", environmentGetDefaultDatabase, METH_NOARGS, nullptr},
     {nullptr, nullptr, 0, nullptr},
 };
 
-PyTypeObject LAGenvironmentType = [] {
-  PyTypeObject type{};
-  type.ob_base.ob_base.ob_refcnt = 1;  // static types are never freed
-  type.tp_name = "Quovane Environment";
-  type.tp_basicsize = sizeof(LAGquovaneEnvironmentObject);
-  type.tp_flags = Py_TPFLAGS_DEFAULT;
-  type.tp_methods = EnvironmentMethods;
-  return type;
-}();
-
-// --- the table definition object
-
-QVMtableDefinitionInternal* LAGtableDefinitionOf(PyObject* self) {
-  return reinterpret_cast<LAGquovaneTableDefinitionObject*>(self)->pTableDefinition;
-}
-
-PyObject* tableDefinitionName(PyObject* self, PyObject*) { return LAGtext(LAGtableDefinitionOf(self)->tableName()); }
-
-PyObject* tableDefinitionDescription(PyObject* self, PyObject*) {
-  return LAGtext(LAGtableDefinitionOf(self)->description());
-}
-
-PyObject* tableDefinitionColumnName(PyObject* self, PyObject* args) {
-  long column = 0;
-  if (!PyArg_ParseTuple(args, "l", &column)) return LANhandleBadArguments("column_name");
-  return LANguard([&] {
-    QVMtableDefinitionInternal* table = LAGtableDefinitionOf(self);
-    // The first column is 1.
-    LANcheckMin(column, 1, "Column Index (first argument)");
-    LANcheckMax(column, static_cast<long long>(table->countOfColumn()) + 1, "Column Index (first argument)");
-    return LAGtext(table->columnName(static_cast<size_t>(column - 1)));
-  });
-}
-
-PyObject* tableDefinitionStr(PyObject* self) {
-  QVMtableDefinitionInternal* table = LAGtableDefinitionOf(self);
-  return LAGtext("Name:        " + table->tableName() + "\r\nDescription: " + table->description());
-}
-
-PyMethodDef TableDefinitionMethods[] = {
-    {"name", tableDefinitionName, METH_NOARGS, nullptr},
-    {"description", tableDefinitionDescription, METH_NOARGS, nullptr},
-    {"column_name", tableDefinitionColumnName, METH_VARARGS, nullptr},
-    {nullptr, nullptr, 0, nullptr},
-};
-
-PyTypeObject LAGtableDefinitionType = [] {
-  PyTypeObject type{};
-  type.ob_base.ob_base.ob_refcnt = 1;  // static types are never freed
-  type.tp_name = "TableDefinition";
-  type.tp_basicsize = sizeof(LAGquovaneTableDefinitionObject);
-  type.tp_flags = Py_TPFLAGS_DEFAULT;
-  type.tp_methods = TableDefinitionMethods;
-  type.tp_str = tableDefinitionStr;
-  return type;
-}();
+PyTypeObject LAGenvironmentType =
+    LAGmakeObjectType("Quovane Environment", sizeof(LAGquovaneEnvironmentObject), EnvironmentMethods, nullptr);
 
 // --- module functions
+
+void LAGcheckLevel(const LAGenvironment& environment, long level) {
+  LANcheckMin(level, 0, "Char Index (2nd argument)");
+  LANcheckMax(level, static_cast<long long>(environment.config().countOfLevel()), "CharIndex (2nd Argument)");
+}
+
+void LAGcheckFieldAndRepeat(long field, long repeat) {
+  LANcheckMin(field, 0, "FieldIndex (2nd argument)");
+  LANcheckMin(repeat, 0, "RepeatIndex (3rd Argument)");
+}
 
 PyObject* quovaneSeparatorChar(PyObject*, PyObject* args) {
   PyObject* self = nullptr;
   long level = 0;
   if (!PyArg_ParseTuple(args, "Ol", &self, &level)) return LANhandleBadArguments("separator_char");
-  LAGenvironment* environment = LAGenvironmentOf(self);
-  if (environment == nullptr) return nullptr;
-  return LANguard([&] {
-    LANcheckMin(level, 0, "Char Index (2nd argument)");
-    LANcheckMax(level, static_cast<long long>(environment->config().countOfLevel()), "CharIndex (2nd Argument)");
-    return LAGchar(environment->separatorChar(static_cast<unsigned>(level)));
+  return LAGwithEnvironment(self, [&](LAGenvironment& environment) {
+    LAGcheckLevel(environment, level);
+    return LAGchar(environment.separatorChar(static_cast<unsigned>(level)));
   });
 }
 
@@ -198,12 +229,9 @@ PyObject* quovaneSetSeparatorChar(PyObject*, PyObject* args) {
   char c = 0;
   if (!PyArg_ParseTuple(args, "OlO", &self, &level, &text) || !LAGfirstChar(text, c))
     return LANhandleBadArguments("set_separator_char");
-  LAGenvironment* environment = LAGenvironmentOf(self);
-  if (environment == nullptr) return nullptr;
-  return LANguard([&] {
-    LANcheckMin(level, 0, "Char Index (2nd argument)");
-    LANcheckMax(level, static_cast<long long>(environment->config().countOfLevel()), "CharIndex (2nd Argument)");
-    environment->setSeparatorChar(static_cast<unsigned>(level), c);
+  return LAGwithEnvironment(self, [&](LAGenvironment& environment) {
+    LAGcheckLevel(environment, level);
+    environment.setSeparatorChar(static_cast<unsigned>(level), c);
     return LAGone();
   });
 }
@@ -212,9 +240,7 @@ template <class Get>
 PyObject* LAGenvironmentGetter(PyObject* args, const char* name, Get get) {
   PyObject* self = nullptr;
   if (!PyArg_ParseTuple(args, "O", &self)) return LANhandleBadArguments(name);
-  LAGenvironment* environment = LAGenvironmentOf(self);
-  if (environment == nullptr) return nullptr;
-  return LANguard([&] { return get(*environment); });
+  return LAGwithEnvironment(self, get);
 }
 
 template <class Set>
@@ -222,10 +248,8 @@ PyObject* LAGenvironmentCharSetter(PyObject* args, const char* name, Set set) {
   PyObject *self = nullptr, *text = nullptr;
   char c = 0;
   if (!PyArg_ParseTuple(args, "OO", &self, &text) || !LAGfirstChar(text, c)) return LANhandleBadArguments(name);
-  LAGenvironment* environment = LAGenvironmentOf(self);
-  if (environment == nullptr) return nullptr;
-  return LANguard([&] {
-    set(*environment, c);
+  return LAGwithEnvironment(self, [&](LAGenvironment& environment) {
+    set(environment, c);
     return LAGone();
   });
 }
@@ -273,12 +297,9 @@ PyObject* quovaneSubfield(PyObject*, PyObject* args) {
   PyObject* self = nullptr;
   long field = 0, repeat = 0;
   if (!PyArg_ParseTuple(args, "Oll", &self, &field, &repeat)) return LANhandleBadArguments("subfield");
-  LAGenvironment* environment = LAGenvironmentOf(self);
-  if (environment == nullptr) return nullptr;
-  return LANguard([&] {
-    LANcheckMin(field, 0, "FieldIndex (2nd argument)");
-    LANcheckMin(repeat, 0, "RepeatIndex (3rd Argument)");
-    return LAGtext(environment->subfield(static_cast<unsigned>(field), static_cast<unsigned>(repeat)));
+  return LAGwithEnvironment(self, [&](LAGenvironment& environment) {
+    LAGcheckFieldAndRepeat(field, repeat);
+    return LAGtext(environment.subfield(static_cast<unsigned>(field), static_cast<unsigned>(repeat)));
   });
 }
 
@@ -291,12 +312,9 @@ PyObject* quovaneSetSubfield(PyObject*, PyObject* args) {
     PyErr_SetString(PyExc_TypeError, "the text must be a str of characters below 256");
     return LANhandleBadArguments("setsubfield");
   }
-  LAGenvironment* environment = LAGenvironmentOf(self);
-  if (environment == nullptr) return nullptr;
-  return LANguard([&] {
-    LANcheckMin(field, 0, "FieldIndex (2nd argument)");
-    LANcheckMin(repeat, 0, "RepeatIndex (3rd Argument)");
-    environment->setSubField(static_cast<unsigned>(field), static_cast<unsigned>(repeat), bytes);
+  return LAGwithEnvironment(self, [&](LAGenvironment& environment) {
+    LAGcheckFieldAndRepeat(field, repeat);
+    environment.setSubField(static_cast<unsigned>(field), static_cast<unsigned>(repeat), bytes);
     return LAGone();
   });
 }
@@ -391,7 +409,6 @@ PyMethodDef QuovaneMethods[] = {
 
 int quovaneExec(PyObject*) {
   if (PyType_Ready(&LAGenvironmentType) < 0) return -1;
-  if (PyType_Ready(&LAGtableDefinitionType) < 0) return -1;
   return 0;
 }
 
@@ -412,6 +429,21 @@ PyObject* LAGnewEnvironmentObject(LAGenvironment* environment) {
   if (object != nullptr) object->pEnvironment = environment;
   return reinterpret_cast<PyObject*>(object);
 }
+
+PyTypeObject LAGmakeObjectType(const char* name, size_t size, PyMethodDef* methods, void (*dealloc)(PyObject*),
+                               PyObject* (*str)(PyObject*)) {
+  PyTypeObject type{};
+  type.ob_base.ob_base.ob_refcnt = 1;  // static types are never freed
+  type.tp_name = name;
+  type.tp_basicsize = static_cast<Py_ssize_t>(size);
+  type.tp_flags = Py_TPFLAGS_DEFAULT;
+  type.tp_methods = methods;
+  type.tp_dealloc = dealloc;
+  type.tp_str = str;
+  return type;
+}
+
+bool LAGownerIsLive(PyObject* owner) { return owner == nullptr || LAGenvironmentOf(owner) != nullptr; }
 
 void LAGdetachEnvironmentObject(PyObject* object) {
   if (object != nullptr && PyObject_TypeCheck(object, &LAGenvironmentType))

@@ -61,6 +61,7 @@ void QVJengineInternalParseMessageNoPostProcess(QVJparseContext& Context, const 
   QVPparseContext& Shared = Context.qvpParseContext();
   QVMengineInternal& Engine = QVJschema(Context);
   LAGenvironment& Environment = Shared.pythonEnvironment();
+  LAGresultTableScope ScriptsSeeTheTable(Environment, ResultTable);
   try {
     Shared.initParser();
     Shared.setLastFlatWire(Message);
@@ -92,6 +93,8 @@ void QVJengineInternalParseMessageNoPostProcess(QVJparseContext& Context, const 
 
 void QVJengineInternalParseMessage(QVJparseContext& Context, const COLstring& Message, unsigned& MessageIndex,
                                    QVMtableInternal& ResultTable) {
+  // The post-process script may read the table the parse filled.
+  LAGresultTableScope ScriptsSeeTheTable(Context.qvpParseContext().pythonEnvironment(), ResultTable);
   QVJengineInternalParseMessageNoPostProcess(Context, Message, MessageIndex, ResultTable);
   QVJenginePostProcessMessage(Context, Message);
 }

@@ -52,6 +52,7 @@ void QVPgenerateMessageTree(QVPparseContext& Context, QVMmessageDefinitionIntern
   if (Table.tableGrammar() != &Definition.tableGrammar())
     throw COLerror("Table does not match required structure for this message.", COL_ERROR_PRECONDITION);
   LAGenvironment& Environment = Context.pythonEnvironment();
+  LAGresultTableScope ScriptsSeeTheTable(Environment, Table);
   QVMconfigPreProcessOutgoingMessage(Config, Environment);
 
   const QVMmessageGrammar* Grammar = Definition.messageGrammar();
@@ -85,6 +86,8 @@ const char* QVPgenerateMessage(QVPparseContext& Context, QVMmessageDefinitionInt
   COL_PRECONDITION_TEXT(Definition != nullptr, "pMessageDef != NULL");
   Context.setLastFlatWire(COLstring());
   COLreferencePtr<QVMuntypedMessageTree> Untyped = new QVMuntypedMessageTree;
+  // The post-process script may read the table the message came from.
+  LAGresultTableScope ScriptsSeeTheTable(Context.pythonEnvironment(), Table);
   bool Ok = true;
   QVPgenerateMessageTree(Context, *Definition, Table, *Untyped, Ok);
   if (Untyped->countOfSubNode() == 0) return Context.lastFlatWire().c_str();

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "COLostream.h"
+#include "LAGadmission.h"
 #include "QVJparse.h"
 #include "QVJparseContext.h"
 #include "QVLvmdFile.h"
@@ -14,13 +15,6 @@
 #include "QVMtableInternal.h"
 
 namespace {
-
-std::string admission(const std::string& Name) {
-  return "MSH|^~\\&|PASYS|NORTHGATE|ENGINE|NORTHGATE|20240303101500||ADT^A28|MSG03001|P|2.4\r"
-         "EVN|A28|20240303101500\r"
-         "PID|1||MR410038^^^NORTHGATE^MR||" + Name + "^Ann^^^||19600101|F\r"
-         "PV1|1|I|WARD^1^A^NORTHGATE||||D2281^Osei^Kwame\r";
-}
 
 std::string printed(const QVMtableInternal& Table) {
   COLstring Text;
@@ -37,12 +31,12 @@ TEST(LAGroad, AContextTakesTheNextMessageAfterAScriptRejectedOne) {
   unsigned Index = 0;
   for (int Round = 0; Round < 2; ++Round) {
     try {
-      QVJengineInternalParseMessage(Engine->parseContext(), COLstring(admission(" ")), Index, Table);
+      QVJengineInternalParseMessage(Engine->parseContext(), COLstring(LAGadmission(" ")), Index, Table);
       FAIL() << "a patient without a family name passed";
     } catch (const COLerror& Error) {
       EXPECT_EQ(Error.code(), 0x80002006u);
     }
-    QVJengineInternalParseMessage(Engine->parseContext(), COLstring(admission("okafor\xE9")), Index, Table);
+    QVJengineInternalParseMessage(Engine->parseContext(), COLstring(LAGadmission("okafor\xE9")), Index, Table);
     const std::string Text = printed(Table);
     EXPECT_NE(Text.find("OKAFOR\xC9"), std::string::npos) << Text;
     EXPECT_NE(Text.find("Inpatient"), std::string::npos) << Text;

@@ -3,12 +3,15 @@
 // which the engine takes the next script as if nothing happened.
 #include <gtest/gtest.h>
 
+#include <vector>
+
 #include "../QVM/QVMtableTestSupport.h"
 #include "LAGexecute.h"
 #include "LANengine.h"
 #include "LANfunction.h"
 #include "QVMengineInternal.h"
 #include "QVMtableInternal.h"
+#include "QVMuntypedMessageTree.h"
 #include "SGCmap.h"
 #include "SGMsegmentList.h"
 #include "SGMstringPool.h"
@@ -119,6 +122,46 @@ TEST_F(LAGscriptTest, ReservedNamesCannotBeSetFromTheHost) {
   }
   LAGsetKeyValuePair(Engine.LanguageEngine(), "table", "from host");
   EXPECT_EQ(runString("value = table", ""), "from host");
+}
+
+TEST_F(LAGscriptTest, SegmentIteratorWalksRawSegmentsOnce) {
+  EXPECT_NE(runString("environment.input_segment_iterator()", "").find("works on a list of raw segments"),
+            std::string::npos);
+  QVMuntypedMessageTree List;
+  const std::vector<std::vector<const char*>> Segments = {
+      {"MSH", "|", "^~\\&", "APP"}, {"PID", "1", "X\xE9"}, {"OBX", "1"}, {"OBX", "2"}};
+  List.setCountOfSubNode(static_cast<unsigned>(Segments.size()));
+  for (unsigned At = 0; At < Segments.size(); ++At) {
+    QVMuntypedMessageTree& Segment = *List.node(At, 0);
+    Segment.setCountOfSubNode(static_cast<unsigned>(Segments[At].size()));
+    for (unsigned Field = 0; Field < Segments[At].size(); ++Field)
+      Segment.node(Field, 0)->setStringValue(Segments[At][Field]);
+  }
+  Environment.setSegmentList(&List);
+  Engine.config().setCountOfHeaderFieldsToSkip(3);
+  EXPECT_EQ(runString("it = environment.input_segment_iterator()\n"
+                      "seen = [it.segment_id()]\n"
+                      "while it.move_next('OBX'):\n"
+                      "    seen.append(str(it))\n"
+                      "try:\n"
+                      "    it.segment_id()\n"
+                      "except RuntimeError as error:\n"
+                      "    seen.append(str(error))\n"
+                      "it.reset()\n"
+                      "it.move_one()\n"
+                      "seen += [it.segment_id(), str(it.count_of_field()), it.output()]\n"
+                      "it.reset()\n"
+                      "seen.append(it.output())\n"
+                      "value = '/'.join(seen)\n",
+                      ""),
+            // The configuration keeps trailing separators; the header's fixed part comes from it.
+            "MSH/OBX|1|/OBX|2|/Invalid iterator must be reset before being used/PID/3/PID|1|X\xE9|\r/MSH|^~\\&|APP|\r");
+  EXPECT_NE(runString("it = environment.input_segment_iterator()\nit.move_one()\nit.move_one()\n"
+                      "assert it.move_one() == 1 and it.move_one() == 0\nit.move_one()",
+                      "")
+                .find("Invalid iterator must be reset before being used"),
+            std::string::npos);
+  Environment.setSegmentList(nullptr);
 }
 
 // --- field equations on a tokenised segment
