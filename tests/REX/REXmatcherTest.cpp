@@ -7,19 +7,9 @@
 #include "COLostream.h"
 #include "REXmatcher.h"
 
-namespace {
+#include "../support/TSTraised.h"
 
-// Runs `action` and returns the COLerror it raised; fails the test when nothing is raised.
-template <class Action>
-COLerror raised(Action action) {
-  try {
-    action();
-  } catch (const COLerror& error) {
-    return error;
-  }
-  ADD_FAILURE() << "no COLerror raised";
-  return COLerror("", 0);
-}
+namespace {
 
 struct Found {
   bool matched;
@@ -114,7 +104,7 @@ TEST(REXmatcher, FindMatchReportsFirstAndLastByte) {
   EXPECT_EQ(COLstring::npos, none.last);
 
   // A start past the end is refused by the library: a failed postcondition, not a crash.
-  COLerror error = raised([] { find(REXmatcher("a"), "abc", 9); });
+  COLerror error = TSTraised([] { find(REXmatcher("a"), "abc", 9); });
   EXPECT_EQ(0x80000101u, error.code());
   EXPECT_EQ(COLstring("Failed postcondition:ReturnCode >= -1"), error.description());
 }
@@ -136,7 +126,7 @@ TEST(REXmatcher, BadPatternIsKeptWithItsErrorAndRefusesToMatch) {
   EXPECT_TRUE(copy == matcher);
 
   for (const REXmatcher* subject : {&matcher, &copy}) {
-    COLerror error = raised([subject] { subject->doesMatch("MSH"); });
+    COLerror error = TSTraised([subject] { subject->doesMatch("MSH"); });
     EXPECT_EQ(0x80000100u, error.code());
     EXPECT_EQ(COLstring("Failed precondition: pMember->pCompiledExpression != NULL"), error.description());
   }
@@ -250,7 +240,7 @@ TEST(REXmatcher, ReplaceExpandsBackReferences) {
 
 TEST(REXmatcher, ReplaceRaisesForMissingGroupAndLeavesTextAlone) {
   COLstring text("abab");
-  COLerror error = raised([&text] { REXmatcher("b").regexReplace(text, "$1"); });
+  COLerror error = TSTraised([&text] { REXmatcher("b").regexReplace(text, "$1"); });
   EXPECT_EQ(COLstring("Error finding back reference"), error.description());
   EXPECT_EQ(0x80000101u, error.code());
   EXPECT_EQ(COLstring("abab"), text);
@@ -335,7 +325,7 @@ TEST(REXmatcher, RunawayMatchesRaiseInsteadOfHangingOrCrashing) {
   // Exponential backtracking hits the library's match limit: an error, not a hang.
   std::string many(40, 'a');
   many += 'b';
-  COLerror error = raised([&many] { REXmatcher("(a+)+$").doesMatch(many.c_str()); });
+  COLerror error = TSTraised([&many] { REXmatcher("(a+)+$").doesMatch(many.c_str()); });
   EXPECT_EQ(0x80000101u, error.code());
 
   // Deep repetition over a long value outgrows the default machine stack of the library;
