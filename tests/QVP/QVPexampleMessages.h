@@ -1,6 +1,18 @@
-// Messages of the example definition that the generation tests parse and generate again, and
-// what generation gives back for the admission: as much as its tables carry.
+// The example engine the generation tests share, messages of its definition that they parse
+// and generate again, and what generation gives back for the admission: as much as its tables
+// carry.
 #pragma once
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "QVJparse.h"
+#include "QVJparseContext.h"
+#include "QVLvmdFile.h"
+#include "QVMengineInternal.h"
+#include "QVMtableInternal.h"
+#include "QVPgenerateMessage.h"
 
 inline constexpr char Admission[] =
     "MSH|^~\\&|PASYS|NORTHGATE|ENGINE|NORTHGATE|20240301080000||ADT^A01|MSG01000|P|2.4\r"
@@ -22,3 +34,32 @@ inline constexpr char Results[] =
     "OBR|1|ORD07006|LAB52006|BMP^Basic metabolic panel^L|||20240303101400\r"
     "OBX|1|NM|NA^Sodium^L||129|mmol/L|135-145|L|||F\r"
     "OBX|2|NM|HGB^Hemoglobin^L||10.0|g/dL|12.0-16.0|L|||F\r";
+
+// Each suite loads its own engine, so what one suite changes in it cannot reach another.
+class QVPexampleEngineTest : public ::testing::Test {
+protected:
+  static void SetUpTestSuite() {
+    Engine = new QVFengine;
+    QVLloadEngine(Engine->schema(), MSGBRIDGE_SOURCE_DIR "/examples/adt_oru.vmd");
+    // A generated message holds only what the tables carry: its header lacks required fields
+    // such as MSH-7, so reading it back is done without the content checks.
+    Engine->schema().setRejectBadSegmentGrammar(false);
+  }
+  static void TearDownTestSuite() { Engine = nullptr; }
+
+  static unsigned parse(const char* Message, QVMtableInternal& Into) {
+    unsigned Index = 99;
+    Into.clear();
+    QVJengineInternalParseMessage(Engine->parseContext(), Message, Index, Into);
+    return Index;
+  }
+  static std::string generate(unsigned Index, QVMtableInternal& From) {
+    return QVPgenerateMessage(Engine->parseContext().qvpParseContext(), Index, From);
+  }
+  static QVMtableInternal& sub(const char* Name, QVMtableInternal& From) {
+    return From.subTable(0, From.subTableNameToIndex(Name));
+  }
+
+  static inline COLreferencePtr<QVFengine> Engine;
+  QVMtableInternal Table;
+};
