@@ -112,9 +112,6 @@ TEST_F(QVMtableInternalTest, TypeChecksNameColumnTableAndBothTypes) {
   QVMexpectError([&] { patient.getDateTime(kKind, 0); },
                  typeCheckText("4(kind)", "DateTime", "Enumeration").c_str(), 0x80000801);
   EXPECT_EQ(patient.getStringValue(kAge, 0), "42");
-  EXPECT_EQ(patient.columnTypeAsString(kBorn), "DateTime");
-  EXPECT_EQ(patient.columnIndex("weight"), 2u);
-  EXPECT_EQ(patient.columnIndex("nope"), QVMtableInternal::npos);
 }
 
 TEST(QVMtableItem, ReadsInAForeignTypeNameTheItemAndItsValue) {
