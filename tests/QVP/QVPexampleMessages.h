@@ -3,16 +3,11 @@
 // carry.
 #pragma once
 
-#include <gtest/gtest.h>
-
 #include <string>
 
-#include "QVJparse.h"
-#include "QVJparseContext.h"
-#include "QVLvmdFile.h"
-#include "QVMengineInternal.h"
-#include "QVMtableInternal.h"
 #include "QVPgenerateMessage.h"
+
+#include "../support/TSTexampleEngine.h"
 
 inline constexpr char Admission[] =
     "MSH|^~\\&|PASYS|NORTHGATE|ENGINE|NORTHGATE|20240301080000||ADT^A01|MSG01000|P|2.4\r"
@@ -35,31 +30,17 @@ inline constexpr char Results[] =
     "OBX|1|NM|NA^Sodium^L||129|mmol/L|135-145|L|||F\r"
     "OBX|2|NM|HGB^Hemoglobin^L||10.0|g/dL|12.0-16.0|L|||F\r";
 
-// Each suite loads its own engine, so what one suite changes in it cannot reach another.
-class QVPexampleEngineTest : public ::testing::Test {
+// The example engine of the generation tests: a generated message holds only what the tables
+// carry, and its header lacks required fields such as MSH-7, so reading it back is done
+// without the content checks.
+class QVPexampleEngineTest : public TSTexampleEngineTest {
 protected:
   static void SetUpTestSuite() {
-    Engine = new QVFengine;
-    QVLloadEngine(Engine->schema(), MSGBRIDGE_SOURCE_DIR "/examples/adt_oru.vmd");
-    // A generated message holds only what the tables carry: its header lacks required fields
-    // such as MSH-7, so reading it back is done without the content checks.
+    TSTexampleEngineTest::SetUpTestSuite();
     Engine->schema().setRejectBadSegmentGrammar(false);
   }
-  static void TearDownTestSuite() { Engine = nullptr; }
 
-  static unsigned parse(const char* Message, QVMtableInternal& Into) {
-    unsigned Index = 99;
-    Into.clear();
-    QVJengineInternalParseMessage(Engine->parseContext(), Message, Index, Into);
-    return Index;
-  }
   static std::string generate(unsigned Index, QVMtableInternal& From) {
     return QVPgenerateMessage(Engine->parseContext().qvpParseContext(), Index, From);
   }
-  static QVMtableInternal& sub(const char* Name, QVMtableInternal& From) {
-    return From.subTable(0, From.subTableNameToIndex(Name));
-  }
-
-  static inline COLreferencePtr<QVFengine> Engine;
-  QVMtableInternal Table;
 };
