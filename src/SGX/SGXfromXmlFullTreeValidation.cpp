@@ -281,12 +281,12 @@ void SGXfillSimple(SGMvalue& value, const SGXxmlDomNodeElement& element, const S
   SGXfromXmlFullTreeValidationIgnoreArrayToErrorInSimpleNode(Ignore, element, state.errorList);
 }
 
-}  // namespace
-
-void SGXfromXmlFullTreeValidationFillSubField(SGMfield& field, unsigned subField,
-                                              const QVMcompositeGrammar& composite,
-                                              const SGXxmlDomNodeElement& element, const SCCescaper* escaper,
-                                              SGXfillState& state) {
+// Finds the composite's element inside a field or sub field element and hands each child named
+// after one of its fields to fillChild, which says whether it took it; whatever is left over at
+// either depth becomes an error.
+template <typename FillChild>
+void SGXfillCompositeChildren(const QVMcompositeGrammar& composite, const SGXxmlDomNodeElement& element,
+                              SGXfillState& state, FillChild fillChild) {
   SGXignoreArray Ignore;
   SGXfromXmlFullTreeValidationInitIgnoreArray(Ignore, element);
   const COLstring CompositeTag = SGXfromXmlFullTreeValidationCompositeGrammarName(state.tagFilter, composite);
@@ -299,19 +299,30 @@ void SGXfromXmlFullTreeValidationFillSubField(SGMfield& field, unsigned subField
     std::vector<SGXpresentFieldInfo> Present;
     SGXfromXmlFullTreeValidationInitPresentFields(Present, CompositeElement, composite.countOfField(), false);
     for (const SGXpresentFieldInfo& Entry : Present) {
-      const unsigned K = Entry.fieldIndex;
-      if (Entry.node->name() != SGXfromXmlFullTreeValidationSubFieldName(state.tagFilter, composite, K)) continue;
-      // Only plain values are kept at this depth; a deeper composite stays unread.
-      if (!SGXisSimpleSubField(composite, K)) continue;
-      CompositeIgnore[Entry.elementIndex] = SGXignoredSlotTaken;
-      field.setCountOfSubSubField(subField, K + 1);
-      SGXfillSimple(field.value(subField, K), *Entry.node,
-                    {&field, static_cast<int>(subField), static_cast<int>(K)}, escaper, state);
+      if (Entry.node->name() != SGXfromXmlFullTreeValidationSubFieldName(state.tagFilter, composite, Entry.fieldIndex))
+        continue;
+      if (fillChild(Entry.fieldIndex, *Entry.node)) CompositeIgnore[Entry.elementIndex] = SGXignoredSlotTaken;
     }
     SGXfromXmlFullTreeValidationIgnoreArrayToErrorInComplexNode(CompositeIgnore, CompositeElement, state.errorList,
                                                                 composite.name());
   }
   SGXfromXmlFullTreeValidationIgnoreArrayToErrorInField(Ignore, element, state.errorList, CompositeTag);
+}
+
+}  // namespace
+
+void SGXfromXmlFullTreeValidationFillSubField(SGMfield& field, unsigned subField,
+                                              const QVMcompositeGrammar& composite,
+                                              const SGXxmlDomNodeElement& element, const SCCescaper* escaper,
+                                              SGXfillState& state) {
+  SGXfillCompositeChildren(composite, element, state, [&](unsigned K, const SGXxmlDomNodeElement& child) {
+    // Only plain values are kept at this depth; a deeper composite stays unread.
+    if (!SGXisSimpleSubField(composite, K)) return false;
+    field.setCountOfSubSubField(subField, K + 1);
+    SGXfillSimple(field.value(subField, K), child, {&field, static_cast<int>(subField), static_cast<int>(K)}, escaper,
+                  state);
+    return true;
+  });
 }
 
 void SGXfromXmlFullTreeValidationFillField(SGMfield& field, const QVMcompositeGrammar* composite,
@@ -322,34 +333,17 @@ void SGXfromXmlFullTreeValidationFillField(SGMfield& field, const QVMcompositeGr
     SGXfillSimple(field.value(0, 0), element, {&field, -1, -1}, escaper, state);
     return;
   }
-  SGXignoreArray Ignore;
-  SGXfromXmlFullTreeValidationInitIgnoreArray(Ignore, element);
-  const COLstring CompositeTag = SGXfromXmlFullTreeValidationCompositeGrammarName(state.tagFilter, *composite);
-  size_t Slot = SGXfromXmlFullTreeValidationFindElementNode(0, CompositeTag, element, Ignore);
-  if (Slot < element.countOfChild()) {
-    Ignore[Slot] = SGXignoredSlotTaken;
-    const SGXxmlDomNodeElement& CompositeElement = *element.child(Slot).asElement();
-    SGXignoreArray CompositeIgnore;
-    SGXfromXmlFullTreeValidationInitIgnoreArray(CompositeIgnore, CompositeElement);
-    std::vector<SGXpresentFieldInfo> Present;
-    SGXfromXmlFullTreeValidationInitPresentFields(Present, CompositeElement, composite->countOfField(), false);
-    for (const SGXpresentFieldInfo& Entry : Present) {
-      const unsigned S = Entry.fieldIndex;
-      if (Entry.node->name() != SGXfromXmlFullTreeValidationSubFieldName(state.tagFilter, *composite, S)) continue;
-      CompositeIgnore[Entry.elementIndex] = SGXignoredSlotTaken;
-      field.setCountOfSubField(S + 1);
-      if (SGXisSimpleSubField(*composite, S)) {
-        SGXfillSimple(field.value(S, 0), *Entry.node, {&field, static_cast<int>(S), -1}, escaper, state);
-      } else {
-        const QVMcompositeGrammar* SubFieldType = composite->fieldCompositeType(S);
-        SGX_ASSERT(SubFieldType != nullptr, "pSubFieldType != 0");
-        SGXfromXmlFullTreeValidationFillSubField(field, S, *SubFieldType, *Entry.node, escaper, state);
-      }
+  SGXfillCompositeChildren(*composite, element, state, [&](unsigned S, const SGXxmlDomNodeElement& child) {
+    field.setCountOfSubField(S + 1);
+    if (SGXisSimpleSubField(*composite, S)) {
+      SGXfillSimple(field.value(S, 0), child, {&field, static_cast<int>(S), -1}, escaper, state);
+    } else {
+      const QVMcompositeGrammar* SubFieldType = composite->fieldCompositeType(S);
+      SGX_ASSERT(SubFieldType != nullptr, "pSubFieldType != 0");
+      SGXfromXmlFullTreeValidationFillSubField(field, S, *SubFieldType, child, escaper, state);
     }
-    SGXfromXmlFullTreeValidationIgnoreArrayToErrorInComplexNode(CompositeIgnore, CompositeElement, state.errorList,
-                                                                composite->name());
-  }
-  SGXfromXmlFullTreeValidationIgnoreArrayToErrorInField(Ignore, element, state.errorList, CompositeTag);
+    return true;
+  });
 }
 
 void SGXfromXmlFullTreeValidationFillSegment(SGMsegment& segment, const SGXxmlDomNodeElement& element,

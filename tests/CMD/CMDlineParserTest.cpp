@@ -7,6 +7,8 @@
 #include "COLerror.h"
 #include "COLostream.h"
 
+#include "../support/TSTraised.h"
+
 namespace {
 void parse(CMDlineParser& parser, std::vector<const char*> words) {
   words.insert(words.begin(), "prog");
@@ -74,13 +76,9 @@ TEST(CMDlineParser, FlagArgumentMayLookLikeAFlag) {
 TEST(CMDlineParser, MissingFlagArgumentThrows) {
   CMDlineParser parser;
   parser.addFlagWithArgument("format", "name");
-  try {
-    parse(parser, {"--format"});
-    FAIL();
-  } catch (const COLerror& error) {
-    EXPECT_EQ(error.code(), 0x80000500u);
-    EXPECT_EQ(error.description(), "Argument missing");
-  }
+  const COLerror error = TSTraised([&] { parse(parser, {"--format"}); });
+  EXPECT_EQ(error.code(), 0x80000500u);
+  EXPECT_EQ(error.description(), "Argument missing");
 }
 
 TEST(CMDlineParser, HelpWordsAreUnknownFlags) {
@@ -98,12 +96,8 @@ TEST(CMDlineParser, HelpWordsAreUnknownFlags) {
 TEST(CMDlineParser, ParsingIsOneShot) {
   CMDlineParser parser;
   parse(parser, {});
-  try {
-    parse(parser, {});
-    FAIL();
-  } catch (const COLerror& error) {
-    EXPECT_EQ(error.description(), "CMDlineParser::parseArgs() has been called more than once.");
-  }
+  EXPECT_EQ(TSTraised([&] { parse(parser, {}); }).description(),
+            "CMDlineParser::parseArgs() has been called more than once.");
   CMDlineParser empty;
   EXPECT_THROW(empty.parseArgs(0, nullptr), COLerror);
 }
@@ -111,21 +105,11 @@ TEST(CMDlineParser, ParsingIsOneShot) {
 TEST(CMDlineParser, QueriesOfUninstalledNamesFail) {
   CMDlineParser parser;
   parse(parser, {});
-  try {
-    parser.isFlagPresent("nope");
-    FAIL();
-  } catch (const COLerror& error) {
-    EXPECT_EQ(error.description(),
-              "EXCEPTION: isFlagPresent was asked to check for the presence of flag nope which was not installed. "
-              "A flag should be first installed using either addFlagWithArgument or addFlagWithoutArgument before "
-              "it is checked for.");
-  }
-  try {
-    parser.flagArgument("nope");
-    FAIL();
-  } catch (const COLerror& error) {
-    EXPECT_EQ(error.description(), "nope not defined.");
-  }
+  EXPECT_EQ(TSTraised([&] { parser.isFlagPresent("nope"); }).description(),
+            "EXCEPTION: isFlagPresent was asked to check for the presence of flag nope which was not installed. "
+            "A flag should be first installed using either addFlagWithArgument or addFlagWithoutArgument before "
+            "it is checked for.");
+  EXPECT_EQ(TSTraised([&] { parser.flagArgument("nope"); }).description(), "nope not defined.");
 }
 
 TEST(CMDlineParser, FlagPresentInstallsAfterParsing) {

@@ -8,6 +8,8 @@
 #include "COLerror.h"
 #include "COLostream.h"
 
+#include "../support/TSTraised.h"
+
 namespace {
 
 template <class T>
@@ -16,16 +18,6 @@ COLstring printed(const T& value) {
   COLostream stream(text);
   stream << value;
   return text;
-}
-
-COLerror raised(const std::function<void()>& action) {
-  try {
-    action();
-  } catch (const COLerror& error) {
-    return error;
-  }
-  ADD_FAILURE() << "no error raised";
-  return COLerror("", 0);
 }
 
 }  // namespace
@@ -118,11 +110,11 @@ TEST(COLdateTime, FieldsRoundToNearestSecond) {
 TEST(COLdateTime, InvalidValuesRaiseOnFields) {
   COLdateTime time(3000000.0);
   EXPECT_EQ(time.status(), COLdateTime::invalid);
-  COLerror error = raised([&] { time.year(); });
+  COLerror error = TSTraised([&] { time.year(); });
   EXPECT_EQ(error.code(), COL_ERROR_OUT_OF_BOUNDS);
   EXPECT_EQ(error.description(), "Date time error while extracting year.");
-  EXPECT_EQ(raised([&] { time.dayOfWeek(); }).description(), "Date time error while extracting day of week.");
-  EXPECT_EQ(raised([&] { time.asTimeT(); }).description(), "Date time error while extracting day of year.");
+  EXPECT_EQ(TSTraised([&] { time.dayOfWeek(); }).description(), "Date time error while extracting day of week.");
+  EXPECT_EQ(TSTraised([&] { time.asTimeT(); }).description(), "Date time error while extracting day of year.");
   EXPECT_EQ(printed(time), "(invalid)");
   EXPECT_EQ(time.format("%Y"), "Invalid Date");
 }
@@ -163,7 +155,7 @@ TEST(COLdateTime, FromString) {
   EXPECT_EQ(time.year(), 2004);
   EXPECT_EQ(time.month(), 3);
   EXPECT_EQ(time.second(), 9);
-  COLerror error = raised([&] { time.fromString("03/02/2004"); });
+  COLerror error = TSTraised([&] { time.fromString("03/02/2004"); });
   EXPECT_EQ(error.code(), COL_ERROR_PRECONDITION);
   EXPECT_EQ(error.description(),
             "Did not extract complete date/time from string 03/02/2004 in COLdateTime::fromString.");
@@ -178,9 +170,9 @@ TEST(COLdateTime, ComparisonRules) {
   EXPECT_TRUE(zero < later);
   EXPECT_TRUE(later >= zero);
   EXPECT_FALSE(later <= zero);
-  COLerror error = raised([&] { (void)(nullTime < zero); });
+  COLerror error = TSTraised([&] { (void)(nullTime < zero); });
   EXPECT_EQ(error.description(), "Failed precondition: status() == valid");
-  error = raised([&] { (void)(zero < nullTime); });
+  error = TSTraised([&] { (void)(zero < nullTime); });
   EXPECT_EQ(error.description(), "Failed precondition: date.status() == valid");
 }
 
@@ -246,7 +238,7 @@ TEST(COLdateTime, SecondFractionAndNull) {
   COLdateTime time(1.0);
   time.setSecondFraction(0.5);
   EXPECT_DOUBLE_EQ(time.secondFraction(), 0.5);
-  EXPECT_EQ(raised([&] { time.setSecondFraction(1.0); }).description(), "Failed precondition: NewValue < 1");
+  EXPECT_EQ(TSTraised([&] { time.setSecondFraction(1.0); }).description(), "Failed precondition: NewValue < 1");
   time.setNull();
   EXPECT_TRUE(time.isNull());
   EXPECT_DOUBLE_EQ(time.secondFraction(), 0.0);

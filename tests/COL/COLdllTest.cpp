@@ -6,41 +6,27 @@
 #include "COLerror.h"
 #include "COLreference.h"
 
+#include "../support/TSTraised.h"
+
 TEST(COLdll, LoadsSymbolsAndReportsFailures) {
   COLdll dll;
   EXPECT_EQ(dll.tryLoadLibrary(""), COLdllEmptyName);
   EXPECT_EQ(dll.tryLoadLibrary("libdoes-not-exist.so"), COLdllLoadFailed);
   EXPECT_FALSE(dll.loaded());
   EXPECT_FALSE(dll.lastError().empty());
-  try {
-    dll.loadLibrary("");
-    FAIL();
-  } catch (const COLerror& error) {
-    EXPECT_EQ(error.description(), "Unable to load library, NULL file name.");
-  }
-  try {
-    dll.loadLibrary("libdoes-not-exist.so");
-    FAIL();
-  } catch (const COLerror& error) {
-    EXPECT_EQ(error.description().find("Unable to load library: libdoes-not-exist.so"), 0u);
-  }
-  try {
-    dll.getProcAddress("cos");
-    FAIL();
-  } catch (const COLerror& error) {
-    EXPECT_EQ(error.description(), "Failed precondition: DllHandle != NULL");
-  }
+  EXPECT_EQ(TSTraised([&] { dll.loadLibrary(""); }).description(), "Unable to load library, NULL file name.");
+  EXPECT_EQ(TSTraised([&] { dll.loadLibrary("libdoes-not-exist.so"); }).description().find(
+                "Unable to load library: libdoes-not-exist.so"),
+            0u);
+  EXPECT_EQ(TSTraised([&] { dll.getProcAddress("cos"); }).description(), "Failed precondition: DllHandle != NULL");
   dll.loadLibrary("libm.so.6");
   EXPECT_TRUE(dll.loaded());
   EXPECT_EQ(dll.libraryName(), "libm.so.6");
   auto cosine = reinterpret_cast<double (*)(double)>(dll.getProcAddress("cos"));
   EXPECT_DOUBLE_EQ(cosine(0.0), 1.0);
-  try {
-    dll.getProcAddress("no_such_symbol_here");
-    FAIL();
-  } catch (const COLerror& error) {
-    EXPECT_EQ(error.description().find("Failed to load procedure: no_such_symbol_here"), 0u);
-  }
+  EXPECT_EQ(TSTraised([&] { dll.getProcAddress("no_such_symbol_here"); }).description().find(
+                "Failed to load procedure: no_such_symbol_here"),
+            0u);
   dll.freeLibrary();
   EXPECT_FALSE(dll.loaded());
   EXPECT_TRUE(COLdllHasPermission("/", R_OK));

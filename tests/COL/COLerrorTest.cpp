@@ -5,6 +5,8 @@
 #include "COLerror.h"
 #include "COLostream.h"
 
+#include "../support/TSTraised.h"
+
 namespace {
 COLstring printed(const COLerror& error) {
   COLstring text;
@@ -43,12 +45,7 @@ TEST(COLerror, ParameterLookupCreatesMissingKey) {
   EXPECT_TRUE(error.hasParameter("k"));
   EXPECT_EQ(error.CountOfParameter(), 1u);
   EXPECT_EQ(error.key(0), "k");
-  try {
-    error.key(1);
-    FAIL();
-  } catch (const COLerror& failure) {
-    EXPECT_EQ(failure.description(), "Invalid parameter index 1.  Should be no greater than 1");
-  }
+  EXPECT_EQ(TSTraised([&] { error.key(1); }).description(), "Invalid parameter index 1.  Should be no greater than 1");
 }
 
 TEST(COLerror, WalkingParametersWithACursor) {

@@ -9,6 +9,8 @@
 #include "FILpath.h"
 #include "FILtestDirectory.h"
 
+#include "../support/TSTraised.h"
+
 namespace {
 
 class FILbinaryFileTest : public FILtestDirectory, public ::testing::WithParamInterface<FILtype> {};
@@ -134,25 +136,17 @@ TEST_P(FILbinaryFileTest, ClosedFileFailsPrecondition) {
   FILbinaryFile file(GetParam());
   EXPECT_FALSE(file.isOpen());
   file.close();  // closing a closed file does nothing
-  try {
-    file.write("x", 1);
-    FAIL();
-  } catch (const COLerror& error) {
-    EXPECT_EQ(error.code(), COL_ERROR_PRECONDITION);
-    EXPECT_EQ(error.description(), GetParam() == FILtypeBuffered ? "Failed precondition: FileHandle != NULL"
-                                                                  : "Failed precondition: FileHandle != -1");
-  }
+  const COLerror error = TSTraised([&] { file.write("x", 1); });
+  EXPECT_EQ(error.code(), COL_ERROR_PRECONDITION);
+  EXPECT_EQ(error.description(), GetParam() == FILtypeBuffered ? "Failed precondition: FileHandle != NULL"
+                                                                : "Failed precondition: FileHandle != -1");
 }
 
 TEST_P(FILbinaryFileTest, UnknownModeIsRefused) {
   FILbinaryFile file(GetParam());
-  try {
-    file.open(path("x").c_str(), 7);
-    FAIL();
-  } catch (const COLerror& error) {
-    EXPECT_EQ(error.description(), "Unknown File Parameter");
-    EXPECT_EQ(error.code(), COL_ERROR_PRECONDITION);
-  }
+  const COLerror error = TSTraised([&] { file.open(path("x").c_str(), 7); });
+  EXPECT_EQ(error.description(), "Unknown File Parameter");
+  EXPECT_EQ(error.code(), COL_ERROR_PRECONDITION);
   EXPECT_FALSE(FILfileExists(path("x").c_str()));
 }
 

@@ -7,6 +7,8 @@
 #include "FILpath.h"
 #include "FILtestDirectory.h"
 
+#include "../support/TSTraised.h"
+
 namespace {
 
 COLstring raisedText(void (*action)(FILfilePath&), FILfilePath& path) {
@@ -105,13 +107,9 @@ TEST(FILfilePath, SubPathsAndRanges) {
   EXPECT_EQ(out, "b/c/");
   path.subFilePath(-1, 1, out);
   EXPECT_EQ(out, "/a/");
-  try {
-    path.subFilePath(5, -1, out);
-    FAIL();
-  } catch (const COLerror& error) {
-    EXPECT_EQ(error.code(), COL_ERROR_BAD_ARGUMENT);
-    EXPECT_EQ(error.description(), "Start index of 5 not within bounds of [-1, 3].");
-  }
+  const COLerror error = TSTraised([&] { path.subFilePath(5, -1, out); });
+  EXPECT_EQ(error.code(), COL_ERROR_BAD_ARGUMENT);
+  EXPECT_EQ(error.description(), "Start index of 5 not within bounds of [-1, 3].");
   EXPECT_THROW(path.subFilePath(2, 1, out), COLerror);
 }
 
@@ -144,13 +142,9 @@ TEST_F(FILpathFunctions, MakeFullDirCreatesEveryLevel) {
   EXPECT_TRUE(FILisDirectory(deep));
   FILmakeFullDir(deep, 0700);  // existing levels are fine
   writeText("file", "");
-  try {
-    FILmakeFullDir(path("file/sub").c_str(), 0700);
-    FAIL();
-  } catch (const COLerror& error) {
-    EXPECT_EQ(error.description(), COLstring(("Error creating directory for '" + path("file/sub") + "', '" +
-                                              path("file") + " is a file, not a directory.").c_str()));
-  }
+  EXPECT_EQ(TSTraised([&] { FILmakeFullDir(path("file/sub").c_str(), 0700); }).description(),
+            COLstring(("Error creating directory for '" + path("file/sub") + "', '" + path("file") +
+                       " is a file, not a directory.").c_str()));
 }
 
 TEST_F(FILpathFunctions, ExistenceSizeAndKinds) {
@@ -161,19 +155,10 @@ TEST_F(FILpathFunctions, ExistenceSizeAndKinds) {
   EXPECT_FALSE(FILisDirectory(path("f.txt").c_str()));
   EXPECT_TRUE(FILisDirectory(m_Root.c_str()));
   EXPECT_TRUE(FILhasPermission(path("f.txt").c_str(), R_OK));
-  try {
-    FILhasPermission(path("g.txt").c_str(), R_OK);
-    FAIL();
-  } catch (const COLerror& error) {
-    EXPECT_EQ(error.code(), COL_ERROR_BAD_ARGUMENT);
-    EXPECT_EQ(error.description(), COLstring(("File `" + path("g.txt") + "' does not exist.").c_str()));
-  }
-  try {
-    FILisDirectory(path("g.txt").c_str());
-    FAIL();
-  } catch (const COLerror& error) {
-    EXPECT_EQ(error.code(), static_cast<uint32_t>(ENOENT));
-  }
+  const COLerror error = TSTraised([&] { FILhasPermission(path("g.txt").c_str(), R_OK); });
+  EXPECT_EQ(error.code(), COL_ERROR_BAD_ARGUMENT);
+  EXPECT_EQ(error.description(), COLstring(("File `" + path("g.txt") + "' does not exist.").c_str()));
+  EXPECT_EQ(TSTraised([&] { FILisDirectory(path("g.txt").c_str()); }).code(), static_cast<uint32_t>(ENOENT));
   ASSERT_EQ(symlink(path("f.txt").c_str(), path("link").c_str()), 0);
   EXPECT_TRUE(FILisSymbolicLink(path("link").c_str()));
   EXPECT_FALSE(FILisSymbolicLink(path("f.txt").c_str()));
@@ -183,13 +168,8 @@ TEST_F(FILpathFunctions, CopyRenameTruncateRemove) {
   writeText("a.txt", "content");
   FILcopyFile(path("a.txt").c_str(), path("b.txt").c_str(), false);
   EXPECT_EQ(readText("b.txt"), "content");
-  try {
-    FILcopyFile(path("a.txt").c_str(), path("b.txt").c_str(), false);
-    FAIL();
-  } catch (const COLerror& error) {
-    EXPECT_EQ(error.description(),
-              COLstring(("Destination file `" + path("b.txt") + "' exists, but Ovewrite is unset.").c_str()));
-  }
+  EXPECT_EQ(TSTraised([&] { FILcopyFile(path("a.txt").c_str(), path("b.txt").c_str(), false); }).description(),
+            COLstring(("Destination file `" + path("b.txt") + "' exists, but Ovewrite is unset.").c_str()));
   FILrenameFile(path("b.txt").c_str(), path("c.txt").c_str());
   EXPECT_FALSE(FILfileExists(path("b.txt").c_str()));
   FILchangeFileSize(path("c.txt").c_str(), 3);

@@ -6,6 +6,8 @@
 #include "COLostream.h"
 #include "FMTbinaryDump.h"
 
+#include "../support/TSTraised.h"
+
 namespace {
 
 std::string dump16(const std::string& bytes) {
@@ -33,12 +35,8 @@ TEST(FMTbinaryDump, ShortLinesArePaddedToTheTextColumn) {
 }
 
 TEST(FMTbinaryDump, MoreThanSixteenBytesIsRefused) {
-  try {
-    dump16(std::string(17, 'x'));
-    FAIL() << "no error";
-  } catch (const COLerror& error) {
-    EXPECT_EQ(COLstring("Failed precondition: Length <= 16"), error.description());
-  }
+  EXPECT_EQ(COLstring("Failed precondition: Length <= 16"),
+            TSTraised([&] { dump16(std::string(17, 'x')); }).description());
 }
 
 TEST(FMTbinaryDump, DumpWritesALineForEverySixteenBytes) {

@@ -3,6 +3,8 @@
 #include "COLerror.h"
 #include "FMThex.h"
 
+#include "../support/TSTraised.h"
+
 TEST(FMThex, ToHexWritesTwoUpperCaseDigits) {
   COLstring text;
   for (unsigned char byte : {171, 0, 15, 16, 255}) FMTtoHex(text, byte);
@@ -29,10 +31,5 @@ TEST(FMThex, InvalidDigitsAreReportedAndRaise) {
   }
   EXPECT_FALSE(FMTfromHexIsValid('A', 'G'));
   EXPECT_FALSE(FMTfromHexIsValid('G', 'A'));
-  try {
-    FMTfromHex('4', 'G');
-    FAIL() << "no error";
-  } catch (const COLerror& error) {
-    EXPECT_EQ(COLstring("Invalid Hex Character: G"), error.description());
-  }
+  EXPECT_EQ(COLstring("Invalid Hex Character: G"), TSTraised([&] { FMTfromHex('4', 'G'); }).description());
 }

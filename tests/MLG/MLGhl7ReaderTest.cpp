@@ -5,6 +5,8 @@
 #include "MLGhl7Reader.h"
 #include "MLGtestSupport.h"
 
+#include "../support/TSTraised.h"
+
 namespace {
 
 using MLGhl7ReaderTest = MLGtempDir;
@@ -93,26 +95,17 @@ TEST_F(MLGhl7ReaderTest, HeaderIgnoredSegmentsAndTerminators) {
 
 TEST_F(MLGhl7ReaderTest, RefusesFormatsItDoesNotRead) {
   for (MLGreaderFileFormat format : {MLGhl7Batch, MLGx12Interchange, MLGx12Batch, MLGendOfFormats}) {
-    try {
-      MLGhl7Reader reader(format);
-      FAIL() << "accepted format " << format;
-    } catch (const COLerror& error) {
-      EXPECT_EQ(error.description(), COLstring("Unrecognized data format specified: ") +
-                                         std::to_string(static_cast<int>(format)).c_str());
-      EXPECT_EQ(error.code(), 0x80000100u);
-    }
+    const COLerror error = TSTraised([&] { MLGhl7Reader reader(format); });
+    EXPECT_EQ(error.description(), COLstring("Unrecognized data format specified: ") +
+                                       std::to_string(static_cast<int>(format)).c_str());
+    EXPECT_EQ(error.code(), 0x80000100u);
   }
 }
 
 TEST_F(MLGhl7ReaderTest, ClosedReader) {
   MLGhl7Reader reader(MLGhl7Standard);
   EXPECT_FALSE(reader.hasNextMessage());
-  try {
-    (void)reader.position();
-    FAIL() << "position of a closed reader";
-  } catch (const COLerror& error) {
-    EXPECT_EQ(error.description(), "Failed precondition: pMember->File.isOpen()");
-  }
+  EXPECT_EQ(TSTraised([&] { (void)reader.position(); }).description(), "Failed precondition: pMember->File.isOpen()");
   EXPECT_THROW(reader.setPosition(0), COLerror);
   EXPECT_THROW(reader.nextMessage(), COLerror);
   reader.open(write("a.hl7", "MSH|a\r"));

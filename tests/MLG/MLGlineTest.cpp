@@ -6,6 +6,8 @@
 #include "MLGblockFile.h"
 #include "MLGtestSupport.h"
 
+#include "../support/TSTraised.h"
+
 namespace {
 
 // The rules one byte at a time: what the fast scanner must reproduce exactly.
@@ -195,13 +197,9 @@ TEST_F(MLGlineTest, SeekingBackInsideAndOutsideTheBlock) {
 
 TEST_F(MLGlineTest, OpenAndReadErrors) {
   MLGblockFile file;
-  try {
-    file.open(missing());
-    FAIL() << "opened a missing file";
-  } catch (const COLerror& error) {
-    EXPECT_EQ(error.code(), static_cast<uint32_t>(ENOENT));
-    EXPECT_EQ(error.description(), "Open file '" + missing() + "' failed. No such file or directory.");
-  }
+  const COLerror error = TSTraised([&] { file.open(missing()); });
+  EXPECT_EQ(error.code(), static_cast<uint32_t>(ENOENT));
+  EXPECT_EQ(error.description(), "Open file '" + missing() + "' failed. No such file or directory.");
   EXPECT_FALSE(file.isOpen());
   // A directory opens but cannot be read: an error, not an endless empty log.
   file.open(COLstring(m_Dir.string()));

@@ -5,32 +5,30 @@
 #include "COLerror.h"
 #include "QVJdiagnostics.h"
 
+#include "../support/TSTraised.h"
+
 namespace {
 
 TEST(QVJdiagnostics, ReportCarriesTheErrorTheMessageAsLinesAndBytesAndTheVersion) {
   COLerror Original("Message delimiters were not found.", 0x80001201);
   Original.setParameter("Where", "header");
-  try {
-    QVJgenerateCompleteInfoOnException(Original, "\n", "MSH|x\rPID|1");
-    FAIL() << "must throw";
-  } catch (const COLerror& Report) {
-    EXPECT_EQ(Report.code(), 0x80001201u);
-    EXPECT_EQ(COLerror(Report).parameter("Where"), "header");
-    EXPECT_EQ(COLerror(Report).parameter("PlainError"), "Message delimiters were not found.");
-    EXPECT_EQ(std::string(Report.description().c_str()),
-              "Error Code: 0x80001201\n"
-              "Description: Message delimiters were not found.\n"
-              "Where: header\n"
-              "\n"
-              "Diagnostic info follows:\n\n"
-              "Message with linefeeds added:\n\n"
-              "MSH|x\nPID|1\n"
-              "Hex Dump of message data:\n\n"
-              "4D 53 48 7C 78 0D 50 49   44 7C 31                  MSH|x.PI D|1\n"
-              "Engine version: 5.1 Build: 12\n\n"
-              "Please include all the diagnostic info above together with the message definition\n"
-              "file for any support inquiries.\n");
-  }
+  const COLerror Report = TSTraised([&] { QVJgenerateCompleteInfoOnException(Original, "\n", "MSH|x\rPID|1"); });
+  EXPECT_EQ(Report.code(), 0x80001201u);
+  EXPECT_EQ(COLerror(Report).parameter("Where"), "header");
+  EXPECT_EQ(COLerror(Report).parameter("PlainError"), "Message delimiters were not found.");
+  EXPECT_EQ(std::string(Report.description().c_str()),
+            "Error Code: 0x80001201\n"
+            "Description: Message delimiters were not found.\n"
+            "Where: header\n"
+            "\n"
+            "Diagnostic info follows:\n\n"
+            "Message with linefeeds added:\n\n"
+            "MSH|x\nPID|1\n"
+            "Hex Dump of message data:\n\n"
+            "4D 53 48 7C 78 0D 50 49   44 7C 31                  MSH|x.PI D|1\n"
+            "Engine version: 5.1 Build: 12\n\n"
+            "Please include all the diagnostic info above together with the message definition\n"
+            "file for any support inquiries.\n");
 }
 
 TEST(QVJdiagnostics, PrintableAndParseableAreInversesForLineEnds) {

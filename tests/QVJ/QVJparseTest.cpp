@@ -7,27 +7,14 @@
 
 #include "COLerror.h"
 #include "QVJparse.h"
-#include "QVJparseContext.h"
-#include "QVLvmdFile.h"
-#include "QVMengineInternal.h"
-#include "QVMtableInternal.h"
+
+#include "../support/TSTexampleEngine.h"
 
 namespace {
 
-class QVJparse : public ::testing::Test {
+class QVJparse : public TSTexampleEngineTest {
 protected:
-  static void SetUpTestSuite() {
-    Engine = new QVFengine;
-    QVLloadEngine(Engine->schema(), MSGBRIDGE_SOURCE_DIR "/examples/adt_oru.vmd");
-  }
-  static void TearDownTestSuite() { Engine = nullptr; }
-
-  unsigned parse(const char* Message) {
-    unsigned Index = 99;
-    Table.clear();
-    QVJengineInternalParseMessage(Engine->parseContext(), Message, Index, Table);
-    return Index;
-  }
+  unsigned parse(const char* Message) { return TSTexampleEngineTest::parse(Message, Table); }
   // The short text of a failed parse.
   std::string failure(const char* Message) {
     try {
@@ -37,12 +24,6 @@ protected:
     }
     return "no error";
   }
-  QVMtableInternal& sub(const char* Name, QVMtableInternal& From) {
-    return From.subTable(0, From.subTableNameToIndex(Name));
-  }
-
-  static inline COLreferencePtr<QVFengine> Engine;
-  QVMtableInternal Table;
 };
 
 const char Admission[] =

@@ -9,17 +9,10 @@
 #include "QVLtestSupport.h"
 #include "QVLvmdFile.h"
 
+#include "../support/TSTraised.h"
+
 namespace {
 const std::string ExamplePath = std::string(MSGBRIDGE_SOURCE_DIR) + "/examples/adt_oru.vmd";
-
-std::string failureOf(const std::function<void()>& action) {
-  try {
-    action();
-  } catch (const COLerror& error) {
-    return error.description().str();
-  }
-  return "no error";
-}
 
 // A loaded engine, so that a failed load has something to throw away.
 void loadExample(QVMengineInternal& engine) { QVLloadEngine(engine, ExamplePath.c_str()); }
@@ -39,7 +32,7 @@ std::string loadFailure(const std::string& text) {
   QVLtestWriteFile(path, text);
   QVMengineInternal engine;
   loadExample(engine);
-  std::string error = failureOf([&] { QVLloadEngine(engine, path.c_str()); });
+  std::string error = TSTerrorText([&] { QVLloadEngine(engine, path.c_str()); });
   expectEmpty(engine);
   EXPECT_NE(error.find(path), std::string::npos) << error;
   return error;
@@ -57,21 +50,21 @@ TEST(QVLbadInputTest, MissingEmptyAndUnknownFiles) {
   QVMengineInternal engine;
   loadExample(engine);
   std::string missing = directory + "/missing.vmd";
-  EXPECT_NE(failureOf([&] { QVLloadEngine(engine, missing.c_str()); }).find("missing.vmd"), std::string::npos);
+  EXPECT_NE(TSTerrorText([&] { QVLloadEngine(engine, missing.c_str()); }).find("missing.vmd"), std::string::npos);
   expectEmpty(engine);
 
   EXPECT_EQ(loadFailure(""), "VMD file, " + directory.substr(0, directory.size() - 5) + "bad/bad.vmd" +
                                  " is of size 0: The VMD file is not properly formatted.");
   std::string empty = directory + "/empty.vmd";
   QVLtestWriteFile(empty, "");
-  EXPECT_EQ(failureOf([&] { QVLvmdFileType(empty.c_str()); }),
+  EXPECT_EQ(TSTerrorText([&] { QVLvmdFileType(empty.c_str()); }),
             "VMD file, " + empty + " is of size 0: The VMD file is not properly formatted.");
 
   std::string shortFile = directory + "/short.vmd";
   QVLtestWriteFile(shortFile, "abc");
-  EXPECT_EQ(failureOf([&] { QVLloadEngine(engine, shortFile.c_str()); }),
+  EXPECT_EQ(TSTerrorText([&] { QVLloadEngine(engine, shortFile.c_str()); }),
             "VMD file format of " + shortFile + " is not supported.");
-  EXPECT_EQ(failureOf([&] { QVLvmdFileType(shortFile.c_str()); }),
+  EXPECT_EQ(TSTerrorText([&] { QVLvmdFileType(shortFile.c_str()); }),
             "The file " + shortFile + " does not appear to be a valid VMD file.");
   EXPECT_NE(loadFailure("MSH|^~\\&|not a definition\r").find("is not supported"), std::string::npos);
   EXPECT_NE(loadFailure("<engine version=\"2.0\">\n</engine>\n").find("is not supported"), std::string::npos);
@@ -86,20 +79,20 @@ TEST(QVLbadInputTest, BinaryKindsAreRecognisedAndRefusedByName) {
   EXPECT_EQ(QVLvmdFileType(reflected.c_str()), QVLvmdTypeTreBin);
   QVMengineInternal engine;
   loadExample(engine);
-  std::string error = failureOf([&] { QVLloadEngine(engine, archive.c_str()); });
+  std::string error = TSTerrorText([&] { QVLloadEngine(engine, archive.c_str()); });
   EXPECT_NE(error.find(archive), std::string::npos);
   EXPECT_NE(error.find("archive (ARC)"), std::string::npos) << error;
   expectEmpty(engine);
-  error = failureOf([&] { QVLloadEngine(engine, reflected.c_str()); });
+  error = TSTerrorText([&] { QVLloadEngine(engine, reflected.c_str()); });
   EXPECT_NE(error.find("reflected binary (TREBIN)"), std::string::npos) << error;
 
   std::string bytes = QVLtestReadFile(reflected);
-  EXPECT_EQ(failureOf([&] { QVLloadEngineFromMemory(engine, bytes.data(), bytes.size()); }),
+  EXPECT_EQ(TSTerrorText([&] { QVLloadEngineFromMemory(engine, bytes.data(), bytes.size()); }),
             "This VMD file format is not in the format required by this version of Quovane.  Please load into "
             "Quovane and resave to adjust the file.");
-  EXPECT_EQ(failureOf([&] { QVLloadEngineFromMemory(engine, "xyz", 3); }),
+  EXPECT_EQ(TSTerrorText([&] { QVLloadEngineFromMemory(engine, "xyz", 3); }),
             "In memory VMD is not of a recognized format.");
-  EXPECT_EQ(failureOf([&] { QVLloadEngineFromMemory(engine, "", 0); }),
+  EXPECT_EQ(TSTerrorText([&] { QVLloadEngineFromMemory(engine, "", 0); }),
             "VMD file is of size 0: The VMD file is not properly formatted.");
   EXPECT_STREQ(QVLvmdTypeString(3), "XML");
   EXPECT_STREQ(QVLvmdTypeString(2), "TREBIN");
@@ -181,22 +174,22 @@ TEST(QVLbadInputTest, SaveRefusesWhatTheFormatCannotHold) {
   QVMengineInternal engine;
   QVLtestBuildFullModel(engine);
   engine.setVmdDescription("bell \x07");
-  EXPECT_NE(failureOf([&] { ANTsaveEngineToString(engine); }).find("holds the control character 0x07"),
+  EXPECT_NE(TSTerrorText([&] { ANTsaveEngineToString(engine); }).find("holds the control character 0x07"),
             std::string::npos);
   QVLtestBuildFullModel(engine);
   engine.addEnumerationGrammar();
-  EXPECT_NE(failureOf([&] { ANTsaveEngineToString(engine); }).find("has enumeration grammars"), std::string::npos);
+  EXPECT_NE(TSTerrorText([&] { ANTsaveEngineToString(engine); }).find("has enumeration grammars"), std::string::npos);
   QVLtestBuildFullModel(engine);
   engine.table(1)->setTableName("Visits & more");
-  EXPECT_NE(failureOf([&] { ANTsaveEngineToString(engine); }).find("two tables are named `Visits & more'"),
+  EXPECT_NE(TSTerrorText([&] { ANTsaveEngineToString(engine); }).find("two tables are named `Visits & more'"),
             std::string::npos);
 
   std::string path = QVLtestDirectory("refuse") + "/kept.vmd";
   QVLtestWriteFile(path, "kept");
-  EXPECT_EQ(failureOf([&] { QVLsaveEngine(engine, path.c_str(), QVLvmdTypeArc); }),
+  EXPECT_EQ(TSTerrorText([&] { QVLsaveEngine(engine, path.c_str(), QVLvmdTypeArc); }),
             "CARCengineInternal: writing not allowed on this platform");
-  EXPECT_EQ(failureOf([&] { QVLsaveEngine(engine, path.c_str(), 9); }), "Cannot save to this VMD file format.");
-  EXPECT_NE(failureOf([&] { QVLsaveEngine(engine, path.c_str(), QVLvmdTypeXml); }), "no error");
+  EXPECT_EQ(TSTerrorText([&] { QVLsaveEngine(engine, path.c_str(), 9); }), "Cannot save to this VMD file format.");
+  EXPECT_NE(TSTerrorText([&] { QVLsaveEngine(engine, path.c_str(), QVLvmdTypeXml); }), "no error");
   EXPECT_EQ(QVLtestReadFile(path), "kept");
 }
 
@@ -204,7 +197,7 @@ TEST(QVLbadInputTest, EveryCutOfTheExampleFailsCleanly) {
   std::string example = QVLtestReadFile(ExamplePath);
   QVMengineInternal engine;
   for (size_t cut = 1; cut < example.size(); cut += 1543) {
-    std::string error = failureOf([&] { QVLloadEngineFromMemory(engine, example.data(), cut); });
+    std::string error = TSTerrorText([&] { QVLloadEngineFromMemory(engine, example.data(), cut); });
     // Below the header the kind is unknown; above it the XML ends too soon.
     EXPECT_TRUE(error.find("not of a recognized format") != std::string::npos ||
                 error.find("VMD file in memory, line ") != std::string::npos)

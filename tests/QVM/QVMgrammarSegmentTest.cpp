@@ -9,13 +9,6 @@
 
 namespace {
 
-QVMsegmentGrammar segmentWithFields(const char* name, std::initializer_list<const char*> fields) {
-  QVMsegmentGrammar grammar;
-  grammar.setName(name);
-  for (const char* field : fields) grammar.setFieldName(QVMsegmentGrammarAddFieldWithoutInitialization(grammar), field);
-  return grammar;
-}
-
 COLstring fieldNames(const QVMsegmentGrammar& grammar) {
   COLstring names;
   for (uint32_t i = 0; i < grammar.countOfField(); ++i) names += grammar.fieldName(i);

@@ -8,6 +8,7 @@
 #include "COLerror.h"
 #include "COLostream.h"
 #include "COLstring.h"
+#include "QVMsegmentGrammar.h"
 
 // Runs `action` and checks that it raises exactly this text with this code.
 inline void QVMexpectError(const std::function<void()>& action, const char* text, uint32_t code = 0x80000100) {
@@ -40,4 +41,12 @@ COLstring QVMprinted(const T& value) {
   COLostream stream(text);
   stream << value;
   return text;
+}
+
+// A segment grammar with these field names and nothing else set.
+inline QVMsegmentGrammar segmentWithFields(const char* name, std::initializer_list<const char*> fields) {
+  QVMsegmentGrammar grammar;
+  grammar.setName(name);
+  for (const char* field : fields) grammar.setFieldName(QVMsegmentGrammarAddFieldWithoutInitialization(grammar), field);
+  return grammar;
 }

@@ -1,5 +1,6 @@
-// Parsing through the handle interface: a host loads the example definition, parses a
-// message into a table handle, reads cells back, and gets an error handle for a bad message.
+// Parsing and generating through the handle interface: a host loads the example definition,
+// parses a message into a table handle, reads cells back, generates the message again, and
+// gets an error handle for every fault.
 #include <gtest/gtest.h>
 
 #include "QVMhandle.h"
@@ -13,12 +14,24 @@ const char Admission[] =
     "PID|1||MR410000^^^NORTHGATE^MR||Okonkwo^Amara^^^||19500101|F\r"
     "PV1|1|I|WARD3^100^A^NORTHGATE||||D1042^Varga^Ilona\r";
 
-TEST(QVMhandleParse, AMessageFillsATableHandleAndABadOneGivesAnErrorHandle) {
+// A host's engine with the example definition loaded and an empty table to parse into.
+class QVMhandleParse : public ::testing::Test {
+protected:
+  void SetUp() override {
+    ASSERT_EQ(_QVMengineCreate(&engine), nullptr);
+    EXPECT_HANDLE_OK(_QVMengineLoad(engine, QVMexampleDefinition().c_str()));
+    EXPECT_HANDLE_OK(_QVMtableCreate(&table));
+  }
+  void TearDown() override {
+    EXPECT_HANDLE_OK(_QVMtableRelease(table));
+    EXPECT_HANDLE_OK(_QVMengineRelease(engine));
+  }
+
   void* engine = nullptr;
-  EXPECT_HANDLE_OK(_QVMengineCreate(&engine));
-  EXPECT_HANDLE_OK(_QVMengineLoad(engine, QVMexampleDefinition().c_str()));
   void* table = nullptr;
-  EXPECT_HANDLE_OK(_QVMtableCreate(&table));
+};
+
+TEST_F(QVMhandleParse, AMessageFillsATableHandle) {
   unsigned index = 99;
   EXPECT_HANDLE_OK(_QVMengineParseMessageA(engine, Admission, &index, table));
   const char* name = nullptr;
@@ -35,21 +48,9 @@ TEST(QVMhandleParse, AMessageFillsATableHandleAndABadOneGivesAnErrorHandle) {
   const char* value = nullptr;
   EXPECT_HANDLE_OK(_QVMtableGetStringA(patient, column, 0, &value));
   EXPECT_STREQ(value, "Okonkwo");
-
-  // Released engine: the table still holds the grammars it was filled by.
-  EXPECT_HANDLE_OK(_QVMengineRelease(engine));
-  unsigned rows = 0;
-  EXPECT_HANDLE_OK(_QVMtableCountOfRow(table, &rows));
-  EXPECT_EQ(rows, 1u);
-  EXPECT_HANDLE_OK(_QVMtableRelease(table));
 }
 
-TEST(QVMhandleParse, AFailedParseReportsTheDiagnosticsAndTheShortText) {
-  void* engine = nullptr;
-  EXPECT_HANDLE_OK(_QVMengineCreate(&engine));
-  EXPECT_HANDLE_OK(_QVMengineLoad(engine, QVMexampleDefinition().c_str()));
-  void* table = nullptr;
-  EXPECT_HANDLE_OK(_QVMtableCreate(&table));
+TEST_F(QVMhandleParse, AFailedParseReportsTheDiagnosticsAndTheShortText) {
   unsigned index = 0;
   const QVMhandleOutcome outcome = QVMoutcome(_QVMengineParseMessageA(engine, "MSH|^~\\&|||||||ZZZ\r", &index, table));
   EXPECT_TRUE(outcome.failed);
@@ -57,20 +58,9 @@ TEST(QVMhandleParse, AFailedParseReportsTheDiagnosticsAndTheShortText) {
   EXPECT_NE(outcome.text.find("Diagnostic info follows:"), std::string::npos);
   EXPECT_TRUE(QVMoutcome(_QVMengineParseMessageA(engine, Admission, &index, nullptr)).failed);
   EXPECT_HANDLE_OK(_QVMengineParseMessageA(engine, Admission, &index, table));
-  EXPECT_HANDLE_OK(_QVMtableRelease(table));
-  EXPECT_HANDLE_OK(_QVMengineRelease(engine));
 }
 
-}  // namespace
-
-namespace {
-
-TEST(QVMhandleGenerate, ATableAndItsXmlGoBackToTheMessageAndFaultsGiveErrorHandles) {
-  void* engine = nullptr;
-  EXPECT_HANDLE_OK(_QVMengineCreate(&engine));
-  EXPECT_HANDLE_OK(_QVMengineLoad(engine, QVMexampleDefinition().c_str()));
-  void* table = nullptr;
-  EXPECT_HANDLE_OK(_QVMtableCreate(&table));
+TEST_F(QVMhandleParse, ATableAndItsXmlGoBackToTheMessageAndFaultsGiveErrorHandles) {
   unsigned index = 99;
   EXPECT_HANDLE_OK(_QVMengineParseMessageA(engine, Admission, &index, table));
   const char* message = nullptr;
@@ -97,8 +87,6 @@ TEST(QVMhandleGenerate, ATableAndItsXmlGoBackToTheMessageAndFaultsGiveErrorHandl
   EXPECT_TRUE(QVMoutcome(_QVMengineTranslateXmlToMessage(engine, "<Quovane_Import><Nothing/>", &message)).failed);
   EXPECT_EQ(QVMoutcome(_QVMengineTranslateHl7StandardXmlToMessageValidate(nullptr, "x", 1, &message)).text,
             "Failed precondition: Handle != NULL");
-  EXPECT_HANDLE_OK(_QVMtableRelease(table));
-  EXPECT_HANDLE_OK(_QVMengineRelease(engine));
 }
 
 }  // namespace

@@ -8,13 +8,6 @@
 
 namespace {
 
-QVMsegmentGrammar segmentWithFields(const char* name, std::initializer_list<const char*> fields) {
-  QVMsegmentGrammar grammar;
-  grammar.setName(name);
-  for (const char* field : fields) grammar.setFieldName(QVMsegmentGrammarAddFieldWithoutInitialization(grammar), field);
-  return grammar;
-}
-
 // A kind that no definition knows.
 class QVMruleOfUnknownKind : public QVMsegmentValidationRuleConditionalField {
 public:

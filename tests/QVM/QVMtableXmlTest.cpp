@@ -11,6 +11,8 @@
 #include "QVMxmlHl7Converter.h"
 #include "QVXconverter.h"
 
+#include "../support/TSTraised.h"
+
 namespace {
 
 class QVMtableXml : public ::testing::Test {
@@ -168,12 +170,8 @@ TEST(QVMconverterRegistry, NamesAliasesAndKinds) {
   EXPECT_EQ(QVXconverterNameFromAlias("table"), nullptr);
   EXPECT_TRUE(QVMxmlHl7Converter::getConverter("TABLE - Long Tags")->isTable());
   EXPECT_FALSE(QVMxmlHl7Converter::getConverter("EXPANDED")->isStandard());
-  try {
-    QVMxmlHl7Converter::getConverter("table");
-    FAIL();
-  } catch (const COLerror& Error) {
-    EXPECT_STREQ(Error.description().c_str(), "Unknown XML converter table requested.");
-  }
+  EXPECT_STREQ(TSTraised([&] { QVMxmlHl7Converter::getConverter("table"); }).description().c_str(),
+               "Unknown XML converter table requested.");
 }
 
 }  // namespace

@@ -1,6 +1,13 @@
-// Messages of the example definition that the generation tests parse and generate again, and
-// what generation gives back for the admission: as much as its tables carry.
+// The example engine the generation tests share, messages of its definition that they parse
+// and generate again, and what generation gives back for the admission: as much as its tables
+// carry.
 #pragma once
+
+#include <string>
+
+#include "QVPgenerateMessage.h"
+
+#include "../support/TSTexampleEngine.h"
 
 inline constexpr char Admission[] =
     "MSH|^~\\&|PASYS|NORTHGATE|ENGINE|NORTHGATE|20240301080000||ADT^A01|MSG01000|P|2.4\r"
@@ -22,3 +29,18 @@ inline constexpr char Results[] =
     "OBR|1|ORD07006|LAB52006|BMP^Basic metabolic panel^L|||20240303101400\r"
     "OBX|1|NM|NA^Sodium^L||129|mmol/L|135-145|L|||F\r"
     "OBX|2|NM|HGB^Hemoglobin^L||10.0|g/dL|12.0-16.0|L|||F\r";
+
+// The example engine of the generation tests: a generated message holds only what the tables
+// carry, and its header lacks required fields such as MSH-7, so reading it back is done
+// without the content checks.
+class QVPexampleEngineTest : public TSTexampleEngineTest {
+protected:
+  static void SetUpTestSuite() {
+    TSTexampleEngineTest::SetUpTestSuite();
+    Engine->schema().setRejectBadSegmentGrammar(false);
+  }
+
+  static std::string generate(unsigned Index, QVMtableInternal& From) {
+    return QVPgenerateMessage(Engine->parseContext().qvpParseContext(), Index, From);
+  }
+};

@@ -5,64 +5,25 @@
 #include <gtest/gtest.h>
 
 #include "COLerror.h"
-#include "QVJparse.h"
-#include "QVJparseContext.h"
-#include "QVLvmdFile.h"
 #include "QVMcompositeGrammar.h"
 #include "QVMconfig.h"
 #include "QVMdateTimeGrammar.h"
-#include "QVMengineInternal.h"
 #include "QVMmessageDefinitionInternal.h"
 #include "QVMmessageFill.h"
 #include "QVMsegmentGenerator.h"
 #include "QVMsegmentGrammar.h"
-#include "QVMtableInternal.h"
 #include "QVMtypedMessageTree.h"
 #include "QVMuntypedMessageTree.h"
 #include "QVPcompositeGenerator.h"
 #include "QVPflatGen.h"
-#include "QVPgenerateMessage.h"
 #include "SCCescaper.h"
 #include "QVPexampleMessages.h"
 
+#include "../support/TSTraised.h"
+
 namespace {
 
-std::string errorText(const std::function<void()>& Body) {
-  try {
-    Body();
-  } catch (const COLerror& Error) {
-    return Error.description().c_str();
-  }
-  return "no error";
-}
-
-class QVPgenerate : public ::testing::Test {
-protected:
-  static void SetUpTestSuite() {
-    Engine = new QVFengine;
-    QVLloadEngine(Engine->schema(), MSGBRIDGE_SOURCE_DIR "/examples/adt_oru.vmd");
-    // A generated message holds only what the tables carry: its header lacks required fields
-    // such as MSH-7, so reading it back is done without the content checks.
-    Engine->schema().setRejectBadSegmentGrammar(false);
-  }
-  static void TearDownTestSuite() { Engine = nullptr; }
-
-  unsigned parse(const char* Message, QVMtableInternal& Into) {
-    unsigned Index = 99;
-    Into.clear();
-    QVJengineInternalParseMessage(Engine->parseContext(), Message, Index, Into);
-    return Index;
-  }
-  std::string generate(unsigned Index, QVMtableInternal& From) {
-    return QVPgenerateMessage(Engine->parseContext().qvpParseContext(), Index, From);
-  }
-  static QVMtableInternal& sub(const char* Name, QVMtableInternal& From) {
-    return From.subTable(0, From.subTableNameToIndex(Name));
-  }
-
-  static inline COLreferencePtr<QVFengine> Engine;
-  QVMtableInternal Table;
-};
+using QVPgenerate = QVPexampleEngineTest;
 
 TEST_F(QVPgenerate, AParsedAdmissionComesBackAsFarAsItsTablesCarryIt) {
   const unsigned Index = parse(Admission, Table);
@@ -127,7 +88,7 @@ TEST_F(QVPgenerate, ATableOfAnotherMessageIsRefusedAndAnEmptyTableGivesTheRequir
   const unsigned Index = parse(Admission, Table);
   const unsigned Other = parse(Results, Table);
   ASSERT_NE(Index, Other);
-  EXPECT_EQ(errorText([&] { generate(Index, Table); }), "Table does not match required structure for this message.");
+  EXPECT_EQ(TSTerrorText([&] { generate(Index, Table); }), "Table does not match required structure for this message.");
   QVMtableInternal Empty;
   QVMcreateEmptyMessageTable(Engine->schema(), Index, Empty);
   EXPECT_EQ(generate(Index, Empty), "MSH|^~\\&|||||||ADT^A01\rEVN\rPID\rPV1\r");
@@ -137,7 +98,7 @@ TEST_F(QVPgenerate, OutgoingScriptsRunAndTheirFaultsAreNamed) {
   const unsigned Index = parse(Admission, Table);
   QVMconfig& Config = Engine->schema().config();
   Config.outgoingMainFunction().setCode("no_such_name");
-  const std::string Text = errorText([&] { generate(Index, Table); });
+  const std::string Text = TSTerrorText([&] { generate(Index, Table); });
   Config.outgoingMainFunction().setCode("");
   EXPECT_EQ(Text.find("Global Outbound Script error: "), 0u) << Text;
   EXPECT_NE(Text.find("NameError"), std::string::npos) << Text;
@@ -148,7 +109,7 @@ TEST_F(QVPgenerate, OutgoingScriptsRunAndTheirFaultsAreNamed) {
   Expected.replace(Expected.find("ADT^A01"), 7, "ADT^A08");
   EXPECT_EQ(generate(Index, Table), Expected);
   Config.outgoingPostProcessFunction().setCode("value = 5");
-  EXPECT_EQ(errorText([&] { generate(Index, Table); }).find("Global Outbound Post Process Script error: "), 0u);
+  EXPECT_EQ(TSTerrorText([&] { generate(Index, Table); }).find("Global Outbound Post Process Script error: "), 0u);
   Config.outgoingPostProcessFunction().setCode("");
   EXPECT_EQ(generate(Index, Table), AdmissionBack);
 }
@@ -223,12 +184,12 @@ TEST(QVPflatGen, NestingAndRepeatsBeyondTheConfiguredLevelsAreRefused) {
   Segment.node(1, 0)->node(0, 0)->setStringValue("a");
   Segment.node(1, 0)->node(1, 0)->setStringValue("b");
   COLstring Text;
-  EXPECT_EQ(errorText([&] { Tree->makeFlatWire(Text, twoLevels(), 0); }),
+  EXPECT_EQ(TSTerrorText([&] { Tree->makeFlatWire(Text, twoLevels(), 0); }),
             "Error generating ST.1 composite: missing separator for nesting level 3");
   Segment.node(1, 0)->setCountOfSubNode(0);
   Segment.node(1, 0)->setStringValue("a");
   Segment.node(1, 1)->setStringValue("b");
-  EXPECT_EQ(errorText([&] { Tree->makeFlatWire(Text, twoLevels(), 0); }),
+  EXPECT_EQ(TSTerrorText([&] { Tree->makeFlatWire(Text, twoLevels(), 0); }),
             "Delimiter level 2 (separator = *) is not configured as being repeating in the options for this VMD "
             "file.");
 }
@@ -325,12 +286,12 @@ TEST(QVMsegmentGenerator, MissingRequiredFieldsAreRecordedAndTooManyRepeatsStopG
             "1.2: 0: Required Field[1] Kind (), 0 not present.\n");
 
   Typed->makeNodeUpTo(1, 2)->setStringValue("c");
-  EXPECT_EQ(errorText([&] { QVMsegmentGenerator().generateSegment(nullptr, *Typed, *List, Segment, Escaper, &Ok,
+  EXPECT_EQ(TSTerrorText([&] { QVMsegmentGenerator().generateSegment(nullptr, *Typed, *List, Segment, Escaper, &Ok,
                                                                   Environment); }),
             "Field Names in segment ZPI only has 1 repeats allowed.  You can change this by editing the grammar of "
             "this segment.");
   Segment.setFieldMaxRepeat(1, 0);
-  EXPECT_EQ(errorText([&] { QVMsegmentGenerator().generateSegment(nullptr, *Typed, *List, Segment, Escaper, &Ok,
+  EXPECT_EQ(TSTerrorText([&] { QVMsegmentGenerator().generateSegment(nullptr, *Typed, *List, Segment, Escaper, &Ok,
                                                                   Environment); }),
             "Field Names in segment ZPI is not repeating.  You can change this by editing the grammar of this "
             "segment.");

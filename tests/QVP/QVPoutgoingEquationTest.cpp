@@ -5,41 +5,24 @@
 #include <string>
 
 #include "COLerror.h"
-#include "QVJparse.h"
-#include "QVJparseContext.h"
-#include "QVLvmdFile.h"
 #include "QVMengineInternal.h"
 #include "QVMsegmentGrammar.h"
 #include "QVMtableDefinitionInternal.h"
-#include "QVMtableInternal.h"
-#include "QVPgenerateMessage.h"
 #include "QVPexampleMessages.h"
 
 namespace {
 
-class QVPoutgoingEquation : public ::testing::Test {
+class QVPoutgoingEquation : public QVPexampleEngineTest {
 protected:
-  static void SetUpTestSuite() {
-    Engine = new QVFengine;
-    QVLloadEngine(Engine->schema(), MSGBRIDGE_SOURCE_DIR "/examples/adt_oru.vmd");
-    Engine->schema().setRejectBadSegmentGrammar(false);
-  }
-  static void TearDownTestSuite() { Engine = nullptr; }
-
   // Every equation set by a test goes when it ends, so that the next one starts clean.
   void TearDown() override {
     for (LANfunction* Function : Touched) Function->setCode("");
   }
 
-  unsigned parse(const char* Message) {
-    unsigned Index = 99;
-    Table.clear();
-    QVJengineInternalParseMessage(Engine->parseContext(), Message, Index, Table);
-    return Index;
-  }
+  unsigned parse(const char* Message) { return QVPexampleEngineTest::parse(Message, Table); }
   std::string generate(unsigned Index) {
     try {
-      return QVPgenerateMessage(Engine->parseContext().qvpParseContext(), Index, Table);
+      return QVPexampleEngineTest::generate(Index, Table);
     } catch (const COLerror& Error) {
       return "error: " + Error.description().str();
     }
@@ -62,8 +45,6 @@ protected:
     return Text;
   }
 
-  static inline COLreferencePtr<QVFengine> Engine;
-  QVMtableInternal Table;
   std::vector<LANfunction*> Touched;
 };
 

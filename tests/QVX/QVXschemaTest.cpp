@@ -17,24 +17,18 @@
 #include "QVXschema.h"
 #include "MLGreader.h"
 
+#include "../support/TSTexampleEngine.h"
+
 namespace {
 
-class QVXschema : public ::testing::Test {
+class QVXschema : public TSTexampleEngineTest {
 protected:
-  static void SetUpTestSuite() {
-    Engine = new QVFengine;
-    QVLloadEngine(Engine->schema(), MSGBRIDGE_SOURCE_DIR "/examples/adt_oru.vmd");
-  }
-  static void TearDownTestSuite() { Engine = nullptr; }
-
   std::vector<QVXschemaOutput> generate(XMLschemaFormatter::EFormatters Kind, bool Single,
                                         const char* FileName = "out/defs.xsd") {
     std::vector<QVXschemaOutput> Out;
     QVXgenerateSchema(Engine->schema(), Kind, FileName, Out, Single);
     return Out;
   }
-
-  static inline COLreferencePtr<QVFengine> Engine;
 };
 
 TEST_F(QVXschema, OneFileDeclaresEachTableOnceWithTypedColumns) {

@@ -7,19 +7,9 @@
 #include "COLostream.h"
 #include "REXmatcher.h"
 
-namespace {
+#include "../support/TSTraised.h"
 
-// Runs `action` and returns the COLerror it raised; fails the test when nothing is raised.
-template <class Action>
-COLerror raised(Action action) {
-  try {
-    action();
-  } catch (const COLerror& error) {
-    return error;
-  }
-  ADD_FAILURE() << "no COLerror raised";
-  return COLerror("", 0);
-}
+namespace {
 
 struct Found {
   bool matched;
@@ -114,7 +104,7 @@ TEST(REXmatcher, FindMatchReportsFirstAndLastByte) {
   EXPECT_EQ(COLstring::npos, none.last);
 
   // A start past the end is refused by the library: a failed postcondition, not a crash.
-  COLerror error = raised([] { find(REXmatcher("a"), "abc", 9); });
+  COLerror error = TSTraised([] { find(REXmatcher("a"), "abc", 9); });
   EXPECT_EQ(0x80000101u, error.code());
   EXPECT_EQ(COLstring("Failed postcondition:ReturnCode >= -1"), error.description());
 }
@@ -136,7 +126,7 @@ TEST(REXmatcher, BadPatternIsKeptWithItsErrorAndRefusesToMatch) {
   EXPECT_TRUE(copy == matcher);
 
   for (const REXmatcher* subject : {&matcher, &copy}) {
-    COLerror error = raised([subject] { subject->doesMatch("MSH"); });
+    COLerror error = TSTraised([subject] { subject->doesMatch("MSH"); });
     EXPECT_EQ(0x80000100u, error.code());
     EXPECT_EQ(COLstring("Failed precondition: pMember->pCompiledExpression != NULL"), error.description());
   }
@@ -217,40 +207,40 @@ TEST(REXmatcher, PrintsItsPattern) {
   EXPECT_EQ(COLstring("Regex: 'A|B'"), text);
 }
 
+namespace {
+
+struct ReplaceCase {
+  const char* pattern;
+  const char* text;
+  const char* replacement;
+  size_t count;
+  const char* expected;
+};
+
+void expectReplaced(const ReplaceCase& Case, REXoption flags = 0) {
+  COLstring text(Case.text);
+  EXPECT_EQ(Case.count, REXmatcher(Case.pattern, flags).regexReplace(text, Case.replacement)) << Case.text;
+  EXPECT_EQ(COLstring(Case.expected), text) << Case.pattern << " in " << Case.text;
+}
+
+}  // namespace
+
 TEST(REXmatcher, ReplaceExpandsBackReferences) {
-  COLstring text("abcb");
-  EXPECT_EQ(2u, REXmatcher("b").regexReplace(text, "[$0]"));
-  EXPECT_EQ(COLstring("a[b]c[b]"), text);
-
-  text = "2024-05-17";
-  EXPECT_EQ(1u, REXmatcher("([0-9]+)-([0-9]+)-([0-9]+)").regexReplace(text, "$3.$2.$1 ($1)"));
-  EXPECT_EQ(COLstring("17.05.2024 (2024)"), text);
-
-  text = "a$b";
-  EXPECT_EQ(1u, REXmatcher("b").regexReplace(text, "$x$"));
-  EXPECT_EQ(COLstring("a$$x$"), text) << "a $ before no digit stays";
-
-  text = "ab";
-  EXPECT_EQ(1u, REXmatcher("(a)(b)").regexReplace(text, "$12"));
-  EXPECT_EQ(COLstring("a2"), text) << "group numbers are one digit";
-
-  // A group's own text is put in as it is, never expanded again.
-  text = "$2X";
-  REXmatcher(R"((\$2)(X))").regexReplace(text, "$1-$2");
-  EXPECT_EQ(COLstring("$2-X"), text);
-
-  COLstring untouched;
-  EXPECT_EQ(0u, REXmatcher("x*").regexReplace(untouched, "y"));
-  EXPECT_TRUE(untouched.empty());
-
-  text = "abc";
-  EXPECT_EQ(0u, REXmatcher("z").regexReplace(text, "y"));
-  EXPECT_EQ(COLstring("abc"), text);
+  const ReplaceCase Cases[] = {
+      {"b", "abcb", "[$0]", 2, "a[b]c[b]"},
+      {"([0-9]+)-([0-9]+)-([0-9]+)", "2024-05-17", "$3.$2.$1 ($1)", 1, "17.05.2024 (2024)"},
+      {"b", "a$b", "$x$", 1, "a$$x$"},      // a $ before no digit stays
+      {"(a)(b)", "ab", "$12", 1, "a2"},     // group numbers are one digit
+      {R"((\$2)(X))", "$2X", "$1-$2", 1, "$2-X"},  // a group's own text is never expanded again
+      {"x*", "", "y", 0, ""},
+      {"z", "abc", "y", 0, "abc"},
+  };
+  for (const ReplaceCase& Case : Cases) expectReplaced(Case);
 }
 
 TEST(REXmatcher, ReplaceRaisesForMissingGroupAndLeavesTextAlone) {
   COLstring text("abab");
-  COLerror error = raised([&text] { REXmatcher("b").regexReplace(text, "$1"); });
+  COLerror error = TSTraised([&text] { REXmatcher("b").regexReplace(text, "$1"); });
   EXPECT_EQ(COLstring("Error finding back reference"), error.description());
   EXPECT_EQ(0x80000101u, error.code());
   EXPECT_EQ(COLstring("abab"), text);
@@ -267,21 +257,14 @@ TEST(REXmatcher, ReplaceRaisesForMissingGroupAndLeavesTextAlone) {
 }
 
 TEST(REXmatcher, ReplaceWithEmptyMatchesEnds) {
-  COLstring text("abb");
-  EXPECT_EQ(3u, REXmatcher("b*").regexReplace(text, "-"));
-  EXPECT_EQ(COLstring("-a--"), text);
-
-  text = "abc";
-  EXPECT_EQ(4u, REXmatcher("").regexReplace(text, ""));
-  EXPECT_EQ(COLstring("abc"), text);
-
-  text = "abc";
-  EXPECT_EQ(4u, REXmatcher("x?").regexReplace(text, "."));
-  EXPECT_EQ(COLstring(".a.b.c."), text);
-
-  text = "a\xC3\xA9" "b";  // an accented letter in UTF-8 is stepped over whole
-  EXPECT_EQ(4u, REXmatcher("x?", REX_UTF8).regexReplace(text, "."));
-  EXPECT_EQ(COLstring(".a.\xC3\xA9" ".b."), text);
+  const ReplaceCase Cases[] = {
+      {"b*", "abb", "-", 3, "-a--"},
+      {"", "abc", "", 4, "abc"},
+      {"x?", "abc", ".", 4, ".a.b.c."},
+  };
+  for (const ReplaceCase& Case : Cases) expectReplaced(Case);
+  // An accented letter in UTF-8 is stepped over whole.
+  expectReplaced({"x?", "a\xC3\xA9" "b", ".", 4, ".a.\xC3\xA9" ".b."}, REX_UTF8);
 }
 
 TEST(REXmatcher, ReplaceFunctionSeesGapsAndGroupsButNotReplacement) {
@@ -335,7 +318,7 @@ TEST(REXmatcher, RunawayMatchesRaiseInsteadOfHangingOrCrashing) {
   // Exponential backtracking hits the library's match limit: an error, not a hang.
   std::string many(40, 'a');
   many += 'b';
-  COLerror error = raised([&many] { REXmatcher("(a+)+$").doesMatch(many.c_str()); });
+  COLerror error = TSTraised([&many] { REXmatcher("(a+)+$").doesMatch(many.c_str()); });
   EXPECT_EQ(0x80000101u, error.code());
 
   // Deep repetition over a long value outgrows the default machine stack of the library;

@@ -2,6 +2,8 @@
 // carets under the offending bytes, the code and every named parameter.
 #include "SGCtestSupport.h"
 
+#include "../support/TSTraised.h"
+
 using SGCtest::Definition;
 using SGCtest::Message;
 using SGCtest::Parameters;
@@ -288,14 +290,10 @@ TEST(SGCcheckSegment, DefinitionTheChecksCannotApplyIsRefused) {
   Def.Dtm.setFieldsRequired(true);
   Message Parsed("PID|1|123|DOE|2001||||ACC");
   SGCerrorList Errors;
-  try {
-    SGCcheckSegment(Parsed.segment(1), 1, Def.Pid, Errors);
-    FAIL() << "no error";
-  } catch (const COLerror& Error) {
-    EXPECT_EQ(Error.code(), 0x80000600u);
-    EXPECT_EQ(Error.description(), "Invalid date/time format '2001'. It might be an idea to change the Date/Time "
-                                   "format 'DTM' to *not* require all the date/time fields.");
-  }
+  const COLerror Error = TSTraised([&] { SGCcheckSegment(Parsed.segment(1), 1, Def.Pid, Errors); });
+  EXPECT_EQ(Error.code(), 0x80000600u);
+  EXPECT_EQ(Error.description(), "Invalid date/time format '2001'. It might be an idea to change the Date/Time "
+                                 "format 'DTM' to *not* require all the date/time fields.");
 }
 
 TEST(SGCerror, WordsOfUnknownValidationErrorAndHelpers) {
@@ -322,12 +320,9 @@ TEST(SGCerror, WordsOfUnknownValidationErrorAndHelpers) {
   Definition Def;
   SGCerrorList Empty;
   Message Parsed("PID|1");
-  try {
-    QVJstrictGrammarErrorPrepare(Error, Parsed.segment(1), Parsed.Separators, Empty);
-    FAIL() << "an empty list was reported";
-  } catch (const COLerror& Raised) {
-    EXPECT_EQ(Raised.description(), "Failed precondition: ErrorList.size() > 0");
-  }
+  EXPECT_EQ(
+      TSTraised([&] { QVJstrictGrammarErrorPrepare(Error, Parsed.segment(1), Parsed.Separators, Empty); }).description(),
+            "Failed precondition: ErrorList.size() > 0");
 }
 
 TEST(SGCcheckSegment, FieldEmptiness) {

@@ -6,6 +6,8 @@
 #include "COLerror.h"
 #include "SGCcheck.h"
 
+#include "../support/TSTraised.h"
+
 namespace {
 
 // A value over a text that is not NUL-terminated where the value ends, as in a message.
@@ -119,14 +121,10 @@ TEST(SGCformat, ShortDateTimesAndRequiredFields) {
   EXPECT_EQ(Result.day(), 1);
 
   Date.setFieldsRequired(true);
-  try {
-    SGCdateTimeGrammarConvertStringToDateTime(Date, Value("2001"), Result);
-    FAIL() << "no error";
-  } catch (const COLerror& Error) {
-    EXPECT_EQ(Error.code(), 0x80000600u);
-    EXPECT_EQ(Error.description(), "Invalid date/time format '2001'. It might be an idea to change the Date/Time "
-                                   "format 'MASK' to *not* require all the date/time fields.");
-  }
+  const COLerror Error = TSTraised([&] { SGCdateTimeGrammarConvertStringToDateTime(Date, Value("2001"), Result); });
+  EXPECT_EQ(Error.code(), 0x80000600u);
+  EXPECT_EQ(Error.description(), "Invalid date/time format '2001'. It might be an idea to change the Date/Time "
+                                 "format 'MASK' to *not* require all the date/time fields.");
   // A bad value is a bad value, even with required fields.
   EXPECT_FALSE(SGCvalidDateTime(Value("20x1"), Date));
 }

@@ -8,6 +8,8 @@
 #include "SGMoutput.h"
 #include "SGPparser.h"
 
+#include "../support/TSTraised.h"
+
 namespace {
 
 struct Parsed {
@@ -252,13 +254,9 @@ TEST(SGPparser, OptionsAreValidated) {
   EXPECT_EQ(Problem, "When parsing HL7 data and disabling the subfield delimiter, the sub-sub field delimiter must "
                      "also be disabled");
   Parsed p;
-  try {
-    parseInto(p, "MSH|^~\\&|A\r", Options);
-    FAIL() << "bad options must throw";
-  } catch (const COLerror& Error) {
-    EXPECT_EQ(Error.code(), 0x80000100u);
-    EXPECT_TRUE(Error.description().startsWith("Error with parsing options while parsing header: When parsing"));
-  }
+  const COLerror Error = TSTraised([&] { parseInto(p, "MSH|^~\\&|A\r", Options); });
+  EXPECT_EQ(Error.code(), 0x80000100u);
+  EXPECT_TRUE(Error.description().startsWith("Error with parsing options while parsing header: When parsing"));
   SGPparserOptions NoName;
   NoName.setHeaderSegmentName("");
   EXPECT_THROW(parseInto(p, "MSH|^~\\&|A\r", NoName), COLerror);

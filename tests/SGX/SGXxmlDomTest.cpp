@@ -5,6 +5,8 @@
 #include "COLerror.h"
 #include "SGXxmlDom.h"
 
+#include "../support/TSTraised.h"
+
 namespace {
 
 // Parses and fails the test with the parser's error when the document is refused.
@@ -184,13 +186,9 @@ TEST(SGXxmlDomWrite, RoundTripOfAParsedDocument) {
 TEST(SGXerror, PrintableCodesAndSorting) {
   EXPECT_EQ(SGXerrorPrintableCode(0), "XML00001");
   EXPECT_EQ(SGXerrorPrintableCode(6), "XML00007");
-  try {
-    SGXerrorPrintableCode(7);
-    FAIL();
-  } catch (const COLerror& error) {
-    EXPECT_EQ(error.description(), "Unknown SGXerror::ErrorCode 7");
-    EXPECT_EQ(error.code(), 0x80000100u);
-  }
+  const COLerror error = TSTraised([&] { SGXerrorPrintableCode(7); });
+  EXPECT_EQ(error.description(), "Unknown SGXerror::ErrorCode 7");
+  EXPECT_EQ(error.code(), 0x80000100u);
   SGXerrorList List{new SGXerror(SGXerror::UnexpectedElement, "b", 5, 1), new SGXerror(SGXerror::RequiredMissing, "a", 2, 0),
                     new SGXerror(SGXerror::UnexpectedElement, "c", 5, 0)};
   SGXerrorListSortByLineNumber(List);

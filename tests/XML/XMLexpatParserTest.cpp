@@ -8,6 +8,8 @@
 #include "XMLexpatAnsiParser.h"
 #include "XMLexpatParser.h"
 
+#include "../support/TSTraised.h"
+
 namespace {
 
 // Records every event as one line of text.
@@ -117,12 +119,7 @@ TEST(XMLexpatParser, PiecesAndPositions) {
 TEST(XMLexpatParser, ParseRefusesAnOpenParser) {
   Recorder R;
   R.init();
-  try {
-    R.parse("<a/>");
-    FAIL();
-  } catch (const COLerror& error) {
-    EXPECT_EQ(error.description(), "Failed precondition: parser == NULL");
-  }
+  EXPECT_EQ(TSTraised([&] { R.parse("<a/>"); }).description(), "Failed precondition: parser == NULL");
 }
 
 TEST(XMLexpatParser, CustomErrorTextThroughOnError) {
@@ -171,18 +168,9 @@ TEST(XMLexpatAnsiParser, TranscodesNamesAttributesAndText) {
 
 TEST(XMLexpatAnsiParser, CharactersAboveLatin1AreRefused) {
   AnsiRecorder R;
-  try {
-    R.parse("<a>x\xC4\x80yz</a>");
-    FAIL();
-  } catch (const COLerror& error) {
-    EXPECT_EQ(error.description(), "Unable to transcode stream at \xC4\x80yz");
-  }
-  try {
-    R.parse("<a>\n</b>");
-    FAIL();
-  } catch (const COLerror& error) {
-    EXPECT_EQ(error.description(), "xml error on line 2 column 3. mismatched tag");
-  }
+  EXPECT_EQ(TSTraised([&] { R.parse("<a>x\xC4\x80yz</a>"); }).description(),
+            "Unable to transcode stream at \xC4\x80yz");
+  EXPECT_EQ(TSTraised([&] { R.parse("<a>\n</b>"); }).description(), "xml error on line 2 column 3. mismatched tag");
 }
 
 TEST(XMLexpatAnsiParser, ConversionHelpers) {
@@ -206,13 +194,9 @@ TEST(XMLexpatAnsiParser, ConversionHelpers) {
   const unsigned char Continuation[] = {0x80, 0};
   EXPECT_THROW(XMLexpatAnsiParser::utf8CharToAnsiChar(Continuation, &Out), COLerror);
   const unsigned char Cut[] = {0xC3, 0};
-  try {
-    XMLexpatAnsiParser::utf8CharToAnsiChar(Cut, &Out);
-    FAIL();
-  } catch (const COLerror& error) {
-    EXPECT_EQ(error.code(), 0x80000100u);
-    EXPECT_EQ(error.description().view().substr(0, 21), "Failed precondition: ");
-  }
+  const COLerror error = TSTraised([&] { XMLexpatAnsiParser::utf8CharToAnsiChar(Cut, &Out); });
+  EXPECT_EQ(error.code(), 0x80000100u);
+  EXPECT_EQ(error.description().view().substr(0, 21), "Failed precondition: ");
   // A range that ends inside a character is refused without reading past it.
   const char Range[] = "ab\xC3\xA9";
   EXPECT_EQ(XMLexpatAnsiParser::utf8ToAnsiColString(Range, Range + 4), "ab\xE9");

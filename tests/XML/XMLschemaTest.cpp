@@ -6,6 +6,8 @@
 #include "XMLschema.h"
 #include "XMLschemaTestSupport.h"
 
+#include "../support/TSTraised.h"
+
 namespace {
 
 using XMLschemaTest::stringElement;
@@ -26,13 +28,9 @@ public:
 };
 
 void expectPrecondition(const std::function<void()>& action) {
-  try {
-    action();
-    ADD_FAILURE() << "no error raised";
-  } catch (const COLerror& Error) {
-    EXPECT_EQ(Error.code(), 0x80000100u);
-    EXPECT_EQ(Error.description().view().substr(0, 21), "Failed precondition: ");
-  }
+  const COLerror Error = TSTraised([&] { action(); });
+  EXPECT_EQ(Error.code(), 0x80000100u);
+  EXPECT_EQ(Error.description().view().substr(0, 21), "Failed precondition: ");
 }
 
 TEST(XMLschemaModel, NodesAndTypesReportTheirKindsAndStartAtOneOccurrence) {
