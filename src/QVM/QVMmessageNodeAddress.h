@@ -4,7 +4,10 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <vector>
+
+#include "COLstring.h"
 
 class QVMmessageNodeAddress {
 public:
@@ -43,6 +46,22 @@ private:
   std::vector<uint32_t> m_NodeIndex;
   std::vector<uint32_t> m_RepeatIndex;
 };
+
+// Prints the sub nodes of a message tree (typed or untyped) below `indent`, each repeat named
+// by its one-based index and "R" and the repeat from the second on: "2:", "2R1:".
+template <class Tree, class Stream>
+void QVMmessageTreePrintSubNodesOn(const Tree& tree, Stream& stream, const COLstring& indent) {
+  const COLstring inner = indent + "   ";
+  for (unsigned i = 0; i < tree.countOfSubNode(); ++i) {
+    const Tree* sub = tree.node(i, 0);
+    for (unsigned r = 0; r < sub->countOfRepeat(); ++r) {
+      std::string name = std::to_string(i + 1);
+      if (r > 0) name += "R" + std::to_string(r);
+      name += ':';
+      sub->getRepeatedNode(r)->printOn(stream, inner, name.c_str());
+    }
+  }
+}
 
 // Follows an address from `Level` on through a built message tree (typed or untyped): node
 // index 0 of a leaf picks its repeat; null where the tree has no such place.

@@ -352,18 +352,7 @@ void QVMtypedMessageTree::printOn(COLostream& Stream, const COLstring& Indent, c
   else if (isNode()) Stream << "'" << getAsStringValue() << "'";
   if (isPresent()) Stream << " *PRESENT*";
   Stream << "\n";
-  const COLstring inner = Indent + "   ";
-  for (unsigned i = 0; i < countOfSubNode(); ++i) {
-    const QVMtypedMessageTree* sub = node(i, 0);
-    for (unsigned r = 0; r < sub->countOfRepeat(); ++r) {
-      COLstring name;
-      COLostream stream(name);
-      stream << (i + 1);
-      if (r > 0) stream << "R" << r;
-      stream << ":";
-      sub->getRepeatedNode(r)->printOn(Stream, inner, name.c_str());
-    }
-  }
+  QVMmessageTreePrintSubNodesOn(*this, Stream, Indent);
 }
 
 // --- addresses

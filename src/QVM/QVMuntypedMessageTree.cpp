@@ -320,18 +320,7 @@ void QVMuntypedMessageTree::printOn(COLostream& Stream, const COLstring& Indent,
     for (unsigned e = 0; e < countOfError(); ++e) Stream << "'" << errorDescription(e) << "' ";
   }
   Stream << "\n";
-  const COLstring inner = Indent + "   ";
-  for (unsigned i = 0; i < countOfSubNode(); ++i) {
-    const QVMuntypedMessageTree* sub = node(i, 0);
-    for (unsigned r = 0; r < sub->countOfRepeat(); ++r) {
-      COLstring name;
-      COLostream stream(name);
-      stream << (i + 1);
-      if (r > 0) stream << "R" << r;
-      stream << ":";
-      sub->getRepeatedNode(r)->printOn(Stream, inner, name.c_str());
-    }
-  }
+  QVMmessageTreePrintSubNodesOn(*this, Stream, Indent);
 }
 
 // --- addresses

@@ -187,6 +187,18 @@ TEST(QVMuntypedMessageTree, LabelItemsErrorsAndTheFirstNodeWithErrors) {
   EXPECT_EQ(none.depth(), 0u);
 }
 
+TEST(QVMuntypedMessageTree, PrintingNamesEachNodeAndRepeat) {
+  COLreferencePtr<QVMuntypedMessageTree> root = new QVMuntypedMessageTree;
+  root->setLabel("ADT");
+  root->node(0, 0)->setStringValue("a");
+  root->node(1, 1)->setStringValue("y");
+  root->node(1, 0)->addError(3, "bad");
+  COLstring Printed;
+  COLostream Stream(Printed);
+  root->printOn(Stream, "", nullptr);
+  EXPECT_EQ(Printed, "ADT <NULL>\n   1: NoLabel  'a'\n   2: NoLabel  <NULL> *ERRORS*: 'bad' \n   2R1: NoLabel  'y'\n");
+}
+
 TEST(QVMuntypedMessageTree, AddressWalksReachSimpleFieldsAndStopAtTheEdge) {
   COLreferencePtr<QVMuntypedMessageTree> root = new QVMuntypedMessageTree;
   tokenise(*root, "PID|1|a~b|x^y\r");

@@ -7,7 +7,7 @@
 #include <string>
 
 #include "COLerror.h"
-#include "QVLvmdFile.h"
+#include "FUZZexampleEngine.h"
 #include "QVMconfig.h"
 #include "QVMengineInternal.h"
 #include "SGXfromXmlFullTreeValidation.h"
@@ -16,9 +16,7 @@ namespace {
 
 QVMengineInternal& exampleEngine() {
   static QVMengineInternal* Engine = [] {
-    auto* Loaded = new QVMengineInternal;
-    Loaded->AddRef();
-    QVLloadEngine(*Loaded, MSGBRIDGE_SOURCE_DIR "/examples/adt_oru.vmd");
+    QVMengineInternal* Loaded = FUZZloadExampleEngine();
     Loaded->config().setXmlTranslationType("Full Tree Validation");
     return Loaded;
   }();

@@ -9,7 +9,7 @@
 #include <string>
 
 #include "COLerror.h"
-#include "QVLvmdFile.h"
+#include "FUZZexampleEngine.h"
 #include "QVMengineInternal.h"
 #include "QVMtableInternal.h"
 #include "QVMxmlHl7Converter.h"
@@ -17,12 +17,7 @@
 namespace {
 
 QVMengineInternal& exampleEngine() {
-  static QVMengineInternal* Engine = [] {
-    auto* Loaded = new QVMengineInternal;
-    Loaded->AddRef();
-    QVLloadEngine(*Loaded, MSGBRIDGE_SOURCE_DIR "/examples/adt_oru.vmd");
-    return Loaded;
-  }();
+  static QVMengineInternal* Engine = FUZZloadExampleEngine();
   return *Engine;
 }
 
