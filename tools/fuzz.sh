@@ -1,73 +1,103 @@
 #!/usr/bin/env bash
-# Builds every tests/fuzz/*.cpp as a libFuzzer target (clang, ASan + UBSan) and runs each for
-# a bounded time, seeded from tests/fuzz/seeds/<target>/ (and the shared corpus for the
-# tokeniser).  Exits non-zero when a target finds a crash.
-# Usage: tools/fuzz.sh [seconds per target, default 60] [target names, default all]
+# Builds every tests/fuzz/*.cpp as a libFuzzer target (clang, ASan + UBSan) and runs them.
+#
+#   tools/fuzz.sh [--campaign] [total seconds, default 480] [target names, default all]
+#
+# Without --campaign (what CI runs) the run is reproducible: each target first replays every
+# seed once (tests/fuzz/seeds/<target>/ holds the seeds and every input that ever failed), then
+# fuzzes from those seeds alone, with a fixed random seed, for its share of the total time.  A red
+# run is replayed exactly by the same command on the same commit.
+# With --campaign each target keeps its growing corpus in build-fuzz/ between runs and draws a
+# new random seed: that is for long local hunts before a submission; whatever it finds is fixed
+# and its input added to the target's seeds.
+# Exits non-zero when a target finds a fault; each fault is told last, with its input in base64.
 set -euo pipefail
 repo=$(cd "$(dirname "$0")/.." && pwd)
-seconds=${1:-60}
+campaign=false
+if [ "${1:-}" = --campaign ]; then campaign=true; shift; fi
+budget=${1:-480}
 shift $(( $# > 0 ? 1 : 0 ))
 only=" $* "
 build="$repo/build-fuzz"
 corpus_root="$repo/../shared/corpus"
+# The fixed seed of reproducible runs; FUZZ_SEED overrides it to replay another run.
+fixed_seed=${FUZZ_SEED:-20261123}
 
 # The engine and the targets, instrumented for coverage, ASan and UBSan.
 cmake -S "$repo" -B "$build" -G Ninja -DCMAKE_CXX_COMPILER=clang++ -DCMAKE_C_COMPILER=clang \
   -DCMAKE_BUILD_TYPE=RelWithDebInfo -DMSGBRIDGE_SANITIZE=ON -DMSGBRIDGE_FUZZ=ON -DMSGBRIDGE_TESTS=OFF \
   -DMSGBRIDGE_BENCH=OFF >/dev/null
 # Only the fuzz targets: the tool, the shared library and the C example are not fuzzed.
-fuzz_targets=()
-for source in "$repo"/tests/fuzz/*.cpp; do fuzz_targets+=(--target "$(basename "$source" .cpp)"); done
-cmake --build "$build" -j 2 "${fuzz_targets[@]}"
+names=()
+for source in "$repo"/tests/fuzz/*.cpp; do
+  name=$(basename "$source" .cpp)
+  [ "$only" = "  " ] || [[ "$only" == *" $name "* ]] || continue
+  names+=("$name")
+done
+[ ${#names[@]} -gt 0 ] || { echo "fuzz: no target named$only" >&2; exit 2; }
+build_targets=()
+for name in "${names[@]}"; do build_targets+=(--target "$name"); done
+cmake --build "$build" -j 2 "${build_targets[@]}"
 
 # CPython keeps some memory until the process ends; only leaks inside it are ignored.
 export LSAN_OPTIONS="suppressions=$repo/tools/lsan-python.supp${LSAN_OPTIONS:+:$LSAN_OPTIONS}"
 
+seconds=$(( budget / ${#names[@]} ))
+[ "$seconds" -ge 1 ] || seconds=1
 status=0
 failed=()
-for source in "$repo"/tests/fuzz/*.cpp; do
-  name=$(basename "$source" .cpp)
+for name in "${names[@]}"; do
   target="$build/$name"
-  [ "$only" = "  " ] || [[ "$only" == *" $name "* ]] || continue
 
-  # Seeds: the target's own small files under tests/fuzz/seeds/<target>/, and for the
-  # tokeniser every corpus message with the option byte in front that suits its kind.
-  work="$build/$name-corpus"
+  # Seeds: the target's own files under tests/fuzz/seeds/<target>/, and for some targets the
+  # example files and the shared corpus as they are.
   seeds="$build/$name-seeds"
   rm -rf "$seeds"
-  mkdir -p "$work" "$seeds"
+  mkdir -p "$seeds"
   if [ -d "$repo/tests/fuzz/seeds/$name" ]; then
     cp "$repo/tests/fuzz/seeds/$name"/* "$seeds"/ 2>/dev/null || true
   fi
-  # The parse road starts from the example log's messages and the corpus as they are.
-  if [ "$name" = fuzz_parse ]; then
-    awk 'BEGIN{RS="\r\r\n"} NF{f=sprintf("'"$seeds"'/example-%02d", NR); printf "%s", $0 > f; close(f)}' \
-      "$repo/examples/messages.hl7"
-    [ -d "$corpus_root/hl7" ] && cp "$corpus_root"/hl7/*.hl7 "$seeds"/
-  fi
-  if [ "$name" = fuzz_tokeniser ]; then
-    if [ -d "$corpus_root" ]; then
-      for f in "$corpus_root"/hl7/*; do
-        [ -f "$f" ] && { printf '\x00'; cat "$f"; } > "$seeds/hl7-$(basename "$f")"
-      done
-      for f in "$corpus_root"/x12/*; do
-        [ -f "$f" ] && { printf '\x01'; cat "$f"; } > "$seeds/x12-$(basename "$f")"
-      done
-    else
-      echo "fuzz: no corpus at $corpus_root, the tokeniser starts from its own seeds" >&2
-    fi
-  fi
+  case "$name" in
+    fuzz_parse)
+      awk 'BEGIN{RS="\r\r\n"} NF{f=sprintf("'"$seeds"'/example-%02d", NR); printf "%s", $0 > f; close(f)}' \
+        "$repo/examples/messages.hl7"
+      [ -d "$corpus_root/hl7" ] && cp "$corpus_root"/hl7/*.hl7 "$seeds"/ ;;
+    fuzz_tokeniser)
+      # Every corpus message with the option byte in front that suits its kind.
+      if [ -d "$corpus_root" ]; then
+        for f in "$corpus_root"/hl7/*; do
+          [ -f "$f" ] && { printf '\x00'; cat "$f"; } > "$seeds/hl7-$(basename "$f")"
+        done
+        for f in "$corpus_root"/x12/*; do
+          [ -f "$f" ] && { printf '\x01'; cat "$f"; } > "$seeds/x12-$(basename "$f")"
+        done
+      else
+        echo "fuzz: no corpus at $corpus_root, the tokeniser starts from its own seeds" >&2
+      fi ;;
+    fuzz_vmd)
+      # The definition reader starts from the example definitions rather than from messages.
+      rm -f "$seeds"/*; cp "$repo"/examples/*.vmd "$seeds"/ ;;
+  esac
 
-  # The definition reader starts from the example definitions rather than from messages.
-  case "$name" in fuzz_vmd) rm -f "$seeds"/*; cp "$repo"/examples/*.vmd "$seeds"/ ;; esac
-
-  echo "== $name for ${seconds}s"
+  # A reproducible run grows its corpus from nothing but the seeds; a campaign keeps its own.
+  work="$build/$name-corpus"
+  if $campaign; then
+    seed_flag=()
+  else
+    rm -rf "$work"
+    seed_flag=(-seed="$fixed_seed")
+  fi
+  mkdir -p "$work"
   artifacts="$build/$name-artifacts"
   rm -rf "$artifacts"
   mkdir -p "$artifacts"
-  if ! (cd "$build" && "$target" -max_total_time="$seconds" -timeout=10 -rss_limit_mb=4096 \
-        -max_len=70000 -print_final_stats=1 -artifact_prefix="$artifacts/" "$work" "$seeds" \
-        > "$build/$name.log" 2>&1); then
+  common=(-timeout=10 -rss_limit_mb=4096 -max_len=70000 -artifact_prefix="$artifacts/")
+
+  echo "== $name: replay $(find "$seeds" -type f | wc -l) seeds, then fuzz ${seconds}s" \
+    "($($campaign && echo "campaign, random seed" || echo "seed $fixed_seed"))"
+  if ! (cd "$build" && "$target" "${common[@]}" -runs=0 "$seeds" > "$build/$name.log" 2>&1 &&
+        "$target" "${common[@]}" "${seed_flag[@]}" -max_total_time="$seconds" -print_final_stats=1 \
+          "$work" "$seeds" >> "$build/$name.log" 2>&1); then
     status=1
     failed+=("$name")
   fi
@@ -78,7 +108,7 @@ done
 # and the input that caused it, so that it can be reproduced from the log alone.
 for name in "${failed[@]}"; do
   echo "fuzz: $name failed; its log is $build/$name.log"
-  grep -A 40 -m 1 -E '^==[0-9]+==(ERROR|WARNING)|runtime error|ALARM|out-of-memory|Deadly signal' \
+  grep -B 12 -A 40 -m 1 -E '^==[0-9]+==(ERROR|WARNING)|runtime error|ALARM|out-of-memory|Deadly signal' \
     "$build/$name.log" || tail -n 40 "$build/$name.log"
   for input in "$build/$name-artifacts"/*; do
     [ -f "$input" ] || continue
@@ -86,5 +116,5 @@ for name in "${failed[@]}"; do
     head -c 4096 "$input" | base64
   done
 done
-[ $status -eq 0 ] && echo "fuzz: every target ran ${seconds}s without a fault"
+[ $status -eq 0 ] && echo "fuzz: ${#names[@]} targets replayed their seeds and ran ${seconds}s each without a fault"
 exit $status

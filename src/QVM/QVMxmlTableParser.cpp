@@ -183,7 +183,13 @@ void QVMxmlTableParser::onEndElement(const char*) {
     storeValue();
     m_CharacterData.clear();
   }
-  if (m_CharacterData.empty() && m_GroupRowPending) m_GroupRowPending = false;
+  // Every row element stands for a row, even one that holds nothing: the writer prints a row whose
+  // cells are all empty as an element of its own, and dropping it here would lose that row (and
+  // the segment or group it stands for) on the way back.
+  if (m_LeafRowPending || m_GroupRowPending) {
+    m_CurrentTable->addRow();
+    m_LeafRowPending = m_GroupRowPending = false;
+  }
   m_TagStack.pop_back();
   m_IndexPath.pop_back();
   m_InColumn = false;

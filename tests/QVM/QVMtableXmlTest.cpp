@@ -124,7 +124,7 @@ TEST_F(QVMtableXml, EarlyYearsKeepFourDigitsSoTheyReadBack) {
   EXPECT_EQ(print("TABLE - Short Tags", Copy), Xml);
 }
 
-TEST_F(QVMtableXml, ReaderIsLenientAboutNamesBlanksAndEmptyGroups) {
+TEST_F(QVMtableXml, ReaderIsLenientAboutNamesAndBlanks) {
   QVMtableInternal Into;
   read("<Anything a='1'><ADT_A01 x='y'><Patient><Abcdefg.Id>5</Abcdefg.Id><Name>   </Name>"
        "<Born>2004-03-05</Born></Patient><Patient><Patient.Id>6</Patient.Id></Patient>"
@@ -136,7 +136,34 @@ TEST_F(QVMtableXml, ReaderIsLenientAboutNamesBlanksAndEmptyGroups) {
   EXPECT_EQ(Patients.getInteger(0, 1), 6);
   EXPECT_EQ(Patients.state(1, 0), QVMtableStateNull);
   EXPECT_EQ(Patients.getDateTime(2, 0).format("%H:%M:%S"), "00:00:00");
-  EXPECT_EQ(Into.subTable(0, 1).countOfRow(), 0u);
+}
+
+// A row whose cells are all empty is printed as an element of its own; it must come back as a row,
+// or the segment it stands for is lost on the way from XML to a message, and a nest of such rows
+// needs as many rounds to settle as it is deep.
+TEST_F(QVMtableXml, EmptyRowsAndGroupsReadBackAsRowsAndPrintTheSame) {
+  const unsigned Row = Table.addRow();
+  Table.subTable(Row, 0).addRow();  // a patient with no values
+  QVMtableInternal& Group = Table.subTable(Row, 1);
+  Group.addRow();  // a visit group whose visit table has no row at all
+  const std::string Printed = print("TABLE - Short Tags", Table);
+  EXPECT_EQ(Printed,
+            "<Quovane_Import>\r\n<ADT_A01>\r\n   <Patient>\r\n   </Patient>\r\n   <ADT_A01.VISIT>\r\n"
+            "   </ADT_A01.VISIT>\r\n</ADT_A01>\r\n</Quovane_Import>\r\n");
+  QVMtableInternal Copy;
+  read(Printed, Copy);
+  ASSERT_EQ(Copy.countOfRow(), 1u);
+  EXPECT_EQ(Copy.subTable(0, 0).countOfRow(), 1u);
+  EXPECT_EQ(Copy.subTable(0, 0).state(0, 0), QVMtableStateNull);
+  ASSERT_EQ(Copy.subTable(0, 1).countOfRow(), 1u);
+  EXPECT_EQ(Copy.subTable(0, 1).subTable(0, 0).countOfRow(), 0u);
+  EXPECT_EQ(print("TABLE - Short Tags", Copy), Printed);
+
+  // A message element with nothing inside is still one message row.
+  QVMtableInternal Bare;
+  read("<I><ADT_A01/></I>", Bare);
+  EXPECT_EQ(Bare.countOfRow(), 1u);
+  EXPECT_EQ(print("TABLE - Long Tags", Bare), "<Quovane_Import>\r\n<ADT_A01>\r\n</ADT_A01>\r\n</Quovane_Import>\r\n");
 }
 
 TEST_F(QVMtableXml, ReaderRefusesWhatTheDefinitionDoesNotHave) {
