@@ -41,8 +41,8 @@ run() {
   read -r wall rss <"$work/time"
   messages=${expected:-$count} seconds=$wall
   if [ "$kind" = loop ]; then read -r messages seconds _ <"$work/out"; fi
-  # "net": the wall time less that of a one-message run (start-up and loading the definition);
-  # the tool's own clock counts whole seconds, too coarse for a loop of about a second.
+  # "net": the wall time less that of a one-message run (start-up and loading the definition),
+  # for counting, whose loop over one log is shorter than loading the definition.
   if [ "$kind" = net ]; then
     seconds=$(awk -v w="$wall" -v b="$baseline" 'BEGIN { s = w - b; printf "%.6f", (s > 0.01 ? s : 0.01) }')
   elif [ "$kind" = tool ]; then

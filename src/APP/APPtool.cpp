@@ -2,7 +2,9 @@
 
 #include <sys/stat.h>
 
+#include <chrono>
 #include <clocale>
+#include <cstdio>
 
 #include "APPengine.h"
 #include "APPxmlFileName.h"
@@ -112,6 +114,22 @@ void writeWholeFile(FILbinaryFile& file, const COLstring& path, const COLstring&
   }
 }
 
+}  // namespace
+
+void APPprintElapsed(COLostream& out, double seconds) {
+  // Spans of a second or more read as days, hours, minutes and seconds; a shorter one, which
+  // that form would print as nothing, as the fraction of a second it took.
+  if (seconds >= 1.0) {
+    out << COLdateTimeSpan(seconds / 86400.0);
+  } else if (seconds > 0.0) {
+    char text[32];
+    std::snprintf(text, sizeof text, "%.6f seconds", seconds);
+    out << text;
+  }
+}
+
+namespace {
+
 int runTool(int argc, const char* const* argv, COLostream& out, APPengineFactory makeEngine) {
   CMDlineParser parser;
   installOptions(parser);
@@ -159,7 +177,9 @@ int runTool(int argc, const char* const* argv, COLostream& out, APPengineFactory
   COLreferencePtr<APPengine> engine(makeEngine());
   engine->Load(vmdFile);
 
-  const COLdateTime startTime = COLdateTime::currentTime();
+  // A steady clock fine to the microsecond: whole seconds would make the rate of a short run
+  // meaningless and its elapsed time print as nothing.
+  const auto startTime = std::chrono::steady_clock::now();
   COLstring xmlDirectory, xmlName;
   if (toxml) {
     const FILfilePath outPath(outFile);
@@ -204,10 +224,11 @@ int runTool(int argc, const char* const* argv, COLostream& out, APPengineFactory
     }
   }
 
-  const COLdateTimeSpan elapsed = COLdateTime::currentTime() - startTime;
-  out << "\nElapsed time: " << elapsed;
-  if (elapsed.totalSeconds() > 0.0)
-    out << "\nMessages per second: " << static_cast<double>(count) / elapsed.totalSeconds();
+  const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - startTime).count();
+  out << "\nElapsed time: ";
+  APPprintElapsed(out, seconds);
+  if (seconds > 0.0)
+    out << "\nMessages per second: " << static_cast<double>(count) / seconds;
   else
     out << "\n" << count << " messages processed in less than a second!";
   reader->close();
