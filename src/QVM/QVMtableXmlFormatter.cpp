@@ -12,7 +12,8 @@
 #include "XMLiosStream.h"
 
 QVMtableXmlFormatter::QVMtableXmlFormatter() : m_Stream(std::make_unique<XMLiosStream>('.', new COLsinkNull, true)) {
-  m_Stream->setDataFilter(new XMLiosNullDataFilter);
+  // Values are 8-bit text: the document comes out as UTF-8, readable without a declaration.
+  m_Stream->setDataFilter(new XMLiosLatin1DataFilter);
   m_Stream->setTagFilter(new XMLiosTagFilterNoDelimiter);
   m_Stream->setNewLine("\r\n");
 }
@@ -59,6 +60,34 @@ COLstring QVMcolumnText(QVMtableInternal& Table, unsigned Column, unsigned Row) 
   return Table.getStringValue(Column, Row);
 }
 
+// The refusal of a value that holds a byte XML cannot carry, with the cell it came from and
+// the value shown with its control bytes by number (printed raw they would garble the report).
+[[noreturn]] void QVMrefuseValue(const QVMtableInternal& Table, unsigned Column, unsigned Row, const COLstring& Text,
+                                 const COLerror& Cause) {
+  COLstring Shown;
+  unsigned char Refused = 0;
+  for (const char C : Text.view()) {
+    const auto Byte = static_cast<unsigned char>(C);
+    if (XMLiosLatin1DataFilter::isWritable(Byte)) {
+      Shown += C;
+      continue;
+    }
+    if (!Refused) Refused = Byte;
+    char Hex[8];
+    std::snprintf(Hex, sizeof Hex, "\\x%02X", Byte);
+    Shown += Hex;
+  }
+  if (!Refused) throw Cause;
+  const QVMtableDefinitionInternal* Definition = Table.tableDefinition();
+  char Detail[160];
+  std::snprintf(Detail, sizeof Detail,
+                " (row %u) cannot be written as XML: it holds the control byte 0x%02X, which XML 1.0 cannot carry.",
+                Row + 1, Refused);
+  throw COLerror("The value '" + Shown + "' of column " + (Definition ? Definition->tableName() + "." : COLstring()) +
+                     Table.columnName(Column) + Detail,
+                 COL_ERROR_PRECONDITION);
+}
+
 }  // namespace
 
 void QVMtableXmlFormatter::outputTable(const COLstring& Indent, QVMtableInternal& Table, bool LongTags,
@@ -83,7 +112,13 @@ void QVMtableXmlFormatter::outputTable(const COLstring& Indent, QVMtableInternal
       // The tag filter keeps ".", so the long tag is written in two parts instead of being built.
       Stream << elementData << ColumnIndent << startTag;
       if (LongTags && Definition) Stream << Definition->tableName() << ".";
-      Stream << ColumnName << elementData << Text << endTag;
+      Stream << ColumnName << elementData;
+      try {
+        Stream << Text;
+      } catch (const COLerror& Cause) {
+        QVMrefuseValue(Table, Column, Row, Text, Cause);
+      }
+      Stream << endTag;
       if (LongTags && Definition) Stream << Definition->tableName() << ".";
       Stream << ColumnName << newline;
     }

@@ -1,17 +1,19 @@
 // Reads table XML back into a table: the second element names the message, then elements
-// name groups, tables and columns as the table grammar of that message has them.
+// name groups, tables and columns as the table grammar of that message has them.  Values come
+// back as the 8-bit text the writer was given: UTF-8 from the document becomes one byte per
+// character, and a character above U+00FF is refused with its line and column.
 #pragma once
 
 #include <vector>
 
 #include "COLstring.h"
-#include "XMLexpatParser.h"
+#include "XMLexpatAnsiParser.h"
 
 class QVMengineInternal;
 class QVMtableGrammarInternal;
 class QVMtableInternal;
 
-class QVMxmlTableParser : public XMLexpatParser {
+class QVMxmlTableParser : public XMLexpatAnsiParser {
 public:
   // Fills `Table`, which the caller made empty, and gives the index of the message named.
   void tableInXML(const COLstring& Xml, const QVMengineInternal& Engine, unsigned& MessageIndex,

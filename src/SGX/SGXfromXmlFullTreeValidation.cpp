@@ -544,6 +544,8 @@ bool SGXfromXmlFullTreeValidation::xmlToHl7(const COLstring& xml, QVMengineInter
   m_ErrorList.clear();
   SGXxmlDomNodeElement Root;
   SGXxmlDomParser Parser;
+  // Message values are 8-bit text: the document's UTF-8 comes back one byte per character.
+  Parser.setEightBitText(true);
   if (!Parser.parse(xml, Root)) {
     m_ErrorList.push_back(Parser.parseError());
     return false;

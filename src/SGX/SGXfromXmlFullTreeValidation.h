@@ -1,7 +1,8 @@
 // SGXfromXmlFullTreeValidation: reads "Full Tree Validation" XML back into a flat message.
 // It walks the message grammar and the document side by side, fills a segment list with
 // what it recognises and records every disagreement as a positioned SGXerror, so that one
-// pass reports all faults of a document.  It reads the engine and never changes it.
+// pass reports all faults of a document.  It reads the engine and never changes it.  Text
+// is taken as 8-bit, one byte per character; a character above U+00FF is a fault of its own.
 #pragma once
 
 #include <cstdint>

@@ -1,9 +1,11 @@
 #include "SGXxmlDom.h"
 
+#include <cctype>
 #include <cstring>
 
 #include "COLerror.h"
 #include "COLostream.h"
+#include "XMLexpatAnsiParser.h"
 #include "XMLiosStream.h"
 
 // --- the tree
@@ -188,9 +190,9 @@ void SGXxmlDomParser::onStartElement(const char* name, const char** attributes) 
     Element = m_Current->addElement(COLstring());
   else
     m_RootFilled = true;
-  Element->setName(name);
+  Element->setName(treeText(name, 1));
   for (const char** Attribute = attributes; Attribute && *Attribute; Attribute += 2)
-    Element->addAttribute(Attribute[0], Attribute[1]);
+    Element->addAttribute(treeText(Attribute[0], 0, true), treeText(Attribute[1], 0, true));
   Element->setPosition(currentLineNumber(), currentColumnNumber());
   m_Current = Element;
   ++m_Depth;
@@ -209,7 +211,32 @@ void SGXxmlDomParser::onCharacterData(const char* text, int length) {
     m_TempColumn = currentColumnNumber();
     m_HasTempPosition = true;
   }
-  m_TempData.append(static_cast<size_t>(length), text);
+  if (m_EightBitText)
+    m_TempData += treeText(text, static_cast<size_t>(length), 0);
+  else
+    m_TempData.append(static_cast<size_t>(length), text);
+}
+
+COLstring SGXxmlDomParser::treeText(const char* text, unsigned offset, bool isAttribute) {
+  return treeText(text, std::strlen(text), offset, isAttribute);
+}
+
+COLstring SGXxmlDomParser::treeText(const char* text, size_t length, unsigned offset, bool isAttribute) {
+  if (!m_EightBitText) return COLstring(text, 0, length);
+  try {
+    return XMLexpatAnsiParser::utf8ToAnsiColString(text, text + length);
+  } catch (const COLerror&) {
+    size_t Before = 0;
+    uint32_t CodePoint = 0;
+    if (!XMLexpatAnsiParser::utf8FindUntranscodable(text, text + length, Before, CodePoint)) throw;
+    m_FailLine = currentLineNumber();
+    m_FailColumn = currentColumnNumber() + (isAttribute ? 0 : offset + static_cast<unsigned>(Before));
+    m_HasFailPosition = true;
+    COLstring Text = XMLexpatAnsiParser::untranscodableText(CodePoint);
+    Text[0] = static_cast<char>(std::toupper(static_cast<unsigned char>(Text[0])));
+    if (isAttribute) Text += " (in an attribute of the element that starts here)";
+    throw COLerror(Text + ".", COL_ERROR_PRECONDITION);
+  }
 }
 
 void SGXxmlDomParser::takeTemporaryData() {

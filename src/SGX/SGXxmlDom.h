@@ -121,7 +121,8 @@ bool SGXxmlDomEqual(const SGXxmlDomNodeElement& left, const SGXxmlDomNodeElement
 
 // Writes the tree as UTF-8 XML through XMLiosStream: names unchanged, text and attribute
 // values escaped so that parsing the output gives an equal tree.  No declaration, no
-// indentation (it would add text).
+// indentation (it would add text).  The tree must hold UTF-8, as the parser gives it without
+// eight-bit text.
 void SGXxmlDomWrite(const SGXxmlDomNodeElement& root, COLsink& sink);
 
 class SGXxmlDomParser : public XMLexpatParser {
@@ -144,6 +145,12 @@ public:
   unsigned maximumDepth() const { return m_MaximumDepth; }
   void setMaximumDepth(unsigned depth) { m_MaximumDepth = depth; }
 
+  // Off (the default), the tree holds names and text in UTF-8 as Expat gives them.  On, it
+  // holds them as 8-bit text, one byte per character, the form of message values; a
+  // character above U+00FF then fails the parse (XmlParseFailed) at its line and column.
+  bool eightBitText() const { return m_EightBitText; }
+  void setEightBitText(bool value) { m_EightBitText = value; }
+
   void onStartElement(const char* name, const char** attributes) override;
   void onEndElement(const char* name) override;
   void onCharacterData(const char* text, int length) override;
@@ -152,6 +159,10 @@ public:
 
 private:
   void takeTemporaryData();
+  // `text` as the tree keeps it; it stands `offset` characters after the place of the event
+  // (attribute values, which have no place of their own, pass `isAttribute`).
+  COLstring treeText(const char* text, size_t length, unsigned offset, bool isAttribute = false);
+  COLstring treeText(const char* text, unsigned offset, bool isAttribute = false);
 
   COLstring m_TempData;
   unsigned m_TempLine = 0;
@@ -162,6 +173,7 @@ private:
   bool m_RootFilled = false;
   unsigned m_Depth = 0;
   unsigned m_MaximumDepth = DefaultMaximumDepth;
+  bool m_EightBitText = false;
   // Where a handler failed, for an error raised inside an event.
   unsigned m_FailLine = 0;
   unsigned m_FailColumn = 0;

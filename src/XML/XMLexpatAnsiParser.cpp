@@ -1,7 +1,9 @@
 #include "XMLexpatAnsiParser.h"
 
+#include <cstdio>
 #include <cstring>
 
+#include "COLostream.h"
 #include "XMLexpatParser.h"
 
 namespace {
@@ -32,16 +34,25 @@ const char* asciiPrefixEnd(const char* text, const char* end) {
 
 enum class Decode { Ok, Untranscodable, NulInside };
 
-// Decodes the sequence of `length` bytes at `in`, stopping at a NUL before reading further.
-Decode decodeSequence(const unsigned char* in, unsigned length, unsigned char* out) {
+// The code point of the sequence of `length` bytes at `in`, stopping at a NUL before reading
+// further; Untranscodable when the bytes are no such sequence.
+Decode decodeCodePoint(const unsigned char* in, unsigned length, uint32_t& codePoint) {
   static constexpr unsigned char LeadMask[5] = {0, 0x7F, 0x1F, 0x0F, 0x07};
   if (length == 0) return Decode::Untranscodable;
-  uint32_t CodePoint = in[0] & LeadMask[length];
+  codePoint = in[0] & LeadMask[length];
   for (unsigned Index = 1; Index < length; ++Index) {
     if (in[Index] == 0) return Decode::NulInside;
     if ((in[Index] & 0xC0) != 0x80) return Decode::Untranscodable;
-    CodePoint = (CodePoint << 6) | (in[Index] & 0x3F);
+    codePoint = (codePoint << 6) | (in[Index] & 0x3F);
   }
+  return Decode::Ok;
+}
+
+// The 8-bit form of the sequence of `length` bytes at `in`.
+Decode decodeSequence(const unsigned char* in, unsigned length, unsigned char* out) {
+  uint32_t CodePoint = 0;
+  const Decode Result = decodeCodePoint(in, length, CodePoint);
+  if (Result != Decode::Ok) return Result;
   if (CodePoint > 0xFF) return Decode::Untranscodable;
   *out = static_cast<unsigned char>(CodePoint);
   return Decode::Ok;
@@ -82,24 +93,33 @@ class XMLexpatAnsiParserPrivate : public XMLexpatParser {
 public:
   explicit XMLexpatAnsiParserPrivate(XMLexpatAnsiParser& owner) : m_Owner(owner) {}
 
+  // Names follow "<" or "</", comments "<!--": Expat places an event at its markup.
   void onStartElement(const char* name, const char** attributes) override {
-    const XMLexpatAnsiTranscodedString Name = XMLexpatAnsiParser::utf8ToAnsi(name);
-    const char** Attributes = XMLexpatAnsiParser::utf8PtrArrayToAnsi(attributes, m_AttributeStrings, m_AttributePointers);
+    const XMLexpatAnsiTranscodedString Name = transcoded(name, 1);
+    const char** Attributes = nullptr;
+    try {
+      Attributes = XMLexpatAnsiParser::utf8PtrArrayToAnsi(attributes, m_AttributeStrings, m_AttributePointers);
+    } catch (const COLerror& Cause) {
+      refuseAttributes(attributes, Cause);
+    }
     m_Owner.onStartElement(Name.c_str(), Attributes);
   }
-  void onEndElement(const char* name) override {
-    m_Owner.onEndElement(XMLexpatAnsiParser::utf8ToAnsi(name).c_str());
-  }
+  void onEndElement(const char* name) override { m_Owner.onEndElement(transcoded(name, 2).c_str()); }
   void onCharacterData(const char* text, int length) override {
     const char* End = text + length;
     if (asciiPrefixEnd(text, End) == End) {
       m_Owner.onCharacterData(text, length);
       return;
     }
-    const COLstring Text = XMLexpatAnsiParser::utf8ToAnsiColString(text, End);
+    COLstring Text;
+    try {
+      Text = XMLexpatAnsiParser::utf8ToAnsiColString(text, End);
+    } catch (const COLerror& Cause) {
+      refuse(text, End, 0, Cause);
+    }
     m_Owner.onCharacterData(Text.data(), static_cast<int>(Text.size()));
   }
-  void onComment(const char* text) override { m_Owner.onComment(XMLexpatAnsiParser::utf8ToAnsi(text).c_str()); }
+  void onComment(const char* text) override { m_Owner.onComment(transcoded(text, 4).c_str()); }
   void onStartCdataSection() override { m_Owner.onStartCdataSection(); }
   void onEndCdataSection() override { m_Owner.onEndCdataSection(); }
   COLerror onError(const COLstring& message, unsigned line, unsigned column) override {
@@ -107,6 +127,42 @@ public:
   }
 
 private:
+  // `text` starts `offset` characters after the place of the event.
+  XMLexpatAnsiTranscodedString transcoded(const char* text, unsigned offset) {
+    try {
+      return XMLexpatAnsiParser::utf8ToAnsi(text);
+    } catch (const COLerror& Cause) {
+      refuse(text, text + std::strlen(text), offset, Cause);
+    }
+  }
+
+  // The error for text of the current event that has no 8-bit form, at the character that
+  // has none.  `Cause` goes on when no such character is found.
+  [[noreturn]] void refuse(const char* start, const char* end, unsigned offset, const COLerror& Cause) {
+    size_t Before = 0;
+    uint32_t CodePoint = 0;
+    if (!XMLexpatAnsiParser::utf8FindUntranscodable(start, end, Before, CodePoint)) throw Cause;
+    throwAt(currentColumnNumber() + offset + static_cast<unsigned>(Before), "", CodePoint);
+  }
+
+  // Attribute values are not placed by Expat: the error stands at the start tag.
+  [[noreturn]] void refuseAttributes(const char** attributes, const COLerror& Cause) {
+    for (const char** Entry = attributes; *Entry; ++Entry) {
+      size_t Before = 0;
+      uint32_t CodePoint = 0;
+      if (XMLexpatAnsiParser::utf8FindUntranscodable(*Entry, *Entry + std::strlen(*Entry), Before, CodePoint))
+        throwAt(currentColumnNumber(), ", in an attribute of the element that starts there", CodePoint);
+    }
+    throw Cause;
+  }
+
+  [[noreturn]] void throwAt(unsigned column, const char* where, uint32_t codePoint) {
+    COLstring Text;
+    COLostream(Text) << "Unable to transcode stream at line " << currentLineNumber() << " column " << column + 1
+                     << where << ": " << XMLexpatAnsiParser::untranscodableText(codePoint);
+    throw COLerror(Text, COL_ERROR_PRECONDITION);
+  }
+
   XMLexpatAnsiParser& m_Owner;
   // Kept for the length of one onStartElement; reused to spare allocations.
   std::vector<XMLexpatAnsiTranscodedString> m_AttributeStrings;
@@ -164,6 +220,35 @@ COLstring XMLexpatAnsiParser::utf8ToAnsiColString(const char* start, const char*
   appendTranscoded(Converted, reinterpret_cast<const unsigned char*>(Plain),
                    reinterpret_cast<const unsigned char*>(end));
   return Converted;
+}
+
+bool XMLexpatAnsiParser::utf8FindUntranscodable(const char* start, const char* end, size_t& charactersBefore,
+                                                 uint32_t& codePoint) {
+  const auto* From = reinterpret_cast<const unsigned char*>(start);
+  const auto* End = reinterpret_cast<const unsigned char*>(end);
+  for (size_t Count = 0; From < End; ++Count) {
+    const unsigned Length = sequenceLength(*From);
+    uint32_t CodePoint = NotUtf8;
+    if (Length == 0 || static_cast<size_t>(End - From) < Length ||
+        decodeCodePoint(From, Length, CodePoint) != Decode::Ok)
+      CodePoint = NotUtf8;
+    if (CodePoint > 0xFF) {
+      charactersBefore = Count;
+      codePoint = CodePoint;
+      return true;
+    }
+    From += Length;
+  }
+  return false;
+}
+
+COLstring XMLexpatAnsiParser::untranscodableText(uint32_t codePoint) {
+  if (codePoint == NotUtf8) return "the bytes there are not UTF-8";
+  char Text[128];
+  std::snprintf(Text, sizeof Text,
+                "the character U+%04X is beyond U+00FF, the last character that 8-bit (Latin-1) text can hold",
+                static_cast<unsigned>(codePoint));
+  return Text;
 }
 
 const char** XMLexpatAnsiParser::utf8PtrArrayToAnsi(const char** array, std::vector<XMLexpatAnsiTranscodedString>& storage,

@@ -1,9 +1,13 @@
 // XMLexpatAnsiParser: the event parser for readers that want 8-bit text (code points up to
-// 0xFF as single bytes) instead of UTF-8.  Pure ASCII text is handed on without a copy; a
-// character above 0xFF raises "Unable to transcode stream at " and the rest of the text.
+// 0xFF as single bytes) instead of UTF-8.  Pure ASCII text is handed on without a copy.  In a
+// document, a character above 0xFF raises "Unable to transcode stream at line L column C: "
+// and what the character is (the column counted from 1, as in Expat's own errors); the
+// conversion helpers, which know no position, raise "Unable to transcode stream at " and the
+// rest of the text.
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <vector>
 
@@ -80,6 +84,16 @@ public:
   // text is plain ASCII, else a pointer into `pointers`.
   static const char** utf8PtrArrayToAnsi(const char** array, std::vector<XMLexpatAnsiTranscodedString>& storage,
                                          std::vector<const char*>& pointers);
+
+  // The first character of the UTF-8 bytes [start, end) that has no 8-bit form: how many
+  // characters stand before it and its code point (NotUtf8 for bytes that are no UTF-8
+  // sequence).  False when the whole text converts.
+  static constexpr uint32_t NotUtf8 = 0xFFFFFFFF;
+  static bool utf8FindUntranscodable(const char* start, const char* end, size_t& charactersBefore,
+                                     uint32_t& codePoint);
+  // What is wrong with that character, for an error text: "the character U+0100 is beyond
+  // U+00FF, ...".
+  static COLstring untranscodableText(uint32_t codePoint);
 
 private:
   friend class XMLexpatAnsiParserPrivate;

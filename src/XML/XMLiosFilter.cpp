@@ -34,6 +34,11 @@ public:
     const char Text[6] = {'&', '#', 'x', FMThexDigits[byte >> 4], FMThexDigits[byte & 15], ';'};
     put(Text, sizeof Text);
   }
+  // A byte from 128 up as the two-byte UTF-8 form of the Latin-1 character of its code.
+  void putUtf8(unsigned char byte) {
+    const char Text[2] = {static_cast<char>(0xC0 | (byte >> 6)), static_cast<char>(0x80 | (byte & 0x3F))};
+    put(Text, sizeof Text);
+  }
   void flush() {
     if (m_Size) m_Sink.write(m_Buffer, m_Size);
     m_Size = 0;
@@ -56,7 +61,17 @@ enum : uint8_t {
   ClassDefault,  // data: the default escape; attribute: "&#xHH;"
   ClassHex,      // data: "&#xHH;" without a call
   ClassBlank,    // attribute only
+  ClassUtf8,     // data: a Latin-1 byte as UTF-8
+  ClassRefuse,   // data: a control byte that XML cannot hold
 };
+
+[[noreturn]] void refuseControlByte(unsigned char byte) {
+  const char Text[] = {'0', 'x', FMThexDigits[byte >> 4], FMThexDigits[byte & 15], 0};
+  throw COLerror(COLstring("The byte ") + Text +
+                     " cannot be written as XML: XML 1.0 holds no control character but tab, line feed and "
+                     "carriage return, not even as a character reference.",
+                 COL_ERROR_PRECONDITION);
+}
 
 std::string_view entityOf(uint8_t byteClass) {
   switch (byteClass) {
@@ -86,6 +101,12 @@ ClassTable makeDataTable(uint8_t controlClass, uint8_t highClass) {
   return Table;
 }
 
+ClassTable makeLatin1DataTable() {
+  ClassTable Table = makeDataTable(ClassRefuse, ClassUtf8);
+  Table['\t'] = Table['\n'] = Table['\r'] = Table[127] = ClassPass;
+  return Table;
+}
+
 ClassTable makeAttributeTable(bool passHighBytes) {
   ClassTable Table{};
   setEntityClasses(Table);
@@ -97,10 +118,11 @@ ClassTable makeAttributeTable(bool passHighBytes) {
 
 // Built on first use and only read afterwards.
 const ClassTable& dataTable(int mode) {
-  static const ClassTable Tables[3] = {
+  static const ClassTable Tables[4] = {
       makeDataTable(ClassDefault, ClassDefault),  // Virtual
       makeDataTable(ClassPass, ClassPass),        // Pass
       makeDataTable(ClassHex, ClassPass),         // ControlHexRest
+      makeLatin1DataTable(),                      // Latin1ToUtf8
   };
   return Tables[mode];
 }
@@ -204,8 +226,12 @@ size_t XMLiosDataFilter::write(const void* data, size_t size) {
     if (Byte > Run) Out.put(Run, static_cast<size_t>(Byte - Run));
     if (Byte == End) break;
     const uint8_t Class = m_Classes[*Byte];
-    if (Class == ClassHex) {
+    if (Class == ClassUtf8) {
+      Out.putUtf8(*Byte);
+    } else if (Class == ClassHex) {
       Out.putHex(*Byte);
+    } else if (Class == ClassRefuse) {
+      refuseControlByte(*Byte);
     } else if (Class == ClassDefault) {
       Out.flush();
       onDefaultEscape(static_cast<char>(*Byte), Sink);
@@ -229,6 +255,20 @@ void XMLiosUtf8DataFilter::onDefaultEscape(char byte, COLsink& sink) {
     XMLiosDataFilter::onDefaultEscape(byte, sink);
   else
     sink.write(&byte, 1);
+}
+
+XMLiosLatin1DataFilter::XMLiosLatin1DataFilter(COLsink* sink) : XMLiosDataFilter(sink, DefaultEscape::Latin1ToUtf8) {}
+
+void XMLiosLatin1DataFilter::onDefaultEscape(char byte, COLsink& sink) {
+  const auto Value = static_cast<unsigned char>(byte);
+  if (!isWritable(Value)) refuseControlByte(Value);
+  if (Value < 128) {
+    sink.write(&byte, 1);
+    return;
+  }
+  XMLiosCoalescer Out(sink);
+  Out.putUtf8(Value);
+  Out.flush();
 }
 
 // --- attribute filter

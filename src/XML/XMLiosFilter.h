@@ -8,7 +8,7 @@
 // - XMLiosDataFilter: element text.  " ' < > & become entities; bytes below 32 and from 127
 //   up go to onDefaultEscape, which writes "&#xHH;".  XMLiosNullDataFilter passes those bytes
 //   as they are; XMLiosUtf8DataFilter escapes the control bytes and passes the rest, so that
-//   UTF-8 text stays UTF-8.
+//   UTF-8 text stays UTF-8; XMLiosLatin1DataFilter writes 8-bit text as UTF-8.
 // - XMLiosAttributeDataFilter: attribute values.  & < ' " become entities; tab, LF, CR and
 //   bytes from 128 up become "&#xHH;"; a blank that follows a blank becomes "&#x20;".
 #pragma once
@@ -91,6 +91,7 @@ protected:
     Virtual,          // onDefaultEscape for each
     Pass,             // written as they are
     ControlHexRest,   // bytes below 32 as "&#xHH;", from 127 up as they are
+    Latin1ToUtf8,     // see XMLiosLatin1DataFilter
   };
   XMLiosDataFilter(COLsink* sink, DefaultEscape mode);
 
@@ -111,6 +112,20 @@ class XMLiosUtf8DataFilter : public XMLiosDataFilter {
 public:
   explicit XMLiosUtf8DataFilter(COLsink* sink = nullptr);
   void onDefaultEscape(char byte, COLsink& sink) override;
+};
+
+// For 8-bit text, where each byte is the Latin-1 character of its code (message values):
+// bytes from 128 up become their two-byte UTF-8 form, so the document is UTF-8 and needs no
+// declaration; ASCII is written exactly as XMLiosNullDataFilter writes it.  A control byte
+// other than tab, LF and CR has no form in XML 1.0, not even by number: writing one raises
+// COLerror 0x80000100 that names it, rather than give a file no reader accepts.
+class XMLiosLatin1DataFilter : public XMLiosDataFilter {
+public:
+  explicit XMLiosLatin1DataFilter(COLsink* sink = nullptr);
+  void onDefaultEscape(char byte, COLsink& sink) override;
+
+  // False for the control bytes that the filter refuses.
+  static bool isWritable(unsigned char byte) { return byte >= 32 || byte == '\t' || byte == '\n' || byte == '\r'; }
 };
 
 class XMLiosAttributeDataFilter : public XMLiosFilter {

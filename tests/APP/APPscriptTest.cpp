@@ -5,6 +5,7 @@
 
 #include <unistd.h>
 
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -13,6 +14,8 @@
 
 #include "APPtool.h"
 #include "COLostream.h"
+
+#include "../support/TSTtoolRun.h"
 
 namespace {
 
@@ -28,10 +31,12 @@ protected:
   }
   void TearDown() override { fs::remove_all(Dir); }
 
-  // Runs the tool in --toxml mode and returns its exit status; Output keeps what it printed.
-  int tool(const std::string& Vmd, const std::string& Log) {
-    const std::string Out = (Dir / "out" / "m.xml").string();
-    std::vector<const char*> Words = {"msgbridge", "--toxml", Vmd.c_str(), Log.c_str(), Out.c_str()};
+  // Runs the tool in --toxml mode (or another) and returns its exit status; Output keeps what it
+  // printed.
+  int tool(const std::string& Vmd, const std::string& Log, const char* Mode = "--toxml",
+           const std::string& Out = "") {
+    const std::string Target = Out.empty() ? (Dir / "out" / "m.xml").string() : Out;
+    std::vector<const char*> Words = {"msgbridge", Mode, Vmd.c_str(), Log.c_str(), Target.c_str()};
     COLstring Text;
     COLostream Stream(Text);
     const int Status = APPrunTool(static_cast<int>(Words.size()), Words.data(), Stream);
@@ -89,13 +94,29 @@ TEST_F(APPscriptTest, EachScriptOfTheExampleChangesTheResult) {
   // The pre-process script made an A28 into an A04, which the definition knows.
   EXPECT_NE(First.find("<ADT_A04>"), std::string::npos) << First;
   EXPECT_NE(First.find("<EventType>A04</EventType>"), std::string::npos) << First;
-  // The field equation: capitals, blanks gone, bytes above 127 kept as they were.
+  // The field equation: capitals, blanks gone, Latin-1 letters kept (in the file as UTF-8).
   EXPECT_NE(First.find("<FamilyName>LINDQVIST</FamilyName>"), std::string::npos) << First;
-  EXPECT_NE(Second.find("<FamilyName>M\xDCLLER</FamilyName>"), std::string::npos) << Second;
-  EXPECT_NE(Second.find("<GivenName>J\xFCrgen</GivenName>"), std::string::npos) << Second;
+  EXPECT_NE(Second.find("<FamilyName>M\xC3\x9CLLER</FamilyName>"), std::string::npos) << Second;
+  EXPECT_NE(Second.find("<GivenName>J\xC3\xBCrgen</GivenName>"), std::string::npos) << Second;
   // The table equation.
   EXPECT_NE(First.find("<PatientClass>Outpatient</PatientClass>"), std::string::npos) << First;
   EXPECT_NE(Second.find("<PatientClass>Emergency</PatientClass>"), std::string::npos) << Second;
+}
+
+// The message holds "M\xDCLLER" as Latin-1 bytes; its XML file must be UTF-8 that an XML reader
+// takes without a declaration, and --fromxml must give the same bytes back.
+TEST_F(APPscriptTest, LatinOneNamesGoOutAsUtf8ThatXmllintAcceptsAndComeBackAsTheSameBytes) {
+  ASSERT_EQ(tool(Example, ExampleLog), 0) << Output;
+  const fs::path Second = Dir / "out" / "00002m.xml";
+  ASSERT_NE(read(Second).find("M\xC3\x9CLLER"), std::string::npos) << read(Second);
+  if (std::system("command -v xmllint >/dev/null 2>&1") == 0) {
+    const TSTtoolRun Lint = TSTrunShell("xmllint --noout " + Second.string());
+    EXPECT_EQ(Lint.status, 0) << Lint.output;
+    EXPECT_EQ(Lint.output, "");
+  }
+  const std::string Back = (Dir / "back.hl7").string();
+  ASSERT_EQ(tool(Example, (Dir / "out" / "m.xml").string(), "--fromxml", Back), 0) << Output;
+  EXPECT_NE(read(Back).find("|M\xDCLLER^J\xFCrgen"), std::string::npos) << read(Back);
 }
 
 TEST_F(APPscriptTest, TheValidationRuleRejectsAPatientWithoutAFamilyName) {

@@ -2,6 +2,11 @@
 // table; the reader's leniencies and its refusals.
 #include <gtest/gtest.h>
 
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <string>
+
 #include "COLerror.h"
 #include "QVMengineInternal.h"
 #include "QVMmessageDefinitionInternal.h"
@@ -12,6 +17,7 @@
 #include "QVXconverter.h"
 
 #include "../support/TSTraised.h"
+#include "../support/TSTtoolRun.h"
 
 namespace {
 
@@ -187,6 +193,63 @@ TEST_F(QVMtableXml, ReaderRefusesWhatTheDefinitionDoesNotHave) {
                            "2004-03-05T12:60:00", "0099-12-31"})
     EXPECT_EQ(failure(std::string("<I><ADT_A01><Patient><Born>") + Date + "</Born></Patient></ADT_A01></I>"),
               std::string(Date) + " is not a valid date/time format.");
+}
+
+// Values are 8-bit text, each byte the Latin-1 character of its code.  The document must be UTF-8
+// that any XML reader takes without a declaration, and reading it must give the bytes back.
+TEST_F(QVMtableXml, EightBitValuesGoOutAsUtf8ThatXmllintAcceptsAndComeBackByteForByte) {
+  fill();
+  std::string Every = "x<";
+  for (int Byte = 0x80; Byte <= 0xFF; ++Byte) Every += static_cast<char>(Byte);
+  Table.subTable(0, 0).setString(1, 0, Every.c_str());
+  const std::string Xml = print("TABLE - Short Tags", Table);
+  EXPECT_NE(Xml.find("<Name>x&lt;\xC2\x80\xC2\x81"), std::string::npos) << Xml;
+  EXPECT_NE(Xml.find("\xC3\xBE\xC3\xBF</Name>"), std::string::npos) << Xml;
+  // Nothing else changes: the document is the one of plain ASCII values with the name added.
+  std::string WithoutName = Xml;
+  WithoutName.erase(WithoutName.find("      <Name>"), WithoutName.find("</Name>\r\n") + 9 - WithoutName.find("      <Name>"));
+  EXPECT_EQ(WithoutName, ShortTags);
+
+  QVMtableInternal Copy;
+  read(Xml, Copy);
+  EXPECT_EQ(Copy.subTable(0, 0).getString(1, 0).str(), Every);
+  EXPECT_EQ(print("TABLE - Short Tags", Copy), Xml);
+
+  if (std::system("command -v xmllint >/dev/null 2>&1") != 0) GTEST_SKIP() << "xmllint is not installed";
+  const std::string Path = ::testing::TempDir() + "QVMtableXmlEveryByte.xml";
+  std::ofstream(Path, std::ios::binary) << Xml;
+  const TSTtoolRun Lint = TSTrunShell("xmllint --noout " + Path);
+  EXPECT_EQ(Lint.status, 0) << Lint.output;
+  EXPECT_EQ(Lint.output, "");
+  std::remove(Path.c_str());
+}
+
+TEST_F(QVMtableXml, ReaderRefusesACharacterBeyondLatin1AtItsPlace) {
+  QVMtableInternal Into;
+  const COLerror Error = TSTraised([&] {
+    read("<I>\n<ADT_A01>\n<Patient>\n  <Name>Zde\xC5\x88ka</Name>\n</Patient>\n</ADT_A01>\n</I>", Into);
+  });
+  EXPECT_EQ(std::string(Error.description().c_str()),
+            "Unable to transcode stream at line 4 column 12: the character U+0148 is beyond U+00FF, the last "
+            "character that 8-bit (Latin-1) text can hold");
+  EXPECT_EQ(Error.code(), 0x80000100u);
+}
+
+// XML 1.0 has no form for control bytes but tab, LF and CR, not even "&#x01;": such a value is
+// refused with its place rather than written into a file that no reader accepts.
+TEST_F(QVMtableXml, ValuesWithControlBytesXmlCannotHoldAreRefusedByName) {
+  fill();
+  Table.subTable(0, 0).setString(1, 0, "Ann\x01\x1B \xE9");
+  COLstring Out;
+  const COLerror Error =
+      TSTraised([&] { QVMxmlHl7Converter::getConverter("TABLE - Long Tags")->outputTableInXml(Out, Table); });
+  EXPECT_EQ(std::string(Error.description().c_str()),
+            "The value 'Ann\\x01\\x1B \xE9' of column Patient.Name (row 1) cannot be written as XML: it holds the "
+            "control byte 0x01, which XML 1.0 cannot carry.");
+  EXPECT_EQ(Error.code(), 0x80000100u);
+  // Tab, line feed and carriage return are written as they always were.
+  Table.subTable(0, 0).setString(1, 0, "a\tb\r\nc");
+  EXPECT_NE(print("TABLE - Short Tags", Table).find("<Name>a\tb\r\nc</Name>"), std::string::npos);
 }
 
 TEST(QVMconverterRegistry, NamesAliasesAndKinds) {

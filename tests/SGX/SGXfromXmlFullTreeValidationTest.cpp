@@ -150,6 +150,23 @@ TEST_F(SGXfullTree, ValuesAreEscapedExceptTheHeaderDelimitersAndOnlyWhenConfigur
   EXPECT_EQ(read(Xml), "MSH|^~\\&|LAB\rPID|||O|Brien^X&Y\r");
 }
 
+// Values are 8-bit text in the message: the document's UTF-8 comes back one byte per character,
+// and a character that no byte can hold is a fault at its place, not mangled bytes.
+TEST_F(SGXfullTree, Utf8ValuesBecomeLatin1BytesAndCharactersBeyondAreFaults) {
+  std::string Faults;
+  bool Ok = false;
+  EXPECT_EQ(read("<ADT_A01>" + header() + patient("M\xC3\xBCller &#xC9;") + "</ADT_A01>", &Faults, &Ok),
+            "MSH|^~\\&|LAB\rPID|||M\xFCller \xC9\r");
+  EXPECT_TRUE(Ok);
+  EXPECT_EQ(Faults, "");
+
+  EXPECT_EQ(read("<ADT_A01>\n" + header() + patient("Zde\xC5\x88ka") + "</ADT_A01>", &Faults, &Ok), "");
+  EXPECT_FALSE(Ok);
+  EXPECT_EQ(Faults,
+            "XML00001! 8:22 The character U+0148 is beyond U+00FF, the last character that 8-bit (Latin-1) text can "
+            "hold.\n");
+}
+
 TEST_F(SGXfullTree, DocumentsThatAreNotMessagesStopBeforeAnyGrammarWork) {
   std::string Faults;
   bool Ok = true;

@@ -62,6 +62,36 @@ TEST(SGXxmlDomParser, MixedContentCdataAndComments) {
   EXPECT_EQ(Root.text(), "onetwothree<x>&four");
 }
 
+// Message XML is read into 8-bit text: the UTF-8 of names, attributes and text becomes one byte
+// per character, and a character beyond U+00FF stops the parse where it stands.
+TEST(SGXxmlDomParser, EightBitTextHoldsOneBytePerCharacterAndRefusesWhatItCannotHold) {
+  SGXxmlDomParser Parser;
+  EXPECT_FALSE(Parser.eightBitText());
+  Parser.setEightBitText(true);
+  SGXxmlDomNodeElement Root;
+  parseOk(Parser, "<caf\xC3\xA9 n=\"\xC3\xBC\"><v>M\xC3\xBCller &#xFF;&#x80;</v></caf\xC3\xA9>", Root);
+  EXPECT_EQ(Root.name(), "caf\xE9");
+  EXPECT_EQ(Root.attributeValue(0), "\xFC");
+  EXPECT_EQ(Root.findElement("v")->text(), "M\xFCller \xFF\x80");
+
+  auto failure = [&](const std::string& Xml) {
+    EXPECT_FALSE(Parser.parse(Xml.data(), static_cast<unsigned>(Xml.size()), Root)) << Xml;
+    const SGXerror& Error = *Parser.parseError();
+    return SGXerrorPrintableCode(Error.errorCode()).str() + " " + std::to_string(Error.lineNumber()) + ":" +
+           std::to_string(Error.colNumber()) + " " + Error.description().c_str();
+  };
+  const std::string Beyond = " is beyond U+00FF, the last character that 8-bit (Latin-1) text can hold";
+  EXPECT_EQ(failure("<a>\n  <v>\xC3\xA9\xC5\x82</v></a>"), "XML00001 2:6 The character U+0142" + Beyond + ".");
+  EXPECT_EQ(failure("<a>\n<v\xC5\x81/></a>"), "XML00001 2:2 The character U+0141" + Beyond + ".");
+  EXPECT_EQ(failure("<a>\n <v n=\"&#x3A9;\"/></a>"),
+            "XML00001 2:1 The character U+03A9" + Beyond + " (in an attribute of the element that starts here).");
+
+  // Without it the tree holds Expat's UTF-8, whatever the characters.
+  Parser.setEightBitText(false);
+  parseOk(Parser, "<a>\xC5\x82</a>", Root);
+  EXPECT_EQ(Root.text(), "\xC5\x82");
+}
+
 TEST(SGXxmlDomParser, MalformedAndTruncatedXmlGiveXML00002WithPosition) {
   SGXxmlDomParser Parser;
   SGXxmlDomNodeElement Root;

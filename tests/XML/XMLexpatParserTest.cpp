@@ -166,11 +166,45 @@ TEST(XMLexpatAnsiParser, TranscodesNamesAttributesAndText) {
   EXPECT_EQ(R.events, Expected);
 }
 
-TEST(XMLexpatAnsiParser, CharactersAboveLatin1AreRefused) {
+// A character that 8-bit text cannot hold is refused where it stands, named by its code point;
+// columns count characters from 1, as Expat's own errors do.
+TEST(XMLexpatAnsiParser, CharactersAboveLatin1AreRefusedWithTheirPlace) {
   AnsiRecorder R;
-  EXPECT_EQ(TSTraised([&] { R.parse("<a>x\xC4\x80yz</a>"); }).description(),
-            "Unable to transcode stream at \xC4\x80yz");
+  const std::string Beyond = ": the character U+0100 is beyond U+00FF, the last character that 8-bit (Latin-1) text can hold";
+  auto refusal = [&](const std::string& Xml) { return std::string(TSTraised([&] { R.parse(Xml); }).description().c_str()); };
+  EXPECT_EQ(refusal("<a>x\xC4\x80yz</a>"), "Unable to transcode stream at line 1 column 5" + Beyond);
+  // Characters before it count once each, however many bytes they take; lines count too.
+  EXPECT_EQ(refusal("<a>\n <b>\xC3\xA9\xC3\xBC\xC4\x80</b></a>"), "Unable to transcode stream at line 2 column 7" + Beyond);
+  // By character reference, in a name, in a comment, in an attribute (placed at its element).
+  EXPECT_EQ(refusal("<a>\n&#x100;</a>"), "Unable to transcode stream at line 2 column 1" + Beyond);
+  EXPECT_EQ(refusal("<a>\n<b\xC4\x80/></a>"), "Unable to transcode stream at line 2 column 3" + Beyond);
+  EXPECT_EQ(refusal("<a><!-- \xC4\x80 --></a>"), "Unable to transcode stream at line 1 column 9" + Beyond);
+  EXPECT_EQ(refusal("<a>\n  <b x=\"1\" y=\"\xC3\xA9\xC4\x80\"/></a>"),
+            "Unable to transcode stream at line 2 column 3, in an attribute of the element that starts there" + Beyond);
+  EXPECT_EQ(refusal("<a>\xF0\x9F\x98\x80</a>"),
+            "Unable to transcode stream at line 1 column 4: the character U+1F600 is beyond U+00FF, the last character "
+            "that 8-bit (Latin-1) text can hold");
   EXPECT_EQ(TSTraised([&] { R.parse("<a>\n</b>"); }).description(), "xml error on line 2 column 3. mismatched tag");
+}
+
+TEST(XMLexpatAnsiParser, FindingTheFirstCharacterWithoutAn8BitForm) {
+  size_t Before = 99;
+  uint32_t CodePoint = 0;
+  const std::string Fine = "a\xC3\xA9\xC3\xBF";
+  EXPECT_FALSE(XMLexpatAnsiParser::utf8FindUntranscodable(Fine.data(), Fine.data() + Fine.size(), Before, CodePoint));
+  const std::string Mixed = "a\xC3\xA9\xE2\x82\xAC\xC4\x80";
+  ASSERT_TRUE(XMLexpatAnsiParser::utf8FindUntranscodable(Mixed.data(), Mixed.data() + Mixed.size(), Before, CodePoint));
+  EXPECT_EQ(Before, 2u);
+  EXPECT_EQ(CodePoint, 0x20ACu);
+  // A sequence that the range cuts off, or a stray continuation byte, is no UTF-8 at all.
+  ASSERT_TRUE(XMLexpatAnsiParser::utf8FindUntranscodable(Mixed.data(), Mixed.data() + 4, Before, CodePoint));
+  EXPECT_EQ(Before, 2u);
+  EXPECT_EQ(CodePoint, XMLexpatAnsiParser::NotUtf8);
+  const std::string Stray = "ab\x80";
+  ASSERT_TRUE(XMLexpatAnsiParser::utf8FindUntranscodable(Stray.data(), Stray.data() + 3, Before, CodePoint));
+  EXPECT_EQ(Before, 2u);
+  EXPECT_EQ(CodePoint, XMLexpatAnsiParser::NotUtf8);
+  EXPECT_EQ(XMLexpatAnsiParser::untranscodableText(XMLexpatAnsiParser::NotUtf8), "the bytes there are not UTF-8");
 }
 
 TEST(XMLexpatAnsiParser, ConversionHelpers) {

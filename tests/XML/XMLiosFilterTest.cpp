@@ -1,9 +1,14 @@
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <string>
 
+#include "COLerror.h"
 #include "COLstring.h"
+#include "XMLexpatAnsiParser.h"
 #include "XMLiosFilter.h"
+
+#include "../support/TSTraised.h"
 
 namespace {
 
@@ -47,6 +52,46 @@ TEST(XMLiosDataFilter, EscapesMarkupAndControlBytes) {
 
 TEST(XMLiosDataFilter, Utf8FilterKeepsMultiByteText) {
   EXPECT_EQ(filtered<XMLiosUtf8DataFilter>("\xC3\xA9\t<\r"), "\xC3\xA9&#x09;&lt;&#x0D;");
+}
+
+// 8-bit message text must come out as UTF-8 (so that a reader without a declaration takes it),
+// ASCII exactly as the null filter has always written it, and nothing XML cannot hold.
+TEST(XMLiosLatin1DataFilter, HighBytesBecomeUtf8AndAsciiStaysAsTheNullFilterWritesIt) {
+  std::string Ascii = "\t\n\r";
+  for (int Byte = 32; Byte < 128; ++Byte) Ascii += static_cast<char>(Byte);
+  EXPECT_EQ(filtered<XMLiosLatin1DataFilter>(Ascii), filtered<XMLiosNullDataFilter>(Ascii));
+  EXPECT_EQ(filtered<XMLiosLatin1DataFilter>("M\xDCLLER \x80\xBF\xC0\xFF<"), "M\xC3\x9CLLER \xC2\x80\xC2\xBF\xC3\x80\xC3\xBF&lt;");
+
+  std::string High;
+  for (int Byte = 128; Byte < 256; ++Byte) High += static_cast<char>(Byte);
+  const COLstring Written = filtered<XMLiosLatin1DataFilter>(High);
+  EXPECT_EQ(Written.size(), 2 * High.size());
+  // Every byte is its own Latin-1 character: decoding the UTF-8 gives the bytes back.
+  EXPECT_EQ(XMLexpatAnsiParser::utf8ToAnsiColString(Written.data(), Written.data() + Written.size()).str(), High);
+  // The hook does the same for a byte handed to it alone.
+  COLstring Out;
+  XMLiosLatin1DataFilter F(&Out);
+  F.onDefaultEscape('\xE9', Out);
+  F.onDefaultEscape('\t', Out);
+  EXPECT_EQ(Out, "\xC3\xA9\t");
+}
+
+TEST(XMLiosLatin1DataFilter, ControlBytesXmlCannotHoldAreRefusedByNumber) {
+  for (int Byte = 0; Byte < 32; ++Byte) {
+    if (Byte == '\t' || Byte == '\n' || Byte == '\r') continue;
+    const std::string Input = std::string("ab") + static_cast<char>(Byte) + "c";
+    const COLerror Error = TSTraised([&] { filtered<XMLiosLatin1DataFilter>(Input); });
+    char Expected[8];
+    std::snprintf(Expected, sizeof Expected, "0x%02X", Byte);
+    EXPECT_EQ(Error.code(), 0x80000100u);
+    EXPECT_NE(Error.description().find(Expected), COLstring::npos) << Error.description().c_str();
+    EXPECT_FALSE(XMLiosLatin1DataFilter::isWritable(static_cast<unsigned char>(Byte)));
+  }
+  COLstring Out;
+  XMLiosLatin1DataFilter F(&Out);
+  EXPECT_NE(TSTraised([&] { F.onDefaultEscape('\x1B', Out); }).description().find("0x1B"), COLstring::npos);
+  EXPECT_TRUE(XMLiosLatin1DataFilter::isWritable('\r'));
+  EXPECT_TRUE(XMLiosLatin1DataFilter::isWritable(0x7F));
 }
 
 TEST(XMLiosDataFilter, OnDefaultEscapeIsTheHookForOtherEscapes) {

@@ -1,5 +1,6 @@
 // The printed schemas must work in a real validator: xmllint compiles each XSD (and DTD),
-// accepts an instance that follows it and rejects instances that break it.
+// accepts an instance that follows it and rejects instances that break it.  The text that
+// message XML is made of must be well-formed to it as well.
 #include <gtest/gtest.h>
 
 #include <sys/wait.h>
@@ -11,6 +12,7 @@
 #include <string>
 
 #include "COLostream.h"
+#include "XMLiosStream.h"
 #include "XMLschemaFormatter.h"
 #include "XMLschemaTestSupport.h"
 
@@ -146,6 +148,24 @@ TEST_F(XMLschemaXmllint, DtdValidatesAndBiztalkIsWellFormed) {
 
   std::string Biztalk = printed(XMLschemaFormatter::Biztalk, Schema, "patient.xml");
   EXPECT_EQ(xmllint(Biztalk), 0) << m_LastLog;
+}
+
+// Message text is 8-bit, one Latin-1 character per byte.  Through the Latin-1 filter every byte
+// that XML can hold makes a document xmllint reads without a declaration; the same bytes written
+// as they stand are no UTF-8, and it refuses them.
+TEST_F(XMLschemaXmllint, Latin1TextWrittenAsUtf8IsWellFormedWithoutADeclaration) {
+  std::string Text = "\t\r\n";
+  for (int Byte = 32; Byte < 256; ++Byte) Text += static_cast<char>(Byte);
+  auto document = [&](XMLiosDataFilter* Filter) {
+    COLstring Out;
+    XMLiosStream Stream('.', &Out, false);
+    Stream.setDataFilter(Filter);
+    Stream << startTag << "v" << elementData << std::string_view(Text) << endTag << "v" << newline << flush;
+    return Out.str();
+  };
+  EXPECT_EQ(xmllint(write("utf8.xml", document(new XMLiosLatin1DataFilter))), 0) << m_LastLog;
+  EXPECT_EQ(m_LastLog, "");
+  EXPECT_NE(xmllint(write("raw.xml", document(new XMLiosNullDataFilter))), 0) << m_LastLog;
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 // Fuzz target: "Full Tree Validation" XML read back into a message against the example
 // definition.  Any input gives a list of faults or a message, never a crash; every fault has
-// words, and a document the reader accepts yields a message that begins with its header.
+// words (a character beyond U+00FF is one of them), and a document the reader accepts yields a
+// message that begins with its header.
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>

@@ -6,7 +6,9 @@
 //   than for UTF-8 (it takes "\xB5" as a name in Latin-1 or UTF-16, not in UTF-8);
 // - a refused document always comes with a printable error code and a line number;
 // - the 8-bit parser accepts exactly what the tree parser accepts, unless it meets a
-//   character beyond 8 bits or the depth limit is at work.
+//   character beyond 8 bits or the depth limit is at work;
+// - the tree parser with eight-bit text refuses a document that it takes in UTF-8 only for a
+//   character beyond 8 bits, which the 8-bit parser refuses too.
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -81,6 +83,14 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     return 0;
   }
   check(AnsiParsed || AnsiTranscodeFailed, "8-bit parser refuses well-formed XML");
+
+  SGXxmlDomParser EightBitParser;
+  EightBitParser.setEightBitText(true);
+  SGXxmlDomNodeElement EightBit;
+  if (!EightBitParser.parse(Text, static_cast<unsigned>(size), EightBit)) {
+    check(EightBitParser.parseError()->errorCode() == SGXerror::XmlParseFailed, "8-bit tree refusal code");
+    check(AnsiTranscodeFailed, "8-bit tree refuses what the 8-bit parser takes");
+  }
 
   COLstring Written;
   SGXxmlDomWrite(First, Written);
