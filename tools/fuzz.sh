@@ -23,10 +23,16 @@ corpus_root="$repo/../shared/corpus"
 # The fixed seed of reproducible runs; FUZZ_SEED overrides it to replay another run.
 fixed_seed=${FUZZ_SEED:-20261123}
 
-# The engine and the targets, instrumented for coverage, ASan and UBSan.
+# The engine and the targets, instrumented for coverage, ASan and UBSan (through ccache where
+# installed, as in tools/build.sh).
+launcher=()
+if command -v ccache >/dev/null; then
+  export CCACHE_BASEDIR="$repo" CCACHE_NOHASHDIR=1
+  launcher=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache -DCMAKE_C_COMPILER_LAUNCHER=ccache)
+fi
 cmake -S "$repo" -B "$build" -G Ninja -DCMAKE_CXX_COMPILER=clang++ -DCMAKE_C_COMPILER=clang \
   -DCMAKE_BUILD_TYPE=RelWithDebInfo -DMSGBRIDGE_SANITIZE=ON -DMSGBRIDGE_FUZZ=ON -DMSGBRIDGE_TESTS=OFF \
-  -DMSGBRIDGE_BENCH=OFF >/dev/null
+  -DMSGBRIDGE_BENCH=OFF "${launcher[@]}" >/dev/null
 # Only the fuzz targets: the tool, the shared library and the C example are not fuzzed.
 names=()
 for source in "$repo"/tests/fuzz/*.cpp; do

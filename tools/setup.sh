@@ -4,7 +4,7 @@
 set -euo pipefail
 
 PACKAGES=(
-  build-essential cmake ninja-build g++ clang libclang-rt-14-dev
+  build-essential cmake ninja-build g++ clang libclang-rt-14-dev ccache
   libgtest-dev libgmock-dev googletest libbenchmark-dev
   libexpat1-dev pkgconf libpcre2-dev libbz2-dev libpython3-dev python3
   libxml2-utils
