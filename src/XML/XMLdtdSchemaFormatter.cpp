@@ -51,9 +51,18 @@ void XMLdtdSchemaFormatter::printCollectionElementOn(const XMLschemaCollection& 
 void XMLdtdSchemaFormatter::printReferenceElementOn(const XMLschemaReference&, COLostream&) {}
 
 void XMLdtdSchemaFormatter::printSequenceNodeOn(const XMLschemaSequence& sequence, COLostream& stream) {
-  for (size_t i = 0; i < sequence.countOfNodes(); ++i) {
-    if (i > 0) stream << ", ";
-    const XMLschemaNode& Node = sequence.nodeAt(i);
+  printGroupNodesOn(sequence, ", ", stream);
+}
+
+void XMLdtdSchemaFormatter::printChoiceNodeOn(const XMLschemaChoice& choice, COLostream& stream) {
+  printGroupNodesOn(choice, " | ", stream);
+}
+
+void XMLdtdSchemaFormatter::printGroupNodesOn(const XMLschemaModelGroup& group, const char* separator,
+                                              COLostream& stream) {
+  for (size_t i = 0; i < group.countOfNodes(); ++i) {
+    if (i > 0) stream << separator;
+    const XMLschemaNode& Node = group.nodeAt(i);
     switch (Node.nodeType()) {
       case XMLschemaNode::NodeElement:
         stream << static_cast<const XMLschemaElement&>(Node).name();
@@ -64,6 +73,11 @@ void XMLdtdSchemaFormatter::printSequenceNodeOn(const XMLschemaSequence& sequenc
       case XMLschemaNode::NodeSequence:
         stream << " (";
         printSequenceNodeOn(static_cast<const XMLschemaSequence&>(Node), stream);
+        stream << ')';
+        break;
+      case XMLschemaNode::NodeChoice:
+        stream << " (";
+        printChoiceNodeOn(static_cast<const XMLschemaChoice&>(Node), stream);
         stream << ')';
         break;
       default:

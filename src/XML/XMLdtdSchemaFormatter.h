@@ -22,10 +22,16 @@ public:
   void printSequenceNodeOn(const XMLschemaSequence& sequence, COLostream& stream) override;
   void printEnumerationTypeOn(const XMLschemaEnumeration& type, COLostream& stream) override;
   void printCollectionTypeOn(const XMLschemaCollection& type, COLostream& stream) override;
+  // The alternatives of a choice, without the enclosing parentheses.
+  void printChoiceNodeOn(const XMLschemaChoice& choice, COLostream& stream) override;
 
   // `<!ELEMENT name (content)>` and a line end.
   void printDtdElementOn(const COLstring& name, const char* content, COLostream& stream);
   void printSequenceElementsOn(const XMLschemaSequence& sequence, COLostream& stream);
   // "?", "*", "+" or "" for the occurrence limits of `node`.
   static const char* occurrenceSign(const XMLschemaNode& node);
+
+private:
+  // The nodes of `group`, each with its sign, joined by `separator`.
+  void printGroupNodesOn(const XMLschemaModelGroup& group, const char* separator, COLostream& stream);
 };

@@ -16,6 +16,7 @@
 
 namespace {
 
+using XMLschemaTest::buildChoiceSchema;
 using XMLschemaTest::buildPatientSchema;
 using XMLschemaTest::stringElement;
 
@@ -146,6 +147,32 @@ TEST_F(XMLschemaXmllint, DtdValidatesAndBiztalkIsWellFormed) {
 
   std::string Biztalk = printed(XMLschemaFormatter::Biztalk, Schema, "patient.xml");
   EXPECT_EQ(xmllint(Biztalk), 0) << m_LastLog;
+}
+
+TEST_F(XMLschemaXmllint, AChoiceTakesItsAlternativesInAnyOrderAndNumberAtItsPlace) {
+  XMLschema Schema;
+  buildChoiceSchema(Schema);
+  const std::string Xsd = printed(XMLschemaFormatter::Xsd, Schema, "visit.xsd");
+  const std::string Dtd = printed(XMLschemaFormatter::Dtd, Schema, "visit.dtd");
+  const char* Valid[] = {
+      "<Visit><Id>1</Id></Visit>",
+      "<Visit><Id>1</Id><Kin>k</Kin><Note>n</Note><Kin>k</Kin><Note>n</Note><Last>l</Last></Visit>",
+      "<Visit><Id>1</Id><Note>n</Note><Note>n</Note><Last>l</Last></Visit>",
+  };
+  for (const char* Instance : Valid) {
+    const std::string Document = write("ok.xml", Instance);
+    EXPECT_EQ(xmllint("--schema " + Xsd + " " + Document), 0) << Instance << "\n" << m_LastLog;
+    EXPECT_EQ(xmllint("--dtdvalid " + Dtd + " " + Document), 0) << Instance << "\n" << m_LastLog;
+  }
+  const char* Invalid[] = {
+      "<Visit><Kin>k</Kin><Id>1</Id></Visit>",                 // the choice stands after Id
+      "<Visit><Id>1</Id><Last>l</Last><Note>n</Note></Visit>",  // and before Last
+  };
+  for (const char* Instance : Invalid) {
+    const std::string Document = write("bad.xml", Instance);
+    EXPECT_EQ(xmllint("--schema " + Xsd + " " + Document), InvalidDocument) << Instance << "\n" << m_LastLog;
+    EXPECT_EQ(xmllint("--dtdvalid " + Dtd + " " + Document), InvalidDocument) << Instance << "\n" << m_LastLog;
+  }
 }
 
 }  // namespace
