@@ -305,6 +305,30 @@ TEST(XMLdtdSchemaFormatter, PrintsAChoiceAsAlternativesAndDeclaresItsElements) {
             }));
 }
 
+// A DTD holds one declaration per name: an inline element met again under another parent is
+// declared where it stands first, in every printOn anew.
+TEST(XMLdtdSchemaFormatter, DeclaresEachNameOnce) {
+  XMLschema Schema;
+  auto* Root = new XMLschemaCollection();
+  Schema.attachElement(new XMLschemaElement("Root", Root, false));
+  for (const char* Parent : {"A", "B"}) {
+    auto* Holder = new XMLschemaCollection();
+    Root->attachElement(new XMLschemaElement(Parent, Holder, false));
+    auto* Shared = new XMLschemaCollection();
+    Holder->attachElement(new XMLschemaElement("Shared", Shared, false));
+    Shared->attachElement(stringElement("Leaf"));
+  }
+  const COLstring Expected = joinLines({
+      "<!ELEMENT Root (A, B)>",
+      "<!ELEMENT A (Shared)>",
+      "<!ELEMENT Shared (Leaf)>",
+      "<!ELEMENT Leaf (#PCDATA)>",
+      "<!ELEMENT B (Shared)>",
+  });
+  EXPECT_EQ(print(XMLschemaFormatter::Dtd, Schema), Expected);
+  EXPECT_EQ(print(XMLschemaFormatter::Dtd, Schema), Expected);
+}
+
 TEST(XMLdtdSchemaFormatter, SignsFollowTheOccurrenceLimits) {
   struct Case {
     unsigned minOccurs, maxOccurs;
