@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <ostream>
 #include <sstream>
 #include <string>
 #include <utility>
@@ -217,6 +218,9 @@ struct XMLdefinitionCase {
   const char* log;
   const char* corpusVersion;
 };
+
+// So that a failure names the definition instead of the struct's bytes.
+void PrintTo(const XMLdefinitionCase& Case, std::ostream* Out) { *Out << Case.definition; }
 
 class XMLdefinitionSchema : public XMLschemaXmllint, public ::testing::WithParamInterface<XMLdefinitionCase> {};
 
