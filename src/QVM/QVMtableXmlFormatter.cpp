@@ -11,6 +11,26 @@
 #include "QVMtableInternal.h"
 #include "XMLiosStream.h"
 
+COLstring QVMtableXmlName(const COLstring& Name) {
+  static const XMLiosTagFilterNoDelimiter Filter;
+  std::string_view Text(Name);
+  size_t Kept = 0;
+  while (Kept < Text.size() && Filter.translate(static_cast<unsigned char>(Text[Kept])) == Text[Kept]) ++Kept;
+  if (Kept == Text.size()) return Name;
+  std::string Out(Text.substr(0, Kept));
+  for (const char Byte : Text.substr(Kept))
+    if (const char Translated = Filter.translate(static_cast<unsigned char>(Byte))) Out += Translated;
+  return COLstring(Out);
+}
+
+COLstring QVMtableXmlTag(const QVMtableGrammarInternal& Grammar) {
+  if (Grammar.parent() && !Grammar.isNode()) {
+    const QVMmessageDefinitionInternal* Message = Grammar.message();
+    return QVMtableXmlName((Message ? Message->name() : COLstring()) + "." + Grammar.name());
+  }
+  return QVMtableXmlName(Grammar.name());
+}
+
 QVMtableXmlFormatter::QVMtableXmlFormatter() : m_Stream(std::make_unique<XMLiosStream>('.', new COLsinkNull, true)) {
   // Values are 8-bit text: the document comes out as UTF-8, readable without a declaration.
   m_Stream->setDataFilter(new XMLiosLatin1DataFilter);
@@ -32,15 +52,6 @@ COLstring& QVMtableXmlFormatter::outputTableInXml(COLstring& Out, const QVMtable
 }
 
 namespace {
-
-// The row element: message name at the root, table name at a leaf, "Message.Group" inside.
-COLstring QVMrowTag(const QVMtableGrammarInternal& Grammar) {
-  if (Grammar.parent() && !Grammar.isNode()) {
-    const QVMmessageDefinitionInternal* Message = Grammar.message();
-    return (Message ? Message->name() : COLstring()) + "." + Grammar.name();
-  }
-  return Grammar.name();
-}
 
 COLstring QVMcolumnText(QVMtableInternal& Table, unsigned Column, unsigned Row) {
   if (Table.columnType(Column) == QVMdateTimeType) {
@@ -95,7 +106,7 @@ void QVMtableXmlFormatter::outputTable(const COLstring& Indent, QVMtableInternal
   if (Table.countOfRow() == 0 || !Table.tableGrammar()) return;
   if (Table.countOfColumn() == 0 && Table.countOfSubTable() == 0 && !IsRoot) return;
   XMLiosStream& Stream = *m_Stream;
-  const COLstring Tag = QVMrowTag(*Table.tableGrammar());
+  const COLstring Tag = QVMtableXmlTag(*Table.tableGrammar());
   const COLstring ColumnIndent = Indent + "   ";
   const QVMtableDefinitionInternal* Definition = Table.tableDefinition();
   for (unsigned Row = 0; Row < Table.countOfRow(); ++Row) {

@@ -6,8 +6,17 @@
 
 #include "COLstring.h"
 
+class QVMtableGrammarInternal;
 class QVMtableInternal;
 class XMLiosStream;
+
+// The element name of a row of `Grammar`: the message name at the root, the table name at a
+// leaf, "Message.Group" for an inner group, with the bytes dropped that the writer's tag filter
+// drops ("/" of "Observation/Result", for one).  The writer prints it, the reader finds
+// sub-grammars by it and the schema declares it, so the three cannot disagree.
+COLstring QVMtableXmlTag(const QVMtableGrammarInternal& Grammar);
+// `Name` as the writer's tag filter leaves it.
+COLstring QVMtableXmlName(const COLstring& Name);
 
 class QVMtableXmlFormatter {
 public:

@@ -9,6 +9,7 @@
 #include "QVMtableDefinitionInternal.h"
 #include "QVMtableGrammarInternal.h"
 #include "QVMtableInternal.h"
+#include "QVMtableXmlFormatter.h"
 
 namespace {
 
@@ -117,10 +118,9 @@ void QVMxmlTableParser::startGroupChild(const COLstring& Element) {
   }
   const COLstring& MessageName = m_Engine->message(m_MessageIndex)->name();
   size_t Found = m_CurrentGrammar->countOfSubGrammar();
+  // Every element of a name goes to the first sub-grammar printed under it.
   for (size_t Index = 0; Index < m_CurrentGrammar->countOfSubGrammar(); ++Index) {
-    const QVMtableGrammarInternal& Sub = *m_CurrentGrammar->subGrammar(Index);
-    const COLstring Tag = Sub.isNode() ? Sub.name() : MessageName + "." + Sub.name();
-    if (Tag == Element) {
+    if (QVMtableXmlTag(*m_CurrentGrammar->subGrammar(Index)) == Element) {
       Found = Index;
       break;
     }

@@ -83,13 +83,22 @@ void XMLbiztalkSchemaFormatter::printCollectionElementOn(const XMLschemaCollecti
 void XMLbiztalkSchemaFormatter::printReferenceElementOn(const XMLschemaReference&, COLostream&) {}
 
 void XMLbiztalkSchemaFormatter::printSequenceNodeOn(const XMLschemaSequence& sequence, COLostream& stream) {
+  printGroupOn(sequence, "seq", stream);
+}
+
+void XMLbiztalkSchemaFormatter::printChoiceNodeOn(const XMLschemaChoice& choice, COLostream& stream) {
+  printGroupOn(choice, "one", stream);
+}
+
+void XMLbiztalkSchemaFormatter::printGroupOn(const XMLschemaModelGroup& group, const char* order,
+                                             COLostream& stream) {
   XMLostream& Xml = xml();
   Xml.outputTag("group");
-  Xml.outputAttribute("order", "seq");
-  printOccursAttributesOn(sequence);
+  Xml.outputAttribute("order", order);
+  printOccursAttributesOn(group);
   Xml.outputTagEnd();
-  for (size_t i = 0; i < sequence.countOfNodes(); ++i) {
-    const XMLschemaNode& Node = sequence.nodeAt(i);
+  for (size_t i = 0; i < group.countOfNodes(); ++i) {
+    const XMLschemaNode& Node = group.nodeAt(i);
     switch (Node.nodeType()) {
       case XMLschemaNode::NodeElement:
       case XMLschemaNode::NodeReference: {
@@ -104,6 +113,9 @@ void XMLbiztalkSchemaFormatter::printSequenceNodeOn(const XMLschemaSequence& seq
       }
       case XMLschemaNode::NodeSequence:
         printSequenceNodeOn(static_cast<const XMLschemaSequence&>(Node), stream);
+        break;
+      case XMLschemaNode::NodeChoice:
+        printChoiceNodeOn(static_cast<const XMLschemaChoice&>(Node), stream);
         break;
       default:
         throw COLerror("Unknown node type", COL_ERROR_PRECONDITION);

@@ -22,10 +22,15 @@ public:
   void printSequenceNodeOn(const XMLschemaSequence& sequence, COLostream& stream) override;
   void printEnumerationTypeOn(const XMLschemaEnumeration& type, COLostream& stream) override;
   void printCollectionTypeOn(const XMLschemaCollection& type, COLostream& stream) override;
+  void printChoiceNodeOn(const XMLschemaChoice& choice, COLostream& stream) override;
 
   // A text-only ElementType of data type `typeText`.
   void printBiztalkElementOn(const char* typeText, const XMLschemaElement& element, COLostream& stream);
   void printSequenceElementsOn(const XMLschemaSequence& sequence, COLostream& stream);
   // minOccurs and maxOccurs, always, "*" for unbounded.
   void printOccursAttributesOn(const XMLschemaNode& node);
+
+private:
+  // A group of the given order ("seq" or "one") with the nodes of `group`.
+  void printGroupOn(const XMLschemaModelGroup& group, const char* order, COLostream& stream);
 };

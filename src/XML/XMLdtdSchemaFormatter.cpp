@@ -3,11 +3,15 @@
 #include "COLerror.h"
 
 void XMLdtdSchemaFormatter::printOn(const XMLschema& schema, COLostream& stream, const XMLschemaProperties&) {
+  m_Declared.clear();
   for (size_t i = 0; i < schema.countOfElements(); ++i) printElementOn(schema.elementAt(i), stream);
   for (size_t i = 0; i < schema.countOfTypes(); ++i) printTypeOn(schema.typeAt(i), stream);
 }
 
+bool XMLdtdSchemaFormatter::isFirstDeclaration(const COLstring& name) { return m_Declared.insert(name.str()).second; }
+
 void XMLdtdSchemaFormatter::printDtdElementOn(const COLstring& name, const char* content, COLostream& stream) {
+  if (!isFirstDeclaration(name)) return;
   stream << "<!ELEMENT " << name << " (" << content << ")>";
   stream.newline();
 }
@@ -40,10 +44,12 @@ void XMLdtdSchemaFormatter::printEnumerationElementOn(const XMLschemaEnumeration
 void XMLdtdSchemaFormatter::printCollectionElementOn(const XMLschemaCollection& type,
                                                      const XMLschemaElement& element, COLostream& stream) {
   const XMLschemaSequence& Content = type.mainSequence();
-  stream << "<!ELEMENT " << element.name() << " (";
-  printSequenceNodeOn(Content, stream);
-  stream << ")>";
-  stream.newline();
+  if (isFirstDeclaration(element.name())) {
+    stream << "<!ELEMENT " << element.name() << " (";
+    printSequenceNodeOn(Content, stream);
+    stream << ")>";
+    stream.newline();
+  }
   // A named type declares its children where the types are printed.
   if (!element.isTypeReference()) printSequenceElementsOn(Content, stream);
 }
@@ -51,9 +57,18 @@ void XMLdtdSchemaFormatter::printCollectionElementOn(const XMLschemaCollection& 
 void XMLdtdSchemaFormatter::printReferenceElementOn(const XMLschemaReference&, COLostream&) {}
 
 void XMLdtdSchemaFormatter::printSequenceNodeOn(const XMLschemaSequence& sequence, COLostream& stream) {
-  for (size_t i = 0; i < sequence.countOfNodes(); ++i) {
-    if (i > 0) stream << ", ";
-    const XMLschemaNode& Node = sequence.nodeAt(i);
+  printGroupNodesOn(sequence, ", ", stream);
+}
+
+void XMLdtdSchemaFormatter::printChoiceNodeOn(const XMLschemaChoice& choice, COLostream& stream) {
+  printGroupNodesOn(choice, " | ", stream);
+}
+
+void XMLdtdSchemaFormatter::printGroupNodesOn(const XMLschemaModelGroup& group, const char* separator,
+                                              COLostream& stream) {
+  for (size_t i = 0; i < group.countOfNodes(); ++i) {
+    if (i > 0) stream << separator;
+    const XMLschemaNode& Node = group.nodeAt(i);
     switch (Node.nodeType()) {
       case XMLschemaNode::NodeElement:
         stream << static_cast<const XMLschemaElement&>(Node).name();
@@ -64,6 +79,11 @@ void XMLdtdSchemaFormatter::printSequenceNodeOn(const XMLschemaSequence& sequenc
       case XMLschemaNode::NodeSequence:
         stream << " (";
         printSequenceNodeOn(static_cast<const XMLschemaSequence&>(Node), stream);
+        stream << ')';
+        break;
+      case XMLschemaNode::NodeChoice:
+        stream << " (";
+        printChoiceNodeOn(static_cast<const XMLschemaChoice&>(Node), stream);
         stream << ')';
         break;
       default:

@@ -23,7 +23,7 @@ XMLschemaReference::XMLschemaReference(const XMLschemaElement* element) : m_Elem
   COL_PRECONDITION(element != nullptr);
 }
 
-XMLschemaNode* XMLschemaSequence::attachNode(XMLschemaNode* node) {
+XMLschemaNode* XMLschemaModelGroup::attachNode(XMLschemaNode* node) {
   COL_PRECONDITION(node != nullptr);
   // Owned before the push, so a failed allocation does not leak the node.
   XMLschemaPointer<XMLschemaNode> Owner(node, true);
@@ -31,27 +31,32 @@ XMLschemaNode* XMLschemaSequence::attachNode(XMLschemaNode* node) {
   return node;
 }
 
-XMLschemaElement* XMLschemaSequence::attachElement(XMLschemaElement* element) {
+XMLschemaElement* XMLschemaModelGroup::attachElement(XMLschemaElement* element) {
   attachNode(element);
   return element;
 }
 
-XMLschemaSequence* XMLschemaSequence::attachSequence(XMLschemaSequence* sequence) {
+XMLschemaSequence* XMLschemaModelGroup::attachSequence(XMLschemaSequence* sequence) {
   attachNode(sequence);
   return sequence;
 }
 
-XMLschemaReference* XMLschemaSequence::attachElementReference(XMLschemaReference* reference) {
+XMLschemaChoice* XMLschemaModelGroup::attachChoice(XMLschemaChoice* choice) {
+  attachNode(choice);
+  return choice;
+}
+
+XMLschemaReference* XMLschemaModelGroup::attachElementReference(XMLschemaReference* reference) {
   attachNode(reference);
   return reference;
 }
 
-const XMLschemaNode& XMLschemaSequence::nodeAt(size_t index) const {
+const XMLschemaNode& XMLschemaModelGroup::nodeAt(size_t index) const {
   COL_PRECONDITION(index < m_Nodes.size());
   return *m_Nodes[index];
 }
 
-XMLschemaNode& XMLschemaSequence::nodeAt(size_t index) {
+XMLschemaNode& XMLschemaModelGroup::nodeAt(size_t index) {
   COL_PRECONDITION(index < m_Nodes.size());
   return *m_Nodes[index];
 }

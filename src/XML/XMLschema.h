@@ -1,7 +1,7 @@
-// XMLschema: a small model of an XML schema (elements, references, sequences, simple,
-// enumeration and collection types) that the schema formatters print.  It knows nothing of
-// messages; schema generation fills it from a definition.  Nodes and types are owned by
-// whatever they are attached to, unless attached as a reference.
+// XMLschema: a small model of an XML schema (elements, references, sequences, choices,
+// simple, enumeration and collection types) that the schema formatters print.  It knows
+// nothing of messages; schema generation fills it from a definition.  Nodes and types are
+// owned by whatever they are attached to, unless attached as a reference.
 #pragma once
 
 #include <cstddef>
@@ -119,13 +119,14 @@ private:
 
 // --- nodes
 
+class XMLschemaChoice;
 class XMLschemaElement;
 class XMLschemaReference;
 class XMLschemaSequence;
 
 class XMLschemaNode {
 public:
-  enum ENodeType : unsigned { NodeElement = 0, NodeReference = 1, NodeSequence = 2 };
+  enum ENodeType : unsigned { NodeElement = 0, NodeReference = 1, NodeSequence = 2, NodeChoice = 3 };
   static constexpr unsigned OccursUnbounded = 0xFFFFFFFF;
 
   XMLschemaNode() = default;
@@ -172,14 +173,14 @@ private:
   const XMLschemaElement* m_Element;
 };
 
-class XMLschemaSequence : public XMLschemaNode {
+// The nodes of a sequence or a choice, in the order of attaching, all owned.
+class XMLschemaModelGroup : public XMLschemaNode {
 public:
-  unsigned nodeType() const override { return NodeSequence; }
-
   // Each takes ownership of a non-null node and gives it back for further filling.
   XMLschemaNode* attachNode(XMLschemaNode* node);
   XMLschemaElement* attachElement(XMLschemaElement* element);
   XMLschemaSequence* attachSequence(XMLschemaSequence* sequence);
+  XMLschemaChoice* attachChoice(XMLschemaChoice* choice);
   XMLschemaReference* attachElementReference(XMLschemaReference* reference);
 
   size_t countOfNodes() const { return m_Nodes.size(); }
@@ -189,6 +190,18 @@ public:
 
 private:
   std::vector<XMLschemaPointer<XMLschemaNode>> m_Nodes;
+};
+
+// Its nodes one after the other.
+class XMLschemaSequence : public XMLschemaModelGroup {
+public:
+  unsigned nodeType() const override { return NodeSequence; }
+};
+
+// One of its nodes; repeated, a run of them in any order.
+class XMLschemaChoice : public XMLschemaModelGroup {
+public:
+  unsigned nodeType() const override { return NodeChoice; }
 };
 
 class XMLschemaCollectionPrivate;

@@ -116,9 +116,9 @@ void XMLschemaFormatter::printXmlDeclaration() {
   Xml.outputProcessingInstructionTagEnd();
 }
 
-void XMLschemaFormatter::printSequenceDeclarationsOn(const XMLschemaSequence& sequence, COLostream& stream) {
-  for (size_t i = 0; i < sequence.countOfNodes(); ++i) {
-    const XMLschemaNode& Node = sequence.nodeAt(i);
+void XMLschemaFormatter::printSequenceDeclarationsOn(const XMLschemaModelGroup& group, COLostream& stream) {
+  for (size_t i = 0; i < group.countOfNodes(); ++i) {
+    const XMLschemaNode& Node = group.nodeAt(i);
     switch (Node.nodeType()) {
       case XMLschemaNode::NodeElement:
         printElementOn(static_cast<const XMLschemaElement&>(Node), stream);
@@ -127,7 +127,8 @@ void XMLschemaFormatter::printSequenceDeclarationsOn(const XMLschemaSequence& se
         printReferenceElementOn(static_cast<const XMLschemaReference&>(Node), stream);
         break;
       case XMLschemaNode::NodeSequence:
-        printSequenceDeclarationsOn(static_cast<const XMLschemaSequence&>(Node), stream);
+      case XMLschemaNode::NodeChoice:
+        printSequenceDeclarationsOn(static_cast<const XMLschemaModelGroup&>(Node), stream);
         break;
       default:
         throw COLerror("Unknown Node", COL_ERROR_PRECONDITION);

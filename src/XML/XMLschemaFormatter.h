@@ -37,6 +37,7 @@ public:
   virtual void printSequenceNodeOn(const XMLschemaSequence& sequence, COLostream& stream) = 0;
   virtual void printEnumerationTypeOn(const XMLschemaEnumeration& type, COLostream& stream) = 0;
   virtual void printCollectionTypeOn(const XMLschemaCollection& type, COLostream& stream) = 0;
+  virtual void printChoiceNodeOn(const XMLschemaChoice& choice, COLostream& stream) = 0;
 
   // Dispatches on the kind of the element's type.
   void printElementOn(const XMLschemaElement& element, COLostream& stream);
@@ -62,10 +63,10 @@ protected:
   XMLostream& xml() const;
   // Writes `<?xml version="1.0" encoding="UTF-8"?>`.
   void printXmlDeclaration();
-  // The declarations below `sequence`, depth first: elements by printElementOn, references
+  // The declarations below `group`, depth first: elements by printElementOn, references
   // by printReferenceElementOn (nothing for DTD and BizTalk, whose referred elements are
   // declared where they are global).
-  void printSequenceDeclarationsOn(const XMLschemaSequence& sequence, COLostream& stream);
+  void printSequenceDeclarationsOn(const XMLschemaModelGroup& group, COLostream& stream);
 
   XMLostream* m_Xml = nullptr;
 };

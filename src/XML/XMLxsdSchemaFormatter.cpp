@@ -102,8 +102,22 @@ void XMLxsdSchemaFormatter::printSequenceNodeOn(const XMLschemaSequence& sequenc
   Xml.outputTag("xsd", "sequence");
   printOccursAttributesOn(sequence);
   Xml.outputTagEnd();
-  for (size_t i = 0; i < sequence.countOfNodes(); ++i) {
-    const XMLschemaNode& Node = sequence.nodeAt(i);
+  printGroupNodesOn(sequence, stream);
+  Xml.outputCloseTag();
+}
+
+void XMLxsdSchemaFormatter::printChoiceNodeOn(const XMLschemaChoice& choice, COLostream& stream) {
+  XMLostream& Xml = xml();
+  Xml.outputTag("xsd", "choice");
+  printOccursAttributesOn(choice);
+  Xml.outputTagEnd();
+  printGroupNodesOn(choice, stream);
+  Xml.outputCloseTag();
+}
+
+void XMLxsdSchemaFormatter::printGroupNodesOn(const XMLschemaModelGroup& group, COLostream& stream) {
+  for (size_t i = 0; i < group.countOfNodes(); ++i) {
+    const XMLschemaNode& Node = group.nodeAt(i);
     switch (Node.nodeType()) {
       case XMLschemaNode::NodeElement:
         printElementOn(static_cast<const XMLschemaElement&>(Node), stream);
@@ -114,11 +128,13 @@ void XMLxsdSchemaFormatter::printSequenceNodeOn(const XMLschemaSequence& sequenc
       case XMLschemaNode::NodeSequence:
         printSequenceNodeOn(static_cast<const XMLschemaSequence&>(Node), stream);
         break;
+      case XMLschemaNode::NodeChoice:
+        printChoiceNodeOn(static_cast<const XMLschemaChoice&>(Node), stream);
+        break;
       default:
         throw COLerror("Unknown node type", COL_ERROR_PRECONDITION);
     }
   }
-  Xml.outputCloseTag();
 }
 
 void XMLxsdSchemaFormatter::printEnumerationTypeOn(const XMLschemaEnumeration& type, COLostream&) {
@@ -155,6 +171,7 @@ void XMLxsdSchemaFormatter::printOccursAttributesOn(const XMLschemaNode& node) {
       if (GlobalElement) return;
       break;
     case XMLschemaNode::NodeSequence:
+    case XMLschemaNode::NodeChoice:
       COL_PRECONDITION(!GlobalElement);
       break;
     default:

@@ -21,6 +21,7 @@ public:
   void printSequenceNodeOn(const XMLschemaSequence& sequence, COLostream& stream) override;
   void printEnumerationTypeOn(const XMLschemaEnumeration& type, COLostream& stream) override;
   void printCollectionTypeOn(const XMLschemaCollection& type, COLostream& stream) override;
+  void printChoiceNodeOn(const XMLschemaChoice& choice, COLostream& stream) override;
 
   // `<xsd:element name=... type=typeName .../>` for an element of a simple type.
   void printXsdElementOn(const char* typeName, const XMLschemaElement& element, COLostream& stream);
@@ -30,6 +31,8 @@ public:
   bool isGlobalElement() const { return GlobalElement; }
 
 protected:
+  // The nodes of a sequence or choice, each in its own form.
+  void printGroupNodesOn(const XMLschemaModelGroup& group, COLostream& stream);
   // True while a top-level element of the schema is printed.
   bool GlobalElement = false;
 };

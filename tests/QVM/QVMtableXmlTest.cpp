@@ -172,6 +172,19 @@ TEST_F(QVMtableXml, EmptyRowsAndGroupsReadBackAsRowsAndPrintTheSame) {
   EXPECT_EQ(print("TABLE - Long Tags", Bare), "<Quovane_Import>\r\n<ADT_A01>\r\n</ADT_A01>\r\n</Quovane_Import>\r\n");
 }
 
+// The writer's tag filter drops what no XML name may hold, so the reader must find the group by
+// the tag as written, not by the name as defined.
+TEST_F(QVMtableXml, AGroupWhoseNameHoldsASlashReadsBackUnderTheTagWritten) {
+  Message->tableGrammar().subGrammar(1)->setName("VISIT/STAY");
+  fill();
+  const std::string Printed = print("TABLE - Short Tags", Table);
+  EXPECT_NE(Printed.find("   <ADT_A01.VISITSTAY>\r\n      <Visit>\r\n"), std::string::npos) << Printed;
+  QVMtableInternal Copy;
+  read(Printed, Copy);
+  EXPECT_EQ(Copy.subTable(0, 1).subTable(0, 0).getInteger(0, 0), 3);
+  EXPECT_EQ(print("TABLE - Short Tags", Copy), Printed);
+}
+
 TEST_F(QVMtableXml, ReaderRefusesWhatTheDefinitionDoesNotHave) {
   auto failure = [&](const std::string& Xml) {
     QVMtableInternal Into;

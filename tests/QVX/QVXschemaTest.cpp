@@ -14,6 +14,11 @@
 #include "QVJparseContext.h"
 #include "QVLvmdFile.h"
 #include "QVMengineInternal.h"
+#include "QVMmessageDefinitionInternal.h"
+#include "QVMtableDefinitionInternal.h"
+#include "QVMtableGrammarInternal.h"
+#include "QVMtableInternal.h"
+#include "QVMxmlHl7Converter.h"
 #include "QVXschema.h"
 #include "MLGreader.h"
 
@@ -89,6 +94,123 @@ TEST_F(QVXschema, EveryMessageOfTheExampleLogIsValidAgainstTheSchemaInBothTagFor
     EXPECT_EQ(WEXITSTATUS(xmllint(Schema, {Wrong})), 3) << Dialect;
   }
   Config.setXmlTranslationType(Configured.c_str());
+  std::filesystem::remove_all(Dir);
+}
+
+// A message "M" made in place whose root holds the tables A, B, A, D, B and C in that order, and a
+// group "Obs/Res" holding B: a name with a byte that no XML name may hold.
+class QVXschemaOfOneMessage : public ::testing::Test {
+protected:
+  QVXschemaOfOneMessage() : Engine(new QVMengineInternal) {
+    Engine->config().setXmlTranslationType("TABLE - Short Tags");
+    Message = Engine->message(Engine->addMessage());
+    Message->setName("M");
+    QVMtableGrammarInternal& Root = Message->tableGrammar();
+    for (const char* Name : {"A", "B", "A", "D", "B", "C"}) leaf(Root, Name);
+    QVMtableGrammarInternal* Group = Root.addSubGrammarAt(Root.countOfSubGrammar());
+    Group->setName("Obs/Res");
+    leaf(*Group, "B");
+  }
+
+  // A leaf of the table of that name, made on first use with one string column "V".
+  void leaf(QVMtableGrammarInternal& Group, const char* Name) {
+    QVMtableDefinitionInternal* Table = nullptr;
+    for (size_t Index = 0; Index < Engine->countOfTable(); ++Index)
+      if (Engine->table(Index)->tableName() == Name) Table = Engine->table(Index);
+    if (!Table) {
+      Table = Engine->table(Engine->addTable());
+      Table->setTableName(Name);
+      Table->addColumn("V", QVMstringType);
+    }
+    QVMtableGrammarInternal* Leaf = Group.addSubGrammarAt(Group.countOfSubGrammar());
+    Leaf->setIsNode(true);
+    Leaf->setTable(Table);
+  }
+
+  std::string schema(XMLschemaFormatter::EFormatters Kind) {
+    std::vector<QVXschemaOutput> Out;
+    QVXgenerateSchema(*Engine, Kind, "m.xsd", Out, true);
+    return Out.at(0).text.c_str();
+  }
+
+  // The message with a row in every sub-table, each named in its "V" column by its place.
+  std::string everyRow() {
+    QVMtableInternal Table;
+    Table.makeEmptyTable(&Message->tableGrammar());
+    Table.addRow();
+    for (unsigned Sub = 0; Sub < Table.countOfSubTable(); ++Sub) {
+      QVMtableInternal& Rows = Table.subTable(0, Sub);
+      const unsigned Row = Rows.addRow();
+      if (Rows.countOfColumn())
+        Rows.setString(0, Row, std::to_string(Sub).c_str());
+      else
+        Rows.subTable(Row, 0).setString(0, Rows.subTable(Row, 0).addRow(), "group");
+    }
+    COLstring Xml;
+    QVMxmlHl7Converter::getConverter("TABLE - Short Tags")->outputTableInXml(Xml, Table);
+    return Xml.c_str();
+  }
+
+  COLreferencePtr<QVMengineInternal> Engine;
+  QVMmessageDefinitionInternal* Message = nullptr;
+};
+
+// A table that stands twice among its siblings has its rows printed at both places; a sequence
+// naming it twice would be ambiguous, which XSD and DTD forbid.  From its first to its last place
+// (stretched over B, which stands again after the second A) the content is a repeated choice
+// naming each table once.
+TEST_F(QVXschemaOfOneMessage, TablesStandingTwiceShareOneRepeatedChoiceOverTheirStretch) {
+  const std::string Xsd = schema(XMLschemaFormatter::Xsd);
+  const std::string Content =
+      "\t\t\t\t\t\t<xsd:sequence>\n"
+      "\t\t\t\t\t\t\t<xsd:choice minOccurs=\"0\" maxOccurs=\"unbounded\">\n"
+      "\t\t\t\t\t\t\t\t<xsd:element ref=\"A\"/>\n"
+      "\t\t\t\t\t\t\t\t<xsd:element ref=\"B\"/>\n"
+      "\t\t\t\t\t\t\t\t<xsd:element ref=\"D\"/>\n"
+      "\t\t\t\t\t\t\t</xsd:choice>\n"
+      "\t\t\t\t\t\t\t<xsd:element ref=\"C\" minOccurs=\"0\" maxOccurs=\"unbounded\"/>\n"
+      "\t\t\t\t\t\t\t<xsd:element name=\"M.ObsRes\" minOccurs=\"0\" maxOccurs=\"unbounded\">\n"
+      "\t\t\t\t\t\t\t\t<xsd:complexType>\n"
+      "\t\t\t\t\t\t\t\t\t<xsd:sequence>\n"
+      "\t\t\t\t\t\t\t\t\t\t<xsd:element ref=\"B\" minOccurs=\"0\" maxOccurs=\"unbounded\"/>\n"
+      "\t\t\t\t\t\t\t\t\t</xsd:sequence>\n"
+      "\t\t\t\t\t\t\t\t</xsd:complexType>\n"
+      "\t\t\t\t\t\t\t</xsd:element>\n"
+      "\t\t\t\t\t\t</xsd:sequence>\n";
+  EXPECT_NE(Xsd.find("<xsd:element name=\"M\" minOccurs=\"0\" maxOccurs=\"unbounded\">\n\t\t\t\t\t<xsd:complexType>\n" +
+                     Content),
+            std::string::npos)
+      << Xsd;
+  EXPECT_NE(schema(XMLschemaFormatter::Dtd).find("<!ELEMENT M ( (A | B | D)*, C*, M.ObsRes*)>"), std::string::npos);
+}
+
+// The writer drops the "/" from the group's tag; the schema declares that tag and the reader finds
+// the group by it.
+TEST_F(QVXschemaOfOneMessage, SchemaWriterAndReaderAgreeOnTheTagOfAGroupWithAnOddName) {
+  const std::string Xml = everyRow();
+  EXPECT_NE(Xml.find("   <M.ObsRes>\r\n      <B>\r\n         <V>group</V>"), std::string::npos) << Xml;
+  QVMtableInternal Back;
+  unsigned Index = 9;
+  QVMxmlHl7Converter::getConverter("TABLE - Short Tags")->tableInXml(Xml.c_str(), *Engine, Index, Back);
+  EXPECT_EQ(Index, 0u);
+  ASSERT_EQ(Back.subTable(0, 6).countOfRow(), 1u);
+  EXPECT_EQ(Back.subTable(0, 6).subTable(0, 0).getString(0, 0), "group");
+
+  if (std::system("command -v xmllint >/dev/null 2>&1") != 0)
+    GTEST_SKIP() << "xmllint is not installed (package libxml2-utils); the document is not validated";
+  const auto Dir = std::filesystem::temp_directory_path() / ("qvx-one-" + std::to_string(::getpid()));
+  std::filesystem::create_directories(Dir);
+  const auto Schema = Dir / "m.xsd";
+  std::ofstream(Schema, std::ios::binary) << schema(XMLschemaFormatter::Xsd);
+  const auto Document = Dir / "m.xml";
+  std::ofstream(Document, std::ios::binary) << Xml;
+  EXPECT_EQ(xmllint(Schema, {Document}), 0) << Xml;
+  // The stretch is free, what stands outside it keeps its place.
+  const auto Swapped = Dir / "swapped.xml";
+  std::ofstream(Swapped, std::ios::binary) << "<Quovane_Import><M><D/><B/><A/><C/><A/></M></Quovane_Import>";
+  EXPECT_EQ(WEXITSTATUS(xmllint(Schema, {Swapped})), 3);
+  std::ofstream(Swapped, std::ios::binary) << "<Quovane_Import><M><D/><B/><A/><C/><M.ObsRes/></M></Quovane_Import>";
+  EXPECT_EQ(xmllint(Schema, {Swapped}), 0);
   std::filesystem::remove_all(Dir);
 }
 

@@ -14,6 +14,7 @@
 
 namespace {
 
+using XMLschemaTest::buildChoiceSchema;
 using XMLschemaTest::buildPatientSchema;
 using XMLschemaTest::joinLines;
 using XMLschemaTest::stringElement;
@@ -191,6 +192,30 @@ TEST(XMLxsdSchemaFormatter, NamesSharedTypesByReference) {
             }));
 }
 
+TEST(XMLxsdSchemaFormatter, PrintsAChoiceWithItsOccursAmongTheSequence) {
+  XMLschema Schema;
+  buildChoiceSchema(Schema);
+  EXPECT_EQ(print(XMLschemaFormatter::Xsd, Schema),
+            joinLines({
+                "<?xml version=\"1.0\" encoding=\"UTF-8\"?>",
+                "<xsd:schema xmlns:xsd=\"http://www.w3.org/2001/XMLSchema\">",
+                "\t<xsd:element name=\"Visit\">",
+                "\t\t<xsd:complexType>",
+                "\t\t\t<xsd:sequence>",
+                "\t\t\t\t<xsd:element name=\"Id\" type=\"xsd:string\"/>",
+                "\t\t\t\t<xsd:choice minOccurs=\"0\" maxOccurs=\"unbounded\">",
+                "\t\t\t\t\t<xsd:element ref=\"Note\"/>",
+                "\t\t\t\t\t<xsd:element name=\"Kin\" type=\"xsd:string\"/>",
+                "\t\t\t\t</xsd:choice>",
+                "\t\t\t\t<xsd:element name=\"Last\" type=\"xsd:string\" minOccurs=\"0\"/>",
+                "\t\t\t</xsd:sequence>",
+                "\t\t</xsd:complexType>",
+                "\t</xsd:element>",
+                "\t<xsd:element name=\"Note\" type=\"xsd:string\"/>",
+                "</xsd:schema>",
+            }));
+}
+
 // Reaches printOccursAttributesOn with nodes that the public road never hands it.
 class OccursProbe : public XMLxsdSchemaFormatter {
 public:
@@ -220,6 +245,9 @@ TEST(XMLxsdSchemaFormatter, RefusesWhatItCannotExpress) {
               "Occurs only supported for elements and sequences");
   XMLschemaSequence Sequence;
   Probe.probe = &Sequence;
+  expectError([&] { Probe.printOn(Plain, Stream, XMLschemaProperties()); }, "Failed precondition: !GlobalElement");
+  XMLschemaChoice Choice;
+  Probe.probe = &Choice;
   expectError([&] { Probe.printOn(Plain, Stream, XMLschemaProperties()); }, "Failed precondition: !GlobalElement");
 
   // Outside printOn there is no stream to write to.
@@ -262,6 +290,43 @@ TEST(XMLdtdSchemaFormatter, DeclaresEveryElementWithItsContentModel) {
                 "<!ELEMENT Street (#PCDATA)>",
                 "<!ELEMENT City (#PCDATA)>",
             }));
+}
+
+TEST(XMLdtdSchemaFormatter, PrintsAChoiceAsAlternativesAndDeclaresItsElements) {
+  XMLschema Schema;
+  buildChoiceSchema(Schema);
+  EXPECT_EQ(print(XMLschemaFormatter::Dtd, Schema),
+            joinLines({
+                "<!ELEMENT Visit (Id,  (Note | Kin)*, Last?)>",
+                "<!ELEMENT Id (#PCDATA)>",
+                "<!ELEMENT Kin (#PCDATA)>",
+                "<!ELEMENT Last (#PCDATA)>",
+                "<!ELEMENT Note (#PCDATA)>",
+            }));
+}
+
+// A DTD holds one declaration per name: an inline element met again under another parent is
+// declared where it stands first, in every printOn anew.
+TEST(XMLdtdSchemaFormatter, DeclaresEachNameOnce) {
+  XMLschema Schema;
+  auto* Root = new XMLschemaCollection();
+  Schema.attachElement(new XMLschemaElement("Root", Root, false));
+  for (const char* Parent : {"A", "B"}) {
+    auto* Holder = new XMLschemaCollection();
+    Root->attachElement(new XMLschemaElement(Parent, Holder, false));
+    auto* Shared = new XMLschemaCollection();
+    Holder->attachElement(new XMLschemaElement("Shared", Shared, false));
+    Shared->attachElement(stringElement("Leaf"));
+  }
+  const COLstring Expected = joinLines({
+      "<!ELEMENT Root (A, B)>",
+      "<!ELEMENT A (Shared)>",
+      "<!ELEMENT Shared (Leaf)>",
+      "<!ELEMENT Leaf (#PCDATA)>",
+      "<!ELEMENT B (Shared)>",
+  });
+  EXPECT_EQ(print(XMLschemaFormatter::Dtd, Schema), Expected);
+  EXPECT_EQ(print(XMLschemaFormatter::Dtd, Schema), Expected);
 }
 
 TEST(XMLdtdSchemaFormatter, SignsFollowTheOccurrenceLimits) {
@@ -388,6 +453,30 @@ TEST(XMLbiztalkSchemaFormatter, DeclaresChildrenBeforeEachRecord) {
                 "\t</ElementType>",
                 "</Schema>",
             }));
+}
+
+TEST(XMLbiztalkSchemaFormatter, PrintsAChoiceAsAGroupOfOrderOne) {
+  XMLschema Schema;
+  buildChoiceSchema(Schema);
+  const std::string Text = print(XMLschemaFormatter::Biztalk, Schema).c_str();
+  EXPECT_NE(Text.find(joinLines({
+                          "\t<ElementType name=\"Visit\" model=\"closed\" content=\"eltOnly\">",
+                          "\t\t<b:RecordInfo/>",
+                          "\t\t<group order=\"seq\" minOccurs=\"1\" maxOccurs=\"1\">",
+                          "\t\t\t<element type=\"Id\" minOccurs=\"1\" maxOccurs=\"1\"/>",
+                          "\t\t\t<group order=\"one\" minOccurs=\"0\" maxOccurs=\"*\">",
+                          "\t\t\t\t<element type=\"Note\" minOccurs=\"1\" maxOccurs=\"1\"/>",
+                          "\t\t\t\t<element type=\"Kin\" minOccurs=\"1\" maxOccurs=\"1\"/>",
+                          "\t\t\t</group>",
+                          "\t\t\t<element type=\"Last\" minOccurs=\"0\" maxOccurs=\"1\"/>",
+                          "\t\t</group>",
+                          "\t</ElementType>",
+                      })
+                          .c_str()),
+            std::string::npos)
+      << Text;
+  // The choice's own elements are declared before the record, as a sequence's are.
+  EXPECT_LT(Text.find("<ElementType name=\"Kin\""), Text.find("<ElementType name=\"Visit\""));
 }
 
 TEST(XMLbiztalkSchemaFormatter, NeedsARootAndRefusesUnknownNodes) {

@@ -37,12 +37,15 @@ TEST(XMLschemaModel, NodesAndTypesReportTheirKindsAndStartAtOneOccurrence) {
   XMLschemaElement Element("A", &XMLschemaSimple::String, true);
   XMLschemaReference Reference(&Element);
   XMLschemaSequence Sequence;
+  XMLschemaChoice Choice;
   EXPECT_EQ(Element.nodeType(), 0u);
   EXPECT_EQ(Reference.nodeType(), 1u);
   EXPECT_EQ(Sequence.nodeType(), 2u);
+  EXPECT_EQ(Choice.nodeType(), 3u);
   for (const XMLschemaNode* Node : {static_cast<const XMLschemaNode*>(&Element),
                                     static_cast<const XMLschemaNode*>(&Reference),
-                                    static_cast<const XMLschemaNode*>(&Sequence)}) {
+                                    static_cast<const XMLschemaNode*>(&Sequence),
+                                    static_cast<const XMLschemaNode*>(&Choice)}) {
     EXPECT_EQ(Node->minOccurs(), 1u);
     EXPECT_EQ(Node->maxOccurs(), 1u);
   }
@@ -82,11 +85,12 @@ TEST(XMLschemaModel, ElementsDeleteOwnedTypesAndLeaveReferencedOnes) {
     Schema.attachElement(new XMLschemaElement("E", Collection, false));
     Collection->attachElement(new XMLschemaElement("Inner", new CountedType(), false));
     Collection->attachSequence(new CountedSequence())->attachNode(new CountedSequence());
+    Collection->mainSequence().attachChoice(new XMLschemaChoice())->attachSequence(new CountedSequence());
     Schema.attachType(new CountedType("Named"));
     EXPECT_EQ(DestroyedTypes, 0);
   }
   EXPECT_EQ(DestroyedTypes, 2);
-  EXPECT_EQ(DestroyedNodes, 2);
+  EXPECT_EQ(DestroyedNodes, 3);
 }
 
 TEST(XMLschemaModel, PointerDeletesOnlyWhatItOwnsAndPassesOwnershipOnMove) {
@@ -166,6 +170,7 @@ TEST(XMLschemaModel, EnumerationKeepsValuesInOrderAndRefusesNullArguments) {
   expectPrecondition([] { XMLschemaElement("E", nullptr, false); });
   expectPrecondition([] { XMLschemaReference(nullptr); });
   expectPrecondition([] { XMLschemaSequence().attachNode(nullptr); });
+  expectPrecondition([] { XMLschemaChoice().attachElement(nullptr); });
 }
 
 }  // namespace

@@ -60,4 +60,19 @@ inline void buildPatientSchema(XMLschema& schema) {
   Kin->attachElement(stringElement("Phone", 1, Unbounded));
 }
 
+// A global "Visit" whose content is an "Id", then "Note" (a reference to the global "Note")
+// and "Kin" in any order and number, then an optional "Last".
+inline void buildChoiceSchema(XMLschema& schema) {
+  auto* Visit = new XMLschemaCollection();
+  schema.attachElement(new XMLschemaElement("Visit", Visit, false));
+  XMLschemaElement* Note = schema.attachElement(stringElement("Note"));
+  Visit->attachElement(stringElement("Id"));
+  XMLschemaChoice* Either = Visit->mainSequence().attachChoice(new XMLschemaChoice());
+  Either->setMinOccurs(0);
+  Either->setMaxOccurs(XMLschemaNode::OccursUnbounded);
+  Either->attachElementReference(new XMLschemaReference(Note));
+  Either->attachElement(stringElement("Kin"));
+  Visit->attachElement(stringElement("Last", 0));
+}
+
 }  // namespace XMLschemaTest
