@@ -98,20 +98,19 @@ void XMLxsdSchemaFormatter::printReferenceElementOn(const XMLschemaReference& re
 }
 
 void XMLxsdSchemaFormatter::printSequenceNodeOn(const XMLschemaSequence& sequence, COLostream& stream) {
-  XMLostream& Xml = xml();
-  Xml.outputTag("xsd", "sequence");
-  printOccursAttributesOn(sequence);
-  Xml.outputTagEnd();
-  printGroupNodesOn(sequence, stream);
-  Xml.outputCloseTag();
+  printModelGroupOn("sequence", sequence, stream);
 }
 
 void XMLxsdSchemaFormatter::printChoiceNodeOn(const XMLschemaChoice& choice, COLostream& stream) {
+  printModelGroupOn("choice", choice, stream);
+}
+
+void XMLxsdSchemaFormatter::printModelGroupOn(const char* tag, const XMLschemaModelGroup& group, COLostream& stream) {
   XMLostream& Xml = xml();
-  Xml.outputTag("xsd", "choice");
-  printOccursAttributesOn(choice);
+  Xml.outputTag("xsd", tag);
+  printOccursAttributesOn(group);
   Xml.outputTagEnd();
-  printGroupNodesOn(choice, stream);
+  printGroupNodesOn(group, stream);
   Xml.outputCloseTag();
 }
 

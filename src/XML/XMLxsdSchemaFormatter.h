@@ -32,6 +32,8 @@ public:
 
 protected:
   // The nodes of a sequence or choice, each in its own form.
+  // An xsd:sequence or xsd:choice with its occurrence limits and its nodes.
+  void printModelGroupOn(const char* tag, const XMLschemaModelGroup& group, COLostream& stream);
   void printGroupNodesOn(const XMLschemaModelGroup& group, COLostream& stream);
   // True while a top-level element of the schema is printed.
   bool GlobalElement = false;
