@@ -86,6 +86,55 @@ MLGreader* openReader(bool fromxml, const COLstring& formatName, const COLstring
   return reader.release();
 }
 
+// The directory part and the file name of a path as the tool splits it for numbered files.
+void splitPath(const COLstring& path, COLstring& directory, COLstring& name) {
+  const FILfilePath filePath(path);
+  directory = FILaddPathSeparator(filePath.fullDirectory());
+  name = filePath.fullFilename();
+}
+
+bool sameExistingFile(const COLstring& first, const COLstring& second) {
+  struct stat a, b;
+  return ::stat(first.c_str(), &a) == 0 && ::stat(second.c_str(), &b) == 0 && a.st_dev == b.st_dev &&
+         a.st_ino == b.st_ino;
+}
+
+// Whether `path` is one of the numbered files "00001name", "00002name", ... of `numbered`.
+bool isNumberedFileOf(const COLstring& path, const COLstring& numbered) {
+  COLstring pathDirectory, pathName, directory, name;
+  splitPath(path, pathDirectory, pathName);
+  splitPath(numbered, directory, name);
+  if (pathName.size() < name.size() + 5 || !sameExistingFile(pathDirectory, directory)) return false;
+  const std::string_view text(pathName);
+  if (text.substr(text.size() - name.size()) != std::string_view(name)) return false;
+  const std::string_view digits = text.substr(0, text.size() - name.size());
+  return digits.find_first_not_of("0123456789") == std::string_view::npos;
+}
+
+// An output that is one of the run's inputs would be emptied or overwritten before it is read:
+// refuse before anything is opened for writing.
+void refuseOutputOverInput(bool toxml, bool toxsd, bool fromxml, const COLstring& vmdFile, const COLstring& inFile,
+                           const COLstring& outFile) {
+  auto refuse = [&](const COLstring& input, const char* what) {
+    throw COLerror("The output '" + outFile + "' would overwrite the " + what + " '" + input +
+                       "'; nothing was written. Give an output path of its own.",
+                   COL_ERROR_PRECONDITION);
+  };
+  if (toxml) {
+    // The numbered outputs "00001name", ... must not land on the definition or the log.
+    if (isNumberedFileOf(vmdFile, outFile)) refuse(vmdFile, "definition");
+    if (isNumberedFileOf(inFile, outFile)) refuse(inFile, "log");
+    return;
+  }
+  if (sameExistingFile(outFile, vmdFile)) refuse(vmdFile, "definition");
+  if (toxsd) return;
+  if (fromxml) {
+    if (isNumberedFileOf(outFile, inFile)) refuse(outFile, "XML input");
+  } else if (sameExistingFile(outFile, inFile)) {
+    refuse(inFile, "log");
+  }
+}
+
 // Drops a partly written output; the error that got us here is the one the user sees.
 void discardOutput(FILbinaryFile& file, const COLstring& path) {
   try {
@@ -159,6 +208,8 @@ int runTool(int argc, const char* const* argv, COLostream& out, APPengineFactory
   const COLstring outFile = parser.extraArgument(size_t{2});
   const bool release = parser.isFlagPresent("release");
   const bool reload = parser.isFlagPresent("reload");
+
+  refuseOutputOverInput(toxml, toxsd, fromxml, vmdFile, inFile, outFile);
 
   if (toxsd) {
     QVMengine engine;
