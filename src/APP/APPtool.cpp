@@ -233,9 +233,7 @@ int runTool(int argc, const char* const* argv, COLostream& out, APPengineFactory
   const auto startTime = std::chrono::steady_clock::now();
   COLstring xmlDirectory, xmlName;
   if (toxml) {
-    const FILfilePath outPath(outFile);
-    xmlDirectory = FILaddPathSeparator(outPath.fullDirectory());
-    xmlName = outPath.fullFilename();
+    splitPath(outFile, xmlDirectory, xmlName);
     FILmakeFullDir(xmlDirectory, 0700, nullptr);
   }
 

@@ -190,9 +190,10 @@ void SGXxmlDomParser::onStartElement(const char* name, const char** attributes) 
     Element = m_Current->addElement(COLstring());
   else
     m_RootFilled = true;
-  Element->setName(treeText(name, 1));
+  Element->setName(treeText(name, std::strlen(name), 1, false));
   for (const char** Attribute = attributes; Attribute && *Attribute; Attribute += 2)
-    Element->addAttribute(treeText(Attribute[0], 0, true), treeText(Attribute[1], 0, true));
+    Element->addAttribute(treeText(Attribute[0], std::strlen(Attribute[0]), 0, true),
+                          treeText(Attribute[1], std::strlen(Attribute[1]), 0, true));
   Element->setPosition(currentLineNumber(), currentColumnNumber());
   m_Current = Element;
   ++m_Depth;
@@ -212,13 +213,9 @@ void SGXxmlDomParser::onCharacterData(const char* text, int length) {
     m_HasTempPosition = true;
   }
   if (m_EightBitText)
-    m_TempData += treeText(text, static_cast<size_t>(length), 0);
+    m_TempData += treeText(text, static_cast<size_t>(length), 0, false);
   else
     m_TempData.append(static_cast<size_t>(length), text);
-}
-
-COLstring SGXxmlDomParser::treeText(const char* text, unsigned offset, bool isAttribute) {
-  return treeText(text, std::strlen(text), offset, isAttribute);
 }
 
 COLstring SGXxmlDomParser::treeText(const char* text, size_t length, unsigned offset, bool isAttribute) {

@@ -161,8 +161,7 @@ private:
   void takeTemporaryData();
   // `text` as the tree keeps it; it stands `offset` characters after the place of the event
   // (attribute values, which have no place of their own, pass `isAttribute`).
-  COLstring treeText(const char* text, size_t length, unsigned offset, bool isAttribute = false);
-  COLstring treeText(const char* text, unsigned offset, bool isAttribute = false);
+  COLstring treeText(const char* text, size_t length, unsigned offset, bool isAttribute);
 
   COLstring m_TempData;
   unsigned m_TempLine = 0;
