@@ -139,9 +139,10 @@ void QVMxmlTableParser::startGroupChild(const COLstring& Element) {
 
 void QVMxmlTableParser::onCharacterData(const char* Text, int Length) {
   if (!m_InColumn) return;
-  const std::string_view Chunk(Text, static_cast<size_t>(Length));
-  if (QVMisBlank(Chunk)) return;
-  m_CharacterData += Chunk;
+  // Every chunk counts, blank ones too: Expat splits text at entity references and line ends, so
+  // the blank between "&lt; &gt;" arrives alone and belongs to the value.  A value that is blank
+  // as a whole is dropped when its element ends.
+  m_CharacterData += std::string_view(Text, static_cast<size_t>(Length));
 }
 
 void QVMxmlTableParser::storeValue() {
@@ -179,10 +180,8 @@ void QVMxmlTableParser::storeValue() {
 
 void QVMxmlTableParser::onEndElement(const char*) {
   COL_PRECONDITION(m_TagStack.size() == m_IndexPath.size());
-  if (!m_CharacterData.empty() && !QVMisBlank(std::string_view(m_CharacterData))) {
-    storeValue();
-    m_CharacterData.clear();
-  }
+  if (!QVMisBlank(std::string_view(m_CharacterData))) storeValue();
+  m_CharacterData.clear();
   // Every row element stands for a row, even one that holds nothing: the writer prints a row whose
   // cells are all empty as an element of its own, and dropping it here would lose that row (and
   // the segment or group it stands for) on the way back.

@@ -144,6 +144,20 @@ TEST_F(QVMtableXml, ReaderIsLenientAboutNamesAndBlanks) {
   EXPECT_EQ(Patients.getDateTime(2, 0).format("%H:%M:%S"), "00:00:00");
 }
 
+// Expat hands over the text between entity references and line ends as chunks of their own; a
+// blank chunk inside a value is part of it, or "< >" would come back as "<>".
+TEST_F(QVMtableXml, BlanksBetweenEscapesAndLineEndsStayInTheValue) {
+  fill();
+  for (const char* Value : {"< >", "a &  & b", " x\n y ", "\t<\t>\t"}) {
+    Table.subTable(0, 0).setString(1, 0, Value);
+    const std::string Printed = print("TABLE - Short Tags", Table);
+    QVMtableInternal Copy;
+    read(Printed, Copy);
+    EXPECT_EQ(std::string(Copy.subTable(0, 0).getString(1, 0).c_str()), Value) << Printed;
+    EXPECT_EQ(print("TABLE - Short Tags", Copy), Printed);
+  }
+}
+
 // A row whose cells are all empty is printed as an element of its own; it must come back as a row,
 // or the segment it stands for is lost on the way from XML to a message, and a nest of such rows
 // needs as many rounds to settle as it is deep.
