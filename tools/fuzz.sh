@@ -7,9 +7,10 @@
 # seed once (tests/fuzz/seeds/<target>/ holds the seeds and every input that ever failed), then
 # fuzzes from those seeds alone, with a fixed random seed, for a fixed number of inputs: its share
 # of the total time at the pace of a 2-core machine.  Address layout randomisation, Python's hash
-# seed and corpus reloads are switched off, so the same command on the same commit tries the same
-# inputs on any machine, and a red run is replayed exactly.  A slower machine takes longer; the
-# run stops at twice the share and says so (then it is no longer exact).
+# seed and corpus reloads are switched off, so a run does not depend on the machine's speed, and
+# two runs in one checkout mostly try the same inputs (libFuzzer keeps a little that varies over
+# long runs); every failure prints its input, which replays exactly.  A slower machine takes
+# longer; the run stops at twice the share and says so.
 # With --campaign each target keeps its growing corpus in build-fuzz/ between runs and draws a
 # new random seed: that is for long local hunts before a submission; whatever it finds is fixed
 # and its input added to the target's seeds.
@@ -130,7 +131,7 @@ for name in "${names[@]}"; do
   fi
   grep -E "^#[0-9]+[[:space:]]+DONE|^stat::(number_of_executed_units|peak_rss_mb)" "$build/$name.log" || true
   if ! $campaign && ! grep -qE "^#$runs[[:space:]]+DONE" "$build/$name.log" && [[ ! " ${failed[*]} " == *" $name "* ]]; then
-    echo "fuzz: $name stopped by time before its $runs inputs: this run is not exactly replayable"
+    echo "fuzz: $name stopped by time before its $runs inputs"
   fi
 done
 
