@@ -12,8 +12,22 @@
 #include "LANenginePrivate.h"
 #include "LANfunction.h"
 #include "QVMtableInternal.h"
+#include "SGPYmodule.h"
 #include "SGMsegmentList.h"
 #include "SGMstringPool.h"
+
+namespace {
+
+// The script language of definitions, the module quovane and the segment handles of sgpy, goes
+// into the interpreter's table before anything can start it: every road that runs a script
+// links this file.
+void LAGaddBuiltinModules() {
+  LAGinitQuovaneModule();
+  SGPYinitModule();
+}
+[[maybe_unused]] const bool s_BuiltinModulesAdded = (LANaddBuiltinModules(LAGaddBuiltinModules), true);
+
+}  // namespace
 
 namespace {
 

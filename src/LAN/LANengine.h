@@ -147,6 +147,12 @@ void LANinitIoModule();
 void LANinitNimbatModule();
 // The init function of "_brelmont_io", as the table of built-in modules calls it.
 PyObject* LANinitIoRedirectModule();
+// The built-in modules of the layers above the interpreter (the script language of definitions):
+// each adder puts its entries in the table, and the interpreter calls them all, in the order
+// given, when it starts; an adder given after the start is refused.  Layers above register
+// from a static initialiser, so their modules are in place before anything runs a script.
+using LANbuiltinModuleAdder = void (*)();
+void LANaddBuiltinModules(LANbuiltinModuleAdder adder);
 
 // The stream of the current sub-interpreter for script output; null when none.
 void LANsetOstreamInStateDict(COLostream* stream);

@@ -24,11 +24,11 @@
 
 #include <atomic>
 #include <pthread.h>
+#include <vector>
 
-#include "LAGexecute.h"
+#include "COLerror.h"
 #include "LANengine.h"
 #include "LANenginePrivate.h"
-#include "SGPYmodule.h"
 
 namespace {
 
@@ -110,6 +110,23 @@ private:
 
 // --- the interpreter
 
+namespace {
+
+std::vector<LANbuiltinModuleAdder>& builtinModuleAdders() {
+  static std::vector<LANbuiltinModuleAdder> adders;
+  return adders;
+}
+
+// Set once the table of built-in modules has been handed to Python.
+bool s_Started = false;
+
+}  // namespace
+
+void LANaddBuiltinModules(LANbuiltinModuleAdder adder) {
+  COL_PRECONDITION_TEXT(!s_Started, "the interpreter has not started yet");
+  builtinModuleAdders().push_back(adder);
+}
+
 LANengineInterpreter& LANengineInterpreter::instance() {
   static LANengineInterpreter interpreter;
   if (!interpreter.m_StartError.empty()) throw COLerror(interpreter.m_StartError, COL_ERROR_PRECONDITION);
@@ -123,9 +140,8 @@ LANengineInterpreter::LANengineInterpreter() { start(); }
 void LANengineInterpreter::start() {
   LANinitIoModule();
   LANinitNimbatModule();
-  // The script language of definitions: the module quovane and the handles under brelmont.
-  LAGinitQuovaneModule();
-  SGPYinitModule();
+  for (LANbuiltinModuleAdder adder : builtinModuleAdders()) adder();
+  s_Started = true;
 
   PyPreConfig preConfig;
   PyPreConfig_InitIsolatedConfig(&preConfig);

@@ -1,3 +1,5 @@
+// The reader factory: the list of log formats by name and description, a reader made for a
+// format or a name, and a file opened with the reader its first bytes call for (MLGreader.h).
 #include <cstring>
 #include <memory>
 #include <string_view>

@@ -10,6 +10,7 @@
 #include "QVJdiagnostics.h"
 #include "QVJparseContext.h"
 #include "QVMconfig.h"
+#include "QVMoutgoingScripts.h"
 #include "QVMengineInternal.h"
 #include "QVMtableInternal.h"
 #include "QVMuntypedMessageTree.h"
@@ -69,11 +70,11 @@ void QVJengineInternalParseMessageNoPostProcess(QVJparseContext& Context, const 
     const QVMconfig& Config = static_cast<const QVMengineInternal&>(Engine).config();
     QVJconfigPreProcessMessage(Config, Message, Working, Environment);
     switch (Config.parserVersion()) {
-      case 2:
+      case QVMparserCurrent:
         MessageIndex = SGCcompleteParse(Working, Engine, Context.currentSegmentList(), Environment, ResultTable);
         break;
-      case 0:
-      case 1: {
+      case QVMparserLegacy:
+      case QVMparserSegmentChecker3: {
         COLstring Text;
         COLostream(Text) << "Parser version " << static_cast<unsigned>(Config.parserVersion())
                          << " (the legacy parser) is not available in this build of the engine; set the "

@@ -1,42 +1,16 @@
 // The state that survives from message to message while one loaded engine parses: the
-// segment list the tokeniser fills, the escaper, the last text seen (results point into
-// it), and the script environment.
+// segment list the tokeniser fills and the generation context (escaper, last text seen,
+// script environment); and the engine handle that owns the two.
 #pragma once
 
 #include <memory>
 
 #include "COLreference.h"
 #include "COLstring.h"
-#include "LAGenvironment.h"
-#include "SCCescaper.h"
+#include "QVPparseContext.h"
 #include "SGMsegmentList.h"
 
 class QVMengineInternal;
-
-// Shared by both parser generations.
-class QVPparseContext {
-public:
-  explicit QVPparseContext(QVMengineInternal* Schema = nullptr);
-  ~QVPparseContext();
-  QVPparseContext(const QVPparseContext&) = delete;
-  QVPparseContext& operator=(const QVPparseContext&) = delete;
-
-  QVMengineInternal* schema() const;
-  // Also tells the environment which engine it serves.
-  void setSchema(QVMengineInternal* Schema);
-  // Rebuilds the escaper from the present configuration, so a change applies at once.
-  void initParser();
-  SCCescaper& escaper();
-  const COLstring& lastFlatWire() const;
-  void setLastFlatWire(const COLstring& Text);
-  // Takes the text over without copying it; a translation builds its result once.
-  void setLastFlatWire(COLstring&& Text);
-  LAGenvironment& pythonEnvironment();
-
-private:
-  struct Private;
-  std::unique_ptr<Private> pMember;
-};
 
 class QVJparseContext {
 public:

@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "COLerror.h"
+#include "QVMconfig.h"
 #include "QVMxmlHl7Converter.h"
 
 namespace {
@@ -13,25 +14,28 @@ struct QVXalias {
   QVMxmlHl7Converter* (*make)();
 };
 
+// The dialects a configuration can name are spelled once, in the model.
+const char* Name(QVMxmlFormatType Type) { return QVMconfigXmlFormatTypeAsString(Type); }
+
 template <class T>
 QVMxmlHl7Converter* QVXmake() {
   return new T;
 }
 
 const QVXalias Aliases[] = {
-    {"STANDARD", "STANDARD", QVXmake<QVMxmlHl7ConverterStandard>},
-    {"EXPANDED", "EXPANDED", QVXmake<QVMxmlHl7ConverterOracle>},
-    {"Full Tree Validation", "Full Tree Validation", QVXmake<QVMxmlX12Converter>},
-    {"X12", "Full Tree Validation", QVXmake<QVMxmlX12Converter>},
-    {"TABLE - Short Tags", "TABLE - Short Tags", QVXmake<QVMxmlTableConverter>},
-    {"TABLE - Long Tags", "TABLE - Long Tags", QVXmake<QVMxmlTableConverterLong>},
+    {Name(QVMxmlStandard), Name(QVMxmlStandard), QVXmake<QVMxmlHl7ConverterStandard>},
+    {Name(QVMxmlExpanded), Name(QVMxmlExpanded), QVXmake<QVMxmlHl7ConverterOracle>},
+    {Name(QVMxmlFullTreeValidation), Name(QVMxmlFullTreeValidation), QVXmake<QVMxmlX12Converter>},
+    {"X12", Name(QVMxmlFullTreeValidation), QVXmake<QVMxmlX12Converter>},
+    {Name(QVMxmlTableShortTags), Name(QVMxmlTableShortTags), QVXmake<QVMxmlTableConverter>},
+    {Name(QVMxmlTableLongTags), Name(QVMxmlTableLongTags), QVXmake<QVMxmlTableConverterLong>},
     {"EXPANDED 2.4", "EXPANDED 2.4", QVXmake<QVMxmlHl7ConverterStandard24>},
     {"STANDARD 2.4", "EXPANDED 2.4", QVXmake<QVMxmlHl7ConverterStandard24>},
-    {"STANDARD VER 2", "STANDARD VER 2", QVXmake<QVMxmlHl7ConverterStandard2>},
+    {Name(QVMxmlStandardVer2), Name(QVMxmlStandardVer2), QVXmake<QVMxmlHl7ConverterStandard2>},
 };
 
-const char* const Listed[] = {"STANDARD",          "EXPANDED",          "Full Tree Validation",
-                              "TABLE - Short Tags", "TABLE - Long Tags", "STANDARD VER 2"};
+const char* const Listed[] = {Name(QVMxmlStandard),       Name(QVMxmlExpanded),      Name(QVMxmlFullTreeValidation),
+                              Name(QVMxmlTableShortTags), Name(QVMxmlTableLongTags), Name(QVMxmlStandardVer2)};
 
 const QVXalias* QVXfind(const char* Name) {
   if (!Name) return nullptr;

@@ -1,6 +1,7 @@
-// Handle functions whose subsystems (message parsing, XML translation,
-// schema generation, database factories) are not part of this build yet. Each checks its
-// handle like the others, then returns an error handle that says what is missing.
+// Handle functions whose work this build does not do yet: the simple parse and its error tree,
+// message comparison, transformation, acknowledgements, compiling a script apart from a
+// definition, database connections, and re-making parse contexts.  Each checks its handle like
+// the others, then returns an error handle that says what is missing.
 #include "QVMhandleSupport.h"
 
 // An engine function: the engine is checked first, so a bad handle is reported as such.

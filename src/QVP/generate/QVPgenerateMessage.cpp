@@ -4,8 +4,9 @@
 
 #include "COLerror.h"
 #include "COLostream.h"
-#include "QVJparseContext.h"
+#include "QVPparseContext.h"
 #include "QVMconfig.h"
+#include "QVMoutgoingScripts.h"
 #include "QVMengineInternal.h"
 #include "QVMmessageDefinitionInternal.h"
 #include "QVMmessageFill.h"

@@ -11,7 +11,6 @@
 #include "QVMlanguage.h"
 
 class QVMengineInternal;
-class LAGenvironment;
 
 // One delimiter level. A position of npos means the character is not read from the
 // message; any other position is the offset at which the message states it.
@@ -270,7 +269,3 @@ uint32_t QVMconfigCalculateMinMessageSize(const QVMconfig& config);
 // Fills the default connection, adding one when there is none.
 void QVMconfigSetDefaultDatabase(QVMconfig& config, const COLstring& api, const COLstring& database,
                                  const COLstring& user, const COLstring& password);
-// The outgoing scripts need the script environment, which is not part of the build yet:
-// both raise 0x80000100 when the configuration has the script set, and do nothing otherwise.
-void QVMconfigPreProcessOutgoingMessage(QVMconfig& config, LAGenvironment& environment);
-void QVMconfigPostProcessOutgoingMessage(QVMconfig& config, COLstring& text, LAGenvironment& environment);

@@ -16,8 +16,8 @@
 #include "QVMxmlHl7Converter.h"
 #include "QVXconverter.h"
 
-#include "../support/TSTraised.h"
-#include "../support/TSTtoolRun.h"
+#include "../../support/TSTraised.h"
+#include "../../support/TSTtoolRun.h"
 
 namespace {
 

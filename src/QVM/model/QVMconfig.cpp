@@ -5,7 +5,6 @@
 
 #include "COLerror.h"
 #include "COLostream.h"
-#include "LAGexecute.h"
 #include "QVMengineInternal.h"
 #include "QVMgrammarSupport.h"
 
@@ -234,24 +233,4 @@ void QVMconfigSetDefaultDatabase(QVMconfig& config, const COLstring& api, const 
   connection.setDatabaseName(database);
   connection.setUserName(user);
   connection.setPassword(password);
-}
-
-void QVMconfigPreProcessOutgoingMessage(QVMconfig& config, LAGenvironment& environment) {
-  if (!config.outgoingMainFunction().isSet()) return;
-  try {
-    LAGexecuteScript(config.outgoingMainFunction(), LAGglobalOutbound, environment);
-  } catch (const COLerror& error) {
-    throw COLerror("Global Outbound Script error: " + error.description(), COL_ERROR_PRECONDITION);
-  }
-}
-
-void QVMconfigPostProcessOutgoingMessage(QVMconfig& config, COLstring& text, LAGenvironment& environment) {
-  if (!config.outgoingPostProcessFunction().isSet()) return;
-  bool isNone = false;
-  try {
-    LAGexecuteScriptWithStringValue(config.outgoingPostProcessFunction(), text, config.disablePythonNone(), isNone,
-                                    LAGglobalOutboundPostProcess, environment);
-  } catch (const COLerror& error) {
-    throw COLerror("Global Outbound Post Process Script error: " + error.description(), COL_ERROR_PRECONDITION);
-  }
 }

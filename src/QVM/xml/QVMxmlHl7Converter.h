@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "COLstring.h"
+#include "QVMconfig.h"
 
 class QVMconfig;
 class QVMengineInternal;
@@ -69,7 +70,7 @@ public:
   COLstring& outputTableInXml(COLstring& Out, const QVMtableInternal& Table) override;
   void generateSchema(const QVMengineInternal& Engine, const QVMmessageDefinitionInternal& Definition,
                       XMLschema& Schema) override;
-  const char* name() const override { return "TABLE - Short Tags"; }
+  const char* name() const override { return QVMconfigXmlFormatTypeAsString(QVMxmlTableShortTags); }
   const char* description() const override { return "XML Encoding of Table Data"; }
   bool isStandard() const override { return true; }
   bool isTable() const override { return true; }
@@ -83,7 +84,7 @@ private:
 
 class QVMxmlTableConverterLong : public QVMxmlTableConverter {
 public:
-  const char* name() const override { return "TABLE - Long Tags"; }
+  const char* name() const override { return QVMconfigXmlFormatTypeAsString(QVMxmlTableLongTags); }
   const char* description() const override { return "XML Encoding of Table Data With Long Tag Names"; }
   QVMxmlHl7Converter* clone() const override { return new QVMxmlTableConverterLong; }
   bool isLongTags() const override { return true; }
@@ -106,7 +107,7 @@ public:
 
 class QVMxmlHl7ConverterStandard : public QVMxmlTreeConverter {
 public:
-  const char* name() const override { return "STANDARD"; }
+  const char* name() const override { return QVMconfigXmlFormatTypeAsString(QVMxmlStandard); }
   const char* description() const override { return "Official XML Encoding of HL7"; }
   bool isStandard() const override { return true; }
   QVMxmlHl7Converter* clone() const override { return new QVMxmlHl7ConverterStandard; }
@@ -114,7 +115,7 @@ public:
 
 class QVMxmlHl7ConverterOracle : public QVMxmlTreeConverter {
 public:
-  const char* name() const override { return "EXPANDED"; }
+  const char* name() const override { return QVMconfigXmlFormatTypeAsString(QVMxmlExpanded); }
   const char* description() const override { return "Expanded HL7 XML encoding."; }
   bool isStandard() const override { return false; }
   QVMxmlHl7Converter* clone() const override { return new QVMxmlHl7ConverterOracle; }
@@ -122,7 +123,7 @@ public:
 
 class QVMxmlX12Converter : public QVMxmlTreeConverter {
 public:
-  const char* name() const override { return "Full Tree Validation"; }
+  const char* name() const override { return QVMconfigXmlFormatTypeAsString(QVMxmlFullTreeValidation); }
   const char* description() const override { return "XML Encoding of Full Tree Validation"; }
   bool isStandard() const override { return true; }
   QVMxmlHl7Converter* clone() const override { return new QVMxmlX12Converter; }
@@ -130,7 +131,7 @@ public:
 
 class QVMxmlHl7ConverterStandard2 : public QVMxmlX12Converter {
 public:
-  const char* name() const override { return "STANDARD VER 2"; }
+  const char* name() const override { return QVMconfigXmlFormatTypeAsString(QVMxmlStandardVer2); }
   const char* description() const override { return "Official XML Encoding of HL7 Version 2"; }
   QVMxmlHl7Converter* clone() const override { return new QVMxmlHl7ConverterStandard2; }
 };

@@ -19,7 +19,7 @@
 #include "SCCescaper.h"
 #include "QVPexampleMessages.h"
 
-#include "../support/TSTraised.h"
+#include "../../support/TSTraised.h"
 
 namespace {
 

@@ -10,6 +10,7 @@
 #include "LAGenvironment.h"
 #include "QVMengineInternal.h"
 #include "QVMgrammarTestSupport.h"
+#include "QVMoutgoingScripts.h"
 
 namespace {
 constexpr uint32_t npos = 0xFFFFFFFF;

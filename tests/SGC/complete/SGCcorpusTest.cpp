@@ -16,7 +16,7 @@
 #include "QVJparseContext.h"
 #include "QVLvmdFile.h"
 #include "QVMtableInternal.h"
-#include "../support/TSTcorpus.h"
+#include "../../support/TSTcorpus.h"
 
 namespace {
 

@@ -2,7 +2,7 @@
 // carets under the offending bytes, the code and every named parameter.
 #include "SGCtestSupport.h"
 
-#include "../support/TSTraised.h"
+#include "../../support/TSTraised.h"
 
 using SGCtest::Definition;
 using SGCtest::Message;

@@ -6,7 +6,7 @@
 #include "COLerror.h"
 #include "SGCcheck.h"
 
-#include "../support/TSTraised.h"
+#include "../../support/TSTraised.h"
 
 namespace {
 

@@ -9,7 +9,7 @@
 #include "SGCunescape.h"
 #include "SGCvalidationRule.h"
 
-#include "../support/TSTcountingNew.h"
+#include "../../support/TSTcountingNew.h"
 
 TEST(SGCallocation, FineSegmentIsCheckedAndUnescapedWithoutAllocating) {
   SGCtest::Definition Def;
