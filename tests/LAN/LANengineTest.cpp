@@ -49,6 +49,21 @@ COLerror errorOf(LANengine& engine, const char* code) {
   return COLerror("", 0);
 }
 
+// A module of a layer above, added the way such layers add theirs: from a static initialiser.
+PyModuleDef s_AboveModule = {PyModuleDef_HEAD_INIT, "_lan_test_above", nullptr, -1, nullptr,
+                             nullptr,          nullptr,           nullptr, nullptr};
+PyObject* createAboveModule() { return PyModule_Create(&s_AboveModule); }
+void addAboveModule() { PyImport_AppendInittab("_lan_test_above", createAboveModule); }
+[[maybe_unused]] const bool s_AboveModuleAdded = (LANaddBuiltinModules(addAboveModule), true);
+
+TEST(LANengine, ModulesAddedFromAboveAreImportableAndLateOnesAreRefused) {
+  ScriptEngine script;
+  script.engine->runString("import _lan_test_above\nname = _lan_test_above.__name__\n");
+  EXPECT_EQ(script.variable("name"), "_lan_test_above");
+  // Python reads its table of built-in modules once, at the start.
+  EXPECT_THROW(LANaddBuiltinModules(addAboveModule), COLerror);
+}
+
 TEST(LANengine, SubInterpretersDoNotShareGlobalsOrModules) {
   ScriptEngine first, second;
   first.engine->runString("shared = 'first'\nimport sys\nsys.marker = 1\n");
