@@ -1,22 +1,9 @@
-// Schemas shared by the schema model, formatter and xmllint tests.
+// Schemas shared by the schema model, formatter data and xmllint tests.
 #pragma once
 
-#include <initializer_list>
-
-#include "COLstring.h"
 #include "XMLschema.h"
 
 namespace XMLschemaTest {
-
-// The lines, each ended by `lineEnd`.
-inline COLstring joinLines(std::initializer_list<const char*> lines, const char* lineEnd = "\r\n") {
-  COLstring Text;
-  for (const char* Line : lines) {
-    Text += Line;
-    Text += lineEnd;
-  }
-  return Text;
-}
 
 inline XMLschemaElement* stringElement(const char* name, unsigned minOccurs = 1, unsigned maxOccurs = 1) {
   auto* Element = new XMLschemaElement(name, &XMLschemaSimple::String, true);
