@@ -5,14 +5,14 @@
 #include "COLostream.h"
 #include "QVMgrammarTestSupport.h"
 #include "QVMtableInternal.h"
-#include "QVMtableTestSupport.h"
+#include "../../support/TSTtableDefinition.h"
 
 namespace {
 
 class QVMtableInternalTest : public ::testing::Test {
 protected:
   void SetUp() override {
-    definition = QVMbuildTableDefinition(engine);
+    definition = TSTbuildTableDefinition(engine);
     patient.makeEmptyTable(definition.patient);
   }
 
@@ -26,7 +26,7 @@ protected:
   }
 
   QVMengineInternal engine;
-  QVMtableTestDefinition definition;
+  TSTtableDefinition definition;
   QVMtableInternal patient;
 };
 

@@ -17,7 +17,7 @@ COLstring fieldNames(const QVMsegmentGrammar& grammar) {
 
 }  // namespace
 
-TEST(QVMgrammarIdentifier, MatchingAndEmptyValues) {
+TEST(QVMidentifier, MatchingAndEmptyValues) {
   QVMsegmentIdentifier identifier;
   identifier.setValue("A01|A02");
   EXPECT_TRUE(identifier.isRegexValid());
@@ -32,7 +32,7 @@ TEST(QVMgrammarIdentifier, MatchingAndEmptyValues) {
   EXPECT_TRUE(identifier.doesMatchWithLength(nullptr, 0));
 }
 
-TEST(QVMgrammarIdentifier, BadPatternIsKeptAndNeverMatches) {
+TEST(QVMidentifier, BadPatternIsKeptAndNeverMatches) {
   QVMsegmentIdentifier identifier;
   identifier.setValue("(A01");
   EXPECT_FALSE(identifier.isRegexValid());
@@ -45,7 +45,7 @@ TEST(QVMgrammarIdentifier, BadPatternIsKeptAndNeverMatches) {
   EXPECT_EQ(copy, identifier);
 }
 
-TEST(QVMgrammarIdentifier, MessageIdentifierAddsTheSegment) {
+TEST(QVMidentifier, MessageIdentifierAddsTheSegment) {
   QVMidentifier identifier;
   EXPECT_EQ(identifier.segment(), "MSH");
   identifier.setValue("ADT");
@@ -61,7 +61,7 @@ TEST(QVMgrammarIdentifier, MessageIdentifierAddsTheSegment) {
   EXPECT_EQ(identifier.nodeAddress().repeatIndex(0), 0u);
 }
 
-TEST(QVMgrammarSegment, FreshFieldDefaults) {
+TEST(QVMsegmentGrammar, FreshFieldDefaults) {
   QVMsegmentGrammar grammar;
   EXPECT_TRUE(grammar.hasDelimiters());
   EXPECT_EQ(grammar.rootEngine(), nullptr);
@@ -74,7 +74,7 @@ TEST(QVMgrammarSegment, FreshFieldDefaults) {
   EXPECT_FALSE(grammar.fieldIncomingFunction(0).isSet());
 }
 
-TEST(QVMgrammarSegment, IndexChecksNameTheirBound) {
+TEST(QVMsegmentGrammar, IndexChecksNameTheirBound) {
   QVMsegmentGrammar grammar = segmentWithFields("PID", {"id"});
   QVMexpectPrecondition([&] { grammar.fieldName(1); }, "FieldIndex < pMember->Field.size()");
   QVMexpectPrecondition([&] { grammar.setFieldWidth(1, 3); }, "FieldIndex < pMember->Field.size()");
@@ -90,7 +90,7 @@ TEST(QVMgrammarSegment, IndexChecksNameTheirBound) {
   EXPECT_EQ(grammar.countOfField(), 1u);
 }
 
-TEST(QVMgrammarSegment, MoveFieldRules) {
+TEST(QVMsegmentGrammar, MoveFieldRules) {
   QVMsegmentGrammar grammar = segmentWithFields("ZZZ", {"A", "B", "C"});
   grammar.moveField(0, 2);
   EXPECT_EQ(fieldNames(grammar), "BCA");
@@ -103,7 +103,7 @@ TEST(QVMgrammarSegment, MoveFieldRules) {
   EXPECT_EQ(fieldNames(grammar), "CAB");
 }
 
-TEST(QVMgrammarSegment, RulesFollowTheirFieldThroughEdits) {
+TEST(QVMsegmentGrammar, RulesFollowTheirFieldThroughEdits) {
   QVMsegmentGrammar grammar = segmentWithFields("ZZZ", {"A", "B", "C"});
   QVMsegmentValidationRule* onA = grammar.addValidationRule(0, QVMconditionalFieldRule);
   QVMsegmentValidationRule* onC = grammar.addValidationRule(2, QVMregularExpressionRule);
@@ -122,7 +122,7 @@ TEST(QVMgrammarSegment, RulesFollowTheirFieldThroughEdits) {
   QVMexpectPrecondition([&] { grammar.getValidationRule(2, 0); }, "RuleIndex < countOfValidationRules(FieldIndex)");
 }
 
-TEST(QVMgrammarSegment, CopiedRulesPointAtTheCopy) {
+TEST(QVMsegmentGrammar, CopiedRulesPointAtTheCopy) {
   QVMsegmentGrammar grammar = segmentWithFields("OBX", {"set id", "value", "units"});
   auto* pair = static_cast<QVMsegmentValidationRuleRegExpPair*>(grammar.addValidationRule(1, QVMregExpPairRule));
   pair->setParameter("DependentFieldRegExp", "NM");
@@ -158,7 +158,7 @@ TEST(QVMgrammarSegment, CopiedRulesPointAtTheCopy) {
   EXPECT_EQ(assigned.countOfValidationRules(1), 1u);
 }
 
-TEST(QVMgrammarSegment, FullNameWithIdentifiers) {
+TEST(QVMsegmentGrammar, FullNameWithIdentifiers) {
   QVMsegmentGrammar grammar;
   grammar.setName("ABC");
   EXPECT_EQ(QVMsegmentGrammarFullName(grammar), "ABC");
@@ -174,7 +174,7 @@ TEST(QVMgrammarSegment, FullNameWithIdentifiers) {
   QVMexpectPrecondition([&] { grammar.addIdentifierAt(3); }, "IdentifierIndex <= countOfIdentifier()");
 }
 
-TEST(QVMgrammarSegment, EqualityIgnoresFields) {
+TEST(QVMsegmentGrammar, EqualityIgnoresFields) {
   QVMsegmentGrammar a = segmentWithFields("PV1", {"class"});
   QVMsegmentGrammar b = segmentWithFields("PV1", {"class", "location"});
   EXPECT_EQ(a, b);
@@ -189,7 +189,7 @@ TEST(QVMgrammarSegment, EqualityIgnoresFields) {
   EXPECT_NE(a, b);
 }
 
-TEST(QVMgrammarSegment, Printing) {
+TEST(QVMsegmentGrammar, Printing) {
   QVMcompositeGrammar cx;
   cx.setName("CX");
   QVMsegmentGrammar grammar = segmentWithFields("PID", {"set id", "patient id"});
@@ -202,7 +202,7 @@ TEST(QVMgrammarSegment, Printing) {
   EXPECT_EQ(text, "--Segment: PID\n--  Field[1] set id (), 0\n--  Field[2] patient id (CX), 5\n");
 }
 
-TEST(QVMgrammarSegment, FieldScriptsCopyWithTheField) {
+TEST(QVMsegmentGrammar, FieldScriptsCopyWithTheField) {
   QVMengineInternal engine;
   QVMsegmentGrammar grammar = segmentWithFields("ZZZ", {"A"});
   grammar.init(&engine);

@@ -1,4 +1,4 @@
-// Table definitions, map sets and table grammars.
+// Table definitions (columns, map sets) and the table grammars laid over message grammars.
 #include <gtest/gtest.h>
 
 #include <functional>
@@ -17,7 +17,7 @@ QVMmessageNodeAddress address(std::initializer_list<uint32_t> nodes) {
 }
 }  // namespace
 
-TEST(QVMtableTest, AddColumnReachesEveryMapSetOfEveryConfig) {
+TEST(QVMtableDefinition, AddColumnReachesEveryMapSetOfEveryConfig) {
   QVMengineInternal engine;
   engine.addConfiguration("two");
   QVMtableDefinitionInternal* table = engine.table(engine.addTable());
@@ -51,7 +51,7 @@ TEST(QVMtableTest, AddColumnReachesEveryMapSetOfEveryConfig) {
   EXPECT_EQ(table->tableConfig(1).mapSet(1)->map(1).nodeAddress(), address({2}));
 }
 
-TEST(QVMtableTest, ColumnIdsAreNeverReused) {
+TEST(QVMtableDefinition, ColumnIdsAreNeverReused) {
   QVMengineInternal engine;
   QVMtableDefinitionInternal* table = engine.table(engine.addTable());
   table->addColumn("a", QVMstringType);
@@ -67,7 +67,7 @@ TEST(QVMtableTest, ColumnIdsAreNeverReused) {
   EXPECT_EQ(table->columnIndexFromColumndId(1), 0xFFFFFFFFu);
 }
 
-TEST(QVMtableTest, MoveColumnMovesMappingsAndScripts) {
+TEST(QVMtableDefinition, MoveColumnMovesMappingsAndScripts) {
   QVMengineInternal engine;
   QVMtableDefinitionInternal* table = engine.table(engine.addTable());
   for (const char* name : {"a", "b", "c"}) table->addColumn(name, QVMstringType);
@@ -88,7 +88,7 @@ TEST(QVMtableTest, MoveColumnMovesMappingsAndScripts) {
             "Failed precondition: ColumnIndex < pMember->MapItem.size()|2147483904");
 }
 
-TEST(QVMtableTest, MapSetsOfCurrentConfiguration) {
+TEST(QVMtableDefinition, MapSetsOfCurrentConfiguration) {
   QVMengineInternal engine;
   QVMtableDefinitionInternal* table = engine.table(engine.addTable());
   table->addColumn("a", QVMstringType);
@@ -112,7 +112,7 @@ TEST(QVMtableTest, MapSetsOfCurrentConfiguration) {
   EXPECT_EQ(table->mapSet(0)->countOfMap(), 1u);
 }
 
-TEST(QVMtableTest, UniqueColumnNamesAndTableIndex) {
+TEST(QVMtableDefinition, UniqueColumnNamesAndTableIndex) {
   QVMengineInternal engine;
   QVMtableDefinitionInternal* table = engine.table(engine.addTable());
   table->setTableName("Patient");
@@ -137,7 +137,7 @@ TEST(QVMtableTest, UniqueColumnNamesAndTableIndex) {
   EXPECT_EQ(engine.tableByName("Patient"), 0xFFFFFFFFu);
 }
 
-TEST(QVMtableTest, TableGrammarLeavesAndGroups) {
+TEST(QVMtableDefinition, TableGrammarLeavesAndGroups) {
   QVMengineInternal engine;
   QVMtableDefinitionInternal* table = engine.table(engine.addTable());
   table->setTableName("T");
@@ -172,7 +172,7 @@ TEST(QVMtableTest, TableGrammarLeavesAndGroups) {
   EXPECT_EQ(root.config(1).messageGrammar(), message->config(1).rootMessageGrammar());
 }
 
-TEST(QVMtableTest, SetGrammarTakesOverANode) {
+TEST(QVMtableDefinition, SetGrammarTakesOverANode) {
   QVMengineInternal engine;
   QVMmessageDefinitionInternal* message = engine.message(engine.addMessage());
   QVMtableGrammarInternal& root = message->tableGrammar();
@@ -191,7 +191,7 @@ TEST(QVMtableTest, SetGrammarTakesOverANode) {
             "Failed precondition: GrammarIndex < countOfSubGrammar()|2147483904");
 }
 
-TEST(QVMtableTest, ClearGrammarResetsCurrentRecord) {
+TEST(QVMtableDefinition, ClearGrammarResetsCurrentRecord) {
   QVMengineInternal engine;
   QVMmessageDefinitionInternal* message = engine.message(engine.addMessage());
   QVMtableGrammarInternal grammar;
@@ -235,7 +235,7 @@ struct RubberBandModel {
   }
 };
 
-TEST(QVMtableTest, RubberBandDownToChildKeepsColumnsUnderIt) {
+TEST(QVMtableDefinition, RubberBandDownToChildKeepsColumnsUnderIt) {
   RubberBandModel model;
   QVMtableGrammarMakeRubberBandedMessageGrammar(*model.leaf, model.patient, 0xFFFFFFFF, true);
   EXPECT_EQ(model.leaf->messageGrammar(), model.patient);
@@ -249,7 +249,7 @@ TEST(QVMtableTest, RubberBandDownToChildKeepsColumnsUnderIt) {
   EXPECT_EQ(model.table->mapSet(0)->map(0).nodeAddress(), address({1, 0, 3}));
 }
 
-TEST(QVMtableTest, RubberBandUpShiftsEveryAddress) {
+TEST(QVMtableDefinition, RubberBandUpShiftsEveryAddress) {
   RubberBandModel model;
   model.leaf->setMessageGrammar(model.patient);
   QVMtableGrammarMakeRubberBandedMessageGrammar(*model.leaf, model.message->messageGrammar(), 0xFFFFFFFF, true);
@@ -262,7 +262,7 @@ TEST(QVMtableTest, RubberBandUpShiftsEveryAddress) {
   EXPECT_EQ(set->map(2).nodeAddress().depth(), 0u);
 }
 
-TEST(QVMtableTest, RubberBandFieldsAndUnchangedRoots) {
+TEST(QVMtableDefinition, RubberBandFieldsAndUnchangedRoots) {
   RubberBandModel model;
   QVMmessageGrammar* root = model.message->messageGrammar();
   QVMtableGrammarMakeRubberBandedMessageGrammar(*model.leaf, root, 0xFFFFFFFF, true);
@@ -285,7 +285,7 @@ TEST(QVMtableTest, RubberBandFieldsAndUnchangedRoots) {
             "Failed precondition: pGrammar != NULL|2147483904");
 }
 
-TEST(QVMtableTest, WalkOverAllTableGrammars) {
+TEST(QVMtableDefinition, WalkOverAllTableGrammars) {
   QVMengineInternal engine;
   QVMtableDefinitionInternal* table = engine.table(engine.addTable());
   table->addMapSet();

@@ -16,7 +16,7 @@ public:
 
 }  // namespace
 
-TEST(QVMrule, KindsAndClassNames) {
+TEST(QVMvalidationRule, KindsAndClassNames) {
   const char* names[] = {"Required Field", "Regular Expression", "Regular Expression Pair", "Python Validation Rule",
                          "Situational Python Validation Rule"};
   for (uint32_t kind = 0; kind < 5; ++kind) {
@@ -28,7 +28,7 @@ TEST(QVMrule, KindsAndClassNames) {
   QVMexpectError([] { QVMsegmentValidationRuleCreate(5); }, "Unknown validation rule type.");
 }
 
-TEST(QVMrule, NameParameterRoundTripsInEveryKind) {
+TEST(QVMvalidationRule, NameParameterRoundTripsInEveryKind) {
   for (uint32_t kind = 0; kind < 5; ++kind) {
     auto rule = QVMsegmentValidationRuleCreate(kind);
     rule->setParameter("Name", "rule name");
@@ -40,7 +40,7 @@ TEST(QVMrule, NameParameterRoundTripsInEveryKind) {
   }
 }
 
-TEST(QVMrule, KeysAreTheirOwnClassOnly) {
+TEST(QVMvalidationRule, KeysAreTheirOwnClassOnly) {
   auto required = QVMsegmentValidationRuleCreate(QVMconditionalFieldRule);
   QVMexpectError([&] { required->setParameter("Code", "x = 1"); },
                  "Code is not a recognized key for this validation rule.");
@@ -52,7 +52,7 @@ TEST(QVMrule, KeysAreTheirOwnClassOnly) {
                  "FieldIndex is not a recognized key for this validation rule.");
 }
 
-TEST(QVMrule, ConditionalFieldIndexReadsAsAtoiDoes) {
+TEST(QVMvalidationRule, ConditionalFieldIndexReadsAsAtoiDoes) {
   QVMsegmentValidationRuleConditionalField rule;
   rule.setParameter("FieldIndex", "3");
   EXPECT_EQ(rule.requiredField(), 3u);
@@ -63,7 +63,7 @@ TEST(QVMrule, ConditionalFieldIndexReadsAsAtoiDoes) {
   EXPECT_EQ(rule.requiredField(), 12u);
 }
 
-TEST(QVMrule, ConditionalFieldDisplayName) {
+TEST(QVMvalidationRule, ConditionalFieldDisplayName) {
   QVMsegmentGrammar grammar = segmentWithFields("PID", {"id", "name"});
   auto* rule = static_cast<QVMsegmentValidationRuleConditionalField*>(
       grammar.addValidationRule(0, QVMconditionalFieldRule));
@@ -75,7 +75,7 @@ TEST(QVMrule, ConditionalFieldDisplayName) {
   EXPECT_EQ(unbound.displayName(), "Undefined");
 }
 
-TEST(QVMrule, RegularExpressionKeepsABadPattern) {
+TEST(QVMvalidationRule, RegularExpressionKeepsABadPattern) {
   QVMsegmentValidationRuleRegularExpression rule;
   rule.setParameter("RegularExpression", "^[A-Z]{3}$");
   EXPECT_TRUE(rule.regularExpression().isExpressionValid());
@@ -87,7 +87,7 @@ TEST(QVMrule, RegularExpressionKeepsABadPattern) {
   EXPECT_EQ(rule.displayName(), "([A-Z]");
 }
 
-TEST(QVMrule, RegExpPairDisplayName) {
+TEST(QVMvalidationRule, RegExpPairDisplayName) {
   QVMsegmentGrammar grammar = segmentWithFields("OBX", {"type", "value"});
   auto* rule = static_cast<QVMsegmentValidationRuleRegExpPair*>(grammar.addValidationRule(1, QVMregExpPairRule));
   EXPECT_EQ(rule->displayName(), "Invalid rule");  // no patterns yet
@@ -104,7 +104,7 @@ TEST(QVMrule, RegExpPairDisplayName) {
   EXPECT_EQ(rule->displayName(), "Invalid rule");
 }
 
-TEST(QVMrule, PythonRulesKeepDescriptionAndCode) {
+TEST(QVMvalidationRule, PythonRulesKeepDescriptionAndCode) {
   QVMengineInternal engine;
   QVMsegmentValidationRulePython python;
   python.setLanguageEngine(&engine.LanguageEngine());
@@ -127,7 +127,7 @@ TEST(QVMrule, PythonRulesKeepDescriptionAndCode) {
   EXPECT_EQ(situational.pythonCodeOnError().code(), "ok = 0\r\n");
 }
 
-TEST(QVMrule, CloningByKindCopiesEveryMember) {
+TEST(QVMvalidationRule, CloningByKindCopiesEveryMember) {
   QVMengineInternal engine;
   QVMsegmentGrammar grammar = segmentWithFields("ZZZ", {"a", "b"});
   auto* required = static_cast<QVMsegmentValidationRuleConditionalField*>(
@@ -165,7 +165,7 @@ TEST(QVMrule, CloningByKindCopiesEveryMember) {
   QVMexpectError([&] { QVMsegmentValidationRuleClone(unknown); }, "Unknown validation rule");
 }
 
-TEST(QVMrule, GetErrorNamesRuleAndField) {
+TEST(QVMvalidationRule, GetErrorNamesRuleAndField) {
   QVMsegmentGrammar grammar = segmentWithFields("PID", {"id", "name", "birth"});
   auto* rule = static_cast<QVMsegmentValidationRuleConditionalField*>(
       grammar.addValidationRule(2, QVMconditionalFieldRule));

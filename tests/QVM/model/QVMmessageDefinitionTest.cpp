@@ -16,7 +16,7 @@ QVMsegmentGrammar* addSegment(QVMengineInternal& engine, const char* name) {
 }
 }  // namespace
 
-TEST(QVMmessageTest, SetNameSanitises) {
+TEST(QVMmessageDefinition, SetNameSanitises) {
   QVMengineInternal engine;
   QVMmessageDefinitionInternal* message = engine.message(engine.addMessage());
   message->setName("  A B\tC#1 ");
@@ -32,7 +32,7 @@ TEST(QVMmessageTest, SetNameSanitises) {
   EXPECT_EQ(table, "x y");
 }
 
-TEST(QVMmessageTest, NewMessageHasOneRecordPerConfiguration) {
+TEST(QVMmessageDefinition, NewMessageHasOneRecordPerConfiguration) {
   QVMengineInternal engine;
   engine.addConfiguration("second");
   QVMmessageDefinitionInternal* message = engine.message(engine.addMessage());
@@ -56,7 +56,7 @@ TEST(QVMmessageTest, NewMessageHasOneRecordPerConfiguration) {
   EXPECT_EQ(message->messageGrammar(), message->config(1).rootMessageGrammar());
 }
 
-TEST(QVMmessageTest, DefaultIdentifiers) {
+TEST(QVMmessageDefinition, DefaultIdentifiers) {
   QVMengineInternal engine;
   QVMmessageDefinitionInternal* message = engine.message(engine.addMessage());
   EXPECT_EQ(QVMfailureText([&] { QVMmessageAddDefaultIdentifier(*message); }),
@@ -87,7 +87,7 @@ TEST(QVMmessageTest, DefaultIdentifiers) {
   EXPECT_EQ(message->countOfIdentifier(), 1u);
 }
 
-TEST(QVMmessageTest, GrammarTreeNamesAndOptionality) {
+TEST(QVMmessageDefinition, GrammarTreeNamesAndOptionality) {
   QVMengineInternal engine;
   QVMsegmentGrammar* msh = addSegment(engine, "MSH");
   QVMsegmentGrammar* pid = addSegment(engine, "PID");
@@ -122,7 +122,7 @@ TEST(QVMmessageTest, GrammarTreeNamesAndOptionality) {
   EXPECT_FALSE(root->subGrammarIsOptional(0));
 }
 
-TEST(QVMmessageTest, MoveAndEquivalence) {
+TEST(QVMmessageDefinition, MoveAndEquivalence) {
   QVMengineInternal engine;
   QVMsegmentGrammar* msh = addSegment(engine, "MSH");
   QVMsegmentGrammar* pid = addSegment(engine, "PID");
@@ -152,7 +152,7 @@ TEST(QVMmessageTest, MoveAndEquivalence) {
   EXPECT_TRUE(QVMmessageGrammarIsEquivalent(copy, *rootA));
 }
 
-TEST(QVMmessageTest, RemovingGrammarNodeClearsTableGrammarRoots) {
+TEST(QVMmessageDefinition, RemovingGrammarNodeClearsTableGrammarRoots) {
   QVMengineInternal engine;
   QVMsegmentGrammar* pid = addSegment(engine, "PID");
   QVMmessageDefinitionInternal* message = engine.message(engine.addMessage());
@@ -169,7 +169,7 @@ TEST(QVMmessageTest, RemovingGrammarNodeClearsTableGrammarRoots) {
   EXPECT_EQ(tableGrammar.messageGrammar(), message->messageGrammar());
 }
 
-TEST(QVMmessageTest, ClearTableGrammarKeepsName) {
+TEST(QVMmessageDefinition, ClearTableGrammarKeepsName) {
   QVMengineInternal engine;
   QVMmessageDefinitionInternal* message = engine.message(engine.addMessage());
   message->setName("ADT");
@@ -180,7 +180,7 @@ TEST(QVMmessageTest, ClearTableGrammarKeepsName) {
   EXPECT_EQ(engine.messageByName("ADT"), 0u);
 }
 
-TEST(QVMmessageTest, CopiedDefinitionIsIndependent) {
+TEST(QVMmessageDefinition, CopiedDefinitionIsIndependent) {
   QVMengineInternal engine;
   QVMmessageDefinitionInternal* message = engine.message(engine.addMessage());
   message->setName("ORU");
