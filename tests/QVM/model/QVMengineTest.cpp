@@ -12,6 +12,8 @@
 #include "QVMgrammarTestSupport.h"
 #include "QVMoutgoingScripts.h"
 
+#include "../../support/TSTraised.h"
+
 namespace {
 constexpr uint32_t npos = 0xFFFFFFFF;
 
@@ -71,8 +73,9 @@ TEST(QVMengineTest, ClearKeepsDescriptionAndResetsFlags) {
 TEST(QVMengineTest, SetCurrentConfigRejectsBadIndex) {
   QVMengineInternal engine;
   engine.addConfiguration("b");
-  EXPECT_EQ(QVMfailureText([&] { engine.setCurrentConfig(2); }),
-            "Config Index of '2' is not a valid index. Maximum index is '1' and minimum index is 0|2147483904");
+  EXPECT_EQ(TSTraised([&] { engine.setCurrentConfig(2); }),
+            COLerror("Config Index of '2' is not a valid index. Maximum index is '1' and minimum index is 0",
+                     COL_ERROR_PRECONDITION));
   engine.setCurrentConfig(1);
   {
     QVMengineVersionChanger back(engine, 0);
@@ -179,15 +182,15 @@ TEST(QVMengineTest, DeleteMessageShiftsAckAndMatchOrderInEveryConfig) {
 TEST(QVMengineTest, DeleteMessageMissingFromOrderFailsPostcondition) {
   QVMengineInternal engine;
   addMessages(engine, {"A"});
-  EXPECT_EQ(QVMfailureText([&] { engine.deleteMessage(0); }),
-            "Failed postcondition:RemoveMatchIndex != 0|2147483905");
+  EXPECT_EQ(TSTraised([&] { engine.deleteMessage(0); }),
+            COLerror("Failed postcondition:RemoveMatchIndex != 0", COL_ERROR_POSTCONDITION));
 }
 
 TEST(QVMengineTest, MessageMatchOrderOfAbsentMessage) {
   QVMengineInternal engine;
   addMessages(engine, {"A"});
-  EXPECT_EQ(QVMfailureText([&] { QVMengineMessageMatchOrder(engine, engine.message(0)); }),
-            "Message not in matching order.|2147483904");
+  EXPECT_EQ(TSTraised([&] { QVMengineMessageMatchOrder(engine, engine.message(0)); }),
+            COLerror("Message not in matching order.", COL_ERROR_PRECONDITION));
 }
 
 TEST(QVMengineTest, MatchOrderPositionsAreStable) {
@@ -243,8 +246,7 @@ TEST(QVMengineTest, GrammarLookupsFollowTheCurrentConfiguration) {
   engine.setCurrentConfig(1);
   EXPECT_EQ(engine.countOfSegment(), 0u);
   EXPECT_EQ(engine.segmentByName("PID"), npos);
-  EXPECT_EQ(QVMfailureText([&] { engine.segment(0); }),
-            "Failed precondition: SegmentIndex < countOfSegment()|2147483904");
+  EXPECT_EQ(TSTerrorText([&] { engine.segment(0); }), "Failed precondition: SegmentIndex < countOfSegment()");
 }
 
 TEST(QVMengineTest, ConfigCopyPointsAtItsOwnGrammars) {
@@ -292,10 +294,10 @@ TEST(QVMengineTest, CustomConfigSetsSchemaNamespaces) {
 TEST(QVMengineTest, CharacterSetFunctions) {
   EXPECT_EQ(QVMcharacterSetFunctions::countOfTranslationLocale(), 0u);
   EXPECT_EQ(QVMcharacterSetFunctions::currentTranslationLocale(), "");
-  EXPECT_EQ(QVMfailureText([] { QVMcharacterSetFunctions::characterSetCount(); }),
-            "Invalid Function called: QVMcharacterSetFunctions::characterSetCount|2147483904");
-  EXPECT_EQ(QVMfailureText([] { QVMcharacterSetFunctions::characterSet(0); }),
-            "Invalid Function called: QVMcharacterSetFunctions::characterSet|2147483904");
+  EXPECT_EQ(TSTraised([] { QVMcharacterSetFunctions::characterSetCount(); }),
+            COLerror("Invalid Function called: QVMcharacterSetFunctions::characterSetCount", COL_ERROR_PRECONDITION));
+  EXPECT_EQ(TSTraised([] { QVMcharacterSetFunctions::characterSet(0); }),
+            COLerror("Invalid Function called: QVMcharacterSetFunctions::characterSet", COL_ERROR_PRECONDITION));
 }
 
 TEST(QVMengineTest, LogSinkReplacementKeepsStream) {
@@ -335,7 +337,7 @@ TEST(QVMengineTest, OutgoingScriptsRunWithTheirHeadings) {
   engine.config().outgoingMainFunction().setCode("ran = 1");
   QVMconfigPreProcessOutgoingMessage(engine.config(), environment);
   engine.config().outgoingMainFunction().setCode("ran = missing");
-  EXPECT_EQ(QVMfailureText([&] { QVMconfigPreProcessOutgoingMessage(engine.config(), environment); }).substr(0, 30),
+  EXPECT_EQ(TSTerrorText([&] { QVMconfigPreProcessOutgoingMessage(engine.config(), environment); }).substr(0, 30),
             "Global Outbound Script error: ");
   COLstring text = "MSH|x";
   engine.config().outgoingPostProcessFunction().setCode("value = value + str(ran)");

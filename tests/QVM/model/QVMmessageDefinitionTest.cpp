@@ -7,6 +7,8 @@
 #include "QVMengineInternal.h"
 #include "QVMgrammarTestSupport.h"
 
+#include "../../support/TSTraised.h"
+
 namespace {
 
 QVMsegmentGrammar* addSegment(QVMengineInternal& engine, const char* name) {
@@ -59,11 +61,11 @@ TEST(QVMmessageDefinition, NewMessageHasOneRecordPerConfiguration) {
 TEST(QVMmessageDefinition, DefaultIdentifiers) {
   QVMengineInternal engine;
   QVMmessageDefinitionInternal* message = engine.message(engine.addMessage());
-  EXPECT_EQ(QVMfailureText([&] { QVMmessageAddDefaultIdentifier(*message); }),
-            "Failed precondition: Message.rootEngine()->countOfSegment() > 0|2147483904");
+  EXPECT_EQ(TSTerrorText([&] { QVMmessageAddDefaultIdentifier(*message); }),
+            "Failed precondition: Message.rootEngine()->countOfSegment() > 0");
   QVMidentifier loose;
-  EXPECT_EQ(QVMfailureText([&] { QVMmessageMakeDefaultIdentifier(loose, engine); }),
-            "Failed precondition: Engine.countOfSegment() > 0|2147483904");
+  EXPECT_EQ(TSTerrorText([&] { QVMmessageMakeDefaultIdentifier(loose, engine); }),
+            "Failed precondition: Engine.countOfSegment() > 0");
   addSegment(engine, "ISA");
   QVMmessageAddDefaultIdentifier(*message);
   EXPECT_EQ(message->identifierSegment(0), "ISA");
@@ -103,16 +105,15 @@ TEST(QVMmessageDefinition, GrammarTreeNamesAndOptionality) {
   EXPECT_EQ(pidNode->fullGrammarName(), "Message.PATIENT.PID");
   EXPECT_EQ(pidNode->childIndex(), 0u);
   EXPECT_EQ(patient->childIndex(), 1u);
-  EXPECT_EQ(QVMfailureText([&] { root->childIndex(); }), "This message grammar is a root|2147483904");
-  EXPECT_EQ(QVMfailureText([&] { pidNode->setGrammarName("X"); }),
-            "To change the segment name, rename it in the workspace.|2147483904");
-  EXPECT_EQ(QVMfailureText([&] { root->insertGroup("G", 3); }),
-            "Failed precondition: GrammarIndex <= countOfSubGrammar()|2147483904");
-  EXPECT_EQ(QVMfailureText([&] { root->insertSegment(pid, 3); }),
-            "Failed precondition: GrammarIndex <= pMember->SubGrammarVector.size()|2147483904");
+  EXPECT_EQ(TSTraised([&] { root->childIndex(); }), COLerror("This message grammar is a root", COL_ERROR_PRECONDITION));
+  EXPECT_EQ(TSTraised([&] { pidNode->setGrammarName("X"); }),
+            COLerror("To change the segment name, rename it in the workspace.", COL_ERROR_PRECONDITION));
+  EXPECT_EQ(TSTerrorText([&] { root->insertGroup("G", 3); }),
+            "Failed precondition: GrammarIndex <= countOfSubGrammar()");
+  EXPECT_EQ(TSTerrorText([&] { root->insertSegment(pid, 3); }),
+            "Failed precondition: GrammarIndex <= pMember->SubGrammarVector.size()");
   QVMmessageGrammar* orphan = root->insertSegment(nullptr);
-  EXPECT_EQ(QVMfailureText([&] { orphan->fullGrammarName(); }),
-            "Failed precondition: pMember->pSegment != NULL|2147483904");
+  EXPECT_EQ(TSTerrorText([&] { orphan->fullGrammarName(); }), "Failed precondition: pMember->pSegment != NULL");
   root->remove(2);
   EXPECT_FALSE(patient->grammarIsOptional());
   QVMmessageGrammar* extra = patient->insertSegment(msh);
@@ -136,8 +137,8 @@ TEST(QVMmessageDefinition, MoveAndEquivalence) {
   EXPECT_EQ(rootA->countOfSubGrammar(), 2u);
   EXPECT_EQ(moved->parent(), group);
   EXPECT_EQ(moved->fullGrammarName(), "Message.G.PID");
-  EXPECT_EQ(QVMfailureText([&] { group->moveGrammarTo(moved); }),
-            "A message grammar cannot be moved below itself.|2147483904");
+  EXPECT_EQ(TSTraised([&] { group->moveGrammarTo(moved); }),
+            COLerror("A message grammar cannot be moved below itself.", COL_ERROR_PRECONDITION));
   QVMmessageGrammar* rootB = b->messageGrammar();
   rootB->insertSegment(msh);
   rootB->insertGroup("Other")->insertSegment(pid);

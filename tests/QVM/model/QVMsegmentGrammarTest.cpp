@@ -7,6 +7,8 @@
 #include "QVMsegmentGrammar.h"
 #include "QVMsegmentValidationRule.h"
 
+#include "../../support/TSTraised.h"
+
 namespace {
 
 COLstring fieldNames(const QVMsegmentGrammar& grammar) {
@@ -76,16 +78,19 @@ TEST(QVMsegmentGrammar, FreshFieldDefaults) {
 
 TEST(QVMsegmentGrammar, IndexChecksNameTheirBound) {
   QVMsegmentGrammar grammar = segmentWithFields("PID", {"id"});
-  QVMexpectPrecondition([&] { grammar.fieldName(1); }, "FieldIndex < pMember->Field.size()");
-  QVMexpectPrecondition([&] { grammar.setFieldWidth(1, 3); }, "FieldIndex < pMember->Field.size()");
-  QVMexpectPrecondition([&] { grammar.removeField(1); }, "FieldIndex < pMember->Field.size()");
-  QVMexpectPrecondition([&] { grammar.insertField(2); }, "FieldIndex <= countOfField()");
-  QVMexpectPrecondition([&] { grammar.setFieldType(0, nullptr); }, "pCompositeGrammar != NULL");
-  QVMexpectPrecondition([&] { grammar.addValidationRule(1, QVMconditionalFieldRule); }, "FieldIndex < countOfField()");
-  QVMexpectPrecondition([&] { grammar.init(nullptr); }, "pEngine != NULL");
-  QVMexpectPrecondition([&] { QVMsegmentGrammarInsertFieldWithInitialization(grammar, 0); },
-                        "Grammar.rootEngine()->countOfComposite() > 0");
-  QVMexpectError([&] { grammar.addValidationRule(0, 5); }, "Unknown validation rule type.");
+  EXPECT_EQ(TSTerrorText([&] { grammar.fieldName(1); }), "Failed precondition: FieldIndex < pMember->Field.size()");
+  EXPECT_EQ(TSTerrorText([&] { grammar.setFieldWidth(1, 3); }),
+            "Failed precondition: FieldIndex < pMember->Field.size()");
+  EXPECT_EQ(TSTerrorText([&] { grammar.removeField(1); }), "Failed precondition: FieldIndex < pMember->Field.size()");
+  EXPECT_EQ(TSTerrorText([&] { grammar.insertField(2); }), "Failed precondition: FieldIndex <= countOfField()");
+  EXPECT_EQ(TSTerrorText([&] { grammar.setFieldType(0, nullptr); }), "Failed precondition: pCompositeGrammar != NULL");
+  EXPECT_EQ(TSTerrorText([&] { grammar.addValidationRule(1, QVMconditionalFieldRule); }),
+            "Failed precondition: FieldIndex < countOfField()");
+  EXPECT_EQ(TSTerrorText([&] { grammar.init(nullptr); }), "Failed precondition: pEngine != NULL");
+  EXPECT_EQ(TSTerrorText([&] { QVMsegmentGrammarInsertFieldWithInitialization(grammar, 0); }),
+            "Failed precondition: Grammar.rootEngine()->countOfComposite() > 0");
+  EXPECT_EQ(TSTraised([&] { grammar.addValidationRule(0, 5); }),
+            COLerror("Unknown validation rule type.", COL_ERROR_PRECONDITION));
   EXPECT_EQ(grammar.countOfValidationRules(0), 0u);
   EXPECT_EQ(grammar.countOfField(), 1u);
 }
@@ -97,9 +102,9 @@ TEST(QVMsegmentGrammar, MoveFieldRules) {
   grammar = segmentWithFields("ZZZ", {"A", "B", "C"});
   grammar.moveField(2, 0);
   EXPECT_EQ(fieldNames(grammar), "CAB");
-  QVMexpectPrecondition([&] { grammar.moveField(1, 1); }, "FromIndex != ToIndex");
-  QVMexpectPrecondition([&] { grammar.moveField(3, 1); }, "FromIndex < countOfField()");
-  QVMexpectPrecondition([&] { grammar.moveField(1, 4); }, "ToIndex <= countOfField()");
+  EXPECT_EQ(TSTerrorText([&] { grammar.moveField(1, 1); }), "Failed precondition: FromIndex != ToIndex");
+  EXPECT_EQ(TSTerrorText([&] { grammar.moveField(3, 1); }), "Failed precondition: FromIndex < countOfField()");
+  EXPECT_EQ(TSTerrorText([&] { grammar.moveField(1, 4); }), "Failed precondition: ToIndex <= countOfField()");
   EXPECT_EQ(fieldNames(grammar), "CAB");
 }
 
@@ -119,7 +124,8 @@ TEST(QVMsegmentGrammar, RulesFollowTheirFieldThroughEdits) {
   EXPECT_EQ(grammar.getValidationRule(2, 0), onA);
   grammar.removeValidationRule(2, 0);
   EXPECT_EQ(grammar.countOfValidationRules(2), 0u);
-  QVMexpectPrecondition([&] { grammar.getValidationRule(2, 0); }, "RuleIndex < countOfValidationRules(FieldIndex)");
+  EXPECT_EQ(TSTerrorText([&] { grammar.getValidationRule(2, 0); }),
+            "Failed precondition: RuleIndex < countOfValidationRules(FieldIndex)");
 }
 
 TEST(QVMsegmentGrammar, CopiedRulesPointAtTheCopy) {
@@ -170,8 +176,9 @@ TEST(QVMsegmentGrammar, FullNameWithIdentifiers) {
   EXPECT_EQ(QVMsegmentGrammarFullName(grammar), "ABC[0-1-2]");
   grammar.removeIdentifier(1);
   EXPECT_EQ(QVMsegmentGrammarFullName(grammar), "ABC[0-2]");
-  QVMexpectPrecondition([&] { grammar.identifier(2); }, "IdentifierIndex < countOfIdentifier()");
-  QVMexpectPrecondition([&] { grammar.addIdentifierAt(3); }, "IdentifierIndex <= countOfIdentifier()");
+  EXPECT_EQ(TSTerrorText([&] { grammar.identifier(2); }), "Failed precondition: IdentifierIndex < countOfIdentifier()");
+  EXPECT_EQ(TSTerrorText([&] { grammar.addIdentifierAt(3); }),
+            "Failed precondition: IdentifierIndex <= countOfIdentifier()");
 }
 
 TEST(QVMsegmentGrammar, EqualityIgnoresFields) {

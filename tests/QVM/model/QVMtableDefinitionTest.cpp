@@ -7,6 +7,8 @@
 #include "QVMengineInternal.h"
 #include "QVMgrammarTestSupport.h"
 
+#include "../../support/TSTraised.h"
+
 namespace {
 
 QVMmessageNodeAddress address(std::initializer_list<uint32_t> nodes) {
@@ -80,12 +82,10 @@ TEST(QVMtableDefinition, MoveColumnMovesMappingsAndScripts) {
   EXPECT_EQ(table->incomingFunctionCode(0, 2), "value = 1\r\n");
   EXPECT_EQ(table->incomingFunction(2).engine(), &engine.LanguageEngine());
   QVMtableMapSet* set = table->mapSet(0);
-  EXPECT_EQ(QVMfailureText([&] { set->moveColumn(1, 1); }), "Failed precondition: FromIndex != ToIndex|2147483904");
-  EXPECT_EQ(QVMfailureText([&] { set->moveColumn(0, 3); }),
-            "Failed precondition: ToIndex < pMember->MapItem.size()|2147483904");
-  EXPECT_EQ(QVMfailureText([&] { set->map(3); }), "Failed precondition: MapIndex < pMember->MapItem.size()|2147483904");
-  EXPECT_EQ(QVMfailureText([&] { set->removeColumn(3); }),
-            "Failed precondition: ColumnIndex < pMember->MapItem.size()|2147483904");
+  EXPECT_EQ(TSTerrorText([&] { set->moveColumn(1, 1); }), "Failed precondition: FromIndex != ToIndex");
+  EXPECT_EQ(TSTerrorText([&] { set->moveColumn(0, 3); }), "Failed precondition: ToIndex < pMember->MapItem.size()");
+  EXPECT_EQ(TSTerrorText([&] { set->map(3); }), "Failed precondition: MapIndex < pMember->MapItem.size()");
+  EXPECT_EQ(TSTerrorText([&] { set->removeColumn(3); }), "Failed precondition: ColumnIndex < pMember->MapItem.size()");
 }
 
 TEST(QVMtableDefinition, MapSetsOfCurrentConfiguration) {
@@ -102,7 +102,7 @@ TEST(QVMtableDefinition, MapSetsOfCurrentConfiguration) {
   EXPECT_EQ(table->mapSet(copied)->tableDefinition(), table);
   table->mapSet(copied)->map(0).clear();
   EXPECT_EQ(table->mapSet(0)->map(0).nodeAddress(), address({3, 1}));
-  EXPECT_EQ(QVMfailureText([&] { table->mapSet(2); }), "Failed precondition: countOfMapSet() > SetIndex|2147483904");
+  EXPECT_EQ(TSTerrorText([&] { table->mapSet(2); }), "Failed precondition: countOfMapSet() > SetIndex");
   table->removeMapSet(0);
   EXPECT_EQ(table->countOfMapSet(), 1u);
   table->addMapSet();
@@ -151,20 +151,19 @@ TEST(QVMtableDefinition, TableGrammarLeavesAndGroups) {
   EXPECT_EQ(leaf->message(), message);
   EXPECT_EQ(leaf->countOfConfig(), 1u);
   leaf->setIsNode(true);
-  EXPECT_EQ(QVMfailureText([&] { leaf->name(); }), "Failed precondition: pMember->pTable != NULL|2147483904");
+  EXPECT_EQ(TSTerrorText([&] { leaf->name(); }), "Failed precondition: pMember->pTable != NULL");
   leaf->setTable(table);
   EXPECT_EQ(leaf->name(), "T");
   EXPECT_EQ(leaf->tableMapSetIndex(), 0u);
-  EXPECT_EQ(QVMfailureText([&] { root.setTable(table); }), "This is not a node table grammar.|2147485696");
-  EXPECT_EQ(QVMfailureText([&] { group->table(); }), "Failed precondition: pMember->IsNode|2147483904");
-  EXPECT_EQ(QVMfailureText([&] { leaf->setTableMapSetIndex(1); }),
-            "Failed precondition: table()->countOfMapSet() > MapSetIndex|2147483904");
-  EXPECT_EQ(QVMfailureText([&] { group->setParent(group); }), "Failed precondition: this != pParent|2147483904");
-  EXPECT_EQ(QVMfailureText([&] { root.addSubGrammarAt(2); }),
-            "Failed precondition: GrammarIndex <= countOfSubGrammar()|2147483904");
+  EXPECT_EQ(TSTraised([&] { root.setTable(table); }),
+            COLerror("This is not a node table grammar.", COL_ERROR_INCONSISTENT_DEFINITION));
+  EXPECT_EQ(TSTerrorText([&] { group->table(); }), "Failed precondition: pMember->IsNode");
+  EXPECT_EQ(TSTerrorText([&] { leaf->setTableMapSetIndex(1); }),
+            "Failed precondition: table()->countOfMapSet() > MapSetIndex");
+  EXPECT_EQ(TSTerrorText([&] { group->setParent(group); }), "Failed precondition: this != pParent");
+  EXPECT_EQ(TSTerrorText([&] { root.addSubGrammarAt(2); }), "Failed precondition: GrammarIndex <= countOfSubGrammar()");
   QVMtableGrammarInternal loose;
-  EXPECT_EQ(QVMfailureText([&] { loose.message(); }),
-            "Failed precondition: pMember->pMessageDefinition != NULL|2147483904");
+  EXPECT_EQ(TSTerrorText([&] { loose.message(); }), "Failed precondition: pMember->pMessageDefinition != NULL");
   // A new configuration gives every node a record.
   engine.addConfiguration("b");
   EXPECT_EQ(leaf->countOfConfig(), 2u);
@@ -187,8 +186,8 @@ TEST(QVMtableDefinition, SetGrammarTakesOverANode) {
   EXPECT_EQ(b->countOfSubGrammar(), 1u);
   EXPECT_EQ(b->subGrammar(0), nullptr);
   b->removeSubGrammar(0);
-  EXPECT_EQ(QVMfailureText([&] { inner->setGrammar(0, &root); }),
-            "Failed precondition: GrammarIndex < countOfSubGrammar()|2147483904");
+  EXPECT_EQ(TSTerrorText([&] { inner->setGrammar(0, &root); }),
+            "Failed precondition: GrammarIndex < countOfSubGrammar()");
 }
 
 TEST(QVMtableDefinition, ClearGrammarResetsCurrentRecord) {
@@ -281,8 +280,8 @@ TEST(QVMtableDefinition, RubberBandFieldsAndUnchangedRoots) {
   QVMtableGrammarMakeRubberBandedMessageGrammar(*model.leaf, model.patient, 0xFFFFFFFF, false);
   EXPECT_EQ(model.table->countOfMapSet(), sets);
   EXPECT_EQ(model.leaf->messageGrammar(), model.patient);
-  EXPECT_EQ(QVMfailureText([&] { QVMtableGrammarMakeRubberBandedMessageGrammar(*model.leaf, nullptr, 0, true); }),
-            "Failed precondition: pGrammar != NULL|2147483904");
+  EXPECT_EQ(TSTerrorText([&] { QVMtableGrammarMakeRubberBandedMessageGrammar(*model.leaf, nullptr, 0, true); }),
+            "Failed precondition: pGrammar != NULL");
 }
 
 TEST(QVMtableDefinition, WalkOverAllTableGrammars) {
@@ -314,8 +313,8 @@ TEST(QVMtableDefinition, WalkOverAllTableGrammars) {
   EXPECT_EQ(QVMtableGrammarFindGrammarsUsingMapSet(leaf3, table, 0), nullptr);
   EXPECT_EQ(QVMtableGrammarFindGrammarsUsingMapSet(leaf1, table, 1), leaf2);
   EXPECT_EQ(QVMtableGrammarFindGrammarsUsingMapSet(leaf2, table, 1), nullptr);
-  EXPECT_EQ(QVMfailureText([&] { QVMtableGrammarFindNextSibling(&first->tableGrammar()); }),
-            "Failed precondition: pParent != NULL|2147483904");
+  EXPECT_EQ(TSTerrorText([&] { QVMtableGrammarFindNextSibling(&first->tableGrammar()); }),
+            "Failed precondition: pParent != NULL");
   COLstring printed;
   COLostream stream(printed);
   QVMtableGrammarInternalPrintOn(first->tableGrammar(), stream, 0);

@@ -6,6 +6,8 @@
 #include "QVMsegmentValidationRule.h"
 #include "REXmatcher.h"
 
+#include "../../support/TSTraised.h"
+
 namespace {
 
 // A kind that no definition knows.
@@ -25,7 +27,8 @@ TEST(QVMvalidationRule, KindsAndClassNames) {
     EXPECT_STREQ(rule->className(), names[kind]);
     EXPECT_EQ(rule->segmentGrammar(), nullptr);
   }
-  QVMexpectError([] { QVMsegmentValidationRuleCreate(5); }, "Unknown validation rule type.");
+  EXPECT_EQ(TSTraised([] { QVMsegmentValidationRuleCreate(5); }),
+            COLerror("Unknown validation rule type.", COL_ERROR_PRECONDITION));
 }
 
 TEST(QVMvalidationRule, NameParameterRoundTripsInEveryKind) {
@@ -34,22 +37,23 @@ TEST(QVMvalidationRule, NameParameterRoundTripsInEveryKind) {
     rule->setParameter("Name", "rule name");
     EXPECT_EQ(rule->parameter("Name"), "rule name") << kind;
     EXPECT_EQ(rule->name(), "rule name") << kind;
-    QVMexpectError([&] { rule->setParameter("Bogus", "1"); },
-                   "Bogus is not a recognized key for this validation rule.");
-    QVMexpectError([&] { rule->parameter("name"); }, "name is not a recognized key for this validation rule.");
+    EXPECT_EQ(TSTraised([&] { rule->setParameter("Bogus", "1"); }),
+              COLerror("Bogus is not a recognized key for this validation rule.", COL_ERROR_PRECONDITION));
+    EXPECT_EQ(TSTraised([&] { rule->parameter("name"); }),
+              COLerror("name is not a recognized key for this validation rule.", COL_ERROR_PRECONDITION));
   }
 }
 
 TEST(QVMvalidationRule, KeysAreTheirOwnClassOnly) {
   auto required = QVMsegmentValidationRuleCreate(QVMconditionalFieldRule);
-  QVMexpectError([&] { required->setParameter("Code", "x = 1"); },
-                 "Code is not a recognized key for this validation rule.");
+  EXPECT_EQ(TSTraised([&] { required->setParameter("Code", "x = 1"); }),
+            COLerror("Code is not a recognized key for this validation rule.", COL_ERROR_PRECONDITION));
   auto python = QVMsegmentValidationRuleCreate(QVMpythonRule);
-  QVMexpectError([&] { python->setParameter("CodeOnError", "x = 1"); },
-                 "CodeOnError is not a recognized key for this validation rule.");
+  EXPECT_EQ(TSTraised([&] { python->setParameter("CodeOnError", "x = 1"); }),
+            COLerror("CodeOnError is not a recognized key for this validation rule.", COL_ERROR_PRECONDITION));
   auto expression = QVMsegmentValidationRuleCreate(QVMregularExpressionRule);
-  QVMexpectError([&] { expression->parameter("FieldIndex"); },
-                 "FieldIndex is not a recognized key for this validation rule.");
+  EXPECT_EQ(TSTraised([&] { expression->parameter("FieldIndex"); }),
+            COLerror("FieldIndex is not a recognized key for this validation rule.", COL_ERROR_PRECONDITION));
 }
 
 TEST(QVMvalidationRule, ConditionalFieldIndexReadsAsAtoiDoes) {
@@ -162,7 +166,8 @@ TEST(QVMvalidationRule, CloningByKindCopiesEveryMember) {
   EXPECT_EQ(copied.lastSegment(), nullptr);
 
   QVMruleOfUnknownKind unknown;
-  QVMexpectError([&] { QVMsegmentValidationRuleClone(unknown); }, "Unknown validation rule");
+  EXPECT_EQ(TSTraised([&] { QVMsegmentValidationRuleClone(unknown); }),
+            COLerror("Unknown validation rule", COL_ERROR_PRECONDITION));
 }
 
 TEST(QVMvalidationRule, GetErrorNamesRuleAndField) {
