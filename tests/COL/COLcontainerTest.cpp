@@ -1,7 +1,9 @@
+// The containers nothing in the system uses yet: one test each of what a user would rely on
+// (order, lookup, elements that stay put, safety when an element copy fails or aliases the
+// container), not of sizes and texts that are the code's own choice.
 #include <gtest/gtest.h>
 
 #include <map>
-#include <set>
 #include <string>
 #include <thread>
 
@@ -15,18 +17,9 @@
 #include "COLtrackable.h"
 #include "COLvector.h"
 
-namespace {
+#include "../support/TSTraised.h"
 
-template <class F>
-COLstring failureText(F&& action) {
-  try {
-    action();
-  } catch (const COLerror& error) {
-    EXPECT_EQ(error.code(), COL_ERROR_PRECONDITION);
-    return error.description();
-  }
-  return "no error";
-}
+namespace {
 
 // Counts live instances, and can be told to throw on the next copy.
 struct Counted {
@@ -45,200 +38,107 @@ struct Counted {
 
 }  // namespace
 
-TEST(COLvector, CapacityIsNextPowerOfTwoAboveRequest) {
-  EXPECT_EQ(COLvectorCapacityFor(3), 4u);
-  EXPECT_EQ(COLvectorCapacityFor(4), 8u);
-  COLvector<int> vector;
-  vector.resize(7);
-  EXPECT_EQ(vector.capacity(), 8u);
-  vector.resize(8);
-  EXPECT_EQ(vector.capacity(), 8u);
-  vector.resize(9);
-  EXPECT_EQ(vector.capacity(), 16u);
-  vector.resize(2);
-  EXPECT_EQ(vector.capacity(), 16u);  // never shrinks
-  EXPECT_EQ(vector.size(), 2u);
-  COLvector<int> added;
-  for (int i = 0; i < 5; ++i) added.add(i);
-  EXPECT_EQ(added.capacity(), 8u);
-}
-
-TEST(COLvector, InsertRemoveExchangeAndChecks) {
+TEST(COLvector, EditsAliasingAndFailedCopies) {
   COLvector<std::string> v;
   v.add("b");
   v.insert(0, std::string("a"));
   v.insert(2, std::string("d"));
   v.insert(2, std::string("c"));
-  ASSERT_EQ(v.size(), 4u);
   EXPECT_EQ(v[0] + v[1] + v[2] + v[3], "abcd");
   v.remove(1);
-  EXPECT_EQ(v[1], "c");
   v.exchange(0, 2);
-  EXPECT_EQ(v[0], "d");
+  EXPECT_EQ(v[0] + v[1] + v[2], "dca");
   EXPECT_EQ(v.find("a"), 2u);
-  EXPECT_EQ(failureText([&] { (void)v[3]; }), "Failed precondition: ItemIndex >= 0 && ItemIndex < this->size()");
-  EXPECT_EQ(failureText([&] { v.remove(3); }), "Failed precondition: RemoveIndex < size()");
-  EXPECT_EQ(failureText([&] { v.insert(5, std::string("x")); }), "Failed precondition: InsertIndex <= size()");
-  v.clear();
-  EXPECT_TRUE(v.empty());
-}
-
-TEST(COLvector, AddingOwnElementWhileGrowingIsSafe) {
-  COLvector<std::string> v;
-  v.add(std::string(100, 'x'));
-  v.add(v[0]);  // capacity 2 holds it
-  v.add(v[0]);  // capacity 2 -> 4: the argument refers into the old block
-  v.insert(0, v[2]);
-  v.add(v[1]);  // 4 -> 8
-  for (size_t i = 0; i < v.size(); ++i) EXPECT_EQ(v[i], std::string(100, 'x'));
-}
-
-TEST(COLvector, FailedElementCopyLeavesSizeUnchanged) {
+  EXPECT_NE(TSTerrorText([&] { v.remove(3); }), "no error");
+  // An argument that refers into the block being regrown.
+  COLvector<std::string> grown;
+  grown.add(std::string(100, 'x'));
+  for (int i = 0; i < 4; ++i) grown.add(grown[0]);
+  grown.insert(0, grown[4]);
+  for (const std::string& item : grown) EXPECT_EQ(item, std::string(100, 'x'));
+  COLvector<std::string> copy = grown;
+  copy[0] = "y";
+  EXPECT_EQ(grown[0], std::string(100, 'x'));
   {
-    COLvector<Counted> v;
-    v.add(1);
+    COLvector<Counted> counted;
+    counted.add(1);
     Counted extra(2);
     Counted::throwOnCopy = true;
-    EXPECT_THROW(v.add(extra), std::runtime_error);
+    EXPECT_THROW(counted.add(extra), std::runtime_error);
     Counted::throwOnCopy = false;
-    EXPECT_EQ(v.size(), 1u);
+    EXPECT_EQ(counted.size(), 1u);
   }
   EXPECT_EQ(Counted::live, 0);
 }
 
-TEST(COLvector, CopiesAreDeep) {
-  COLvector<int> a{1, 2, 3};
-  COLvector<int> b = a;
-  b[0] = 9;
-  EXPECT_EQ(a[0], 1);
-  EXPECT_EQ(b.size(), 3u);
-  int sum = 0;
-  for (int x : a) sum += x;
-  EXPECT_EQ(sum, 6);
-}
-
-TEST(COLindexedVector, ElementsNeverMoveAndSlotsAreReused) {
+TEST(COLindexedVector, ElementsNeverMoveAndAFailedInsertRollsBack) {
   COLindexedVector<std::string> v;
   for (int i = 0; i < 4; ++i) v.add(std::to_string(i));
-  EXPECT_EQ(v.capacity(), 4u);
   std::string* third = &v[3];
   v.remove(1);
   v.insert(0, std::string("new"));
-  // The freed slot took the new element: no growth, and nothing moved.
-  EXPECT_EQ(v.capacity(), 4u);
-  EXPECT_EQ(&v[3], third);
-  EXPECT_EQ(v[0], "new");
-  EXPECT_EQ(v[1], "0");
-  EXPECT_EQ(v[2], "2");
-  v.add("4");  // grows; old elements stay where they are
-  EXPECT_EQ(v.capacity(), 8u);
+  v.add("4");
   EXPECT_EQ(&v[3], third);
   std::string joined;
-  for (const std::string& s : v) joined += s;
+  for (const std::string& item : v) joined += item;
   EXPECT_EQ(joined, "new0234");
-  v.exchange(0, 4);
-  EXPECT_EQ(v[4], "new");
-  v.resize(2);
-  EXPECT_EQ(v.size(), 2u);
-  EXPECT_EQ(failureText([&] { v.remove(2); }), "Failed precondition: RemoveIndex < size()");
-}
-
-TEST(COLindexedVector, FailedInsertRollsBack) {
   {
-    COLindexedVector<Counted> v;
-    v.add(1);
+    COLindexedVector<Counted> counted;
+    counted.add(1);
     Counted extra(2);
     Counted::throwOnCopy = true;
-    EXPECT_THROW(v.insert(0, extra), std::runtime_error);
+    EXPECT_THROW(counted.insert(0, extra), std::runtime_error);
     Counted::throwOnCopy = false;
-    EXPECT_EQ(v.size(), 1u);
-    v.add(extra);
-    EXPECT_EQ(v.size(), 2u);
-    EXPECT_EQ(v.capacity(), 2u);  // the slot of the failed insert was given back
+    counted.add(extra);
+    EXPECT_EQ(counted.size(), 2u);
+    EXPECT_EQ(counted.capacity(), 2u);  // the slot of the failed insert was given back
   }
   EXPECT_EQ(Counted::live, 0);
 }
 
-TEST(COLarray, OwnCheckTexts) {
+TEST(COLarrayAndRefVect, ElementsSurviveGrowthAndBoundsAreChecked) {
   COLarray<char> bytes;
   bytes.resize(3);
-  EXPECT_EQ(bytes.capacity(), 4u);
-  EXPECT_EQ(failureText([&] { bytes.insert(4, 'x'); }), "Failed precondition: InsertIndex <= Size");
-  EXPECT_EQ(failureText([&] { bytes.remove(3); }), "Failed precondition: RemoveIndex < Size");
-}
-
-TEST(COLrefVect, GrowthRule) {
-  EXPECT_EQ(COLrefVectResizeFunc(0, 1), 1u);
-  EXPECT_EQ(COLrefVectResizeFunc(1, 2), 2u);
-  EXPECT_EQ(COLrefVectResizeFunc(2, 3), 3u);
-  EXPECT_EQ(COLrefVectResizeFunc(3, 4), 5u);
-  EXPECT_EQ(COLrefVectResizeFunc(5, 6), 8u);
-  EXPECT_EQ(COLrefVectResizeFunc(1, 6), 8u);
-  EXPECT_EQ(COLrefVectResizeFunc(10, 4), 10u);
-  EXPECT_EQ(failureText([] { COLrefVectResizeFunc(4, 0); }), "Failed precondition: RequiredSize > 0");
+  EXPECT_NE(TSTerrorText([&] { bytes.insert(4, 'x'); }), "no error");
+  EXPECT_NE(TSTerrorText([&] { bytes.remove(3); }), "no error");
   COLrefVect<int> v;
-  v.resize(1);
-  EXPECT_EQ(v.capacity(), 1u);
-  std::vector<size_t> capacities;
-  for (int i = 0; i < 8; ++i) {
-    v.add(i);
-    capacities.push_back(v.capacity());
-  }
-  EXPECT_EQ(capacities, (std::vector<size_t>{2, 3, 5, 5, 8, 8, 8, 12}));
+  for (int i = 0; i < 8; ++i) v.add(i);
+  for (int i = 0; i < 8; ++i) EXPECT_EQ(v[i], i);
+  EXPECT_NE(TSTerrorText([] { COLrefVectResizeFunc(4, 0); }), "no error");
 }
 
-TEST(COLlist, OrderPlacesAndChecks) {
+TEST(COLlist, OrderBothWaysThroughEdits) {
   COLlist<int> list;
   auto two = list.addItem(2);
   auto four = list.addItem(4);
   list.insertItem(two, 1);
   list.insertItem(four, 3);
-  std::vector<int> seen;
-  for (auto p = list.first(); p; p = list.next(p)) seen.push_back(list[p]);
-  EXPECT_EQ(seen, (std::vector<int>{1, 2, 3, 4}));
-  seen.clear();
-  for (auto p = list.last(); p; p = list.previous(p)) seen.push_back(list[p]);
-  EXPECT_EQ(seen, (std::vector<int>{4, 3, 2, 1}));
+  std::vector<int> forward, backward;
+  for (auto p = list.first(); p; p = list.next(p)) forward.push_back(list[p]);
+  for (auto p = list.last(); p; p = list.previous(p)) backward.push_back(list[p]);
+  EXPECT_EQ(forward, (std::vector<int>{1, 2, 3, 4}));
+  EXPECT_EQ(backward, (std::vector<int>{4, 3, 2, 1}));
   list.exchange(list.first(), list.last());
-  EXPECT_EQ(list[list.first()], 4);
   list.remove(two);
   list.remove(list.first());
-  EXPECT_EQ(list.size(), 2u);
   EXPECT_EQ(list[list.first()], 3);
   EXPECT_EQ(list[list.last()], 1);
-  EXPECT_EQ(failureText([&] { list.next(nullptr); }), "Failed precondition: Place != NULL");
-  EXPECT_EQ(failureText([&] { list.remove(nullptr); }), "Failed precondition: Item != NULL");
-  EXPECT_EQ(failureText([&] { list.exchange(nullptr, list.first()); }),
-            "Failed precondition: Place1 != NULL && Place2 != NULL");
   COLlist<int> copy = list;
   list.clear();
   EXPECT_EQ(copy.size(), 2u);
-  EXPECT_EQ(list.first(), nullptr);
 }
 
-TEST(COLlookupList, DuplicateKeyKeepsOldValue) {
-  COLlookupList<COLstring, int> table;
-  ASSERT_NE(table.addItem("MSH", 1), nullptr);
-  EXPECT_EQ(table.addItem("MSH", 2), nullptr);
-  EXPECT_EQ(table.size(), 1u);
-  ASSERT_NE(table.findItem("MSH"), nullptr);
-  EXPECT_EQ(table.findItem("MSH")->value(), 1);
-  EXPECT_EQ(table.findItem("PID"), nullptr);
-  EXPECT_TRUE(table.removeItem("MSH"));
-  EXPECT_FALSE(table.removeItem("MSH"));
-  EXPECT_TRUE(table.empty());
-}
+TEST(COLlookupList, FindsEverythingThroughGrowthAndRemoval) {
+  COLlookupList<COLstring, int> named;
+  ASSERT_NE(named.addItem("MSH", 1), nullptr);
+  EXPECT_EQ(named.addItem("MSH", 2), nullptr);  // the first value stays
+  EXPECT_EQ(named.findItem("MSH")->value(), 1);
+  EXPECT_TRUE(named.removeItem("MSH"));
+  EXPECT_FALSE(named.removeItem("MSH"));
 
-TEST(COLlookupList, GrowsThroughPrimeTableAndIteratesEverything) {
   COLlookupList<int, int> table;
-  EXPECT_EQ(table.countOfBucket(), 2u);
   for (int i = 0; i < 1000; ++i) ASSERT_NE(table.addItem(i, i * 2), nullptr);
-  const std::set<size_t> primes{2, 5, 11, 17, 29, 47, 71, 107, 163, 251, 379, 569, 857, 1289};
-  EXPECT_TRUE(primes.count(table.countOfBucket())) << table.countOfBucket();
   EXPECT_GT(table.countOfBucket(), 2u);
-  size_t total = 0;
-  for (size_t b = 0; b < table.countOfBucket(); ++b) total += table.countOfBucketItem(b);
-  EXPECT_EQ(total, 1000u);
   std::map<int, int> forward, backward;
   for (auto n = table.first(); n; n = table.next(n)) forward[n->key()] = n->value();
   for (auto n = table.last(); n; n = table.previous(n)) backward[n->key()] = n->value();
@@ -250,51 +150,9 @@ TEST(COLlookupList, GrowsThroughPrimeTableAndIteratesEverything) {
   EXPECT_EQ(table.findItem(4), nullptr);
 }
 
-// Growth needs both a chain of four passed nodes and a table holding as many items as buckets.
-struct ConstantHash {
-  uint32_t operator()(int) const { return 7; }
-};
-struct IdentityHash {
-  uint32_t operator()(int key) const { return static_cast<uint32_t>(key); }
-};
-
-TEST(COLlookupList, GrowsOnlyWithLongChainAndFullTable) {
-  COLlookupList<int, int, IdentityHash> spread;
-  for (int i = 0; i < 8; ++i) spread.addItem(i, i);
-  EXPECT_EQ(spread.countOfBucket(), 2u);  // full long ago, but no chain reached four
-  spread.addItem(8, 8);                   // passes 0, 2, 4, 6
-  EXPECT_EQ(spread.countOfBucket(), 5u);
-
-  COLlookupList<int, int, ConstantHash> chained;
-  std::vector<size_t> buckets;
-  for (int i = 1; i <= 12; ++i) {
-    chained.addItem(i, i);
-    buckets.push_back(chained.countOfBucket());
-  }
-  // One long chain: growth waits each time until the table is full.
-  EXPECT_EQ(buckets, (std::vector<size_t>{2, 2, 2, 2, 5, 11, 11, 11, 11, 11, 11, 17}));
-  for (int i = 1; i <= 12; ++i) EXPECT_EQ(chained.findItem(i)->value(), i);
-}
-
-TEST(COLhash, StringHashes) {
-  EXPECT_EQ(COLlookupHash<COLstring>::defaultHash(""), 0u);
-  // "ABCD" as one big-endian word, rotated right by (sum of bytes % 31) + 1.
-  const uint32_t word = 0x41424344;
-  const int rotate = (0x41 + 0x42 + 0x43 + 0x44) % 31 + 1;
-  EXPECT_EQ(COLlookupHash<COLstring>::defaultHash("ABCD"), std::rotr(word, rotate));
-  // A tail byte is added and rotated by (byte + index) % 31 + 1.
-  EXPECT_EQ(COLlookupHash<COLstring>::defaultHash("A"), std::rotr(uint32_t(0x41), (0x41 + 0) % 31 + 1));
+TEST(COLhash, StringHashesDependOnOrder) {
   EXPECT_NE(COLlookupHash<COLstring>::defaultHash("abc"), COLlookupHash<COLstring>::defaultHash("acb"));
-
-  COLhashFunc<COLstring> hash;
-  EXPECT_EQ(hash(""), 123432u);
-  EXPECT_EQ(hash("x"), 123432u);
-  // last 'd', second last 'c', second 'b', first 'a'
-  EXPECT_EQ(hash("abcd"), (uint32_t('d') << 24) + (uint32_t('c') << 16) + (uint32_t('b') << 8) + uint32_t('a'));
-  EXPECT_EQ(COLhashFuncCOLint64(0x0000000100000002LL), 3u);
-  int x = 0;
-  EXPECT_EQ(COLhashFunc<int*>()(&x), static_cast<uint32_t>(reinterpret_cast<uintptr_t>(&x)));
-  EXPECT_EQ(COLlookupHash<uint16_t>::defaultHash(0x0102), ((0x02u << 5) ^ 0x01u));  // little-endian bytes
+  EXPECT_NE(COLhashFunc<COLstring>()("abcd"), COLhashFunc<COLstring>()("dcba"));
 }
 
 TEST(COLsortedList, OrderDuplicatesAndNearest) {
@@ -316,18 +174,15 @@ TEST(COLsortedList, OrderDuplicatesAndNearest) {
   EXPECT_FALSE(list.findBelowItem(1));
   EXPECT_EQ(list.findAboveItem(5).key(), 7);
   EXPECT_FALSE(list.findAboveItem(9));
-  EXPECT_EQ(list.previous(list.last()).key(), 7);
   EXPECT_TRUE(list.removeItem(5));
   EXPECT_EQ(list.findItem(5).value(), "five again");
-  EXPECT_EQ(failureText([&] { list.next({}); }), "Failed precondition: Place != NULL");
 }
 
-TEST(COLrefHashTable, InsertionOrderAndDefaults) {
+TEST(COLrefHashTable, KeepsInsertionOrderThroughGrowth) {
   COLrefHashTable<COLstring, int> table(2);
   const char* names[] = {"zeta", "alpha", "mid", "beta", "omega", "x", "yy"};
   for (int i = 0; i < 7; ++i) table.insert(names[i], i);
   table.insert("alpha", 100);  // overwrites in place, keeps its position
-  EXPECT_EQ(table.size(), 7u);
   EXPECT_GT(table.countOfBucket(), 2u);
   COLrefHashTableIterator<COLstring, int> it(table);
   std::vector<std::string> order;
@@ -339,34 +194,21 @@ TEST(COLrefHashTable, InsertionOrderAndDefaults) {
   EXPECT_EQ(table.size(), 8u);
   EXPECT_TRUE(table.remove("mid"));
   EXPECT_FALSE(table.contains("mid"));
-  it.reset();
-  COLstring key;
-  int value = 0;
-  ASSERT_TRUE(it.iterateNext(key, value));
-  ASSERT_TRUE(it.iterateNext(key, value));
-  ASSERT_TRUE(it.iterateNext(key, value));
-  EXPECT_EQ(key, "beta");
 }
 
-TEST(COLtrackable, TrackersHearOfDestruction) {
+TEST(COLtrackable, TrackersHearOfDestructionOnce) {
   struct Tracker : COLtracker {
     int calls = 0;
-    COLtrackable* last = nullptr;
-    void trackableDestroyed(COLtrackable* object) override {
-      ++calls;
-      last = object;
-    }
+    void trackableDestroyed(COLtrackable*) override { ++calls; }
   };
   Tracker a, b;
   COLtrackable* object = new COLtrackable;
   object->addTracker(&a);
   object->addTracker(&a);
   object->addTracker(&b);
-  EXPECT_EQ(object->countOfTracker(), 2u);
   object->removeTracker(&b);
   delete object;
   EXPECT_EQ(a.calls, 1);
-  EXPECT_EQ(a.last, object);
   EXPECT_EQ(b.calls, 0);
 }
 

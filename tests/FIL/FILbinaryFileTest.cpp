@@ -16,13 +16,7 @@ namespace {
 class FILbinaryFileTest : public FILtestDirectory, public ::testing::WithParamInterface<FILtype> {};
 
 COLerror openError(const std::string& path, FILmode mode, FILtype type) {
-  try {
-    FILbinaryFile file(path.c_str(), mode, type);
-  } catch (const COLerror& error) {
-    return error;
-  }
-  ADD_FAILURE() << "opening " << path << " did not fail";
-  return COLerror("", 0);
+  return TSTraised([&] { FILbinaryFile file(path.c_str(), mode, type); });
 }
 
 }  // namespace

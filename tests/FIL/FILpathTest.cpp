@@ -12,12 +12,7 @@
 namespace {
 
 COLstring raisedText(void (*action)(FILfilePath&), FILfilePath& path) {
-  try {
-    action(path);
-  } catch (const COLerror& error) {
-    return error.description();
-  }
-  return "no error";
+  return TSTerrorText([&] { action(path); });
 }
 
 }  // namespace

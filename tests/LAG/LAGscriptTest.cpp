@@ -5,7 +5,7 @@
 
 #include <vector>
 
-#include "../QVM/QVMtableTestSupport.h"
+#include "../support/TSTtableDefinition.h"
 #include "LAGexecute.h"
 #include "LANengine.h"
 #include "LANfunction.h"
@@ -260,7 +260,7 @@ TEST_F(LAGfieldTest, FaultsOfFieldScriptsAreNamedAndChangeNothing) {
 class LAGtableTest : public LAGscriptTest {
 protected:
   void SetUp() override {
-    Made = QVMbuildTableDefinition(Engine);
+    Made = TSTbuildTableDefinition(Engine);
     Patient.makeEmptyTable(Made.patient);
     for (const char* Name : {"a", "b", "c"}) {
       const unsigned Row = Patient.addRow();
@@ -282,7 +282,7 @@ protected:
     return "";
   }
 
-  QVMtableTestDefinition Made;
+  TSTtableDefinition Made;
   QVMtableInternal Patient;
 };
 

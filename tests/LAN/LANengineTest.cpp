@@ -14,6 +14,8 @@
 
 #include "LANengine.h"
 
+#include "../support/TSTraised.h"
+
 namespace {
 
 // An engine set up as the definition model does it: init and redirected output.
@@ -40,13 +42,7 @@ struct ScriptEngine {
 };
 
 COLerror errorOf(LANengine& engine, const char* code) {
-  try {
-    engine.runString(code);
-  } catch (COLerror& error) {
-    return error;
-  }
-  ADD_FAILURE() << "no error from: " << code;
-  return COLerror("", 0);
+  return TSTraised([&] { engine.runString(code); });
 }
 
 // A module of a layer above, added the way such layers add theirs: from a static initialiser.

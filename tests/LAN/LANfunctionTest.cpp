@@ -9,6 +9,8 @@
 #include "LANengine.h"
 #include "LANfunction.h"
 
+#include "../support/TSTraised.h"
+
 namespace {
 
 COLreferencePtr<LANengine> readyEngine() {
@@ -71,13 +73,9 @@ TEST(LANfunction, SyntaxErrorIsKeptWithItsLine) {
   const COLstring& text = function.compileErrorDescription();
   EXPECT_NE(text.find("SyntaxError"), COLstring::npos) << text;
   EXPECT_NE(text.find("\"<stdout>\", line 2\r\n"), COLstring::npos) << text;
-  try {
-    function.execute();
-    FAIL() << "an invalid function ran";
-  } catch (COLerror& error) {
-    EXPECT_EQ(error.description(), text);
-    EXPECT_EQ(error.parameter("line"), "2");
-  }
+  COLerror error = TSTraised([&] { function.execute(); });
+  EXPECT_EQ(error.description(), text);
+  EXPECT_EQ(error.parameter("line"), "2");
   // Fixing the text makes it valid again.
   function.setCode("a = 1\nif a:\n   b = 2\n");
   EXPECT_TRUE(function.isSet());

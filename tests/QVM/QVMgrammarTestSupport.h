@@ -3,37 +3,10 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
-
 #include "COLerror.h"
 #include "COLostream.h"
 #include "COLstring.h"
 #include "QVMsegmentGrammar.h"
-
-// Runs `action` and checks that it raises exactly this text with this code.
-inline void QVMexpectError(const std::function<void()>& action, const char* text, uint32_t code = 0x80000100) {
-  try {
-    action();
-    ADD_FAILURE() << "no error raised, expected: " << text;
-  } catch (const COLerror& error) {
-    EXPECT_EQ(std::string(error.description().c_str()), std::string(text));
-    EXPECT_EQ(error.code(), code);
-  }
-}
-
-// The text and code of what `action` raises, as "text|code", or "no error".
-inline std::string QVMfailureText(const std::function<void()>& action) {
-  try {
-    action();
-  } catch (const COLerror& error) {
-    return error.description().str() + "|" + std::to_string(error.code());
-  }
-  return "no error";
-}
-
-inline void QVMexpectPrecondition(const std::function<void()>& action, const char* expression) {
-  QVMexpectError(action, (COLstring("Failed precondition: ") + expression).c_str());
-}
 
 template <class T>
 COLstring QVMprinted(const T& value) {

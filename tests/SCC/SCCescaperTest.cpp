@@ -26,15 +26,11 @@ std::string escape(const SCCescaper& escaper, const std::string& text) {
   return Result.str();
 }
 
-// The text of the error that strict unescaping raises, or "" when it raises none.
+// The text of the error that strict unescaping raises.
 std::string errorOf(const SCCescaper& escaper, const std::string& text) {
-  try {
-    unescape(escaper, text, true);
-  } catch (const COLerror& Error) {
-    EXPECT_EQ(Error.code(), 0x80000100u);
-    return Error.description().str();
-  }
-  return "";
+  const COLerror Error = TSTraised([&] { unescape(escaper, text, true); });
+  EXPECT_EQ(Error.code(), 0x80000100u);
+  return Error.description().str();
 }
 
 }  // namespace

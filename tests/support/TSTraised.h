@@ -1,8 +1,10 @@
-// What an action raised, so that a test checks the text and code of a refusal in one line.
+// What an action raised, so that a test checks the text and code of a refusal in one line:
+//   EXPECT_EQ(TSTraised(action), COLerror(text, code));  or  EXPECT_EQ(TSTerrorText(action), text);
 #pragma once
 
 #include <gtest/gtest.h>
 
+#include <ostream>
 #include <string>
 
 #include "COLerror.h"
@@ -28,4 +30,9 @@ std::string TSTerrorText(Action&& action) {
     return error.description().str();
   }
   return "no error";
+}
+
+// A failed comparison of two errors shows code and text rather than bytes.
+inline void PrintTo(const COLerror& error, std::ostream* out) {
+  *out << "0x" << std::hex << error.code() << std::dec << " \"" << error.description().str() << "\"";
 }

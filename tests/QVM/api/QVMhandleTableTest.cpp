@@ -9,7 +9,7 @@
 #include "QVMhandleSupport.h"
 #include "QVMhandleTestSupport.h"
 #include "QVMtable.h"
-#include "QVMtableTestSupport.h"
+#include "../../support/TSTtableDefinition.h"
 
 namespace {
 
@@ -17,7 +17,7 @@ class QVMhandleTableFamily : public ::testing::Test {
 protected:
   void SetUp() override {
     ASSERT_EQ(_QVMengineCreate(&engine), nullptr);
-    definition = QVMbuildTableDefinition(QVMhandleEngine(engine));
+    definition = TSTbuildTableDefinition(QVMhandleEngine(engine));
     EXPECT_HANDLE_OK(_QVMengineCreateEmptyMessageTable(engine, definition.messageIndex, &table));
   }
   void TearDown() override {
@@ -27,7 +27,7 @@ protected:
 
   void* engine = nullptr;
   void* table = nullptr;
-  QVMtableTestDefinition definition;
+  TSTtableDefinition definition;
 };
 
 }  // namespace
@@ -142,7 +142,7 @@ TEST_F(QVMhandleTableFamily, FailuresComeBackAsErrorHandles) {
 TEST(QVMhandleTable, TablesOutliveTheEngineHandle) {
   void* engine = nullptr;
   ASSERT_EQ(_QVMengineCreate(&engine), nullptr);
-  const QVMtableTestDefinition definition = QVMbuildTableDefinition(QVMhandleEngine(engine));
+  const TSTtableDefinition definition = TSTbuildTableDefinition(QVMhandleEngine(engine));
   void* table = nullptr;
   EXPECT_HANDLE_OK(_QVMengineCreateEmptyMessageTable(engine, definition.messageIndex, &table));
   EXPECT_HANDLE_OK(_QVMengineRelease(engine));

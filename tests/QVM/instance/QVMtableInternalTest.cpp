@@ -5,14 +5,16 @@
 #include "COLostream.h"
 #include "QVMgrammarTestSupport.h"
 #include "QVMtableInternal.h"
-#include "QVMtableTestSupport.h"
+#include "../../support/TSTtableDefinition.h"
+
+#include "../../support/TSTraised.h"
 
 namespace {
 
 class QVMtableInternalTest : public ::testing::Test {
 protected:
   void SetUp() override {
-    definition = QVMbuildTableDefinition(engine);
+    definition = TSTbuildTableDefinition(engine);
     patient.makeEmptyTable(definition.patient);
   }
 
@@ -26,7 +28,7 @@ protected:
   }
 
   QVMengineInternal engine;
-  QVMtableTestDefinition definition;
+  TSTtableDefinition definition;
   QVMtableInternal patient;
 };
 
@@ -114,32 +116,40 @@ TEST_F(QVMtableInternalTest, ValuesOverwriteInPlaceOrReplaceTheItem) {
 TEST_F(QVMtableInternalTest, TypeChecksNameColumnTableAndBothTypes) {
   patient.addRow();
   patient.setInteger(kAge, 0, 42);
-  QVMexpectError([&] { patient.getString(kAge, 0); }, typeCheckText("1(age)", "String", "Integer").c_str(),
-                 0x80000801);
-  QVMexpectError([&] { patient.setDouble(kName, 0, 1.0); }, typeCheckText("0(name)", "Double", "String").c_str(),
-                 0x80000801);
-  QVMexpectError([&] { patient.getDateTime(kKind, 0); },
-                 typeCheckText("4(kind)", "DateTime", "Enumeration").c_str(), 0x80000801);
+  EXPECT_EQ(TSTraised([&] { patient.getString(kAge, 0); }),
+            COLerror(typeCheckText("1(age)", "String", "Integer"), COL_ERROR_COLUMN_TYPE));
+  EXPECT_EQ(TSTraised([&] { patient.setDouble(kName, 0, 1.0); }),
+            COLerror(typeCheckText("0(name)", "Double", "String"), COL_ERROR_COLUMN_TYPE));
+  EXPECT_EQ(TSTraised([&] { patient.getDateTime(kKind, 0); }),
+            COLerror(typeCheckText("4(kind)", "DateTime", "Enumeration"), COL_ERROR_COLUMN_TYPE));
   EXPECT_EQ(patient.getStringValue(kAge, 0), "42");
 }
 
 TEST(QVMtableItem, ReadsInAForeignTypeNameTheItemAndItsValue) {
   QVMtableInternalStringItem text("abc");
-  QVMexpectError([&] { text.valueAsInteger(); }, "Trying to access string 'abc' as an integer");
-  QVMexpectError([&] { text.valueAsDouble(); }, "Trying to access string 'abc' as a double");
-  QVMexpectError([&] { text.valueAsDateTime(); }, "Trying to access string 'abc' as a datetime");
+  EXPECT_EQ(TSTraised([&] { text.valueAsInteger(); }),
+            COLerror("Trying to access string 'abc' as an integer", COL_ERROR_PRECONDITION));
+  EXPECT_EQ(TSTraised([&] { text.valueAsDouble(); }),
+            COLerror("Trying to access string 'abc' as a double", COL_ERROR_PRECONDITION));
+  EXPECT_EQ(TSTraised([&] { text.valueAsDateTime(); }),
+            COLerror("Trying to access string 'abc' as a datetime", COL_ERROR_PRECONDITION));
   QVMtableInternalIntegerItem number(5);
-  QVMexpectError([&] { number.valueAsString(); }, "Trying to access integer '5' as a string");
-  QVMexpectError([&] { number.valueAsDouble(); }, "Trying to access integer '5' as a double");
+  EXPECT_EQ(TSTraised([&] { number.valueAsString(); }),
+            COLerror("Trying to access integer '5' as a string", COL_ERROR_PRECONDITION));
+  EXPECT_EQ(TSTraised([&] { number.valueAsDouble(); }),
+            COLerror("Trying to access integer '5' as a double", COL_ERROR_PRECONDITION));
   QVMtableInternalDoubleItem real(2.5);
-  QVMexpectError([&] { real.valueAsInteger(); }, "Trying to access double '2.500000' as an integer");
+  EXPECT_EQ(TSTraised([&] { real.valueAsInteger(); }),
+            COLerror("Trying to access double '2.500000' as an integer", COL_ERROR_PRECONDITION));
   QVMtableInternalDateTimeItem when;
   when.setValue(COLdateTime(2001, 2, 3, 0, 0, 0));
-  QVMexpectError([&] { when.valueAsString(); },
-                 ("Trying to access datetime '" + QVMprinted(COLdateTime(2001, 2, 3, 0, 0, 0)).str() +
-                  "' as an string").c_str());
-  QVMexpectError([&] { when.valueAsInteger(); },
-                 ("Trying to access datetime '" + when.getStringValue().str() + "' as an integer").c_str());
+  EXPECT_EQ(
+      TSTraised([&] { when.valueAsString(); }),
+      COLerror(("Trying to access datetime '" + QVMprinted(COLdateTime(2001, 2, 3, 0, 0, 0)).str() + "' as an string"),
+               COL_ERROR_PRECONDITION));
+  EXPECT_EQ(TSTraised([&] { when.valueAsInteger(); }),
+            COLerror(("Trying to access datetime '" + when.getStringValue().str() + "' as an integer"),
+                     COL_ERROR_PRECONDITION));
   // Empty and explicit-null text read as numbers give 0, as date-times their own object.
   QVMtableInternalStringItem empty, explicitNull("\"\"");
   EXPECT_EQ(empty.valueAsInteger(), 0);
@@ -184,37 +194,41 @@ TEST_F(QVMtableInternalTest, DateTimeCellsFollowTheirObjectChangedInPlace) {
   COLdateTime unknown;
   unknown.setStatus(static_cast<COLdateTime::DateTimeStatus>(7));
   born = unknown;
-  QVMexpectError([&] { patient.state(kBorn, 0); }, "Unknown status for QVMdateTimeInternal : 7");
+  EXPECT_EQ(TSTraised([&] { patient.state(kBorn, 0); }),
+            COLerror("Unknown status for QVMdateTimeInternal : 7", COL_ERROR_PRECONDITION));
 }
 
 TEST_F(QVMtableInternalTest, BoundaryTextsSayWhatRangeIsValid) {
   const char zero[] =
       "Boundary error accessing row index of '0 of column name of Patient.  There are zero rows in the table.  You "
       "either need to check the number of rows in the table or use an Add method to add rows to the table.";
-  QVMexpectError([&] { patient.state(kName, 0); }, zero, 0x80002000);
+  EXPECT_EQ(TSTraised([&] { patient.state(kName, 0); }), COLerror(zero, COL_ERROR_OUT_OF_BOUNDS));
   patient.addRow();
-  QVMexpectError([&] { patient.setInteger(kAge, 1, 3); },
-                 "Boundary error accessing row index of '1 of column age of Patient.  There is only one valid row in "
-                 "the table so the index should be zero.",
-                 0x80002000);
+  EXPECT_EQ(
+      TSTraised([&] { patient.setInteger(kAge, 1, 3); }),
+      COLerror("Boundary error accessing row index of '1 of column age of Patient.  There is only one valid row in "
+               "the table so the index should be zero.",
+               COL_ERROR_OUT_OF_BOUNDS));
   patient.addRow();
   patient.addRow();
-  QVMexpectError([&] { patient.getDouble(kWeight, 3); },
-                 "Boundary error accessing row index of '3 of column weight of Patient.  ' the row index  should be "
-                 "from 0 to 2",
-                 0x80002000);
-  QVMexpectError([&] { patient.getStringValue(5, 0); },
-                 "Invalid column index 5 accessed. The actual range of Columns is from 0 to 4 for the Patient table.",
-                 0x80002000);
+  EXPECT_EQ(
+      TSTraised([&] { patient.getDouble(kWeight, 3); }),
+      COLerror("Boundary error accessing row index of '3 of column weight of Patient.  ' the row index  should be "
+               "from 0 to 2",
+               COL_ERROR_OUT_OF_BOUNDS));
+  EXPECT_EQ(
+      TSTraised([&] { patient.getStringValue(5, 0); }),
+      COLerror("Invalid column index 5 accessed. The actual range of Columns is from 0 to 4 for the Patient table.",
+               COL_ERROR_OUT_OF_BOUNDS));
   // Nothing changed on the way to a refusal.
   EXPECT_EQ(patient.countOfRow(), 3u);
-  QVMexpectError([&] { patient.checkIfEmpty(); }, "The table contains data.  It must be empty to alter the structure.",
-                 0x80000400);
+  EXPECT_EQ(TSTraised([&] { patient.checkIfEmpty(); }),
+            COLerror("The table contains data.  It must be empty to alter the structure.", COL_ERROR_TABLE_NOT_EMPTY));
 }
 
 TEST_F(QVMtableInternalTest, GroupRowsCarryOneEmptySubTablePerSubGrammar) {
   QVMtableInternal message;
-  QVMexpectPrecondition([&] { message.addRow(); }, "pMember->pTableGrammar != NULL");
+  EXPECT_EQ(TSTerrorText([&] { message.addRow(); }), "Failed precondition: pMember->pTableGrammar != NULL");
   message.makeEmptyTable(definition.root);
   message.checkIfEmpty();
   EXPECT_FALSE(message.isNode());
@@ -235,11 +249,12 @@ TEST_F(QVMtableInternalTest, GroupRowsCarryOneEmptySubTablePerSubGrammar) {
   EXPECT_EQ(message.subTableNameToIndex("Patient"), 0u);
   EXPECT_EQ(message.subTableNameToIndex("Nothing"), 0xFFFFFFFFu);
 
-  QVMexpectError([&] { message.subTable(1, 0); },
-                 "Boundary error accessing sub table 'ADT' index 1 should be less than 1", 0x80002000);
-  QVMexpectError([&] { message.subTable(0, 2); },
-                 "Invalid table index 2 accessed. The actual range should be less than 2 for the ADT table.",
-                 0x80002000);
+  EXPECT_EQ(
+      TSTraised([&] { message.subTable(1, 0); }),
+      COLerror("Boundary error accessing sub table 'ADT' index 1 should be less than 1", COL_ERROR_OUT_OF_BOUNDS));
+  EXPECT_EQ(TSTraised([&] { message.subTable(0, 2); }),
+            COLerror("Invalid table index 2 accessed. The actual range should be less than 2 for the ADT table.",
+                     COL_ERROR_OUT_OF_BOUNDS));
 
   // Rows come and go with their sub-tables; other rows keep theirs.
   message.addRow();
@@ -248,8 +263,8 @@ TEST_F(QVMtableInternalTest, GroupRowsCarryOneEmptySubTablePerSubGrammar) {
   message.removeRow(0);
   EXPECT_EQ(message.countOfRow(), 1u);
   EXPECT_EQ(message.subTable(0, 0).getString(kName, 0), "second");
-  QVMexpectError([&] { message.removeRow(1); }, "Boundary error accessing row 1 of the ADT table: it has 1 rows.",
-                 0x80002000);
+  EXPECT_EQ(TSTraised([&] { message.removeRow(1); }),
+            COLerror("Boundary error accessing row 1 of the ADT table: it has 1 rows.", COL_ERROR_OUT_OF_BOUNDS));
   message.clear();
   EXPECT_EQ(message.tableGrammar(), nullptr);
   EXPECT_EQ(message.countOfRow(), 0u);

@@ -8,25 +8,30 @@
 #include "QVMmessageNodeAddress.h"
 #include "QVMtypedMessageTree.h"
 
+#include "../../support/TSTraised.h"
+
 TEST(QVMtypedMessageTree, ValuesAreStrictlyTypedButAllPrintAsText) {
   COLreferencePtr<QVMtypedMessageTree> leaf = new QVMtypedMessageTree;
   EXPECT_TRUE(leaf->isNull());
   EXPECT_EQ(leaf->dataType(), QVMintegerType);
   EXPECT_EQ(leaf->dataPresent(), 2u);
-  QVMexpectPrecondition([&] { leaf->getIntegerValue(); }, "pMember->IsNull == false");
+  EXPECT_EQ(TSTerrorText([&] { leaf->getIntegerValue(); }), "Failed precondition: pMember->IsNull == false");
   leaf->setStringValue("12");
   EXPECT_EQ(leaf->getStringValue(), "12");
-  QVMexpectPrecondition([&] { leaf->getIntegerValue(); }, "pMember->pType->type() == QVMintegerType");
+  EXPECT_EQ(TSTerrorText([&] { leaf->getIntegerValue(); }),
+            "Failed precondition: pMember->pType->type() == QVMintegerType");
   leaf->setIntegerValue(-3);
   EXPECT_EQ(leaf->getAsStringValue(), "-3");
-  QVMexpectPrecondition([&] { leaf->getStringValue(); }, "pMember->pType->type() == QVMstringType");
+  EXPECT_EQ(TSTerrorText([&] { leaf->getStringValue(); }),
+            "Failed precondition: pMember->pType->type() == QVMstringType");
   leaf->setDoubleValue(0.5);
   EXPECT_EQ(leaf->getDoubleValue(), 0.5);
   EXPECT_EQ(leaf->getAsStringValue(), "0.500000");
   leaf->setDateTimeValue(COLdateTime(2010, 7, 8, 9, 10, 11));
   EXPECT_EQ(leaf->getDateTimeValue().minute(), 10);
   EXPECT_EQ(leaf->getAsStringValue(), QVMprinted(COLdateTime(2010, 7, 8, 9, 10, 11)));
-  QVMexpectPrecondition([&] { leaf->getDoubleValue(); }, "pMember->pType->type() == QVMdoubleType");
+  EXPECT_EQ(TSTerrorText([&] { leaf->getDoubleValue(); }),
+            "Failed precondition: pMember->pType->type() == QVMdoubleType");
   leaf->setStringValue("");
   EXPECT_FALSE(leaf->isNull());
   EXPECT_EQ(leaf->getStringValue(), "");
@@ -36,7 +41,7 @@ TEST(QVMtypedMessageTree, ValuesAreStrictlyTypedButAllPrintAsText) {
 
 TEST(QVMtypedMessageTree, OnlyMakeNodeUpToGrowsAndMarksTheNodeNonNull) {
   COLreferencePtr<QVMtypedMessageTree> root = new QVMtypedMessageTree;
-  QVMexpectPrecondition([&] { root->node(0, 0); }, "SubNodeIndex < countOfSubNode()");
+  EXPECT_EQ(TSTerrorText([&] { root->node(0, 0); }), "Failed precondition: SubNodeIndex < countOfSubNode()");
   QVMtypedMessageTree* repeat = root->makeNodeUpTo(2, 2);
   EXPECT_FALSE(root->isNull());
   EXPECT_EQ(root->countOfSubNode(), 3u);
@@ -44,7 +49,8 @@ TEST(QVMtypedMessageTree, OnlyMakeNodeUpToGrowsAndMarksTheNodeNonNull) {
   EXPECT_EQ(root->node(2, 2), repeat);
   EXPECT_EQ(repeat->parent(), root.get());
   EXPECT_EQ(root->node(0, 0)->parent(), root.get());
-  QVMexpectPrecondition([&] { root->node(2, 3); }, "RepeatIndex < pMember->subNode()[SubNodeIndex]->countOfRepeat()");
+  EXPECT_EQ(TSTerrorText([&] { root->node(2, 3); }),
+            "Failed precondition: RepeatIndex < pMember->subNode()[SubNodeIndex]->countOfRepeat()");
 
   QVMtypedMessageTree* added = root->addNode();
   EXPECT_EQ(root->countOfSubNode(), 4u);
@@ -55,11 +61,13 @@ TEST(QVMtypedMessageTree, OnlyMakeNodeUpToGrowsAndMarksTheNodeNonNull) {
   EXPECT_EQ(field->getRepeatedNode(2)->parent(), root.get());
   field->removeLastRepeat();
   EXPECT_EQ(field->countOfRepeat(), 2u);
-  QVMexpectPrecondition([&] { field->getRepeatedNode(2); }, "NodeIndex <= pMember->repeatNode().size()");
+  EXPECT_EQ(TSTerrorText([&] { field->getRepeatedNode(2); }),
+            "Failed precondition: NodeIndex <= pMember->repeatNode().size()");
 
   // A null node with sub-nodes breaks the invariant.
   root->setNull();
-  QVMexpectPrecondition([&] { root->isNull(); }, "!(pMember->IsNull == true && countOfSubNode() > 0)");
+  EXPECT_EQ(TSTerrorText([&] { root->isNull(); }),
+            "Failed precondition: !(pMember->IsNull == true && countOfSubNode() > 0)");
 }
 
 TEST(QVMtypedMessageTree, PresentMarksEmptinessAndReuse) {
@@ -108,6 +116,6 @@ TEST(QVMtypedMessageTree, AddressWalksGrowOrStopAtTheEdge) {
   EXPECT_EQ(QVMmessageNodeAddressGetSubNode(address, constant, 0), made);
   address.setNodeAndRepeatIndex(2, 1, 0);
   EXPECT_EQ(QVMmessageNodeAddressGetSubNode(address, constant, 0), nullptr);
-  QVMexpectPrecondition([&] { QVMmessageNodeAddressGetSubNode(address, constant, 4); },
-                        "Level <= NodeAddress.depth()");
+  EXPECT_EQ(TSTerrorText([&] { QVMmessageNodeAddressGetSubNode(address, constant, 4); }),
+            "Failed precondition: Level <= NodeAddress.depth()");
 }

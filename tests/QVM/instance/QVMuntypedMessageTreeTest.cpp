@@ -14,6 +14,8 @@
 #include "QVMuntypedMessageTree.h"
 #include "SCCescaper.h"
 
+#include "../../support/TSTraised.h"
+
 namespace {
 
 std::vector<std::string> split(const std::string& text, char separator) {
@@ -108,16 +110,18 @@ TEST(QVMuntypedMessageTree, GrowsOnDemandAndReusesClearedNodes) {
   EXPECT_EQ(QVMuntypedMessageTree::totalNodeCount(), live);  // nothing new was made
 
   const QVMuntypedMessageTree& constant = *tree;
-  QVMexpectPrecondition([&] { constant.node(6, 0); }, "SubNodeIndex < pMember->subNode().size()");
-  QVMexpectPrecondition([&] { constant.node(5, 1); },
-                        "RepeatNodeIndex <= pMember->subNode()[SubNodeIndex]->pMember->repeatNode().size()");
+  EXPECT_EQ(TSTerrorText([&] { constant.node(6, 0); }),
+            "Failed precondition: SubNodeIndex < pMember->subNode().size()");
+  EXPECT_EQ(TSTerrorText([&] { constant.node(5, 1); }),
+            "Failed precondition: RepeatNodeIndex <= pMember->subNode()[SubNodeIndex]->pMember->repeatNode().size()");
   tree->fullClear();
   EXPECT_LT(QVMuntypedMessageTree::totalNodeCount(), live);
 }
 
 TEST(QVMuntypedMessageTree, RepeatCountsAndNullAgainstEmpty) {
   COLreferencePtr<QVMuntypedMessageTree> field = new QVMuntypedMessageTree;
-  QVMexpectError([&] { field->setCountOfRepeat(0); }, "Every field has a minimum on one repeat.");
+  EXPECT_EQ(TSTraised([&] { field->setCountOfRepeat(0); }),
+            COLerror("Every field has a minimum on one repeat.", COL_ERROR_PRECONDITION));
   field->setCountOfRepeat(3);
   EXPECT_EQ(field->countOfRepeat(), 3u);
   EXPECT_TRUE(field->getRepeatedNode(1)->isNull());
@@ -130,7 +134,7 @@ TEST(QVMuntypedMessageTree, RepeatCountsAndNullAgainstEmpty) {
   EXPECT_FALSE(field->isNull());
   EXPECT_STREQ(field->getValue(), "");
   field->setNull();
-  QVMexpectPrecondition([&] { field->getValue(); }, "!isNull()");
+  EXPECT_EQ(TSTerrorText([&] { field->getValue(); }), "Failed precondition: !isNull()");
   EXPECT_STREQ(field->getFirstValue(), "");
 
   // A value set by pointer is not copied.
@@ -150,8 +154,8 @@ TEST(QVMuntypedMessageTree, LabelItemsErrorsAndTheFirstNodeWithErrors) {
   COLreferencePtr<QVMuntypedMessageTree> root = new QVMuntypedMessageTree;
   EXPECT_EQ(root->getBuffer(), nullptr);
   EXPECT_EQ(root->getLabel(), "");
-  QVMexpectError([&] { root->errorCode(0); }, "Node ErrorIndex", 0x80000500);
-  QVMexpectPrecondition([&] { root->setBuffer(nullptr); }, "pBuffer != NULL");
+  EXPECT_EQ(TSTraised([&] { root->errorCode(0); }), COLerror("Node ErrorIndex", COL_ERROR_RESOURCE));
+  EXPECT_EQ(TSTerrorText([&] { root->setBuffer(nullptr); }), "Failed precondition: pBuffer != NULL");
 
   auto* buffer = new COLbuffer("MSH|x\r");
   root->node(0, 0)->setValue(buffer->data());
@@ -217,8 +221,10 @@ TEST(QVMuntypedMessageTree, AddressWalksReachSimpleFieldsAndStopAtTheEdge) {
   EXPECT_EQ(value, "b");
   EXPECT_EQ(QVMmessageNodeAddressGetSubNode(address({{0, 0}, {2, 2}}), tree, 0), nullptr);
   EXPECT_EQ(QVMmessageNodeAddressGetSubNode(address({{4, 0}}), tree, 0), nullptr);
-  QVMexpectPrecondition([&] { QVMmessageNodeAddressGetSubNode(address({{0, 0}}), tree, 2); },
-                        "Level <= NodeAddress.depth()");
+  EXPECT_EQ(TSTerrorText([&] {
+              QVMmessageNodeAddressGetSubNode(address({{0, 0}}), tree, 2);
+            }),
+            "Failed precondition: Level <= NodeAddress.depth()");
   // The growing walk always arrives, making what is missing.
   QVMuntypedMessageTree* made = QVMmessageNodeAddressGetSubNode(address({{0, 0}, {6, 2}}), *root, 0);
   EXPECT_TRUE(made->isNull());

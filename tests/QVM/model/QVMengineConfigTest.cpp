@@ -7,6 +7,8 @@
 #include "QVMengineInternal.h"
 #include "QVMgrammarTestSupport.h"
 
+#include "../../support/TSTraised.h"
+
 TEST(QVMengineConfigTest, XmlDialectTexts) {
   QVMconfig config;
   config.setXmlTranslationType("X12");
@@ -18,12 +20,12 @@ TEST(QVMengineConfigTest, XmlDialectTexts) {
     EXPECT_STREQ(QVMconfigXmlFormatTypeAsString(static_cast<QVMxmlFormatType>(type)), texts[type]);
     EXPECT_EQ(QVMconfigStringAsXmlFormatType(texts[type]), type);
   }
-  EXPECT_EQ(QVMfailureText([] { QVMconfigXmlFormatTypeAsString(static_cast<QVMxmlFormatType>(6)); }),
-            "Unknown XML encoding6|2147483904");
-  EXPECT_EQ(QVMfailureText([] { QVMconfigStringAsXmlFormatType("standard"); }),
-            "Unknown XML encoding: standard|2147483904");
-  EXPECT_EQ(QVMfailureText([&] { config.setXmlTranslationType("EXPANDED 2.4"); }),
-            "Unknown XML encoding: EXPANDED 2.4|2147483904");
+  EXPECT_EQ(TSTraised([] { QVMconfigXmlFormatTypeAsString(static_cast<QVMxmlFormatType>(6)); }),
+            COLerror("Unknown XML encoding6", COL_ERROR_PRECONDITION));
+  EXPECT_EQ(TSTraised([] { QVMconfigStringAsXmlFormatType("standard"); }),
+            COLerror("Unknown XML encoding: standard", COL_ERROR_PRECONDITION));
+  EXPECT_EQ(TSTraised([&] { config.setXmlTranslationType("EXPANDED 2.4"); }),
+            COLerror("Unknown XML encoding: EXPANDED 2.4", COL_ERROR_PRECONDITION));
   EXPECT_STREQ(config.xmlTranslationType(), "Full Tree Validation");
 }
 
@@ -31,10 +33,10 @@ TEST(QVMengineConfigTest, SepInfoValidity) {
   QVMsepInfo info;
   EXPECT_EQ(info.sepCharPosition(), 0xFFFFFFFFu);
   EXPECT_EQ(info.repeatCharPosition(), 0xFFFFFFFFu);
-  EXPECT_EQ(QVMfailureText([&] { info.setAll('|', 0, 'F', 0, 3, 5); }),
-            "Repeat character must have a default defined.|2147485696");
-  EXPECT_EQ(QVMfailureText([&] { info.setAll(0, '~', 'F', 'R', 3, 0xFFFFFFFF); }),
-            "Repeat character must have a default defined.|2147485696");
+  EXPECT_EQ(TSTraised([&] { info.setAll('|', 0, 'F', 0, 3, 5); }),
+            COLerror("Repeat character must have a default defined.", COL_ERROR_INCONSISTENT_DEFINITION));
+  EXPECT_EQ(TSTraised([&] { info.setAll(0, '~', 'F', 'R', 3, 0xFFFFFFFF); }),
+            COLerror("Repeat character must have a default defined.", COL_ERROR_INCONSISTENT_DEFINITION));
   info.setAll('|', 0, 'F', 0, 3, 0xFFFFFFFF);
   EXPECT_EQ(info.sepCharDefault(), '|');
 }
@@ -47,11 +49,11 @@ TEST(QVMengineConfigTest, LevelEditing) {
   EXPECT_EQ(config.sepCharInfo(3).sepCharDefault(), '\r');
   config.moveSepCharInfo(3, 4);  // to the end
   EXPECT_EQ(config.sepCharInfo(3).sepCharDefault(), '\r');
-  EXPECT_EQ(QVMfailureText([&] { config.moveSepCharInfo(1, 1); }), "Failed precondition: FromIndex != ToIndex|2147483904");
-  EXPECT_EQ(QVMfailureText([&] { config.moveSepCharInfo(4, 0); }),
-            "Failed precondition: FromIndex < pMember->Seperator.size()|2147483904");
-  EXPECT_EQ(QVMfailureText([&] { config.moveSepCharInfo(0, 5); }),
-            "Failed precondition: ToIndex <= pMember->Seperator.size()|2147483904");
+  EXPECT_EQ(TSTerrorText([&] { config.moveSepCharInfo(1, 1); }), "Failed precondition: FromIndex != ToIndex");
+  EXPECT_EQ(TSTerrorText([&] { config.moveSepCharInfo(4, 0); }),
+            "Failed precondition: FromIndex < pMember->Seperator.size()");
+  EXPECT_EQ(TSTerrorText([&] { config.moveSepCharInfo(0, 5); }),
+            "Failed precondition: ToIndex <= pMember->Seperator.size()");
   config.insertSepCharInfo(4);
   EXPECT_EQ(config.countOfLevel(), 5u);
   EXPECT_EQ(config.sepCharInfo(4).sepCharPosition(), 0xFFFFFFFFu);

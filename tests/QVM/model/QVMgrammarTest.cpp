@@ -7,6 +7,8 @@
 #include "QVMenumerationGrammar.h"
 #include "QVMmessageNodeAddress.h"
 
+#include "../../support/TSTraised.h"
+
 namespace {
 
 using Mask = QVMdateTimeGrammar;
@@ -41,8 +43,10 @@ TEST(QVMgrammarDataType, NamesAndUnknownTypes) {
   EXPECT_EQ(QVMoutputDataTypeAsString(QVMdoubleType), "Double");
   EXPECT_EQ(QVMoutputDataTypeAsString(QVMcompositeType), "Composite");
   EXPECT_EQ(QVMoutputDataTypeAsString(QVMdateTimeType), "DateTime");
-  QVMexpectError([] { QVMoutputDataTypeAsString(QVMenumerationType); }, "Unknown data type.", 0x80000900);
-  QVMexpectError([] { QVMoutputDataTypeAsString(static_cast<QVMdataType>(77)); }, "Unknown data type.", 0x80000900);
+  EXPECT_EQ(TSTraised([] { QVMoutputDataTypeAsString(QVMenumerationType); }),
+            COLerror("Unknown data type.", COL_ERROR_UNKNOWN_MAPPING_TYPE));
+  EXPECT_EQ(TSTraised([] { QVMoutputDataTypeAsString(static_cast<QVMdataType>(77)); }),
+            COLerror("Unknown data type.", COL_ERROR_UNKNOWN_MAPPING_TYPE));
 }
 
 TEST(QVMgrammarComposite, FreshFieldIsUnrestrictedString) {
@@ -65,13 +69,14 @@ TEST(QVMgrammarComposite, KindsAreSetThroughTheirOwnSetters) {
 
   composite.setFieldDataType(0, QVMintegerType);
   EXPECT_EQ(composite.fieldDataType(0), QVMintegerType);
-  QVMexpectPrecondition([&] { composite.setFieldDataType(0, QVMcompositeType); },
-                        "Type == QVMstringType || Type == QVMintegerType || Type == QVMdoubleType");
-  QVMexpectPrecondition([&] { composite.setFieldDataType(0, QVMenumerationType); },
-                        "Type == QVMstringType || Type == QVMintegerType || Type == QVMdoubleType");
+  EXPECT_EQ(TSTerrorText([&] { composite.setFieldDataType(0, QVMcompositeType); }),
+            "Failed precondition: Type == QVMstringType || Type == QVMintegerType || Type == QVMdoubleType");
+  EXPECT_EQ(TSTerrorText([&] { composite.setFieldDataType(0, QVMenumerationType); }),
+            "Failed precondition: Type == QVMstringType || Type == QVMintegerType || Type == QVMdoubleType");
   EXPECT_EQ(composite.fieldDataType(0), QVMintegerType);
 
-  QVMexpectPrecondition([&] { composite.setFieldCompositeType(1, nullptr); }, "pNewValue != NULL");
+  EXPECT_EQ(TSTerrorText([&] { composite.setFieldCompositeType(1, nullptr); }),
+            "Failed precondition: pNewValue != NULL");
   composite.setFieldCompositeType(1, &inner);
   EXPECT_EQ(composite.fieldDataType(1), QVMcompositeType);
   EXPECT_EQ(composite.fieldCompositeType(1), &inner);
@@ -82,11 +87,12 @@ TEST(QVMgrammarComposite, KindsAreSetThroughTheirOwnSetters) {
   EXPECT_EQ(composite.fieldDataType(3), QVMenumerationType);
   EXPECT_EQ(composite.fieldEnumerationGrammar(3), &enumeration);
 
-  QVMexpectPrecondition([&] { composite.fieldCompositeType(0); }, "field(FieldIndex)->dataType() == QVMcompositeType");
-  QVMexpectError([&] { composite.fieldDateTimeGrammar(0); },
-                 "Field 1(code) of composite CE is not a date time field.");
-  QVMexpectError([&] { composite.fieldEnumerationGrammar(2); },
-                 "Field 3() of composite CE is not an enumeration field.");
+  EXPECT_EQ(TSTerrorText([&] { composite.fieldCompositeType(0); }),
+            "Failed precondition: field(FieldIndex)->dataType() == QVMcompositeType");
+  EXPECT_EQ(TSTraised([&] { composite.fieldDateTimeGrammar(0); }),
+            COLerror("Field 1(code) of composite CE is not a date time field.", COL_ERROR_PRECONDITION));
+  EXPECT_EQ(TSTraised([&] { composite.fieldEnumerationGrammar(2); }),
+            COLerror("Field 3() of composite CE is not an enumeration field.", COL_ERROR_PRECONDITION));
 }
 
 TEST(QVMgrammarComposite, DataTypeValidityAcceptsStringsForEnumerations) {
@@ -106,10 +112,10 @@ TEST(QVMgrammarComposite, DataTypeValidityAcceptsStringsForEnumerations) {
 
 TEST(QVMgrammarComposite, IndexChecksNameTheirBound) {
   QVMcompositeGrammar composite;
-  QVMexpectPrecondition([&] { composite.field(0); }, "FieldIndex < countOfField()");
-  QVMexpectPrecondition([&] { composite.fieldName(0); }, "FieldIndex < countOfField()");
-  QVMexpectPrecondition([&] { composite.removeField(0); }, "FieldIndex < countOfField()");
-  QVMexpectPrecondition([&] { composite.addFieldAt(1); }, "FieldIndex <= countOfField()");
+  EXPECT_EQ(TSTerrorText([&] { composite.field(0); }), "Failed precondition: FieldIndex < countOfField()");
+  EXPECT_EQ(TSTerrorText([&] { composite.fieldName(0); }), "Failed precondition: FieldIndex < countOfField()");
+  EXPECT_EQ(TSTerrorText([&] { composite.removeField(0); }), "Failed precondition: FieldIndex < countOfField()");
+  EXPECT_EQ(TSTerrorText([&] { composite.addFieldAt(1); }), "Failed precondition: FieldIndex <= countOfField()");
   composite.addFieldAt(0);
   EXPECT_EQ(composite.countOfField(), 1u);
 }
@@ -121,9 +127,9 @@ TEST(QVMgrammarComposite, MoveFieldKeepsTheSubFieldObjects) {
   composite.moveField(0, 2);
   EXPECT_EQ(composite.fieldName(0) + composite.fieldName(1) + composite.fieldName(2), "BCA");
   EXPECT_EQ(composite.field(2), a);
-  QVMexpectPrecondition([&] { composite.moveField(1, 1); }, "FromIndex != ToIndex");
-  QVMexpectPrecondition([&] { composite.moveField(3, 0); }, "FromIndex < countOfField()");
-  QVMexpectPrecondition([&] { composite.moveField(0, 4); }, "ToIndex <= countOfField()");
+  EXPECT_EQ(TSTerrorText([&] { composite.moveField(1, 1); }), "Failed precondition: FromIndex != ToIndex");
+  EXPECT_EQ(TSTerrorText([&] { composite.moveField(3, 0); }), "Failed precondition: FromIndex < countOfField()");
+  EXPECT_EQ(TSTerrorText([&] { composite.moveField(0, 4); }), "Failed precondition: ToIndex <= countOfField()");
 }
 
 TEST(QVMgrammarComposite, CopyIsDeep) {
@@ -211,15 +217,16 @@ TEST(QVMgrammarEnumeration, MovesFollowTheListAfterRemoval) {
   grammar.moveField(0, 3);
   EXPECT_EQ(itemsOf(grammar), "BCA");
   EXPECT_TRUE(grammar.isValid("A"));
-  QVMexpectPrecondition([&] { grammar.moveField(1, 1); }, "FromIndex != ToIndex");
+  EXPECT_EQ(TSTerrorText([&] { grammar.moveField(1, 1); }), "Failed precondition: FromIndex != ToIndex");
 }
 
 TEST(QVMgrammarEnumeration, IndexChecksNameTheirBound) {
   QVMenumerationGrammar grammar;
-  QVMexpectPrecondition([&] { grammar.enumItem(0); }, "ItemIndex < pMember->Enum.size()");
-  QVMexpectPrecondition([&] { grammar.setEnumItem(0, "A"); }, "ItemIndex < pMember->Enum.size()");
-  QVMexpectPrecondition([&] { grammar.removeEnumItem(0); }, "ItemIndex < pMember->Enum.size()");
-  QVMexpectPrecondition([&] { grammar.setEnumItemAt(1); }, "ItemIndex <= pMember->Enum.size()");
+  EXPECT_EQ(TSTerrorText([&] { grammar.enumItem(0); }), "Failed precondition: ItemIndex < pMember->Enum.size()");
+  EXPECT_EQ(TSTerrorText([&] { grammar.setEnumItem(0, "A"); }),
+            "Failed precondition: ItemIndex < pMember->Enum.size()");
+  EXPECT_EQ(TSTerrorText([&] { grammar.removeEnumItem(0); }), "Failed precondition: ItemIndex < pMember->Enum.size()");
+  EXPECT_EQ(TSTerrorText([&] { grammar.setEnumItemAt(1); }), "Failed precondition: ItemIndex <= pMember->Enum.size()");
 }
 
 TEST(QVMgrammarDateTime, PrintingWithBrackets) {
@@ -250,9 +257,10 @@ TEST(QVMgrammarDateTime, MaskEditing) {
   EXPECT_EQ(QVMprinted(grammar), "MM[DD[YYYY]]");
   grammar.removeMaskItem(2);
   EXPECT_EQ(grammar.countOfMaskItem(), 2u);
-  QVMexpectPrecondition([&] { grammar.maskItem(2); }, "ItemIndex < pMember->MaskVector.size()");
-  QVMexpectPrecondition([&] { grammar.removeMaskItem(2); }, "ItemIndex < pMember->MaskVector.size()");
-  QVMexpectPrecondition([&] { grammar.moveField(0, 0); }, "FromIndex != ToIndex");
+  EXPECT_EQ(TSTerrorText([&] { grammar.maskItem(2); }), "Failed precondition: ItemIndex < pMember->MaskVector.size()");
+  EXPECT_EQ(TSTerrorText([&] { grammar.removeMaskItem(2); }),
+            "Failed precondition: ItemIndex < pMember->MaskVector.size()");
+  EXPECT_EQ(TSTerrorText([&] { grammar.moveField(0, 0); }), "Failed precondition: FromIndex != ToIndex");
 }
 
 TEST(QVMgrammarNodeAddress, GrowthAndSteps) {
@@ -273,7 +281,7 @@ TEST(QVMgrammarNodeAddress, GrowthAndSteps) {
   EXPECT_EQ(address.depth(), 2u);
   address.pop_back();
   EXPECT_EQ(address.depth(), 1u);
-  QVMexpectPrecondition([&] { address.nodeIndex(1); }, "Index < depth()");
+  EXPECT_EQ(TSTerrorText([&] { address.nodeIndex(1); }), "Failed precondition: Index < depth()");
   address.clear();
   EXPECT_EQ(address, QVMmessageNodeAddress());
 }

@@ -5,6 +5,8 @@
 #include "QVMengineInternal.h"
 #include "QVMgrammarTestSupport.h"
 
+#include "../../support/TSTraised.h"
+
 namespace {
 constexpr uint32_t npos = 0xFFFFFFFF;
 
@@ -204,7 +206,7 @@ TEST(QVMgrammarRemoval, SegmentRemovalLeavesMessageNodesWithoutASegment) {
   EXPECT_EQ(pidNode->segment(), nullptr);
   EXPECT_EQ(mshNode->segment(), msh);
   EXPECT_EQ(otherNode->segment(), otherPid);
-  QVMexpectPrecondition([&] { pidNode->fullGrammarName(); }, "pMember->pSegment != NULL");
+  EXPECT_EQ(TSTerrorText([&] { pidNode->fullGrammarName(); }), "Failed precondition: pMember->pSegment != NULL");
   EXPECT_EQ(mshNode->fullGrammarName(), "Message.MSH");
   EXPECT_EQ(engine.segmentByName("MSH"), 0u);
   EXPECT_EQ(engine.segmentByName("PID"), npos);

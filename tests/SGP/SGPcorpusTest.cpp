@@ -43,7 +43,7 @@ struct Tokenised {
 
 }  // namespace
 
-TEST(SGMcorpus, RoundTripsAreByteExact) {
+TEST(SGPcorpus, RoundTripsAreByteExact) {
   for (const char* Name :
        {"rethink_adt_a01_custom_delimiters.hl7", "pyhl7_nonstandard_separators.hl7",
         "hapi_adt_a24_caret_field_separator.hl7", "nhapi_mdm_t02_v231_hex_escapes.hl7",
@@ -56,7 +56,7 @@ TEST(SGMcorpus, RoundTripsAreByteExact) {
   }
 }
 
-TEST(SGMcorpus, CustomDelimitersAreTakenFromTheHeader) {
+TEST(SGPcorpus, CustomDelimitersAreTakenFromTheHeader) {
   Tokenised Message(readMessage("rethink_adt_a01_custom_delimiters.hl7"));
   ASSERT_EQ(Message.result, SGPparsed);
   EXPECT_EQ(Message.separators.fieldDelimiter, '#');
@@ -80,7 +80,7 @@ TEST(SGMcorpus, CustomDelimitersAreTakenFromTheHeader) {
   EXPECT_EQ(Caret.value(2, 2, 0, 5, 1), "200M");
 }
 
-TEST(SGMcorpus, ZSegmentsAreOrdinarySegments) {
+TEST(SGPcorpus, ZSegmentsAreOrdinarySegments) {
   Tokenised Message(readMessage("rethink_adt_a01_z_segments.hl7"));
   ASSERT_EQ(Message.result, SGPparsed);
   ASSERT_GE(Message.list.countOfSegment(), 4u);
@@ -89,7 +89,7 @@ TEST(SGMcorpus, ZSegmentsAreOrdinarySegments) {
   EXPECT_EQ(Message.list.segment(3).countOfField(), 5u);
 }
 
-TEST(SGMcorpus, EscapesAreLeftForLater) {
+TEST(SGPcorpus, EscapesAreLeftForLater) {
   Tokenised Message(readMessage("rethink_adt_a01_all_five_escapes.hl7"));
   ASSERT_EQ(Message.result, SGPparsed);
   EXPECT_EQ(Message.value(1, 4, 0, 0), "DOE\\T\\SMITH");
@@ -98,7 +98,7 @@ TEST(SGMcorpus, EscapesAreLeftForLater) {
   EXPECT_NE(Hex.value(1, 4).find("\\X0D\\"), std::string::npos);
 }
 
-TEST(SGMcorpus, ByteOrderMarkIsNotAHeader) {
+TEST(SGPcorpus, ByteOrderMarkIsNotAHeader) {
   const std::string Text = readMessage("cdc_oru_r01_v251_genv2_utf8_bom.hl7");
   Tokenised Message(Text);
   EXPECT_EQ(Message.result, SGPheaderNotFound);
@@ -110,14 +110,14 @@ TEST(SGMcorpus, ByteOrderMarkIsNotAHeader) {
   EXPECT_EQ(Stripped.written(), Text.substr(3));
 }
 
-TEST(SGMcorpus, ThreeEncodingCharactersCollideWithTheFieldDelimiter) {
+TEST(SGPcorpus, ThreeEncodingCharactersCollideWithTheFieldDelimiter) {
   // "MSH|^~}|": the sub sub field position holds "|", the field delimiter.
   Tokenised Message(readMessage("hapi_npac_bar_p01_three_enc_chars.hl7"));
   EXPECT_EQ(Message.result, SGPduplicateDelimiter);
   EXPECT_EQ(Message.parser.errorContext().data(), Message.text.data() + 3);
 }
 
-TEST(SGMcorpus, X12WithFixedDelimiters) {
+TEST(SGPcorpus, X12WithFixedDelimiters) {
   // An 850 purchase order: "*" elements, ">" components, "~" plus LF ending each segment.
   const std::string Text = readMessage("nodex12_850_4010.x12");
   SGPparserOptions Options;

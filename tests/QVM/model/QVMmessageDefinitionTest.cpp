@@ -7,6 +7,8 @@
 #include "QVMengineInternal.h"
 #include "QVMgrammarTestSupport.h"
 
+#include "../../support/TSTraised.h"
+
 namespace {
 
 QVMsegmentGrammar* addSegment(QVMengineInternal& engine, const char* name) {
@@ -16,7 +18,7 @@ QVMsegmentGrammar* addSegment(QVMengineInternal& engine, const char* name) {
 }
 }  // namespace
 
-TEST(QVMmessageTest, SetNameSanitises) {
+TEST(QVMmessageDefinition, SetNameSanitises) {
   QVMengineInternal engine;
   QVMmessageDefinitionInternal* message = engine.message(engine.addMessage());
   message->setName("  A B\tC#1 ");
@@ -32,7 +34,7 @@ TEST(QVMmessageTest, SetNameSanitises) {
   EXPECT_EQ(table, "x y");
 }
 
-TEST(QVMmessageTest, NewMessageHasOneRecordPerConfiguration) {
+TEST(QVMmessageDefinition, NewMessageHasOneRecordPerConfiguration) {
   QVMengineInternal engine;
   engine.addConfiguration("second");
   QVMmessageDefinitionInternal* message = engine.message(engine.addMessage());
@@ -56,14 +58,14 @@ TEST(QVMmessageTest, NewMessageHasOneRecordPerConfiguration) {
   EXPECT_EQ(message->messageGrammar(), message->config(1).rootMessageGrammar());
 }
 
-TEST(QVMmessageTest, DefaultIdentifiers) {
+TEST(QVMmessageDefinition, DefaultIdentifiers) {
   QVMengineInternal engine;
   QVMmessageDefinitionInternal* message = engine.message(engine.addMessage());
-  EXPECT_EQ(QVMfailureText([&] { QVMmessageAddDefaultIdentifier(*message); }),
-            "Failed precondition: Message.rootEngine()->countOfSegment() > 0|2147483904");
+  EXPECT_EQ(TSTerrorText([&] { QVMmessageAddDefaultIdentifier(*message); }),
+            "Failed precondition: Message.rootEngine()->countOfSegment() > 0");
   QVMidentifier loose;
-  EXPECT_EQ(QVMfailureText([&] { QVMmessageMakeDefaultIdentifier(loose, engine); }),
-            "Failed precondition: Engine.countOfSegment() > 0|2147483904");
+  EXPECT_EQ(TSTerrorText([&] { QVMmessageMakeDefaultIdentifier(loose, engine); }),
+            "Failed precondition: Engine.countOfSegment() > 0");
   addSegment(engine, "ISA");
   QVMmessageAddDefaultIdentifier(*message);
   EXPECT_EQ(message->identifierSegment(0), "ISA");
@@ -87,7 +89,7 @@ TEST(QVMmessageTest, DefaultIdentifiers) {
   EXPECT_EQ(message->countOfIdentifier(), 1u);
 }
 
-TEST(QVMmessageTest, GrammarTreeNamesAndOptionality) {
+TEST(QVMmessageDefinition, GrammarTreeNamesAndOptionality) {
   QVMengineInternal engine;
   QVMsegmentGrammar* msh = addSegment(engine, "MSH");
   QVMsegmentGrammar* pid = addSegment(engine, "PID");
@@ -103,16 +105,15 @@ TEST(QVMmessageTest, GrammarTreeNamesAndOptionality) {
   EXPECT_EQ(pidNode->fullGrammarName(), "Message.PATIENT.PID");
   EXPECT_EQ(pidNode->childIndex(), 0u);
   EXPECT_EQ(patient->childIndex(), 1u);
-  EXPECT_EQ(QVMfailureText([&] { root->childIndex(); }), "This message grammar is a root|2147483904");
-  EXPECT_EQ(QVMfailureText([&] { pidNode->setGrammarName("X"); }),
-            "To change the segment name, rename it in the workspace.|2147483904");
-  EXPECT_EQ(QVMfailureText([&] { root->insertGroup("G", 3); }),
-            "Failed precondition: GrammarIndex <= countOfSubGrammar()|2147483904");
-  EXPECT_EQ(QVMfailureText([&] { root->insertSegment(pid, 3); }),
-            "Failed precondition: GrammarIndex <= pMember->SubGrammarVector.size()|2147483904");
+  EXPECT_EQ(TSTraised([&] { root->childIndex(); }), COLerror("This message grammar is a root", COL_ERROR_PRECONDITION));
+  EXPECT_EQ(TSTraised([&] { pidNode->setGrammarName("X"); }),
+            COLerror("To change the segment name, rename it in the workspace.", COL_ERROR_PRECONDITION));
+  EXPECT_EQ(TSTerrorText([&] { root->insertGroup("G", 3); }),
+            "Failed precondition: GrammarIndex <= countOfSubGrammar()");
+  EXPECT_EQ(TSTerrorText([&] { root->insertSegment(pid, 3); }),
+            "Failed precondition: GrammarIndex <= pMember->SubGrammarVector.size()");
   QVMmessageGrammar* orphan = root->insertSegment(nullptr);
-  EXPECT_EQ(QVMfailureText([&] { orphan->fullGrammarName(); }),
-            "Failed precondition: pMember->pSegment != NULL|2147483904");
+  EXPECT_EQ(TSTerrorText([&] { orphan->fullGrammarName(); }), "Failed precondition: pMember->pSegment != NULL");
   root->remove(2);
   EXPECT_FALSE(patient->grammarIsOptional());
   QVMmessageGrammar* extra = patient->insertSegment(msh);
@@ -122,7 +123,7 @@ TEST(QVMmessageTest, GrammarTreeNamesAndOptionality) {
   EXPECT_FALSE(root->subGrammarIsOptional(0));
 }
 
-TEST(QVMmessageTest, MoveAndEquivalence) {
+TEST(QVMmessageDefinition, MoveAndEquivalence) {
   QVMengineInternal engine;
   QVMsegmentGrammar* msh = addSegment(engine, "MSH");
   QVMsegmentGrammar* pid = addSegment(engine, "PID");
@@ -136,8 +137,8 @@ TEST(QVMmessageTest, MoveAndEquivalence) {
   EXPECT_EQ(rootA->countOfSubGrammar(), 2u);
   EXPECT_EQ(moved->parent(), group);
   EXPECT_EQ(moved->fullGrammarName(), "Message.G.PID");
-  EXPECT_EQ(QVMfailureText([&] { group->moveGrammarTo(moved); }),
-            "A message grammar cannot be moved below itself.|2147483904");
+  EXPECT_EQ(TSTraised([&] { group->moveGrammarTo(moved); }),
+            COLerror("A message grammar cannot be moved below itself.", COL_ERROR_PRECONDITION));
   QVMmessageGrammar* rootB = b->messageGrammar();
   rootB->insertSegment(msh);
   rootB->insertGroup("Other")->insertSegment(pid);
@@ -152,7 +153,7 @@ TEST(QVMmessageTest, MoveAndEquivalence) {
   EXPECT_TRUE(QVMmessageGrammarIsEquivalent(copy, *rootA));
 }
 
-TEST(QVMmessageTest, RemovingGrammarNodeClearsTableGrammarRoots) {
+TEST(QVMmessageDefinition, RemovingGrammarNodeClearsTableGrammarRoots) {
   QVMengineInternal engine;
   QVMsegmentGrammar* pid = addSegment(engine, "PID");
   QVMmessageDefinitionInternal* message = engine.message(engine.addMessage());
@@ -169,7 +170,7 @@ TEST(QVMmessageTest, RemovingGrammarNodeClearsTableGrammarRoots) {
   EXPECT_EQ(tableGrammar.messageGrammar(), message->messageGrammar());
 }
 
-TEST(QVMmessageTest, ClearTableGrammarKeepsName) {
+TEST(QVMmessageDefinition, ClearTableGrammarKeepsName) {
   QVMengineInternal engine;
   QVMmessageDefinitionInternal* message = engine.message(engine.addMessage());
   message->setName("ADT");
@@ -180,7 +181,7 @@ TEST(QVMmessageTest, ClearTableGrammarKeepsName) {
   EXPECT_EQ(engine.messageByName("ADT"), 0u);
 }
 
-TEST(QVMmessageTest, CopiedDefinitionIsIndependent) {
+TEST(QVMmessageDefinition, CopiedDefinitionIsIndependent) {
   QVMengineInternal engine;
   QVMmessageDefinitionInternal* message = engine.message(engine.addMessage());
   message->setName("ORU");

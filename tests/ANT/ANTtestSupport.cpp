@@ -1,10 +1,6 @@
-#include "QVLtestSupport.h"
+#include "ANTtestSupport.h"
 
-#include <filesystem>
-#include <fstream>
 #include <sstream>
-
-#include <unistd.h>
 
 #include "QVMsegmentValidationRule.h"
 
@@ -170,7 +166,7 @@ void dumpTables(std::ostream& out, QVMengineInternal& engine) {
 }
 }  // namespace
 
-std::string QVLtestDump(QVMengineInternal& engine) {
+std::string ANTtestDump(QVMengineInternal& engine) {
   std::ostringstream out;
   out << "engine strict=" << engine.rejectBadSegmentGrammar() << " java=" << engine.useMachineDoubleTypeInJavaGeneration()
       << " pass=" << engine.usePassThroughMapping() << " current=" << engine.currentConfig()
@@ -194,23 +190,4 @@ std::string QVLtestDump(QVMengineInternal& engine) {
   }
   engine.setCurrentConfig(current);
   return out.str();
-}
-
-std::string QVLtestReadFile(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::ostringstream content;
-  content << in.rdbuf();
-  return content.str();
-}
-
-void QVLtestWriteFile(const std::string& path, const std::string& content) {
-  std::ofstream(path, std::ios::binary | std::ios::trunc) << content;
-}
-
-std::string QVLtestDirectory(const std::string& name) {
-  std::filesystem::path directory =
-      std::filesystem::temp_directory_path() / ("qvl_test_" + std::to_string(getpid()) + "_" + name);
-  std::filesystem::remove_all(directory);
-  std::filesystem::create_directories(directory);
-  return directory.string();
 }

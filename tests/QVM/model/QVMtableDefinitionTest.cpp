@@ -1,4 +1,4 @@
-// Table definitions, map sets and table grammars.
+// Table definitions (columns, map sets) and the table grammars laid over message grammars.
 #include <gtest/gtest.h>
 
 #include <functional>
@@ -6,6 +6,8 @@
 #include "COLerror.h"
 #include "QVMengineInternal.h"
 #include "QVMgrammarTestSupport.h"
+
+#include "../../support/TSTraised.h"
 
 namespace {
 
@@ -17,7 +19,7 @@ QVMmessageNodeAddress address(std::initializer_list<uint32_t> nodes) {
 }
 }  // namespace
 
-TEST(QVMtableTest, AddColumnReachesEveryMapSetOfEveryConfig) {
+TEST(QVMtableDefinition, AddColumnReachesEveryMapSetOfEveryConfig) {
   QVMengineInternal engine;
   engine.addConfiguration("two");
   QVMtableDefinitionInternal* table = engine.table(engine.addTable());
@@ -51,7 +53,7 @@ TEST(QVMtableTest, AddColumnReachesEveryMapSetOfEveryConfig) {
   EXPECT_EQ(table->tableConfig(1).mapSet(1)->map(1).nodeAddress(), address({2}));
 }
 
-TEST(QVMtableTest, ColumnIdsAreNeverReused) {
+TEST(QVMtableDefinition, ColumnIdsAreNeverReused) {
   QVMengineInternal engine;
   QVMtableDefinitionInternal* table = engine.table(engine.addTable());
   table->addColumn("a", QVMstringType);
@@ -67,7 +69,7 @@ TEST(QVMtableTest, ColumnIdsAreNeverReused) {
   EXPECT_EQ(table->columnIndexFromColumndId(1), 0xFFFFFFFFu);
 }
 
-TEST(QVMtableTest, MoveColumnMovesMappingsAndScripts) {
+TEST(QVMtableDefinition, MoveColumnMovesMappingsAndScripts) {
   QVMengineInternal engine;
   QVMtableDefinitionInternal* table = engine.table(engine.addTable());
   for (const char* name : {"a", "b", "c"}) table->addColumn(name, QVMstringType);
@@ -80,15 +82,13 @@ TEST(QVMtableTest, MoveColumnMovesMappingsAndScripts) {
   EXPECT_EQ(table->incomingFunctionCode(0, 2), "value = 1\r\n");
   EXPECT_EQ(table->incomingFunction(2).engine(), &engine.LanguageEngine());
   QVMtableMapSet* set = table->mapSet(0);
-  EXPECT_EQ(QVMfailureText([&] { set->moveColumn(1, 1); }), "Failed precondition: FromIndex != ToIndex|2147483904");
-  EXPECT_EQ(QVMfailureText([&] { set->moveColumn(0, 3); }),
-            "Failed precondition: ToIndex < pMember->MapItem.size()|2147483904");
-  EXPECT_EQ(QVMfailureText([&] { set->map(3); }), "Failed precondition: MapIndex < pMember->MapItem.size()|2147483904");
-  EXPECT_EQ(QVMfailureText([&] { set->removeColumn(3); }),
-            "Failed precondition: ColumnIndex < pMember->MapItem.size()|2147483904");
+  EXPECT_EQ(TSTerrorText([&] { set->moveColumn(1, 1); }), "Failed precondition: FromIndex != ToIndex");
+  EXPECT_EQ(TSTerrorText([&] { set->moveColumn(0, 3); }), "Failed precondition: ToIndex < pMember->MapItem.size()");
+  EXPECT_EQ(TSTerrorText([&] { set->map(3); }), "Failed precondition: MapIndex < pMember->MapItem.size()");
+  EXPECT_EQ(TSTerrorText([&] { set->removeColumn(3); }), "Failed precondition: ColumnIndex < pMember->MapItem.size()");
 }
 
-TEST(QVMtableTest, MapSetsOfCurrentConfiguration) {
+TEST(QVMtableDefinition, MapSetsOfCurrentConfiguration) {
   QVMengineInternal engine;
   QVMtableDefinitionInternal* table = engine.table(engine.addTable());
   table->addColumn("a", QVMstringType);
@@ -102,7 +102,7 @@ TEST(QVMtableTest, MapSetsOfCurrentConfiguration) {
   EXPECT_EQ(table->mapSet(copied)->tableDefinition(), table);
   table->mapSet(copied)->map(0).clear();
   EXPECT_EQ(table->mapSet(0)->map(0).nodeAddress(), address({3, 1}));
-  EXPECT_EQ(QVMfailureText([&] { table->mapSet(2); }), "Failed precondition: countOfMapSet() > SetIndex|2147483904");
+  EXPECT_EQ(TSTerrorText([&] { table->mapSet(2); }), "Failed precondition: countOfMapSet() > SetIndex");
   table->removeMapSet(0);
   EXPECT_EQ(table->countOfMapSet(), 1u);
   table->addMapSet();
@@ -112,7 +112,7 @@ TEST(QVMtableTest, MapSetsOfCurrentConfiguration) {
   EXPECT_EQ(table->mapSet(0)->countOfMap(), 1u);
 }
 
-TEST(QVMtableTest, UniqueColumnNamesAndTableIndex) {
+TEST(QVMtableDefinition, UniqueColumnNamesAndTableIndex) {
   QVMengineInternal engine;
   QVMtableDefinitionInternal* table = engine.table(engine.addTable());
   table->setTableName("Patient");
@@ -137,7 +137,7 @@ TEST(QVMtableTest, UniqueColumnNamesAndTableIndex) {
   EXPECT_EQ(engine.tableByName("Patient"), 0xFFFFFFFFu);
 }
 
-TEST(QVMtableTest, TableGrammarLeavesAndGroups) {
+TEST(QVMtableDefinition, TableGrammarLeavesAndGroups) {
   QVMengineInternal engine;
   QVMtableDefinitionInternal* table = engine.table(engine.addTable());
   table->setTableName("T");
@@ -151,20 +151,19 @@ TEST(QVMtableTest, TableGrammarLeavesAndGroups) {
   EXPECT_EQ(leaf->message(), message);
   EXPECT_EQ(leaf->countOfConfig(), 1u);
   leaf->setIsNode(true);
-  EXPECT_EQ(QVMfailureText([&] { leaf->name(); }), "Failed precondition: pMember->pTable != NULL|2147483904");
+  EXPECT_EQ(TSTerrorText([&] { leaf->name(); }), "Failed precondition: pMember->pTable != NULL");
   leaf->setTable(table);
   EXPECT_EQ(leaf->name(), "T");
   EXPECT_EQ(leaf->tableMapSetIndex(), 0u);
-  EXPECT_EQ(QVMfailureText([&] { root.setTable(table); }), "This is not a node table grammar.|2147485696");
-  EXPECT_EQ(QVMfailureText([&] { group->table(); }), "Failed precondition: pMember->IsNode|2147483904");
-  EXPECT_EQ(QVMfailureText([&] { leaf->setTableMapSetIndex(1); }),
-            "Failed precondition: table()->countOfMapSet() > MapSetIndex|2147483904");
-  EXPECT_EQ(QVMfailureText([&] { group->setParent(group); }), "Failed precondition: this != pParent|2147483904");
-  EXPECT_EQ(QVMfailureText([&] { root.addSubGrammarAt(2); }),
-            "Failed precondition: GrammarIndex <= countOfSubGrammar()|2147483904");
+  EXPECT_EQ(TSTraised([&] { root.setTable(table); }),
+            COLerror("This is not a node table grammar.", COL_ERROR_INCONSISTENT_DEFINITION));
+  EXPECT_EQ(TSTerrorText([&] { group->table(); }), "Failed precondition: pMember->IsNode");
+  EXPECT_EQ(TSTerrorText([&] { leaf->setTableMapSetIndex(1); }),
+            "Failed precondition: table()->countOfMapSet() > MapSetIndex");
+  EXPECT_EQ(TSTerrorText([&] { group->setParent(group); }), "Failed precondition: this != pParent");
+  EXPECT_EQ(TSTerrorText([&] { root.addSubGrammarAt(2); }), "Failed precondition: GrammarIndex <= countOfSubGrammar()");
   QVMtableGrammarInternal loose;
-  EXPECT_EQ(QVMfailureText([&] { loose.message(); }),
-            "Failed precondition: pMember->pMessageDefinition != NULL|2147483904");
+  EXPECT_EQ(TSTerrorText([&] { loose.message(); }), "Failed precondition: pMember->pMessageDefinition != NULL");
   // A new configuration gives every node a record.
   engine.addConfiguration("b");
   EXPECT_EQ(leaf->countOfConfig(), 2u);
@@ -172,7 +171,7 @@ TEST(QVMtableTest, TableGrammarLeavesAndGroups) {
   EXPECT_EQ(root.config(1).messageGrammar(), message->config(1).rootMessageGrammar());
 }
 
-TEST(QVMtableTest, SetGrammarTakesOverANode) {
+TEST(QVMtableDefinition, SetGrammarTakesOverANode) {
   QVMengineInternal engine;
   QVMmessageDefinitionInternal* message = engine.message(engine.addMessage());
   QVMtableGrammarInternal& root = message->tableGrammar();
@@ -187,11 +186,11 @@ TEST(QVMtableTest, SetGrammarTakesOverANode) {
   EXPECT_EQ(b->countOfSubGrammar(), 1u);
   EXPECT_EQ(b->subGrammar(0), nullptr);
   b->removeSubGrammar(0);
-  EXPECT_EQ(QVMfailureText([&] { inner->setGrammar(0, &root); }),
-            "Failed precondition: GrammarIndex < countOfSubGrammar()|2147483904");
+  EXPECT_EQ(TSTerrorText([&] { inner->setGrammar(0, &root); }),
+            "Failed precondition: GrammarIndex < countOfSubGrammar()");
 }
 
-TEST(QVMtableTest, ClearGrammarResetsCurrentRecord) {
+TEST(QVMtableDefinition, ClearGrammarResetsCurrentRecord) {
   QVMengineInternal engine;
   QVMmessageDefinitionInternal* message = engine.message(engine.addMessage());
   QVMtableGrammarInternal grammar;
@@ -235,7 +234,7 @@ struct RubberBandModel {
   }
 };
 
-TEST(QVMtableTest, RubberBandDownToChildKeepsColumnsUnderIt) {
+TEST(QVMtableDefinition, RubberBandDownToChildKeepsColumnsUnderIt) {
   RubberBandModel model;
   QVMtableGrammarMakeRubberBandedMessageGrammar(*model.leaf, model.patient, 0xFFFFFFFF, true);
   EXPECT_EQ(model.leaf->messageGrammar(), model.patient);
@@ -249,7 +248,7 @@ TEST(QVMtableTest, RubberBandDownToChildKeepsColumnsUnderIt) {
   EXPECT_EQ(model.table->mapSet(0)->map(0).nodeAddress(), address({1, 0, 3}));
 }
 
-TEST(QVMtableTest, RubberBandUpShiftsEveryAddress) {
+TEST(QVMtableDefinition, RubberBandUpShiftsEveryAddress) {
   RubberBandModel model;
   model.leaf->setMessageGrammar(model.patient);
   QVMtableGrammarMakeRubberBandedMessageGrammar(*model.leaf, model.message->messageGrammar(), 0xFFFFFFFF, true);
@@ -262,7 +261,7 @@ TEST(QVMtableTest, RubberBandUpShiftsEveryAddress) {
   EXPECT_EQ(set->map(2).nodeAddress().depth(), 0u);
 }
 
-TEST(QVMtableTest, RubberBandFieldsAndUnchangedRoots) {
+TEST(QVMtableDefinition, RubberBandFieldsAndUnchangedRoots) {
   RubberBandModel model;
   QVMmessageGrammar* root = model.message->messageGrammar();
   QVMtableGrammarMakeRubberBandedMessageGrammar(*model.leaf, root, 0xFFFFFFFF, true);
@@ -281,11 +280,11 @@ TEST(QVMtableTest, RubberBandFieldsAndUnchangedRoots) {
   QVMtableGrammarMakeRubberBandedMessageGrammar(*model.leaf, model.patient, 0xFFFFFFFF, false);
   EXPECT_EQ(model.table->countOfMapSet(), sets);
   EXPECT_EQ(model.leaf->messageGrammar(), model.patient);
-  EXPECT_EQ(QVMfailureText([&] { QVMtableGrammarMakeRubberBandedMessageGrammar(*model.leaf, nullptr, 0, true); }),
-            "Failed precondition: pGrammar != NULL|2147483904");
+  EXPECT_EQ(TSTerrorText([&] { QVMtableGrammarMakeRubberBandedMessageGrammar(*model.leaf, nullptr, 0, true); }),
+            "Failed precondition: pGrammar != NULL");
 }
 
-TEST(QVMtableTest, WalkOverAllTableGrammars) {
+TEST(QVMtableDefinition, WalkOverAllTableGrammars) {
   QVMengineInternal engine;
   QVMtableDefinitionInternal* table = engine.table(engine.addTable());
   table->addMapSet();
@@ -314,8 +313,8 @@ TEST(QVMtableTest, WalkOverAllTableGrammars) {
   EXPECT_EQ(QVMtableGrammarFindGrammarsUsingMapSet(leaf3, table, 0), nullptr);
   EXPECT_EQ(QVMtableGrammarFindGrammarsUsingMapSet(leaf1, table, 1), leaf2);
   EXPECT_EQ(QVMtableGrammarFindGrammarsUsingMapSet(leaf2, table, 1), nullptr);
-  EXPECT_EQ(QVMfailureText([&] { QVMtableGrammarFindNextSibling(&first->tableGrammar()); }),
-            "Failed precondition: pParent != NULL|2147483904");
+  EXPECT_EQ(TSTerrorText([&] { QVMtableGrammarFindNextSibling(&first->tableGrammar()); }),
+            "Failed precondition: pParent != NULL");
   COLstring printed;
   COLostream stream(printed);
   QVMtableGrammarInternalPrintOn(first->tableGrammar(), stream, 0);

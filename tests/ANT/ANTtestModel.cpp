@@ -1,5 +1,5 @@
 // A model with every kind of element that the version-one format stores.
-#include "QVLtestSupport.h"
+#include "ANTtestSupport.h"
 #include "QVMsegmentValidationRule.h"
 
 namespace {
@@ -171,7 +171,7 @@ void buildSettings(QVMengineInternal& engine, size_t c) {
 }
 }  // namespace
 
-void QVLtestBuildFullModel(QVMengineInternal& engine) {
+void ANTtestBuildFullModel(QVMengineInternal& engine) {
   engine.clear();
   engine.setRejectBadSegmentGrammar(true);
   engine.setUseMachineDoubleTypeInJavaGeneration(true);

@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "ANTengine.h"
-#include "QVLtestSupport.h"
+#include "ANTtestSupport.h"
 #include "QVLvmdFile.h"
 #include "QVMcompositeGrammar.h"
 #include "QVMengineInternal.h"
@@ -21,6 +21,8 @@
 #include "QVMsegmentGrammar.h"
 #include "QVMtableDefinitionInternal.h"
 #include "QVMtableGrammarInternal.h"
+
+#include "../support/TSTfile.h"
 
 namespace {
 const std::string DefinitionDir = std::string(MSGBRIDGE_SOURCE_DIR) + "/definitions/";
@@ -130,7 +132,7 @@ void checkTableGrammar(const QVMtableGrammarInternal& table, const QVMmessageGra
   for (size_t i = 0; i < table.countOfSubGrammar(); ++i) checkTableGrammar(*table.subGrammar(i), root, message, leaves);
 }
 
-class QVLstandardDefinitionsTest : public ::testing::Test {
+class ANTstandardDefinitionsTest : public ::testing::Test {
 protected:
   static void TearDownTestSuite() { Engines.clear(); }
 };
@@ -143,7 +145,7 @@ size_t segmentNodesWithFields(const QVMmessageGrammar& grammar) {
 }
 }  // namespace
 
-TEST_F(QVLstandardDefinitionsTest, EachFileLoadsAndIsKeptInTheWritersLayout) {
+TEST_F(ANTstandardDefinitionsTest, EachFileLoadsAndIsKeptInTheWritersLayout) {
   for (const std::string& version : Versions) {
     SCOPED_TRACE(version);
     QVMengineInternal& engine = loaded(version);
@@ -160,19 +162,19 @@ TEST_F(QVLstandardDefinitionsTest, EachFileLoadsAndIsKeptInTheWritersLayout) {
     EXPECT_EQ(engine.config().escapeDefault(), '\\');
     EXPECT_EQ(engine.messageByName("ACK"), engine.ackMessageIndex(0));
     // Saving writes the very bytes that the generator wrote.
-    EXPECT_TRUE(ANTsaveEngineToString(engine).str() == QVLtestReadFile(definitionPath(version)));
+    EXPECT_TRUE(ANTsaveEngineToString(engine).str() == TSTreadFile(definitionPath(version)));
   }
 }
 
-TEST_F(QVLstandardDefinitionsTest, SavedAndReloadedModelIsEqual) {
+TEST_F(ANTstandardDefinitionsTest, SavedAndReloadedModelIsEqual) {
   QVMengineInternal& first = loaded("2.5.1");
   COLstring text = ANTsaveEngineToString(first);
   QVMengineInternal second;
   ASSERT_EQ(QVLloadEngineFromMemory(second, text.data(), text.size()), QVLvmdTypeXml);
-  EXPECT_TRUE(QVLtestDump(second) == QVLtestDump(first));
+  EXPECT_TRUE(ANTtestDump(second) == ANTtestDump(first));
 }
 
-TEST_F(QVLstandardDefinitionsTest, CountsMatchTheDataSet) {
+TEST_F(ANTstandardDefinitionsTest, CountsMatchTheDataSet) {
   auto manifest = readManifest();
   ASSERT_EQ(manifest.size(), Versions.size());
   for (const std::string& version : Versions) {
@@ -193,7 +195,7 @@ TEST_F(QVLstandardDefinitionsTest, CountsMatchTheDataSet) {
   }
 }
 
-TEST_F(QVLstandardDefinitionsTest, MessagesAreRecognisedByTypeAndTriggerEvent) {
+TEST_F(ANTstandardDefinitionsTest, MessagesAreRecognisedByTypeAndTriggerEvent) {
   QVMengineInternal& engine = loaded("2.5.1");
   // Events that share a structure go to it; others to their own.
   EXPECT_EQ(firstMatch(engine, "ADT", "A01"), "ADT_A01");
@@ -226,7 +228,7 @@ TEST_F(QVLstandardDefinitionsTest, MessagesAreRecognisedByTypeAndTriggerEvent) {
   EXPECT_EQ(msh.fieldType(8)->fieldName(1), "TriggerEvent");
 }
 
-TEST_F(QVLstandardDefinitionsTest, GrammarOfAdtA01FollowsTheStandard) {
+TEST_F(ANTstandardDefinitionsTest, GrammarOfAdtA01FollowsTheStandard) {
   QVMengineInternal& engine = loaded("2.5.1");
   const QVMmessageGrammar& root = *messageNamed(engine, "ADT_A01").messageGrammar();
   std::map<std::string, const QVMmessageGrammar*> top;
@@ -252,7 +254,7 @@ TEST_F(QVLstandardDefinitionsTest, GrammarOfAdtA01FollowsTheStandard) {
   EXPECT_TRUE(insurance.subGrammar(1)->isOptional());
 }
 
-TEST_F(QVLstandardDefinitionsTest, SegmentFieldsCarryRepeatsOptionalityAndTypes) {
+TEST_F(ANTstandardDefinitionsTest, SegmentFieldsCarryRepeatsOptionalityAndTypes) {
   QVMengineInternal& engine = loaded("2.5.1");
   const QVMsegmentGrammar& pid = segmentNamed(engine, "PID");
   EXPECT_EQ(pid.countOfField(), 39u);
@@ -280,7 +282,7 @@ TEST_F(QVLstandardDefinitionsTest, SegmentFieldsCarryRepeatsOptionalityAndTypes)
   EXPECT_EQ(segmentNamed(loaded("2.3.1"), "QPD").countOfField(), 0u);
 }
 
-TEST_F(QVLstandardDefinitionsTest, EveryFieldOfEverySegmentHasATableColumn) {
+TEST_F(ANTstandardDefinitionsTest, EveryFieldOfEverySegmentHasATableColumn) {
   for (const std::string& version : Versions) {
     SCOPED_TRACE(version);
     QVMengineInternal& engine = loaded(version);
@@ -305,7 +307,7 @@ TEST_F(QVLstandardDefinitionsTest, EveryFieldOfEverySegmentHasATableColumn) {
   EXPECT_EQ(pid.columnType(pid.columnIndex("PatientIdentifierList")), QVMstringType);
 }
 
-TEST_F(QVLstandardDefinitionsTest, TableGrammarsMirrorTheMessageGrammars) {
+TEST_F(ANTstandardDefinitionsTest, TableGrammarsMirrorTheMessageGrammars) {
   for (const std::string& version : Versions) {
     SCOPED_TRACE(version);
     QVMengineInternal& engine = loaded(version);

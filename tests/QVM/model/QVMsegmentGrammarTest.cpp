@@ -7,6 +7,8 @@
 #include "QVMsegmentGrammar.h"
 #include "QVMsegmentValidationRule.h"
 
+#include "../../support/TSTraised.h"
+
 namespace {
 
 COLstring fieldNames(const QVMsegmentGrammar& grammar) {
@@ -17,7 +19,7 @@ COLstring fieldNames(const QVMsegmentGrammar& grammar) {
 
 }  // namespace
 
-TEST(QVMgrammarIdentifier, MatchingAndEmptyValues) {
+TEST(QVMidentifier, MatchingAndEmptyValues) {
   QVMsegmentIdentifier identifier;
   identifier.setValue("A01|A02");
   EXPECT_TRUE(identifier.isRegexValid());
@@ -32,7 +34,7 @@ TEST(QVMgrammarIdentifier, MatchingAndEmptyValues) {
   EXPECT_TRUE(identifier.doesMatchWithLength(nullptr, 0));
 }
 
-TEST(QVMgrammarIdentifier, BadPatternIsKeptAndNeverMatches) {
+TEST(QVMidentifier, BadPatternIsKeptAndNeverMatches) {
   QVMsegmentIdentifier identifier;
   identifier.setValue("(A01");
   EXPECT_FALSE(identifier.isRegexValid());
@@ -45,7 +47,7 @@ TEST(QVMgrammarIdentifier, BadPatternIsKeptAndNeverMatches) {
   EXPECT_EQ(copy, identifier);
 }
 
-TEST(QVMgrammarIdentifier, MessageIdentifierAddsTheSegment) {
+TEST(QVMidentifier, MessageIdentifierAddsTheSegment) {
   QVMidentifier identifier;
   EXPECT_EQ(identifier.segment(), "MSH");
   identifier.setValue("ADT");
@@ -61,7 +63,7 @@ TEST(QVMgrammarIdentifier, MessageIdentifierAddsTheSegment) {
   EXPECT_EQ(identifier.nodeAddress().repeatIndex(0), 0u);
 }
 
-TEST(QVMgrammarSegment, FreshFieldDefaults) {
+TEST(QVMsegmentGrammar, FreshFieldDefaults) {
   QVMsegmentGrammar grammar;
   EXPECT_TRUE(grammar.hasDelimiters());
   EXPECT_EQ(grammar.rootEngine(), nullptr);
@@ -74,36 +76,39 @@ TEST(QVMgrammarSegment, FreshFieldDefaults) {
   EXPECT_FALSE(grammar.fieldIncomingFunction(0).isSet());
 }
 
-TEST(QVMgrammarSegment, IndexChecksNameTheirBound) {
+TEST(QVMsegmentGrammar, IndexChecksNameTheirBound) {
   QVMsegmentGrammar grammar = segmentWithFields("PID", {"id"});
-  QVMexpectPrecondition([&] { grammar.fieldName(1); }, "FieldIndex < pMember->Field.size()");
-  QVMexpectPrecondition([&] { grammar.setFieldWidth(1, 3); }, "FieldIndex < pMember->Field.size()");
-  QVMexpectPrecondition([&] { grammar.removeField(1); }, "FieldIndex < pMember->Field.size()");
-  QVMexpectPrecondition([&] { grammar.insertField(2); }, "FieldIndex <= countOfField()");
-  QVMexpectPrecondition([&] { grammar.setFieldType(0, nullptr); }, "pCompositeGrammar != NULL");
-  QVMexpectPrecondition([&] { grammar.addValidationRule(1, QVMconditionalFieldRule); }, "FieldIndex < countOfField()");
-  QVMexpectPrecondition([&] { grammar.init(nullptr); }, "pEngine != NULL");
-  QVMexpectPrecondition([&] { QVMsegmentGrammarInsertFieldWithInitialization(grammar, 0); },
-                        "Grammar.rootEngine()->countOfComposite() > 0");
-  QVMexpectError([&] { grammar.addValidationRule(0, 5); }, "Unknown validation rule type.");
+  EXPECT_EQ(TSTerrorText([&] { grammar.fieldName(1); }), "Failed precondition: FieldIndex < pMember->Field.size()");
+  EXPECT_EQ(TSTerrorText([&] { grammar.setFieldWidth(1, 3); }),
+            "Failed precondition: FieldIndex < pMember->Field.size()");
+  EXPECT_EQ(TSTerrorText([&] { grammar.removeField(1); }), "Failed precondition: FieldIndex < pMember->Field.size()");
+  EXPECT_EQ(TSTerrorText([&] { grammar.insertField(2); }), "Failed precondition: FieldIndex <= countOfField()");
+  EXPECT_EQ(TSTerrorText([&] { grammar.setFieldType(0, nullptr); }), "Failed precondition: pCompositeGrammar != NULL");
+  EXPECT_EQ(TSTerrorText([&] { grammar.addValidationRule(1, QVMconditionalFieldRule); }),
+            "Failed precondition: FieldIndex < countOfField()");
+  EXPECT_EQ(TSTerrorText([&] { grammar.init(nullptr); }), "Failed precondition: pEngine != NULL");
+  EXPECT_EQ(TSTerrorText([&] { QVMsegmentGrammarInsertFieldWithInitialization(grammar, 0); }),
+            "Failed precondition: Grammar.rootEngine()->countOfComposite() > 0");
+  EXPECT_EQ(TSTraised([&] { grammar.addValidationRule(0, 5); }),
+            COLerror("Unknown validation rule type.", COL_ERROR_PRECONDITION));
   EXPECT_EQ(grammar.countOfValidationRules(0), 0u);
   EXPECT_EQ(grammar.countOfField(), 1u);
 }
 
-TEST(QVMgrammarSegment, MoveFieldRules) {
+TEST(QVMsegmentGrammar, MoveFieldRules) {
   QVMsegmentGrammar grammar = segmentWithFields("ZZZ", {"A", "B", "C"});
   grammar.moveField(0, 2);
   EXPECT_EQ(fieldNames(grammar), "BCA");
   grammar = segmentWithFields("ZZZ", {"A", "B", "C"});
   grammar.moveField(2, 0);
   EXPECT_EQ(fieldNames(grammar), "CAB");
-  QVMexpectPrecondition([&] { grammar.moveField(1, 1); }, "FromIndex != ToIndex");
-  QVMexpectPrecondition([&] { grammar.moveField(3, 1); }, "FromIndex < countOfField()");
-  QVMexpectPrecondition([&] { grammar.moveField(1, 4); }, "ToIndex <= countOfField()");
+  EXPECT_EQ(TSTerrorText([&] { grammar.moveField(1, 1); }), "Failed precondition: FromIndex != ToIndex");
+  EXPECT_EQ(TSTerrorText([&] { grammar.moveField(3, 1); }), "Failed precondition: FromIndex < countOfField()");
+  EXPECT_EQ(TSTerrorText([&] { grammar.moveField(1, 4); }), "Failed precondition: ToIndex <= countOfField()");
   EXPECT_EQ(fieldNames(grammar), "CAB");
 }
 
-TEST(QVMgrammarSegment, RulesFollowTheirFieldThroughEdits) {
+TEST(QVMsegmentGrammar, RulesFollowTheirFieldThroughEdits) {
   QVMsegmentGrammar grammar = segmentWithFields("ZZZ", {"A", "B", "C"});
   QVMsegmentValidationRule* onA = grammar.addValidationRule(0, QVMconditionalFieldRule);
   QVMsegmentValidationRule* onC = grammar.addValidationRule(2, QVMregularExpressionRule);
@@ -119,10 +124,11 @@ TEST(QVMgrammarSegment, RulesFollowTheirFieldThroughEdits) {
   EXPECT_EQ(grammar.getValidationRule(2, 0), onA);
   grammar.removeValidationRule(2, 0);
   EXPECT_EQ(grammar.countOfValidationRules(2), 0u);
-  QVMexpectPrecondition([&] { grammar.getValidationRule(2, 0); }, "RuleIndex < countOfValidationRules(FieldIndex)");
+  EXPECT_EQ(TSTerrorText([&] { grammar.getValidationRule(2, 0); }),
+            "Failed precondition: RuleIndex < countOfValidationRules(FieldIndex)");
 }
 
-TEST(QVMgrammarSegment, CopiedRulesPointAtTheCopy) {
+TEST(QVMsegmentGrammar, CopiedRulesPointAtTheCopy) {
   QVMsegmentGrammar grammar = segmentWithFields("OBX", {"set id", "value", "units"});
   auto* pair = static_cast<QVMsegmentValidationRuleRegExpPair*>(grammar.addValidationRule(1, QVMregExpPairRule));
   pair->setParameter("DependentFieldRegExp", "NM");
@@ -158,7 +164,7 @@ TEST(QVMgrammarSegment, CopiedRulesPointAtTheCopy) {
   EXPECT_EQ(assigned.countOfValidationRules(1), 1u);
 }
 
-TEST(QVMgrammarSegment, FullNameWithIdentifiers) {
+TEST(QVMsegmentGrammar, FullNameWithIdentifiers) {
   QVMsegmentGrammar grammar;
   grammar.setName("ABC");
   EXPECT_EQ(QVMsegmentGrammarFullName(grammar), "ABC");
@@ -170,11 +176,12 @@ TEST(QVMgrammarSegment, FullNameWithIdentifiers) {
   EXPECT_EQ(QVMsegmentGrammarFullName(grammar), "ABC[0-1-2]");
   grammar.removeIdentifier(1);
   EXPECT_EQ(QVMsegmentGrammarFullName(grammar), "ABC[0-2]");
-  QVMexpectPrecondition([&] { grammar.identifier(2); }, "IdentifierIndex < countOfIdentifier()");
-  QVMexpectPrecondition([&] { grammar.addIdentifierAt(3); }, "IdentifierIndex <= countOfIdentifier()");
+  EXPECT_EQ(TSTerrorText([&] { grammar.identifier(2); }), "Failed precondition: IdentifierIndex < countOfIdentifier()");
+  EXPECT_EQ(TSTerrorText([&] { grammar.addIdentifierAt(3); }),
+            "Failed precondition: IdentifierIndex <= countOfIdentifier()");
 }
 
-TEST(QVMgrammarSegment, EqualityIgnoresFields) {
+TEST(QVMsegmentGrammar, EqualityIgnoresFields) {
   QVMsegmentGrammar a = segmentWithFields("PV1", {"class"});
   QVMsegmentGrammar b = segmentWithFields("PV1", {"class", "location"});
   EXPECT_EQ(a, b);
@@ -189,7 +196,7 @@ TEST(QVMgrammarSegment, EqualityIgnoresFields) {
   EXPECT_NE(a, b);
 }
 
-TEST(QVMgrammarSegment, Printing) {
+TEST(QVMsegmentGrammar, Printing) {
   QVMcompositeGrammar cx;
   cx.setName("CX");
   QVMsegmentGrammar grammar = segmentWithFields("PID", {"set id", "patient id"});
@@ -202,7 +209,7 @@ TEST(QVMgrammarSegment, Printing) {
   EXPECT_EQ(text, "--Segment: PID\n--  Field[1] set id (), 0\n--  Field[2] patient id (CX), 5\n");
 }
 
-TEST(QVMgrammarSegment, FieldScriptsCopyWithTheField) {
+TEST(QVMsegmentGrammar, FieldScriptsCopyWithTheField) {
   QVMengineInternal engine;
   QVMsegmentGrammar grammar = segmentWithFields("ZZZ", {"A"});
   grammar.init(&engine);

@@ -6,6 +6,8 @@
 #include "QVMsegmentValidationRule.h"
 #include "REXmatcher.h"
 
+#include "../../support/TSTraised.h"
+
 namespace {
 
 // A kind that no definition knows.
@@ -16,43 +18,38 @@ public:
 
 }  // namespace
 
-TEST(QVMrule, KindsAndClassNames) {
-  const char* names[] = {"Required Field", "Regular Expression", "Regular Expression Pair", "Python Validation Rule",
-                         "Situational Python Validation Rule"};
-  for (uint32_t kind = 0; kind < 5; ++kind) {
-    auto rule = QVMsegmentValidationRuleCreate(kind);
-    EXPECT_EQ(rule->classId(), kind);
-    EXPECT_STREQ(rule->className(), names[kind]);
-    EXPECT_EQ(rule->segmentGrammar(), nullptr);
-  }
-  QVMexpectError([] { QVMsegmentValidationRuleCreate(5); }, "Unknown validation rule type.");
+TEST(QVMvalidationRule, FactoryMakesEachKindAndRefusesOthers) {
+  for (uint32_t kind = 0; kind < 5; ++kind) EXPECT_EQ(QVMsegmentValidationRuleCreate(kind)->classId(), kind);
+  EXPECT_EQ(TSTraised([] { QVMsegmentValidationRuleCreate(5); }),
+            COLerror("Unknown validation rule type.", COL_ERROR_PRECONDITION));
 }
 
-TEST(QVMrule, NameParameterRoundTripsInEveryKind) {
+TEST(QVMvalidationRule, NameParameterRoundTripsInEveryKind) {
   for (uint32_t kind = 0; kind < 5; ++kind) {
     auto rule = QVMsegmentValidationRuleCreate(kind);
     rule->setParameter("Name", "rule name");
     EXPECT_EQ(rule->parameter("Name"), "rule name") << kind;
     EXPECT_EQ(rule->name(), "rule name") << kind;
-    QVMexpectError([&] { rule->setParameter("Bogus", "1"); },
-                   "Bogus is not a recognized key for this validation rule.");
-    QVMexpectError([&] { rule->parameter("name"); }, "name is not a recognized key for this validation rule.");
+    EXPECT_EQ(TSTraised([&] { rule->setParameter("Bogus", "1"); }),
+              COLerror("Bogus is not a recognized key for this validation rule.", COL_ERROR_PRECONDITION));
+    EXPECT_EQ(TSTraised([&] { rule->parameter("name"); }),
+              COLerror("name is not a recognized key for this validation rule.", COL_ERROR_PRECONDITION));
   }
 }
 
-TEST(QVMrule, KeysAreTheirOwnClassOnly) {
+TEST(QVMvalidationRule, KeysAreTheirOwnClassOnly) {
   auto required = QVMsegmentValidationRuleCreate(QVMconditionalFieldRule);
-  QVMexpectError([&] { required->setParameter("Code", "x = 1"); },
-                 "Code is not a recognized key for this validation rule.");
+  EXPECT_EQ(TSTraised([&] { required->setParameter("Code", "x = 1"); }),
+            COLerror("Code is not a recognized key for this validation rule.", COL_ERROR_PRECONDITION));
   auto python = QVMsegmentValidationRuleCreate(QVMpythonRule);
-  QVMexpectError([&] { python->setParameter("CodeOnError", "x = 1"); },
-                 "CodeOnError is not a recognized key for this validation rule.");
+  EXPECT_EQ(TSTraised([&] { python->setParameter("CodeOnError", "x = 1"); }),
+            COLerror("CodeOnError is not a recognized key for this validation rule.", COL_ERROR_PRECONDITION));
   auto expression = QVMsegmentValidationRuleCreate(QVMregularExpressionRule);
-  QVMexpectError([&] { expression->parameter("FieldIndex"); },
-                 "FieldIndex is not a recognized key for this validation rule.");
+  EXPECT_EQ(TSTraised([&] { expression->parameter("FieldIndex"); }),
+            COLerror("FieldIndex is not a recognized key for this validation rule.", COL_ERROR_PRECONDITION));
 }
 
-TEST(QVMrule, ConditionalFieldIndexReadsAsAtoiDoes) {
+TEST(QVMvalidationRule, ConditionalFieldIndexReadsAsAtoiDoes) {
   QVMsegmentValidationRuleConditionalField rule;
   rule.setParameter("FieldIndex", "3");
   EXPECT_EQ(rule.requiredField(), 3u);
@@ -63,7 +60,7 @@ TEST(QVMrule, ConditionalFieldIndexReadsAsAtoiDoes) {
   EXPECT_EQ(rule.requiredField(), 12u);
 }
 
-TEST(QVMrule, ConditionalFieldDisplayName) {
+TEST(QVMvalidationRule, ConditionalFieldDisplayName) {
   QVMsegmentGrammar grammar = segmentWithFields("PID", {"id", "name"});
   auto* rule = static_cast<QVMsegmentValidationRuleConditionalField*>(
       grammar.addValidationRule(0, QVMconditionalFieldRule));
@@ -75,7 +72,7 @@ TEST(QVMrule, ConditionalFieldDisplayName) {
   EXPECT_EQ(unbound.displayName(), "Undefined");
 }
 
-TEST(QVMrule, RegularExpressionKeepsABadPattern) {
+TEST(QVMvalidationRule, RegularExpressionKeepsABadPattern) {
   QVMsegmentValidationRuleRegularExpression rule;
   rule.setParameter("RegularExpression", "^[A-Z]{3}$");
   EXPECT_TRUE(rule.regularExpression().isExpressionValid());
@@ -87,7 +84,7 @@ TEST(QVMrule, RegularExpressionKeepsABadPattern) {
   EXPECT_EQ(rule.displayName(), "([A-Z]");
 }
 
-TEST(QVMrule, RegExpPairDisplayName) {
+TEST(QVMvalidationRule, RegExpPairDisplayName) {
   QVMsegmentGrammar grammar = segmentWithFields("OBX", {"type", "value"});
   auto* rule = static_cast<QVMsegmentValidationRuleRegExpPair*>(grammar.addValidationRule(1, QVMregExpPairRule));
   EXPECT_EQ(rule->displayName(), "Invalid rule");  // no patterns yet
@@ -104,7 +101,7 @@ TEST(QVMrule, RegExpPairDisplayName) {
   EXPECT_EQ(rule->displayName(), "Invalid rule");
 }
 
-TEST(QVMrule, PythonRulesKeepDescriptionAndCode) {
+TEST(QVMvalidationRule, PythonRulesKeepDescriptionAndCode) {
   QVMengineInternal engine;
   QVMsegmentValidationRulePython python;
   python.setLanguageEngine(&engine.LanguageEngine());
@@ -127,7 +124,7 @@ TEST(QVMrule, PythonRulesKeepDescriptionAndCode) {
   EXPECT_EQ(situational.pythonCodeOnError().code(), "ok = 0\r\n");
 }
 
-TEST(QVMrule, CloningByKindCopiesEveryMember) {
+TEST(QVMvalidationRule, CloningByKindCopiesEveryMember) {
   QVMengineInternal engine;
   QVMsegmentGrammar grammar = segmentWithFields("ZZZ", {"a", "b"});
   auto* required = static_cast<QVMsegmentValidationRuleConditionalField*>(
@@ -162,10 +159,11 @@ TEST(QVMrule, CloningByKindCopiesEveryMember) {
   EXPECT_EQ(copied.lastSegment(), nullptr);
 
   QVMruleOfUnknownKind unknown;
-  QVMexpectError([&] { QVMsegmentValidationRuleClone(unknown); }, "Unknown validation rule");
+  EXPECT_EQ(TSTraised([&] { QVMsegmentValidationRuleClone(unknown); }),
+            COLerror("Unknown validation rule", COL_ERROR_PRECONDITION));
 }
 
-TEST(QVMrule, GetErrorNamesRuleAndField) {
+TEST(QVMvalidationRule, GetErrorNamesRuleAndField) {
   QVMsegmentGrammar grammar = segmentWithFields("PID", {"id", "name", "birth"});
   auto* rule = static_cast<QVMsegmentValidationRuleConditionalField*>(
       grammar.addValidationRule(2, QVMconditionalFieldRule));

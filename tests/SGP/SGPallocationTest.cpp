@@ -13,7 +13,7 @@
 
 #include "../support/TSTcountingNew.h"
 
-TEST(SGMallocation, WarmListTokenisesWithoutAllocating) {
+TEST(SGPallocation, WarmListTokenisesWithoutAllocating) {
   const std::string Large =
       "MSH|^~\\&|A|B|C|D|20240101||ADT^A01|1|P|2.5\rPID|1||123^^^MRN~456^^^SSN||DOE^JOHN&X||19800101|M\r"
       "OBX|1|TX|N^Note||line one^a&b&c~line two|||||F\rZZZ|||||||||||\r";

@@ -11,7 +11,7 @@
 
 enum : unsigned { kName = 0, kAge = 1, kWeight = 2, kBorn = 3, kKind = 4 };
 
-struct QVMtableTestDefinition {
+struct TSTtableDefinition {
   QVMtableGrammarInternal* root = nullptr;
   QVMtableGrammarInternal* patient = nullptr;
   QVMtableGrammarInternal* visits = nullptr;
@@ -19,8 +19,8 @@ struct QVMtableTestDefinition {
   size_t messageIndex = 0;
 };
 
-inline QVMtableTestDefinition QVMbuildTableDefinition(QVMengineInternal& engine) {
-  QVMtableTestDefinition made;
+inline TSTtableDefinition TSTbuildTableDefinition(QVMengineInternal& engine) {
+  TSTtableDefinition made;
   QVMtableDefinitionInternal* patient = engine.table(engine.addTable());
   patient->setTableName("Patient");
   patient->setDescription("who came in");
