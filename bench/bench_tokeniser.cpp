@@ -20,7 +20,7 @@ namespace {
 
 std::string readMessage(const char* name) {
   const std::filesystem::path Path = std::filesystem::path(MSGBRIDGE_SOURCE_DIR) / "tests" /
-                                     "data" / "SGM" / name;
+                                     "data" / "SGP" / name;
   std::ifstream In(Path, std::ios::binary);
   std::ostringstream Text;
   Text << In.rdbuf();

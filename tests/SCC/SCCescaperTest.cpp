@@ -151,7 +151,7 @@ TEST(SCCescaper, DelimiterCodeWinsOverHighlight) {
 }
 
 TEST(SCCescaper, RealMessageValues) {
-  const std::string Path = std::string(MSGBRIDGE_SOURCE_DIR) + "/tests/data/SGM/rethink_adt_a01_all_five_escapes.hl7";
+  const std::string Path = std::string(MSGBRIDGE_SOURCE_DIR) + "/tests/data/SGP/rethink_adt_a01_all_five_escapes.hl7";
   std::ifstream In(Path, std::ios::binary);
   std::ostringstream Buffer;
   Buffer << In.rdbuf();

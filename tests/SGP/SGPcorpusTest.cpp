@@ -13,7 +13,7 @@
 namespace {
 
 std::string readMessage(const char* name) {
-  const std::string Path = std::string(MSGBRIDGE_SOURCE_DIR) + "/tests/data/SGM/" + name;
+  const std::string Path = std::string(MSGBRIDGE_SOURCE_DIR) + "/tests/data/SGP/" + name;
   std::ifstream In(Path, std::ios::binary);
   EXPECT_TRUE(In.good()) << Path;
   std::ostringstream Text;
