@@ -1,0 +1,177 @@
+// The SGC cases of tests/data/SGC, two kinds.
+//
+// Messages (identify.test, grammar.test, structure.test): a definition and a message in, the
+// structural road of SGCparseStructure out.  Sections:
+//   definition PATH   a definition file, relative to the repository; or, without a path, one
+//                     message definition a line in the notation of SGCparseTestSupport.h
+//   message cr        the message; or "message PATH", the file tests/data/PATH
+//   outcome           the identified message's name, or the error report
+//   tree              the parsed tree, drawn as SGCparseTestSupport.h does
+//   faults            every structural fault, drawn likewise
+//   placed            each segment's full grammar name in list order, or "unplaced"
+// Every case also asks the literal index and the trial of every definition in order for the
+// message's definition: the two must agree.
+//
+// Segment checks (check.test): every segment of the message (after a plain header, unless the
+// message starts with its own) against the segment grammar of its name in tests/data/SGC/
+// check.vmd, or in the file a "definition PATH" section names.  "report" holds, per segment
+// with faults, its index and count, the report of its first fault and the words and place of
+// every further one.
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <fstream>
+#include <iterator>
+#include <map>
+#include <sstream>
+#include <string>
+#include <string_view>
+
+#include "COLerror.h"
+#include "COLreference.h"
+#include "QVLvmdFile.h"
+#include "QVMengineInternal.h"
+#include "QVMidentifier.h"
+#include "QVMmessageDefinitionInternal.h"
+#include "QVMmessageGrammar.h"
+#include "SGCcompleteParse.h"
+#include "SGCmatch.h"
+#include "SGCparseTestSupport.h"
+#include "SGCtestSupport.h"
+#include "SGMoutput.h"
+
+#include "../support/TSTdataFile.h"
+
+using namespace sgctest;
+
+namespace {
+
+std::string reportOf(const COLerror& Error) {
+  char Code[16];
+  std::snprintf(Code, sizeof Code, "0x%08X", static_cast<unsigned>(Error.code()));
+  std::string Text = std::string("Error Code: ") + Code + "\nDescription: " + Error.description().c_str() + "\n";
+  for (const auto& [Key, Value] : SGCtest::parametersOf(Error)) Text += Key + ": " + Value + "\n";
+  return Text;
+}
+
+// Loaded once; they go before the interpreter's statics do.
+std::map<std::string, COLreferencePtr<QVMengineInternal>> Loaded;
+
+QVMengineInternal& loaded(const std::string& RelativePath) {
+  COLreferencePtr<QVMengineInternal>& Slot = Loaded[RelativePath];
+  if (!Slot) {
+    Slot = new QVMengineInternal;
+    EXPECT_EQ(QVLloadEngine(*Slot, (MSGBRIDGE_SOURCE_DIR "/" + RelativePath).c_str()), QVLvmdTypeXml);
+  }
+  return *Slot;
+}
+
+// A one-line section without its line end.
+std::string line(const std::string& Text) { return Text.substr(0, Text.find('\n')); }
+
+std::vector<TSTdataCase> casesOf(std::initializer_list<const char*> Files) {
+  std::vector<TSTdataCase> Cases;
+  for (const char* File : Files)
+    for (TSTdataCase& Case : TSTreadDataFile(std::string("SGC/") + File)) Cases.push_back(std::move(Case));
+  return Cases;
+}
+
+class SGCmessageData : public ::testing::TestWithParam<TSTdataCase> {
+protected:
+  static void TearDownTestSuite() { Loaded.clear(); }
+};
+
+TEST_P(SGCmessageData, Structure) {
+  const TSTdataCase& Case = GetParam();
+  SCOPED_TRACE(Case.where());
+  const std::string& Path = Case.argument("definition");
+  const COLreferencePtr<QVMengineInternal> Engine =
+      Path.empty() ? built(Case.text("definition")) : COLreferencePtr<QVMengineInternal>(&loaded(Path));
+  SGMsegmentList List;
+  SGCmessageStructure Structure;
+  std::string Message = Case.text("message"), Outcome;
+  if (!Case.argument("message").empty()) {
+    std::ifstream In(MSGBRIDGE_SOURCE_DIR "/tests/data/" + Case.argument("message"), std::ios::binary);
+    Message.assign(std::istreambuf_iterator<char>(In), std::istreambuf_iterator<char>());
+  }
+  try {
+    const unsigned Index = SGCparseStructure(COLstring(Message), *Engine, List, Structure);
+    Outcome = std::string(Engine->message(Index)->name().c_str()) + "\n";
+  } catch (const COLerror& Error) {
+    Outcome = reportOf(Error);
+  }
+  if (List.countOfSegment() > 0) {
+    EXPECT_EQ(SGCmatchMessage(List, *Engine), SGCmatchMessageInOrder(List, *Engine));
+  }
+  EXPECT_EQ(Outcome, Case.text("outcome"));
+  if (Case.has("tree")) {
+    EXPECT_EQ(draw(Structure.context.tree()), line(Case.text("tree")));
+  }
+  if (Case.has("faults")) {
+    EXPECT_EQ(drawFaults(Structure.context), line(Case.text("faults")));
+  }
+  if (Case.has("placed")) {
+    std::string Placed;
+    for (const std::string& Name : placed(List, Structure.context.tree())) Placed += Name + "\n";
+    EXPECT_EQ(Placed, Case.text("placed"));
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Cases, SGCmessageData, ::testing::ValuesIn(casesOf({"identify.test", "grammar.test",
+                                                                             "structure.test"})),
+                         TSTdataParamName);
+
+class SGCcheckData : public ::testing::TestWithParam<TSTdataCase> {
+protected:
+  static void TearDownTestSuite() { Loaded.clear(); }
+};
+
+TEST_P(SGCcheckData, Report) {
+  const TSTdataCase& Case = GetParam();
+  SCOPED_TRACE(Case.where());
+  SGCtest::Definition Own;
+  const QVMengineInternal& Engine = Case.has("definition") ? loaded(Case.argument("definition")) : *Own.Engine;
+  std::string Text = Case.text("message");
+  while (!Text.empty() && Text.back() == '\r') Text.pop_back();
+  const bool Whole = Text.rfind("MSH", 0) == 0;
+  const SGCtest::Message Parsed(Text, Whole);
+  std::string Report;
+  for (unsigned Index = Whole ? 0 : 1; Index < Parsed.List.countOfSegment(); ++Index) {
+    const SGMsegment& Segment = Parsed.segment(Index);
+    const std::string Name(Segment.name().view());
+    const uint32_t Grammar = Engine.segmentByName(Name.c_str());
+    ASSERT_LT(Grammar, Engine.countOfSegment()) << Name;
+    SGCerrorList Errors;
+    try {
+      SGCcheckSegment(Segment, Index, *Engine.segment(Grammar), Errors);
+    } catch (const COLerror& Error) {
+      Report += "Segment " + std::to_string(Index) + " raised:\n" + reportOf(Error);
+      continue;
+    }
+    if (Errors.empty()) continue;
+    COLerror First("", 0);
+    QVJstrictGrammarErrorPrepare(First, Segment, Parsed.Separators, Errors);
+    Report += "Segment " + std::to_string(Errors[0].segmentIndex()) + ": " + std::to_string(Errors.size()) +
+              (Errors.size() == 1 ? " fault\n" : " faults\n") + reportOf(First);
+    for (size_t Further = 1; Further < Errors.size(); ++Further) {
+      COLstring Words;
+      {
+        COLostream Stream(Words);
+        Stream << "Also: ";
+        Errors[Further].formatError(Segment, Stream);
+        if (const int Start = Errors[Further].startOfContext(Segment); Start != SGCerror::NoContext) {
+          Stream << newline;
+          SGMoutputSegment(Segment, Parsed.Separators, Stream);
+          Stream << newline;
+          SGCshowContext(Start, Errors[Further].endOfContext(Segment), Stream);
+        }
+      }
+      Report += Words.str() + "\n";
+    }
+  }
+  EXPECT_EQ(Report, Case.text("report"));
+}
+
+INSTANTIATE_TEST_SUITE_P(Cases, SGCcheckData, ::testing::ValuesIn(casesOf({"check.test"})), TSTdataParamName);
+
+}  // namespace
