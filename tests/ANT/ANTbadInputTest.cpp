@@ -7,6 +7,7 @@
 #include "ANTtestSupport.h"
 #include "COLerror.h"
 
+#include "../support/TSTemptyEngine.h"
 #include "../support/TSTfile.h"
 #include "../support/TSTraised.h"
 
@@ -18,12 +19,7 @@ std::string loadFailure(const std::string& text) {
   QVMengineInternal engine;
   ANTloadEngine(TSTreadFile(ExamplePath), engine, ExamplePath);
   std::string error = TSTerrorText([&] { ANTloadEngine(text, engine, "bad.vmd"); });
-  EXPECT_EQ(engine.countOfMessage(), 0u);
-  EXPECT_EQ(engine.countOfTable(), 0u);
-  EXPECT_EQ(engine.countOfConfig(), 1u);
-  EXPECT_EQ(engine.configName(0), "default");
-  EXPECT_EQ(engine.countOfSegment(), 0u);
-  EXPECT_EQ(engine.vmdDescription(), "");
+  TSTexpectEmptyEngine(engine);
   EXPECT_EQ(error.rfind("VMD file bad.vmd, line ", 0), 0u) << error;
   return error;
 }

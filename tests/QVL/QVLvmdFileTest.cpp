@@ -9,6 +9,7 @@
 #include "QVLvmdFile.h"
 #include "QVMengineInternal.h"
 
+#include "../support/TSTemptyEngine.h"
 #include "../support/TSTfile.h"
 #include "../support/TSTraised.h"
 
@@ -18,14 +19,6 @@ const std::string ExamplePath = std::string(MSGBRIDGE_SOURCE_DIR) + "/examples/a
 // A loaded engine, so that a failed load has something to throw away.
 void loadExample(QVMengineInternal& engine) { QVLloadEngine(engine, ExamplePath.c_str()); }
 
-void expectEmpty(QVMengineInternal& engine) {
-  EXPECT_EQ(engine.countOfMessage(), 0u);
-  EXPECT_EQ(engine.countOfTable(), 0u);
-  EXPECT_EQ(engine.countOfConfig(), 1u);
-  EXPECT_EQ(engine.configName(0), "default");
-  EXPECT_EQ(engine.countOfSegment(), 0u);
-  EXPECT_EQ(engine.vmdDescription(), "");
-}
 
 // The error of loading `text` from a file named "bad.vmd", after which the engine is empty.
 std::string loadFailure(const std::string& text) {
@@ -34,7 +27,7 @@ std::string loadFailure(const std::string& text) {
   QVMengineInternal engine;
   loadExample(engine);
   std::string error = TSTerrorText([&] { QVLloadEngine(engine, path.c_str()); });
-  expectEmpty(engine);
+  TSTexpectEmptyEngine(engine);
   EXPECT_NE(error.find(path), std::string::npos) << error;
   return error;
 }
@@ -61,7 +54,7 @@ TEST(QVLvmdFileTest, MissingEmptyAndUnknownFiles) {
   loadExample(engine);
   std::string missing = directory + "/missing.vmd";
   EXPECT_NE(TSTerrorText([&] { QVLloadEngine(engine, missing.c_str()); }).find("missing.vmd"), std::string::npos);
-  expectEmpty(engine);
+  TSTexpectEmptyEngine(engine);
 
   EXPECT_EQ(loadFailure(""), "VMD file, " + directory.substr(0, directory.size() - 5) + "bad/bad.vmd" +
                                  " is of size 0: The VMD file is not properly formatted.");
@@ -92,7 +85,7 @@ TEST(QVLvmdFileTest, BinaryKindsAreRecognisedAndRefusedByName) {
   std::string error = TSTerrorText([&] { QVLloadEngine(engine, archive.c_str()); });
   EXPECT_NE(error.find(archive), std::string::npos);
   EXPECT_NE(error.find("archive (ARC)"), std::string::npos) << error;
-  expectEmpty(engine);
+  TSTexpectEmptyEngine(engine);
   error = TSTerrorText([&] { QVLloadEngine(engine, reflected.c_str()); });
   EXPECT_NE(error.find("reflected binary (TREBIN)"), std::string::npos) << error;
 
@@ -130,7 +123,7 @@ TEST(QVLvmdFileTest, EveryCutOfTheExampleFailsCleanly) {
     EXPECT_TRUE(error.find("not of a recognized format") != std::string::npos ||
                 error.find("VMD file in memory, line ") != std::string::npos)
         << cut << ": " << error;
-    expectEmpty(engine);
+    TSTexpectEmptyEngine(engine);
   }
 }
 
