@@ -1,6 +1,4 @@
-// The example engine the generation tests share, messages of its definition that they parse
-// and generate again, and what generation gives back for the admission: as much as its tables
-// carry.
+// The example engine the generation tests share and two messages of its definition.
 #pragma once
 
 #include <string>
@@ -14,12 +12,6 @@ inline constexpr char Admission[] =
     "EVN|A01|20240301080000\r"
     "PID|1||MR410000^^^NORTHGATE^MR||Okonkwo^Amara^^^||19500101|F|||12 Larch Lane^^Millbrook^NY\r"
     "PV1|1|I|WARD3^100^A^NORTHGATE||||D1042^Varga^Ilona\r";
-
-inline constexpr char AdmissionBack[] =
-    "MSH|^~\\&|||||||ADT^A01\r"
-    "EVN|A01|20240301080000+0000\r"
-    "PID|||MR410000||Okonkwo^Amara||19500101000000+0000|F|||^^Millbrook\r"
-    "PV1||I|WARD3^100^A||||D1042^Varga\r";
 
 inline constexpr char Results[] =
     "MSH|^~\\&|PASYS|NORTHGATE|ENGINE|NORTHGATE|20240303101400||ORU^R01|MSG01002|P|2.4\r"

@@ -1,0 +1,125 @@
+// The message road on the cases of tests/data/QVJ: a definition and a message in, the table XML
+// or the error out; table XML in, the message generated from it or the error out.
+//
+// Sections of a case:
+//   definition PATH        the definition, relative to the repository (a fresh engine per case)
+//   options                words: "lenient" (no content checks), "trailing-separators",
+//                          "segment-line-feed"
+//   script:in-post, script:out-main, script:out-post
+//                          the inbound post-process, outbound main and outbound post-process code
+//   column:TABLE.COLUMN    the column's outgoing equation
+//   field:SEGMENT.N        the outgoing equation of field N (from 1) of the segment
+//   message [options]      the message to parse
+//   xml [legacy]           with a message: its table XML (long tags with "legacy"); without one:
+//                          the table XML to generate from
+//   back                   the message generated from the tables of the message or XML
+//   error [CODE]           the short text of the error the road raised (and its code)
+//   error-start, error-has the full error text starts with this / holds every line of this
+// Line ends of XML and error texts are compared as "\n".
+#include <gtest/gtest.h>
+
+#include <sstream>
+#include <string>
+
+#include "COLerror.h"
+#include "QVJparse.h"
+#include "QVJparseContext.h"
+#include "QVLvmdFile.h"
+#include "QVMengineInternal.h"
+#include "QVMsegmentGrammar.h"
+#include "QVMtableDefinitionInternal.h"
+#include "QVMtableInternal.h"
+#include "QVPgenerateMessage.h"
+
+#include "../support/TSTdataFile.h"
+
+namespace {
+
+std::string lineFeeds(std::string Text) {
+  for (size_t At; (At = Text.find("\r\n")) != std::string::npos;) Text.erase(At, 1);
+  return Text;
+}
+
+// The text of a section without the line end the data file gave its last line.
+std::string chomped(const std::string& Text) {
+  return !Text.empty() && Text.back() == '\n' ? Text.substr(0, Text.size() - 1) : Text;
+}
+
+LANfunction& scriptOf(QVMengineInternal& Schema, const std::string& Key) {
+  const std::string Name = Key.substr(Key.find(':') + 1);
+  if (Key == "script:in-post") return Schema.config().postProcessFunction();
+  if (Key == "script:out-main") return Schema.config().outgoingMainFunction();
+  if (Key == "script:out-post") return Schema.config().outgoingPostProcessFunction();
+  const size_t Dot = Name.find('.');
+  if (Key.rfind("column:", 0) == 0) {
+    QVMtableDefinitionInternal& Table = *Schema.table(Schema.tableByName(Name.substr(0, Dot)));
+    return Table.outgoingFunction(Table.columnIndex(Name.substr(Dot + 1)));
+  }
+  return Schema.segment(Schema.segmentByName(Name.substr(0, Dot)))
+      ->fieldOutgoingFunction(std::stoul(Name.substr(Dot + 1)) - 1);
+}
+
+class QVJdata : public ::testing::TestWithParam<TSTdataCase> {};
+
+TEST_P(QVJdata, Road) {
+  const TSTdataCase& Case = GetParam();
+  SCOPED_TRACE(Case.where());
+  COLreferencePtr<QVFengine> Engine(new QVFengine);
+  QVMengineInternal& Schema = Engine->schema();
+  QVLloadEngine(Schema, std::string(MSGBRIDGE_SOURCE_DIR) + "/" + Case.argument("definition"));
+  std::istringstream Options(Case.has("options") ? Case.text("options") : "");
+  for (std::string Word; Options >> Word;) {
+    if (Word == "lenient") Schema.setRejectBadSegmentGrammar(false);
+    else if (Word == "trailing-separators") Schema.config().setOutputTrailingSeparators(true);
+    else if (Word == "segment-line-feed") Schema.config().setOutputSegmentLineFeed(true);
+    else ADD_FAILURE() << "unknown option " << Word;
+  }
+  for (const auto& [Key, Section] : Case.Sections)
+    if (Key.find(':') != std::string::npos) scriptOf(Schema, Key).setCode(Section.Text.c_str());
+
+  QVJparseContext& Context = Engine->parseContext();
+  std::string Xml, Back;
+  try {
+    if (Case.has("message")) {
+      const std::string Message = Case.text("message");
+      if (Case.has("xml"))
+        Xml = lineFeeds(Case.argument("xml") == "legacy" ? QVJhl7ToXmlLegacyTableFormat(Context, Message.c_str())
+                                                         : QVJhl7ToXml(Context, Message.c_str()));
+      QVMtableInternal Table;
+      unsigned Index = 0;
+      QVJengineInternalParseMessage(Context, Message.c_str(), Index, Table);
+      if (Case.has("back") || !Case.has("xml")) Back = QVPgenerateMessage(Context.qvpParseContext(), Index, Table);
+    } else {
+      Back = QVJxmlToHl7(Context, Case.text("xml").c_str());
+    }
+  } catch (const COLerror& Error) {
+    ASSERT_TRUE(Case.has("error") || Case.has("error-start") || Case.has("error-has"))
+        << "unexpected error: " << Error.description().str();
+    const std::string Full = lineFeeds(Error.description().str());
+    if (Case.has("error")) {
+      COLerror Copy(Error);
+      EXPECT_EQ(Copy.hasParameter("PlainError") ? Copy.parameter("PlainError").str() : Full,
+                chomped(Case.text("error")));
+      if (!Case.argument("error").empty()) {
+        EXPECT_EQ(Error.code(), std::stoul(Case.argument("error"), nullptr, 16));
+      }
+    }
+    if (Case.has("error-start")) {
+      EXPECT_EQ(Full.rfind(chomped(Case.text("error-start")), 0), 0u) << Full;
+    }
+    std::istringstream Parts(Case.has("error-has") ? Case.text("error-has") : "");
+    for (std::string Part; std::getline(Parts, Part);) EXPECT_NE(Full.find(Part), std::string::npos) << Part << "\n" << Full;
+    return;
+  }
+  EXPECT_FALSE(Case.has("error") || Case.has("error-start") || Case.has("error-has")) << "no error raised";
+  if (Case.has("message") && Case.has("xml")) {
+    EXPECT_EQ(Xml, Case.text("xml"));
+  }
+  if (Case.has("back")) {
+    EXPECT_EQ(Back, Case.text("back"));
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Cases, QVJdata, ::testing::ValuesIn(TSTreadDataArea("QVJ")), TSTdataParamName);
+
+}  // namespace
