@@ -12,12 +12,15 @@
 //   sniff             "CHECKER FORMAT" lines; CHECKER is open, hl7, batch, x12-interchange,
 //                     x12-batch or newlines (then a mask instead of a format); what "open"
 //                     recognises is read and must give the expected messages
-// Framing runs with one reader object at several block sizes, so neither the block boundaries
-// nor what the previous open left may change the messages.
+//   lines MASK [END]  the log read line by line, with line-end mask and end character (NUL
+//                     when not given): "END POSITION TEXT" for each line, the text as the log
+// Framing and lines are read at several block sizes, with one reader object, so neither the
+// block boundaries nor what the previous open left may change them.
 #include <algorithm>
 #include <memory>
 #include <sstream>
 
+#include "MLGblockFile.h"
 #include "MLGfileReader.h"
 #include "MLGhl7Reader.h"
 #include "MLGtestSupport.h"
@@ -141,6 +144,34 @@ TEST_P(MLGsniffing, LogToFormat) {
   }
 }
 
+using MLGlines = MLGdata;
+
+TEST_P(MLGlines, LogToLines) {
+  const TSTdataCase& Case = GetParam();
+  SCOPED_TRACE(Case.where());
+  const COLstring Path = log();
+  std::istringstream Arguments(Case.argument("lines"));
+  unsigned Mask = 0;
+  std::string End;
+  Arguments >> Mask >> End;
+  for (size_t Block : {size_t{1}, size_t{2}, size_t{4096}}) {
+    SCOPED_TRACE(::testing::Message() << "block " << Block);
+    MLGblockFile File(Block);
+    File.open(Path);
+    std::vector<std::string> Got;
+    COLstring Line;
+    for (unsigned LineEnd = 1; LineEnd != 0 && Got.size() < 100;) {
+      LineEnd = MLGreadLine(File, Line, Mask, End.empty() ? '\0' : End[0]);
+      Got.push_back(std::to_string(LineEnd) + " " + std::to_string(File.position()) +
+                    (Line.empty() ? "" : " " + Line.str()));
+    }
+    std::vector<std::string> Expected;
+    for (const std::string& Text : lines(Case.text("lines"))) Expected.push_back(decode(Text));
+    EXPECT_EQ(Got, Expected);
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Cases, MLGlines, ::testing::ValuesIn(casesWith("lines")), TSTdataParamName);
 INSTANTIATE_TEST_SUITE_P(Cases, MLGframing, ::testing::ValuesIn(casesWith("expect")), TSTdataParamName);
 INSTANTIATE_TEST_SUITE_P(Cases, MLGsniffing, ::testing::ValuesIn(casesWith("sniff")), TSTdataParamName);
 
