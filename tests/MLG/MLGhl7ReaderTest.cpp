@@ -1,4 +1,5 @@
-// HL7 framings: line-end formats, SingleMessage, and the batch state machine.
+// HL7 readers beyond the framing tables of tests/data/MLG: refused formats, a closed reader,
+// block sizes, large logs and repositioning inside a batch.
 #include <random>
 
 #include "COLerror.h"
@@ -10,88 +11,6 @@
 namespace {
 
 using MLGhl7ReaderTest = MLGtempDir;
-
-TEST_F(MLGhl7ReaderTest, StandardBreaksOnlyAtCrLfFollowedByHeader) {
-  const COLstring path = write("std.hl7", "MSH|a\rPID|b\r\nMSH|c\r\n");
-  EXPECT_EQ(MLGreadAll(MLGhl7Standard, path), (MLGmessages{"MSH|a\rPID|b\r\n", "MSH|c\r\n"}));
-  // "MSH" behind a plain CR stays inside; CR LF before another segment only separates.
-  const COLstring inside = write("inside.hl7", "MSH|a\rMSH|b\r\nPID|c\r\nMSH|d\r");
-  EXPECT_EQ(MLGreadAll(MLGhl7Standard, inside), (MLGmessages{"MSH|a\rMSH|b\rPID|c\r\n", "MSH|d\r\n"}));
-}
-
-TEST_F(MLGhl7ReaderTest, BlankLines) {
-  // Blank lines at the end go with the last message: no empty message follows.
-  const COLstring trailing = write("trailing.hl7", "MSH|a\r\n\r\n\r\n\r");
-  EXPECT_EQ(MLGreadAll(MLGhl7Standard, trailing), (MLGmessages{"MSH|a\r\n"}));
-  // A blank line's own end counts: a CR blank line before "MSH" hides the CR LF.
-  const COLstring hidden = write("hidden.hl7", "MSH|a\r\n\rMSH|b\r\n");
-  EXPECT_EQ(MLGreadAll(MLGhl7Standard, hidden), (MLGmessages{"MSH|a\rMSH|b\r\n"}));
-  // Blank lines before a header belong to the next call: the reader stops behind the last segment.
-  const COLstring between = write("between.hl7", "MSH|a\r\n\r\n\r\nMSH|b\r\n");
-  std::unique_ptr<MLGreader> reader(MLGfactoryFromFormat(MLGhl7Standard));
-  reader->open(between);
-  EXPECT_EQ(reader->nextMessage(), "MSH|a\r\n");
-  EXPECT_EQ(reader->position(), 7u);
-  EXPECT_EQ(reader->nextMessage(), "MSH|b\r\n");
-  EXPECT_FALSE(reader->hasNextMessage());
-  // Nothing but the format's line ends: one empty message.
-  EXPECT_EQ(MLGreadAll(MLGhl7Standard, write("e0", "\r\n\r\r\n")), (MLGmessages{""}));
-  EXPECT_EQ(MLGreadAll(MLGhl7CRLF, write("e1", "\r\n\r\n")), (MLGmessages{""}));
-  EXPECT_EQ(MLGreadAll(MLGhl7CR, write("e2", "\r\r")), (MLGmessages{""}));
-  EXPECT_EQ(MLGreadAll(MLGhl7LF, write("e3", "\n\n")), (MLGmessages{""}));
-  EXPECT_EQ(MLGreadAll(MLGsingleMessage, write("e5", "\r\n\n\r\r")), (MLGmessages{""}));
-  // A line end the format does not split on is text: LF-only framing of CR LF lines.
-  EXPECT_EQ(MLGreadAll(MLGhl7LF, write("e6", "\r\n\r\n")), (MLGmessages{"\r\r\r\r\n"}));
-}
-
-TEST_F(MLGhl7ReaderTest, OtherLineEndFormats) {
-  EXPECT_EQ(MLGreadAll(MLGhl7LF, write("lf.hl7", "MSH|a\nPID|b\nMSH|c\nPID|d")),
-            (MLGmessages{"MSH|a\rPID|b\r\n", "MSH|c\rPID|d\r\n"}));
-  EXPECT_EQ(MLGreadAll(MLGhl7CR, write("cr.hl7", "MSH|a\rPID|b\rMSH|c\r")),
-            (MLGmessages{"MSH|a\rPID|b\r\n", "MSH|c\r\n"}));
-  // Under CR LF framing a lone CR is text inside the segment.
-  EXPECT_EQ(MLGreadAll(MLGhl7CRLF, write("crlf.hl7", "MSH|a\rPID|b\r\nOBX|c\r\nMSH|d\r\n")),
-            (MLGmessages{"MSH|a\rPID|b\rOBX|c\r\n", "MSH|d\r\n"}));
-  // Missing final line end, lone CRs and mixed line ends under SingleMessage.
-  EXPECT_EQ(MLGreadAll(MLGsingleMessage, write("single.hl7", "MSH|a\nPID|b\r\nMSH|c\rOBX")),
-            (MLGmessages{"MSH|a\rPID|b\rMSH|c\rOBX\r\n"}));
-}
-
-TEST_F(MLGhl7ReaderTest, EndOfFileCharacterAndEmptyFile) {
-  const COLstring path = write("nul.hl7", std::string("MSH|a\rPID|b\0\rMSH|c\r", 19));
-  std::unique_ptr<MLGreader> reader(MLGfactoryFromFormat(MLGhl7CR));
-  reader->open(path);
-  EXPECT_EQ(reader->nextMessage(), "MSH|a\rPID|b\r\n");
-  EXPECT_EQ(reader->position(), 19u);
-  EXPECT_FALSE(reader->hasNextMessage());
-
-  reader->open(write("empty.hl7", ""));
-  EXPECT_FALSE(reader->hasNextMessage());
-  EXPECT_EQ(reader->nextMessage(), "");
-}
-
-TEST_F(MLGhl7ReaderTest, HeaderIgnoredSegmentsAndTerminators) {
-  const COLstring path = write("opts.hl7", "FHS|x\r\nMSH|a\rZZZ|b\rZZ\r\nMSH|c\r\n");
-  MLGhl7Reader reader(MLGhl7Standard);
-  reader.ignoredSegments().push_back("ZZ");
-  reader.setSegmentTerminator("\n");
-  reader.setMessageTerminator("<end>");
-  reader.open(path);
-  EXPECT_EQ(MLGreadAll(reader), (MLGmessages{"FHS|x<end>", "MSH|a<end>", "MSH|c<end>"}));
-  reader.open(write("segs.hl7", "MSH|a\rZ\rZZ|b\rPID\r"));
-  EXPECT_EQ(MLGreadAll(reader), (MLGmessages{"MSH|a\nZ\nPID<end>"}));
-
-  // Another header; an empty header never breaks.
-  reader.ignoredSegments().clear();
-  reader.setMessageHeader("FHS");
-  reader.open(path);
-  EXPECT_EQ(MLGreadAll(reader).size(), 1u);
-  reader.setMessageHeader("");
-  reader.open(write("two.hl7", "MSH|a\r\nMSH|b\r\n"));
-  EXPECT_EQ(MLGreadAll(reader).size(), 1u);
-  EXPECT_EQ(MLGhl7Reader(MLGsingleMessage).messageHeader(), "");
-  EXPECT_EQ(MLGhl7Reader(MLGhl7LF).messageHeader(), "MSH");
-}
 
 TEST_F(MLGhl7ReaderTest, RefusesFormatsItDoesNotRead) {
   for (MLGreaderFileFormat format : {MLGhl7Batch, MLGx12Interchange, MLGx12Batch, MLGendOfFormats}) {
@@ -156,31 +75,6 @@ TEST_F(MLGhl7ReaderTest, LogLargerThanOneBlock) {
 // --- batch
 
 using MLGhl7BatchReaderTest = MLGtempDir;
-
-TEST_F(MLGhl7BatchReaderTest, ControlLinesFrameMessages) {
-  const COLstring path = write("batch.hl7",
-                               "junk\r\nFHS|f\r\nnoise\r\nBHS|b\r\nMSH|1\rPID|1\r\nMSH|2\rMSH|2b\r\nBTS|1\r\n"
-                               "BHS|c\r\nMSH|3\r\nBTS|1\r\nFTS|1\r\n");
-  EXPECT_EQ(MLGreadAll(MLGhl7Batch, path), (MLGmessages{"MSH|1\rPID|1\r\n", "MSH|2\rMSH|2b\r\n", "MSH|3\r\n"}));
-}
-
-TEST_F(MLGhl7BatchReaderTest, EdgesOfTheStateMachine) {
-  // A BTS between messages does not close a message; the next MSH behind CR LF does.
-  EXPECT_EQ(MLGreadAll(MLGhl7Batch, write("a.hl7", "FHS\rBHS\rMSH|1\r\nBTS\r\nBHS\r\nMSH|2\r\n")),
-            (MLGmessages{"MSH|1\r\n", "MSH|2\r\n"}));
-  // No BTS: the message comes out at the end of the file.
-  EXPECT_EQ(MLGreadAll(MLGhl7Batch, write("b.hl7", "FHS\r\nBHS\r\nMSH|1\rPID")), (MLGmessages{"MSH|1\rPID\r\n"}));
-  // Control lines only: one empty message.
-  EXPECT_EQ(MLGreadAll(MLGhl7Batch, write("c.hl7", "FHS\r\nBHS\r\nBTS\r\nFTS\r\n")), (MLGmessages{""}));
-  // Blank lines do not hide the CR LF before "MSH".
-  EXPECT_EQ(MLGreadAll(MLGhl7Batch, write("d.hl7", "FHS\rBHS\rMSH|1\r\n\r\rMSH|2\r")),
-            (MLGmessages{"MSH|1\r\n", "MSH|2\r\n"}));
-  // Ignored segments must be strictly longer than the entry.
-  MLGhl7BatchReader reader;
-  reader.ignoredSegments().push_back("ZZ");
-  reader.open(write("e.hl7", "FHS\rBHS\rMSH|1\rZZ\rZZ|x\rPID\r"));
-  EXPECT_EQ(MLGreadAll(reader), (MLGmessages{"MSH|1\rZZ\rPID\r\n"}));
-}
 
 TEST_F(MLGhl7BatchReaderTest, PositionResetsTheState) {
   const COLstring path = write("pos.hl7", "FHS\rBHS\rMSH|1\r\nMSH|2\r\n");

@@ -1,5 +1,6 @@
 // Line reading and newline-type scanning, checked against a plain byte-at-a-time model of
-// the rules, across block sizes that put every byte at a block boundary.
+// the rules, across block sizes that put every byte at a block boundary.  Small logs with
+// their lines written out are in tests/data/MLG.
 #include <random>
 
 #include "COLerror.h"
@@ -75,58 +76,6 @@ protected:
     return result;
   }
 };
-
-TEST_F(MLGlineTest, LineEndsFollowTheMask) {
-  const COLstring path = write("ends.txt", "a\rb\r\nc\nd");
-  auto standard = lines(path, 1 | 4, 4096);
-  ASSERT_EQ(standard.size(), 3u);
-  EXPECT_EQ(standard[0].text, "a");
-  EXPECT_EQ(standard[0].end, 1u);
-  EXPECT_EQ(standard[0].position, 2u);
-  EXPECT_EQ(standard[1].text, "b");
-  EXPECT_EQ(standard[1].end, 4u);
-  EXPECT_EQ(standard[1].position, 5u);
-  EXPECT_EQ(standard[2].text, "c\nd");  // LF is text without mask bit 2
-  EXPECT_EQ(standard[2].end, 0u);
-  EXPECT_EQ(standard[2].position, 8u);
-
-  auto lfOnly = lines(path, 2, 4096);
-  ASSERT_EQ(lfOnly.size(), 3u);
-  EXPECT_EQ(lfOnly[0].text, "a\rb\r");
-  EXPECT_EQ(lfOnly[1].text, "c");
-  EXPECT_EQ(lfOnly[2].text, "d");
-
-  // A lone CR under a CR-LF-only mask is text, and so is the byte behind it, even a CR.
-  const COLstring crlf = write("crlf.txt", "a\rb\r\r\nc\r\n");
-  auto crlfLines = lines(crlf, 4, 4096);
-  ASSERT_EQ(crlfLines.size(), 2u);
-  EXPECT_EQ(crlfLines[0].text, "a\rb\r\r\nc");
-  EXPECT_EQ(crlfLines[0].end, 4u);
-  EXPECT_EQ(crlfLines[1].text, "");
-  EXPECT_EQ(crlfLines[1].end, 0u);
-}
-
-TEST_F(MLGlineTest, EndCharacterAndFinalCR) {
-  // A NUL ends the input: the file moves to its end and nothing behind it is seen.
-  auto cut = lines(write("nul.txt", std::string("ab\rc\0d\re\r", 9)), 1, 4096);
-  ASSERT_EQ(cut.size(), 2u);
-  EXPECT_EQ(cut[1].text, "c");
-  EXPECT_EQ(cut[1].end, 0u);
-  EXPECT_EQ(cut[1].position, 9u);
-  // A CR right before the NUL, or at the very end, is dropped.
-  auto pending = lines(write("pending.txt", std::string("ab\r\0x", 5)), 1 | 4, 4096);
-  ASSERT_EQ(pending.size(), 1u);
-  EXPECT_EQ(pending[0].text, "ab");
-  EXPECT_EQ(pending[0].position, 5u);
-  auto final = lines(write("final.txt", "ab\r"), 4, 2);
-  ASSERT_EQ(final.size(), 1u);
-  EXPECT_EQ(final[0].text, "ab");
-  EXPECT_EQ(final[0].end, 0u);
-  // Another end character leaves NUL as text.
-  auto other = lines(write("other.txt", std::string("a\0b#c", 5)), 1, 4096, '#');
-  ASSERT_EQ(other.size(), 1u);
-  EXPECT_EQ(other[0].text, std::string("a\0b", 3));
-}
 
 TEST_F(MLGlineTest, LinesAcrossBlocks) {
   // A line of many blocks, a CR LF split by a block boundary, a CR closing a block.

@@ -1,0 +1,90 @@
+// The matcher on the cases of tests/data/REX: a pattern and texts in, whether and where it
+// matches and what a replacement makes of the texts out.
+//
+// Sections of a case; in texts "\xHH" stands for that byte and "(empty)" for an empty text:
+//   pattern P      the pattern, the rest of the line
+//   options O...   caseless, multiline, dotall, anchored, dollar-endonly, utf8, newline-cr
+//   matches        texts it matches, one a line
+//   misses         texts it does not match
+//   find           "TEXT @START => FIRST LAST" or "TEXT @START => none"
+//   replace R      "TEXT => COUNT RESULT": replacing every match by R gives COUNT and RESULT
+#include <map>
+#include <sstream>
+
+#include "REXmatcher.h"
+
+#include "../support/TSTdataFile.h"
+
+namespace {
+
+std::string bytes(const std::string& Text) {
+  if (Text == "(empty)") return "";
+  std::string Out;
+  for (size_t At = 0; At < Text.size(); ++At) {
+    if (Text.compare(At, 2, "\\x") == 0 && At + 3 < Text.size()) {
+      Out += static_cast<char>(std::stoi(Text.substr(At + 2, 2), nullptr, 16));
+      At += 3;
+    } else {
+      Out += Text[At];
+    }
+  }
+  return Out;
+}
+
+std::vector<std::string> lines(const TSTdataCase& Case, const char* Key) {
+  std::vector<std::string> Lines;
+  std::istringstream In(Case.has(Key) ? Case.text(Key) : "");
+  for (std::string Line; std::getline(In, Line);) Lines.push_back(Line);
+  return Lines;
+}
+
+REXoption options(const TSTdataCase& Case) {
+  static const std::map<std::string, REXoption> Names = {
+      {"caseless", REX_CASELESS}, {"multiline", REX_MULTILINE},           {"dotall", REX_DOTALL},
+      {"anchored", REX_ANCHORED}, {"dollar-endonly", REX_DOLLAR_ENDONLY}, {"utf8", REX_UTF8},
+      {"newline-cr", REX_NEWLINE_CR}};
+  REXoption Options = 0;
+  std::istringstream Words(Case.has("options") ? Case.argument("options") : "");
+  for (std::string Word; Words >> Word;) {
+    if (!Names.count(Word)) ADD_FAILURE() << "no option " << Word;
+    else Options |= Names.at(Word);
+  }
+  return Options;
+}
+
+class REXdata : public ::testing::TestWithParam<TSTdataCase> {};
+
+TEST_P(REXdata, PatternOnTexts) {
+  const TSTdataCase& Case = GetParam();
+  SCOPED_TRACE(Case.where());
+  const REXmatcher Matcher(Case.argument("pattern"), options(Case));
+  ASSERT_TRUE(Matcher.isExpressionValid()) << Matcher.lastCompileError().c_str();
+  EXPECT_EQ(Matcher.options(), options(Case));
+  for (const std::string& Text : lines(Case, "matches")) EXPECT_TRUE(Matcher.doesMatch(bytes(Text).c_str())) << Text;
+  for (const std::string& Text : lines(Case, "misses")) EXPECT_FALSE(Matcher.doesMatch(bytes(Text).c_str())) << Text;
+  for (const std::string& Line : lines(Case, "find")) {
+    const size_t At = Line.find(" @"), Arrow = Line.find(" => ");
+    size_t First = 0, Last = 0;
+    const bool Found =
+        Matcher.findMatch(bytes(Line.substr(0, At)).c_str(), std::stoul(Line.substr(At + 2)), First, Last);
+    const std::string Got = Found ? std::to_string(First) + " " + std::to_string(Last) : "none";
+    EXPECT_EQ(Got, Line.substr(Arrow + 4)) << Line;
+    if (!Found) {
+      EXPECT_EQ(First, COLstring::npos);
+      EXPECT_EQ(Last, COLstring::npos);
+    }
+  }
+  for (const std::string& Line : lines(Case, "replace")) {
+    const size_t Arrow = Line.find(" => ");
+    COLstring Text(bytes(Line.substr(0, Arrow)));
+    const std::string Expected = Line.substr(Arrow + 4);
+    const size_t Count = Matcher.regexReplace(Text, Case.argument("replace"));
+    EXPECT_EQ(std::to_string(Count), Expected.substr(0, Expected.find(' '))) << Line;
+    EXPECT_EQ(Text.str(), bytes(Expected.find(' ') == std::string::npos ? "" : Expected.substr(Expected.find(' ') + 1)))
+        << Line;
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Cases, REXdata, ::testing::ValuesIn(TSTreadDataArea("REX")), TSTdataParamName);
+
+}  // namespace
