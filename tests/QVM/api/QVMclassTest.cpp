@@ -9,6 +9,21 @@
 #include "QVMhandleSupport.h"
 #include "QVMhandleTestSupport.h"
 #include "QVMtable.h"
+#include "../../support/TSTtableDefinition.h"
+
+namespace {
+// The QVMerror `action` throws (the class interface's own, no COLerror); none fails the test.
+template <class Action>
+QVMerror QVMthrown(Action&& action) {
+  try {
+    action();
+  } catch (const QVMerror& error) {
+    return error;
+  }
+  ADD_FAILURE() << "no QVMerror thrown";
+  return QVMerror("no error", 0, "", 0);
+}
+}  // namespace
 
 TEST(QVMclassEngine, LoadsAndForwardsToTheHandles) {
   QVMengine engine;
@@ -24,24 +39,16 @@ TEST(QVMclassEngine, LoadsAndForwardsToTheHandles) {
 
 TEST(QVMclassEngine, AFailedLoadThrowsTheEnginesText) {
   QVMengine engine;
-  try {
-    engine.Load("/nonexistent/definition.vmd");
-    FAIL() << "no error";
-  } catch (const QVMerror& error) {
-    EXPECT_NE(std::string(error.Description()).find("/nonexistent/definition.vmd"), std::string::npos)
-        << error.Description();
-    EXPECT_NE(error.Code(), 0u);
-    EXPECT_EQ(std::string(error.Expression()).rfind("_QVMengineLoad(", 0), 0u) << error.Expression();
-  }
-  try {
-    engine.translateXmlToMessage("<Quovane_Import/>");
-    FAIL() << "no error";
-  } catch (const QVMerror& error) {
-    // The default dialect is not a table dialect: it cannot be read back in this build.
-    EXPECT_EQ(std::string(error.Description()).rfind("Reading XML of the dialect 'STANDARD VER 2'", 0), 0u)
-        << error.Description();
-    EXPECT_EQ(error.Code(), 0x80000100u);
-  }
+  const QVMerror load = QVMthrown([&] { engine.Load("/nonexistent/definition.vmd"); });
+  EXPECT_NE(std::string(load.Description()).find("/nonexistent/definition.vmd"), std::string::npos)
+      << load.Description();
+  EXPECT_NE(load.Code(), 0u);
+  EXPECT_EQ(std::string(load.Expression()).rfind("_QVMengineLoad(", 0), 0u) << load.Expression();
+  // The default dialect is not a table dialect: it cannot be read back in this build.
+  const QVMerror read = QVMthrown([&] { engine.translateXmlToMessage("<Quovane_Import/>"); });
+  EXPECT_EQ(std::string(read.Description()).rfind("Reading XML of the dialect 'STANDARD VER 2'", 0), 0u)
+      << read.Description();
+  EXPECT_EQ(read.Code(), 0x80000100u);
 }
 
 TEST(QVMclassError, CopiesShareTheHandleAndOutliveTheOriginal) {
@@ -63,14 +70,11 @@ TEST(QVMclassError, CopiesShareTheHandleAndOutliveTheOriginal) {
   QVMerror plain("Wrapper() != NULL", 5, "x.cpp", 0);
   plain = second;  // assignment shares the handle as well
   EXPECT_EQ(plain.Code(), COL_ERROR_VALIDATION_RULE);
-  try {
-    QVMactivateCondition("a == b", 7, "y.cpp");
-  } catch (const QVMerror& error) {
-    EXPECT_STREQ(error.Description(), "a == b");
-    EXPECT_EQ(error.Code(), 0u);
-    EXPECT_EQ(error.Line(), 7);
-    EXPECT_EQ(error.CountOfParameter(), 0u);
-  }
+  const QVMerror condition = QVMthrown([] { QVMactivateCondition("a == b", 7, "y.cpp"); });
+  EXPECT_STREQ(condition.Description(), "a == b");
+  EXPECT_EQ(condition.Code(), 0u);
+  EXPECT_EQ(condition.Line(), 7);
+  EXPECT_EQ(condition.CountOfParameter(), 0u);
 }
 
 namespace {
@@ -149,20 +153,11 @@ TEST(QVMclassWrapper, CutsMessagesAcrossChunksAndRepliesThroughTheTransport) {
 
 TEST(QVMclassWrapper, BaseEngineRefusesWithoutAWrapperOrAParser) {
   QVMengine engine;
-  try {
-    engine.InitiateMessage("x");
-    FAIL() << "no error";
-  } catch (const QVMerror& error) {
-    EXPECT_STREQ(error.Description(), "Wrapper() != NULL");
-  }
+  EXPECT_STREQ(QVMthrown([&] { engine.InitiateMessage("x"); }).Description(), "Wrapper() != NULL");
   EXPECT_THROW(engine.ReplyToMessage("x", 1), QVMerror);
   engine.SetWrapper(new LineWrapper);
-  try {
-    engine.Wrapper()->ReceiveData("m\n", 0);
-    FAIL() << "no error";
-  } catch (const QVMerror& error) {
-    EXPECT_STREQ(error.Description(), "The ParseMessage method should be overridden.");
-  }
+  EXPECT_STREQ(QVMthrown([&] { engine.Wrapper()->ReceiveData("m\n", 0); }).Description(),
+               "The ParseMessage method should be overridden.");
 }
 
 TEST(QVMclassEngine, LogReceivesTheEnginesTextAndOutputLines) {
@@ -174,6 +169,20 @@ TEST(QVMclassEngine, LogReceivesTheEnginesTextAndOutputLines) {
   engine.NewLine();
   QVMhandleEngine(engine.EngineHandle()).logStream() << "from the engine" << flush;
   EXPECT_EQ(text, "line\n\nfrom the engine");
+}
+
+// A refused table call throws the class's own check, or the code of the handle layer's refusal.
+TEST(QVMclassTable, RefusedCallsThrow) {
+  QVMengine engine;
+  const TSTtableDefinition definition = TSTbuildTableDefinition(QVMhandleEngine(engine.EngineHandle()));
+  EXPECT_STREQ(QVMthrown([&] { QVMtable(engine.EngineHandle(), 3); }).Description(),
+               "Failed precondition: MessageIndex < CountOfMessage");
+  QVMtable root(engine.EngineHandle(), definition.messageIndex);
+  root.AddRow();
+  root[0].SubTable(0).AddRow();
+  EXPECT_STREQ(QVMthrown([&] { root.SubTable(3, 0); }).Description(), "SubTableIndex < pMember->CountOfSubTable");
+  EXPECT_EQ(std::string(QVMthrown([&] { root.SubTable(0, 1); }).Description()).rfind("slot < ", 0), 0u);  // no row 1
+  EXPECT_EQ(QVMthrown([&] { root[0].SubTable(0).GetString(0, kAge); }).Code(), 0x80000801u);
 }
 
 TEST(QVMclassString, CopiesShareUntilOneChanges) {
