@@ -14,6 +14,7 @@
 #include "QVMuntypedMessageTree.h"
 #include "SCCescaper.h"
 
+#include "../../support/TSTdataFile.h"
 #include "../../support/TSTraised.h"
 
 namespace {
@@ -262,46 +263,14 @@ TEST(QVMuntypedMessageTree, UnescapingCopiesOnlyChangedValues) {
   EXPECT_STREQ(root->node(1, 0)->node(0, 0)->getValue(), "x^y");
 }
 
-TEST(QVMmessageDiffIterator, EqualMessagesGiveEqualRowsAndNoDifference) {
-  unsigned errors = 9;
-  const std::string html = diff("PID|1|A\r", "PID|1|A\r", &errors);
-  EXPECT_EQ(errors, 0u);
-  EXPECT_EQ(html,
-            "<tr class='segment'><td colspan='2'  class='segment'>PID</td><td colspan='2'  class='segment'>PID</td>"
-            "</tr>\n"
-            "<tr class='equal'><td class='field'>0</td><td class='value'>PID</td>"
-            "<td class='field'>0</td><td class='value'>PID</td></tr>\n"
-            "<tr class='equal'><td class='field'>1</td><td class='value'>1</td>"
-            "<td class='field'>1</td><td class='value'>1</td></tr>\n"
-            "<tr class='equal'><td class='field'>2</td><td class='value'>A</td>"
-            "<td class='field'>2</td><td class='value'>A</td></tr>\n"
-            "\n"
-            "\n");
+class QVMmessageDiff : public ::testing::TestWithParam<TSTdataCase> {};
+
+TEST_P(QVMmessageDiff, RowsAndCountOfDifferences) {
+  const TSTdataCase& Case = GetParam();
+  unsigned errors = 99;
+  EXPECT_EQ(diff(Case.text("left"), Case.text("right"), &errors), Case.text("html")) << Case.where();
+  EXPECT_EQ(std::to_string(errors), Case.argument("differences")) << Case.where();
 }
 
-TEST(QVMmessageDiffIterator, ChangedAddedAndRemovedPartsAreUnequalRows) {
-  unsigned errors = 0;
-  const std::string html = diff("PID|1|A^B|x~y\r", "PID|2|A^C|x\rZZ|<&>\r", &errors);
-  EXPECT_EQ(errors, 5u);
-  const std::string none = "<td class='field'>&nbsp;</td><td class='value'>&nbsp;</td>";
-  EXPECT_EQ(html,
-            "<tr class='segment'><td colspan='2'  class='segment'>PID</td><td colspan='2'  class='segment'>PID</td>"
-            "</tr>\n"
-            "<tr class='equal'><td class='field'>0</td><td class='value'>PID</td>"
-            "<td class='field'>0</td><td class='value'>PID</td></tr>\n"
-            "<tr class='unequal'><td class='field'>1</td><td class='value'>1</td>"
-            "<td class='field'>1</td><td class='value'>2</td></tr>\n"
-            "<tr class='equal'><td class='field'>2.0</td><td class='value'>A</td>"
-            "<td class='field'>2.0</td><td class='value'>A</td></tr>\n"
-            "<tr class='unequal'><td class='field'>2.1</td><td class='value'>B</td>"
-            "<td class='field'>2.1</td><td class='value'>C</td></tr>\n"
-            "\n"
-            "<tr class='equal'><td class='field'>3</td><td class='value'>x</td>"
-            "<td class='field'>3</td><td class='value'>x</td></tr>\n"
-            "<tr class='unequal'><td class='field'>3 (rep 1)</td><td class='value'>y</td>"
-            "<td class='field'>3 (rep 1)</td><td class='value'>&nbsp;</td></tr>\n"
-            "\n"
-            "<tr class='unequal'>" + none + "<td class='field'>0</td><td class='value'>ZZ</td></tr>\n"
-            "<tr class='unequal'>" + none + "<td class='field'>1</td><td class='value'>&lt;&amp;&gt;</td></tr>\n"
-            "\n");
-}
+INSTANTIATE_TEST_SUITE_P(Cases, QVMmessageDiff, ::testing::ValuesIn(TSTreadDataFile("QVM/message_diff.test")),
+                         TSTdataParamName);
