@@ -38,56 +38,39 @@ TEST(ANTroundTripTest, ExampleLoadsSavesAndReloadsUnchanged) {
   EXPECT_EQ(saveToText(second).str(), text.str());
 }
 
+// Texts and indexes are checked by value as well, so a dump that missed them still fails here.
 TEST(ANTroundTripTest, FullModelComesBackEqual) {
   QVMengineInternal original;
   ANTtestBuildFullModel(original);
   std::string before = ANTtestDump(original);
   COLstring text = saveToText(original);
   EXPECT_EQ(ANTtestDump(original), before) << "saving changed the model";
-
   QVMengineInternal copy;
   loadText(copy, text);
   EXPECT_EQ(ANTtestDump(copy), before);
   EXPECT_EQ(saveToText(copy).str(), text.str());
-}
 
-TEST(ANTroundTripTest, TextsThatXmlWouldChangeSurvive) {
-  QVMengineInternal original;
-  ANTtestBuildFullModel(original);
-  COLstring text = saveToText(original);
-  // Attribute and element escapes, and a script holding the CDATA terminator.
-  // A second blank in an attribute would be read back as it stands only by luck of the
-  // reader's normalisation: it goes by number.
+  // Attribute and element escapes, and a script holding the CDATA terminator. A second blank
+  // in an attribute would survive only by luck of the reader's normalisation: it goes by number.
   EXPECT_NE(text.find("<config name=\" &#x20;second"), COLstring::npos);
   EXPECT_NE(text.find("<table_ref>Visits &amp; more</table_ref>"), COLstring::npos);
   EXPECT_NE(text.find("]]&gt;"), COLstring::npos);
-  QVMengineInternal copy;
-  loadText(copy, text);
+  EXPECT_NE(text.find("<outgoing_config>-1</outgoing_config>"), COLstring::npos);
   EXPECT_EQ(copy.vmdDescription(), original.vmdDescription());
   EXPECT_EQ(copy.configName(1), "  second  &  config ");
   EXPECT_EQ(copy.table(0)->tableName(), "Visits & more");
-  copy.setCurrentConfig(0);
-  EXPECT_EQ(copy.segment(2)->fieldOutgoingFunction(1).code(), "if value == ']]>':\r\n  value = ''\r\n");
-  EXPECT_EQ(copy.composite(0)->description(), "  blanks kept  ");
-  EXPECT_EQ(copy.config().sepCharInfo(0).sepCharDefault(), '\n');
-  EXPECT_EQ(copy.config().endOfMessage(), 28);
-}
-
-TEST(ANTroundTripTest, IndexesReferencesAndSettingsSurvive) {
-  QVMengineInternal original;
-  ANTtestBuildFullModel(original);
-  QVMengineInternal copy;
-  COLstring text = saveToText(original);
-  loadText(copy, text);
   EXPECT_EQ(copy.currentConfig(), 1u);
   EXPECT_EQ(copy.outgoingConfigIndex(), 0xFFFFFFFFu);
-  EXPECT_NE(text.find("<outgoing_config>-1</outgoing_config>"), COLstring::npos);
   EXPECT_EQ(copy.engineConfig(1).matchOrder().toVector(), (std::vector<uint32_t>{1, 0, 1}));
   EXPECT_EQ(copy.engineConfig(0).matchOrder().toVector(), (std::vector<uint32_t>{1, 0}));
   EXPECT_EQ(QVMengineIgnoreMessageIndex(copy, size_t{0}), 0u);
   EXPECT_EQ(copy.ackMessageIndex(0), 1u);
   EXPECT_EQ(copy.ackMessageIndex(1), 0xFFFFFFFFu);
   copy.setCurrentConfig(0);
+  EXPECT_EQ(copy.segment(2)->fieldOutgoingFunction(1).code(), "if value == ']]>':\r\n  value = ''\r\n");
+  EXPECT_EQ(copy.composite(0)->description(), "  blanks kept  ");
+  EXPECT_EQ(copy.config().sepCharInfo(0).sepCharDefault(), '\n');
+  EXPECT_EQ(copy.config().endOfMessage(), 28);
   EXPECT_EQ(copy.config().parserVersion(), QVMparserSegmentChecker3);
   EXPECT_EQ(copy.config().countOfLevel(), 5u);
   // The identifier named the first of two PID grammars and still does.
