@@ -23,20 +23,15 @@ COLstring problems(const CMDlineParser& parser) {
 }
 }  // namespace
 
-TEST(CMDlineParser, OneAndTwoDashesMeanTheSameFlag) {
-  CMDlineParser parser;
-  parser.addFlagWithoutArgument("toxml", "x");
-  parse(parser, {"-toxml", "a"});
-  EXPECT_TRUE(parser.isFlagPresent("toxml"));
-  EXPECT_EQ(parser.countOfExtraArgument(), 1u);
-  EXPECT_EQ(problems(parser), "");
-}
-
+// One and two dashes mean the same flag, so the second "format" is a repeat.
 TEST(CMDlineParser, RepeatedFlagIsReportedAndLastArgumentWins) {
   CMDlineParser parser;
   parser.addFlagWithArgument("format", "name", "d");
-  parse(parser, {"--format", "one", "-format", "two"});
+  parser.addFlagWithoutArgument("toxml", "x");
+  parse(parser, {"--format", "one", "-toxml", "-format", "two", "a"});
   EXPECT_EQ(parser.flagArgument("format"), "two");
+  EXPECT_TRUE(parser.isFlagPresent("toxml"));
+  EXPECT_EQ(parser.countOfExtraArgument(), 1u);
   EXPECT_EQ(problems(parser), "Flag format used more than once.\n");
 }
 
@@ -65,20 +60,15 @@ TEST(CMDlineParser, DashesAloneArePositionalAndEndFlagParsing) {
   }
 }
 
-TEST(CMDlineParser, FlagArgumentMayLookLikeAFlag) {
+TEST(CMDlineParser, FlagArgumentIsTheNextWordEvenAFlagAndMustBeThere) {
   CMDlineParser parser;
   parser.addFlagWithArgument("format", "name");
   parse(parser, {"--format", "--toxml", "file"});
   EXPECT_EQ(parser.flagArgument("format"), "--toxml");
   EXPECT_EQ(parser.countOfExtraArgument(), 1u);
-}
-
-TEST(CMDlineParser, MissingFlagArgumentThrows) {
-  CMDlineParser parser;
-  parser.addFlagWithArgument("format", "name");
-  const COLerror error = TSTraised([&] { parse(parser, {"--format"}); });
-  EXPECT_EQ(error.code(), 0x80000500u);
-  EXPECT_EQ(error.description(), "Argument missing");
+  CMDlineParser missing;
+  missing.addFlagWithArgument("format", "name");
+  EXPECT_EQ(TSTraised([&] { parse(missing, {"--format"}); }), COLerror("Argument missing", 0x80000500u));
 }
 
 TEST(CMDlineParser, HelpWordsAreUnknownFlags) {
@@ -93,18 +83,14 @@ TEST(CMDlineParser, HelpWordsAreUnknownFlags) {
   }
 }
 
-TEST(CMDlineParser, ParsingIsOneShot) {
+TEST(CMDlineParser, ParsingIsOneShotAndQueriesNeedInstalledNames) {
   CMDlineParser parser;
   parse(parser, {});
   EXPECT_EQ(TSTraised([&] { parse(parser, {}); }).description(),
             "CMDlineParser::parseArgs() has been called more than once.");
   CMDlineParser empty;
   EXPECT_THROW(empty.parseArgs(0, nullptr), COLerror);
-}
-
-TEST(CMDlineParser, QueriesOfUninstalledNamesFail) {
-  CMDlineParser parser;
-  parse(parser, {});
+  // Queries of names never installed fail.
   EXPECT_EQ(TSTraised([&] { parser.isFlagPresent("nope"); }).description(),
             "EXCEPTION: isFlagPresent was asked to check for the presence of flag nope which was not installed. "
             "A flag should be first installed using either addFlagWithArgument or addFlagWithoutArgument before "

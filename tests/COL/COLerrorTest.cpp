@@ -16,12 +16,10 @@ COLstring printed(const COLerror& error) {
 }
 }  // namespace
 
-TEST(COLerror, PrintsCodeInUpperCaseHexWithoutPadding) {
+TEST(COLerror, PrintsCodeInUpperCaseHexWithoutPaddingAndFileWhenKnown) {
   EXPECT_EQ(printed(COLerror("No such file", ENOENT)), "Error Code: 0x2\nDescription: No such file\n");
   EXPECT_EQ(printed(COLerror("x", 0x80000abc)), "Error Code: 0x80000ABC\nDescription: x\n");
-}
-
-TEST(COLerror, PrintsLineAndFileOnlyWithAFileName) {
+  // Line and file show only with a file name.
   EXPECT_EQ(printed(COLerror("d", 42, "", 0x80000100)), "Error Code: 0x80000100\nDescription: d\n");
   EXPECT_EQ(printed(COLerror("d", 42, "src/x.cpp", 0x80000100)),
             "Error Code: 0x80000100\nDescription: d\nLine: 42\nFile: src/x.cpp\n");
@@ -86,22 +84,11 @@ void failingPostcondition() { COL_POSTCONDITION(1 == 2); }
 TEST(COLassert, FailedChecksBecomeErrorsWithTheExpressionText) {
   COLassertSettings::setCallback(countingCallback);
   g_Callbacks = 0;
-  try {
-    failingPrecondition(5);
-    FAIL();
-  } catch (const COLerror& error) {
-    EXPECT_EQ(error.code(), 0x80000100u);
-    EXPECT_EQ(error.description(), "Failed precondition: itemIndex >= 0 && itemIndex < 3");
-    EXPECT_NE(error.line(), 0u);
-    EXPECT_FALSE(error.file().empty());
-  }
-  try {
-    failingPostcondition();
-    FAIL();
-  } catch (const COLerror& error) {
-    EXPECT_EQ(error.code(), 0x80000101u);
-    EXPECT_EQ(error.description(), "Failed postcondition:1 == 2");
-  }
+  const COLerror error = TSTraised([] { failingPrecondition(5); });
+  EXPECT_EQ(error, COLerror("Failed precondition: itemIndex >= 0 && itemIndex < 3", 0x80000100u));
+  EXPECT_NE(error.line(), 0u);
+  EXPECT_FALSE(error.file().empty());
+  EXPECT_EQ(TSTraised([] { failingPostcondition(); }), COLerror("Failed postcondition:1 == 2", 0x80000101u));
   EXPECT_EQ(g_Callbacks, 2);
   COLassertSettings::setCallback(COLassertDefaultCallback);
   EXPECT_NO_THROW(failingPrecondition(1));

@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <string>
+
 #include "COLerror.h"
 #include "COLostream.h"
 #include "FILbinaryFile.h"
@@ -17,42 +19,31 @@ COLstring raisedText(void (*action)(FILfilePath&), FILfilePath& path) {
 
 }  // namespace
 
-TEST(FILfilePath, SplitsAbsolutePath) {
+TEST(FILfilePath, SplitsAndNormalises) {
+  // directory | name | extension | name with extension, then "dir" for a directory path
+  const char* const Cases[][2] = {
+      {"/data/out/msg.xml", "/data/out/|msg|xml|msg.xml"},
+      {"/a//./b/../c\\d/file.tar.gz", "/a/c/d/|file.tar|gz|file.tar.gz"},
+      {"/a/README", "/a/|README||README"},
+      {"/a/name.", "/a/|name||name."},
+      {"/a/b/", "/a/b/||||dir"},
+      {"/", "/||||dir"},
+  };
+  for (const auto& [Text, Expected] : Cases) {
+    const FILfilePath path(Text);
+    EXPECT_EQ(std::string(path.fullDirectory().c_str()) + "|" + path.filename().c_str() + "|" +
+                  path.extension().c_str() + "|" + path.fullFilename().c_str() + (path.isDirectory() ? "|dir" : ""),
+              Expected)
+        << Text;
+  }
   FILfilePath path("/data/out/msg.xml");
   EXPECT_EQ(path.countOfDir(), 2u);
   EXPECT_EQ(path.directory(0), "data");
   EXPECT_EQ(path.directory(1), "out");
-  EXPECT_EQ(path.fullDirectory(), "/data/out/");
-  EXPECT_EQ(path.filename(), "msg");
-  EXPECT_EQ(path.extension(), "xml");
-  EXPECT_EQ(path.fullFilename(), "msg.xml");
   EXPECT_EQ(path.completeFilePath(), "/data/out/msg.xml");
-  EXPECT_FALSE(path.isDirectory());
-}
-
-TEST(FILfilePath, NormalisesDotsSeparatorsAndBackslashes) {
-  FILfilePath path("/a//./b/../c\\d/file.tar.gz");
-  EXPECT_EQ(path.fullDirectory(), "/a/c/d/");
-  EXPECT_EQ(path.filename(), "file.tar");
-  EXPECT_EQ(path.extension(), "gz");
-  FILfilePath noExtension("/a/README");
-  EXPECT_EQ(noExtension.extension(), "");
-  EXPECT_EQ(noExtension.fullFilename(), "README");
-  FILfilePath trailingDot("/a/name.");
-  EXPECT_EQ(trailingDot.fullFilename(), "name.");
-  FILfilePath hidden("/a/.profile");
-  EXPECT_EQ(hidden.fullFilename(), ".profile");
-  EXPECT_FALSE(hidden.isDirectory());
-}
-
-TEST(FILfilePath, DirectoryPathHasNoFileName) {
-  FILfilePath path("/a/b/");
-  EXPECT_TRUE(path.isDirectory());
-  EXPECT_EQ(path.fullDirectory(), "/a/b/");
-  EXPECT_EQ(path.fullFilename(), "");
-  FILfilePath root("/");
-  EXPECT_EQ(root.fullDirectory(), "/");
-  EXPECT_EQ(root.countOfDir(), 0u);
+  EXPECT_EQ(FILfilePath("/").countOfDir(), 0u);
+  EXPECT_EQ(FILfilePath("/a/.profile").fullFilename(), ".profile");
+  EXPECT_FALSE(FILfilePath("/a/.profile").isDirectory());
 }
 
 TEST(FILfilePath, RelativePathsResolveAgainstCurrentDirectory) {
