@@ -7,12 +7,14 @@
 //   file NAME [options]   another input, written as NAME beside the log
 //   args                  the tool's arguments, default "--toxml {definition} {log} {tmp}/out/m.xml";
 //                         "{src}" is the repository, "{tmp}" the case's own directory; one run a
-//                         line, every run but the last must succeed, the checks are on the last
-//   edit PATH escapes     two lines, a text and its replacement, made in {tmp}/PATH before the last
-//                         run; with no such file, in a copy of {src}/PATH as {tmp}/<its file name>
+//                         line (an empty section: no arguments), every run but the last must
+//                         succeed, the checks are on the last
+//   edit PATH [options]   the first line a text, the rest its replacement, made in {tmp}/PATH before
+//                         the last run; with no such file, in a copy of {src}/PATH as {tmp}/<its name>
 //   status                the exit status, default 0
 //   error                 the error report, from "Error Code:" up to "Diagnostic info follows:"
-//   output                everything printed: counters but the last taken out, times as "<seconds>"
+//   output                everything printed: counters but the last taken out, times as "<seconds>",
+//                         the rate as "<rate>"
 //   output-then NAME      everything printed is this text followed by tests/data/APP/NAME
 //   file-out... NAME      keys starting "file-out": an output file's content, read from {tmp}/NAME
 //                         ("(no file NAME)" if there is none)
