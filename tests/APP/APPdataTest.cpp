@@ -6,11 +6,19 @@
 //   log [options]         the log, written to a file of its own; "{log}" in the arguments
 //   file NAME [options]   another input, written as NAME beside the log
 //   args                  the tool's arguments, default "--toxml {definition} {log} {tmp}/out/m.xml";
-//                         "{src}" is the repository, "{tmp}" the case's own directory
+//                         "{src}" is the repository, "{tmp}" the case's own directory; one run a
+//                         line (an empty section: no arguments), every run but the last must
+//                         succeed, the checks are on the last
+//   edit PATH [options]   the first line a text, the rest its replacement, made in {tmp}/PATH before
+//                         the last run; with no such file, in a copy of {src}/PATH as {tmp}/<its name>
 //   status                the exit status, default 0
 //   error                 the error report, from "Error Code:" up to "Diagnostic info follows:"
-//   output                everything printed: progress counters taken out, times as "<seconds>"
-//   file-out NAME         an output file's content, read from {tmp}/NAME
+//   output                everything printed: counters but the last taken out, times as "<seconds>",
+//                         the rate as "<rate>"
+//   output-then NAME      everything printed is this text followed by tests/data/APP/NAME
+//   file-out... NAME      keys starting "file-out": an output file's content, read from {tmp}/NAME
+//                         ("(no file NAME)" if there is none)
+//   has... [NAME]         keys starting "has": each line is found in the output, or in {tmp}/NAME
 // Line ends of what the tool printed are compared as "\n".
 #include <gtest/gtest.h>
 
@@ -35,11 +43,13 @@ std::string replaceAll(std::string Text, const std::string& From, const std::str
   return Text;
 }
 
-// CR LF and lone CR become "\n"; a progress counter ("\r12 messages    ") is dropped; elapsed
-// times differ per run.
+// CR LF and lone CR become "\n"; progress counters ("\r12 messages    ") but the last are dropped,
+// the last kept as "12 messages"; elapsed times and rates differ per run.
 std::string normalised(const std::string& Output) {
-  std::string Text = std::regex_replace(Output, std::regex("\r[0-9]+ messages    "), "");
+  std::string Text = std::regex_replace(Output, std::regex("\r[0-9]+ messages    (?=\r[0-9]+ messages)"), "");
+  Text = std::regex_replace(Text, std::regex("\r([0-9]+ messages)    "), "\n$1");
   Text = replaceAll(replaceAll(Text, "\r\n", "\n"), "\r", "\n");
+  Text = std::regex_replace(Text, std::regex("Messages per second: .*"), "Messages per second: <rate>");
   return std::regex_replace(Text, std::regex("[0-9]+\\.[0-9]+ seconds|[0-9]+:[0-9]{2}:[0-9]{2}(\\.[0-9]+)?"),
                             "<seconds>");
 }
@@ -74,21 +84,44 @@ TEST_P(APPdata, ToolRun) {
     if (Key == "log") std::ofstream(Dir / "log", std::ios::binary) << Section.Text;
     if (Key == "file") std::ofstream(Dir / Section.Argument, std::ios::binary) << Section.Text;
   }
-  std::string Arguments = Case.has("args") ? Case.text("args") : "--toxml {definition} {log} {tmp}/out/m.xml";
-  Arguments = replaceAll(Arguments, "{definition}", "{src}/" + (Case.has("definition") ? Case.argument("definition") : ""));
-  Arguments = replaceAll(replaceAll(replaceAll(Arguments, "{log}", (Dir / "log").string()), "{tmp}", Dir.string()),
-                         "{src}", MSGBRIDGE_SOURCE_DIR);
-  std::vector<std::string> Words{"msgbridge"};
-  std::istringstream Split(Arguments);
-  for (std::string Word; Split >> Word;) Words.push_back(Word);
-  std::vector<const char*> Argv;
-  for (const std::string& Word : Words) Argv.push_back(Word.c_str());
-
-  COLstring Printed;
-  COLostream Stream(Printed);
-  const int Status = APPrunTool(static_cast<int>(Argv.size()), Argv.data(), Stream);
-  Stream.flush();
-  const std::string Output = normalised(Printed.str());
+  const std::string Definition = "{src}/" + (Case.has("definition") ? Case.argument("definition") : "");
+  std::istringstream Runs(Case.has("args") ? Case.text("args") : "--toxml {definition} {log} {tmp}/out/m.xml");
+  std::vector<std::string> Lines;
+  for (std::string Line; std::getline(Runs, Line);)
+    if (!Line.empty()) Lines.push_back(Line);
+  if (Lines.empty()) Lines.push_back("");  // an empty "args": the tool without arguments
+  int Status = 0;
+  std::string Output;
+  for (size_t Run = 0; Run < Lines.size(); ++Run) {
+    if (Run + 1 == Lines.size() && Case.has("edit")) {
+      const std::filesystem::path Path = Case.argument("edit"), Copy = Dir / Path.filename();
+      const std::filesystem::path Target = std::filesystem::exists(Dir / Path) ? Dir / Path : Copy;
+      std::string Text = readFile(Target == Copy ? MSGBRIDGE_SOURCE_DIR / Path : Target);
+      const std::string& Edit = Case.text("edit");  // the replacement may hold line ends of its own
+      const std::string From = Edit.substr(0, Edit.find('\n'));
+      const std::string To = Edit.substr(From.size() + 1, Edit.size() - From.size() - 2);
+      const size_t At = Text.find(From);
+      ASSERT_NE(At, std::string::npos) << From;
+      Text.replace(At, From.size(), To);
+      std::ofstream(Target, std::ios::binary) << Text;
+    }
+    std::string Arguments = replaceAll(Lines[Run], "{definition}", Definition);
+    Arguments = replaceAll(replaceAll(replaceAll(Arguments, "{log}", (Dir / "log").string()), "{tmp}", Dir.string()),
+                           "{src}", MSGBRIDGE_SOURCE_DIR);
+    std::vector<std::string> Words{"msgbridge"};
+    std::istringstream Split(Arguments);
+    for (std::string Word; Split >> Word;) Words.push_back(Word);
+    std::vector<const char*> Argv;
+    for (const std::string& Word : Words) Argv.push_back(Word.c_str());
+    COLstring Printed;
+    COLostream Stream(Printed);
+    Status = APPrunTool(static_cast<int>(Argv.size()), Argv.data(), Stream);
+    Stream.flush();
+    Output = normalised(Printed.str());
+    if (Run + 1 < Lines.size()) {
+      ASSERT_EQ(Status, 0) << Lines[Run] << "\n" << Output;
+    }
+  }
 
   EXPECT_EQ(Status, Case.has("status") ? std::stoi(Case.text("status")) : 0) << Output;
   if (Case.has("error")) {
@@ -97,8 +130,19 @@ TEST_P(APPdata, ToolRun) {
   if (Case.has("output")) {
     EXPECT_EQ(Output, Case.text("output"));
   }
-  if (Case.has("file-out")) {
-    EXPECT_EQ(readFile(Dir / Case.argument("file-out")), Case.text("file-out"));
+  if (Case.has("output-then")) {
+    EXPECT_EQ(Output, Case.text("output-then") +
+                          readFile(std::filesystem::path(MSGBRIDGE_SOURCE_DIR) / "tests/data/APP" / Case.argument("output-then")));
+  }
+  for (const auto& [Key, Section] : Case.Sections) {
+    if (Key.rfind("file-out", 0) == 0) {
+      EXPECT_EQ(readFile(Dir / Section.Argument), Section.Text) << Key;
+    }
+    if (Key.rfind("has", 0) != 0) continue;
+    const std::string Text = Section.Argument.empty() ? Output : readFile(Dir / Section.Argument);
+    std::istringstream Wanted(Section.Text);
+    for (std::string Line; std::getline(Wanted, Line);)
+      EXPECT_NE(Text.find(Line), std::string::npos) << Key << ": no '" << Line << "' in\n" << Text.substr(0, 2000);
   }
   std::filesystem::remove_all(Dir);
 }

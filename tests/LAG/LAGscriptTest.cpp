@@ -5,6 +5,7 @@
 
 #include <vector>
 
+#include "../support/TSTraised.h"
 #include "../support/TSTtableDefinition.h"
 #include "LAGexecute.h"
 #include "LANengine.h"
@@ -37,6 +38,13 @@ protected:
     return Text.str();
   }
 
+  // Whether the string script `code` fails with `text` in its error.
+  ::testing::AssertionResult fails(const char* code, const char* text) {
+    const std::string Result = runString(code, "");
+    if (Result.rfind("error: ", 0) == 0 && Result.find(text) != std::string::npos) return ::testing::AssertionSuccess();
+    return ::testing::AssertionFailure() << "no error '" << text << "' but: " << Result;
+  }
+
   QVMengineInternal Engine;
   LAGenvironment Environment;
 };
@@ -46,7 +54,7 @@ TEST_F(LAGscriptTest, StringValuesKeepEveryByte) {
   EXPECT_EQ(runString("value = value[::-1] + chr(0xA0)", "\x80\xE9\xFF"), "\xFF\xE9\x80\xA0");
   EXPECT_EQ(runString("value = str(len(value))", std::string("a\0b", 3)), "3");
   // A character the message can't carry is a conversion error, not a silent change.
-  EXPECT_EQ(runString("value = chr(0x20AC)", "x").rfind("error: TypeError", 0), 0u);
+  EXPECT_TRUE(fails("value = chr(0x20AC)", "TypeError"));
 }
 
 TEST_F(LAGscriptTest, NoneFollowsTheDisableFlag) {
@@ -61,7 +69,7 @@ TEST_F(LAGscriptTest, NoneFollowsTheDisableFlag) {
   LAGexecuteScriptWithStringValue(Function, Text, false, IsNone, LAGglobalInbound, Environment);
   EXPECT_FALSE(IsNone);
   EXPECT_EQ(Text, COLstring("none"));
-  EXPECT_EQ(runString("value = None", "x", true).rfind("error: TypeError", 0), 0u);
+  EXPECT_TRUE(fails("value = None", "TypeError"));
 
   long Number = 21;
   IsNone = false;
@@ -87,8 +95,7 @@ TEST_F(LAGscriptTest, BindingsEndWithTheCallAndFaultsCarryTheTraceback) {
   EXPECT_EQ(runString("value = str('field' in globals()) + str('table' in globals())", "x"), "FalseFalse");
   // An environment kept past its call refuses to work instead of reaching a stale parse.
   EXPECT_EQ(runString("import builtins\nbuiltins.kept = environment\n", "x"), "x");
-  EXPECT_NE(runString("value = str(count_of_segment(kept))", "x").find("only available during the script call"),
-            std::string::npos);
+  EXPECT_TRUE(fails("value = str(count_of_segment(kept))", "only available during the script call"));
   EXPECT_EQ(runString("value = str(count_of_segment(environment))", "x"), "0");
 }
 
@@ -100,33 +107,23 @@ TEST_F(LAGscriptTest, ModuleFunctionsByPlainName) {
                       " str(count_of_segment(environment)), str(log('line'))])",
                       ""),
             "5550113|120|0012|abc|a\r\nb|^|~|\\|4|1");
-  EXPECT_NE(runString("separator_char(environment, 9)", "").find("Range index error. CharIndex (2nd Argument) was 9"),
-            std::string::npos);
-  EXPECT_NE(runString("subfield(environment, 1, 0)", "").find("subfield can only be invoked in the context of a "
-                                                              "segment equation"),
-            std::string::npos);
-  EXPECT_NE(runString("environment.get_database('ODBC', 'db', 'u', 'p')", "").find("no database back end is built"),
-            std::string::npos);
-  EXPECT_NE(runString("strip_chars(1, '-')", "").find("Bad arguments for calling 'strip_chars'"), std::string::npos);
+  EXPECT_TRUE(fails("separator_char(environment, 9)", "Range index error. CharIndex (2nd Argument) was 9"));
+  EXPECT_TRUE(fails("subfield(environment, 1, 0)", "subfield can only be invoked in the context of a segment equation"));
+  EXPECT_TRUE(fails("environment.get_database('ODBC', 'db', 'u', 'p')", "no database back end is built"));
+  EXPECT_TRUE(fails("strip_chars(1, '-')", "Bad arguments for calling 'strip_chars'"));
   runString("set_separator_char(environment, 2, '#')", "");
   EXPECT_EQ(Engine.config().sepCharInfo(2).sepCharDefault(), '#');
 }
 
 TEST_F(LAGscriptTest, ReservedNamesCannotBeSetFromTheHost) {
-  try {
-    LAGsetKeyValuePair(Engine.LanguageEngine(), "segment", "x");
-    FAIL() << "a reserved name was accepted";
-  } catch (const COLerror& Error) {
-    EXPECT_EQ(Error.code(), 0x80000500u);
-    EXPECT_EQ(Error.description(), "segment is a reserved variable in the global python context ");
-  }
+  EXPECT_EQ(TSTraised([&] { LAGsetKeyValuePair(Engine.LanguageEngine(), "segment", "x"); }),
+            COLerror("segment is a reserved variable in the global python context ", 0x80000500u));
   LAGsetKeyValuePair(Engine.LanguageEngine(), "table", "from host");
   EXPECT_EQ(runString("value = table", ""), "from host");
 }
 
 TEST_F(LAGscriptTest, SegmentIteratorWalksRawSegmentsOnce) {
-  EXPECT_NE(runString("environment.input_segment_iterator()", "").find("works on a list of raw segments"),
-            std::string::npos);
+  EXPECT_TRUE(fails("environment.input_segment_iterator()", "works on a list of raw segments"));
   QVMuntypedMessageTree List;
   const std::vector<std::vector<const char*>> Segments = {
       {"MSH", "|", "^~\\&", "APP"}, {"PID", "1", "X\xE9"}, {"OBX", "1"}, {"OBX", "2"}};
@@ -156,11 +153,9 @@ TEST_F(LAGscriptTest, SegmentIteratorWalksRawSegmentsOnce) {
                       ""),
             // The configuration keeps trailing separators; the header's fixed part comes from it.
             "MSH/OBX|1|/OBX|2|/Invalid iterator must be reset before being used/PID/3/PID|1|X\xE9|\r/MSH|^~\\&|APP|\r");
-  EXPECT_NE(runString("it = environment.input_segment_iterator()\nit.move_one()\nit.move_one()\n"
-                      "assert it.move_one() == 1 and it.move_one() == 0\nit.move_one()",
-                      "")
-                .find("Invalid iterator must be reset before being used"),
-            std::string::npos);
+  EXPECT_TRUE(fails("it = environment.input_segment_iterator()\nit.move_one()\nit.move_one()\n"
+                    "assert it.move_one() == 1 and it.move_one() == 0\nit.move_one()",
+                    "Invalid iterator must be reset before being used"));
   Environment.setSegmentList(nullptr);
 }
 

@@ -13,12 +13,6 @@
 
 namespace {
 
-COLreferencePtr<LANengine> readyEngine() {
-  COLreferencePtr<LANengine> engine = new LANengine();
-  engine->init();
-  return engine;
-}
-
 COLstring globalText(LANengine& engine, const char* name) {
   LANengineSwap swap(engine);
   COLstring text;
@@ -28,18 +22,14 @@ COLstring globalText(LANengine& engine, const char* name) {
 }
 
 TEST(LANfunction, NewlinesAreMadeUniform) {
-  COLstring code = "a\rb\nc";
-  LANfixNewlines(code);
-  EXPECT_EQ(code, "a\r\nb\r\nc\r\n");
-  code = "x\r\n\r\ny\r\n";
-  LANfixNewlines(code);
-  EXPECT_EQ(code, "x\r\n\r\ny\r\n");
-  code = "\n\r";
-  LANfixNewlines(code);
-  EXPECT_EQ(code, "\r\n\r\n");
+  const auto fixed = [](COLstring code) { return LANfixNewlines(code), code; };
+  EXPECT_EQ(fixed("a\rb\nc"), "a\r\nb\r\nc\r\n");
+  EXPECT_EQ(fixed("x\r\n\r\ny\r\n"), "x\r\n\r\ny\r\n");
+  EXPECT_EQ(fixed("\n\r"), "\r\n\r\n");
 }
 
-TEST(LANfunction, BlankTextIsEmptyAndValid) {
+// Blank text is empty and valid; good text compiles at once and runs.
+TEST(LANfunction, BlankTextIsEmptyAndGoodTextCompilesAtOnce) {
   auto engine = readyEngine();
   LANfunction function(engine.get());
   function.setCode(" \t\r\n  \n");
@@ -48,11 +38,6 @@ TEST(LANfunction, BlankTextIsEmptyAndValid) {
   EXPECT_FALSE(function.isSet());
   EXPECT_TRUE(function.code().empty());
   EXPECT_NO_THROW(function.execute());
-}
-
-TEST(LANfunction, GoodTextCompilesAtOnceAndRuns) {
-  auto engine = readyEngine();
-  LANfunction function(engine.get());
   function.setCode("result = 'ran'\rmore = result * 2");
   EXPECT_EQ(function.code(), "result = 'ran'\r\nmore = result * 2\r\n");
   EXPECT_TRUE(function.isSet());
@@ -88,25 +73,16 @@ TEST(LANfunction, RuntimeErrorsComeFromExecuteNotFromCompile) {
   LANfunction function(engine.get());
   function.setCode("x = 1 / 0\n");
   EXPECT_TRUE(function.isSet());
-  try {
-    function.execute();
-    FAIL();
-  } catch (COLerror& error) {
-    EXPECT_EQ(error.parameter("python_exception"), "ZeroDivisionError");
-    EXPECT_EQ(error.parameter("line"), "1");
-  }
+  COLerror error = TSTraised([&] { function.execute(); });
+  EXPECT_EQ(error.parameter("python_exception"), "ZeroDivisionError");
+  EXPECT_EQ(error.parameter("line"), "1");
 }
 
 TEST(LANfunction, NoEngineIsAFailedPrecondition) {
   auto engine = readyEngine();  // made first: it must outlive the function's module
   LANfunction function;
-  try {
-    function.setCode("x = 1\n");
-    FAIL();
-  } catch (COLerror& error) {
-    EXPECT_NE(error.description().find("Failed precondition: pMember->pEngine != NULL"), COLstring::npos)
-        << error.description();
-  }
+  EXPECT_NE(TSTerrorText([&] { function.setCode("x = 1\n"); }).find("Failed precondition: pMember->pEngine != NULL"),
+            std::string::npos);
   EXPECT_FALSE(function.isValid());
   function.setEngine(engine.get());
   EXPECT_TRUE(function.isSet());

@@ -16,12 +16,6 @@ namespace {
 
 using namespace std::chrono_literals;
 
-COLreferencePtr<LANengine> readyEngine() {
-  COLreferencePtr<LANengine> engine = new LANengine();
-  engine->init();
-  return engine;
-}
-
 TEST(LANlock, NestedLocksTakeTheLockOnceAndTheOuterOneReleases) {
   LANengineInterpreter::instance();
   EXPECT_EQ(LANengineLock::countForThisThread(), 0u);
