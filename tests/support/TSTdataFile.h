@@ -1,7 +1,7 @@
 // Data tests: cases kept as text files under tests/data/<area>/*.test, read here and handed to
 // one runner per kind.  A file holds cases; a case is named sections of text:
 //
-//   # a comment line (only between sections)
+//   # a comment: where no section is open (the file's top, right after "===")
 //   --- definition examples/adt_oru.vmd      sections before the first case are every case's
 //   === a date that is no date               a case starts here; its name names the test
 //   --- message cr                           a section: its key, then options
