@@ -49,27 +49,23 @@ TEST(QVMvalidationRule, KeysAreTheirOwnClassOnly) {
             COLerror("FieldIndex is not a recognized key for this validation rule.", COL_ERROR_PRECONDITION));
 }
 
-TEST(QVMvalidationRule, ConditionalFieldIndexReadsAsAtoiDoes) {
+TEST(QVMvalidationRule, ConditionalFieldIndexReadsAsAtoiDoesAndNamesTheField) {
   QVMsegmentValidationRuleConditionalField rule;
   rule.setParameter("FieldIndex", "3");
   EXPECT_EQ(rule.requiredField(), 3u);
   EXPECT_EQ(rule.parameter("FieldIndex"), "3");
   rule.setParameter("FieldIndex", "abc");
   EXPECT_EQ(rule.requiredField(), 0u);
+  EXPECT_EQ(rule.displayName(), "Undefined");  // not on a grammar: no field 0
   rule.setParameter("FieldIndex", " 12xyz");
   EXPECT_EQ(rule.requiredField(), 12u);
-}
-
-TEST(QVMvalidationRule, ConditionalFieldDisplayName) {
   QVMsegmentGrammar grammar = segmentWithFields("PID", {"id", "name"});
-  auto* rule = static_cast<QVMsegmentValidationRuleConditionalField*>(
+  auto* bound = static_cast<QVMsegmentValidationRuleConditionalField*>(
       grammar.addValidationRule(0, QVMconditionalFieldRule));
-  rule->setRequiredField(1);
-  EXPECT_EQ(rule->displayName(), "name");
-  rule->setRequiredField(2);
-  EXPECT_EQ(rule->displayName(), "Undefined");
-  QVMsegmentValidationRuleConditionalField unbound;
-  EXPECT_EQ(unbound.displayName(), "Undefined");
+  bound->setRequiredField(1);
+  EXPECT_EQ(bound->displayName(), "name");
+  bound->setRequiredField(2);
+  EXPECT_EQ(bound->displayName(), "Undefined");
 }
 
 TEST(QVMvalidationRule, RegularExpressionKeepsABadPattern) {
