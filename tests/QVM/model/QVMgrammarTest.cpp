@@ -147,7 +147,7 @@ TEST(QVMgrammarComposite, CopyIsDeep) {
   EXPECT_NE(composite.field(1), copy.field(1));
 }
 
-TEST(QVMgrammarComposite, PrintingDescendsIntoSubComposites) {
+TEST(QVMgrammarComposite, PrintingDescendsIntoSubCompositesOnce) {
   QVMcompositeGrammar outer, inner;
   QVMenumerationGrammar enumeration;
   outer.setName("CX");
@@ -163,9 +163,7 @@ TEST(QVMgrammarComposite, PrintingDescendsIntoSubComposites) {
             "  Field[2] authority - Composite\n"
             "    Composite: HD\n"
             "      Field[1] namespace - Enumeration\n");
-}
-
-TEST(QVMgrammarComposite, PrintingStopsAtACompositeThatHoldsItself) {
+  // A composite that holds itself is printed once.
   QVMcompositeGrammar loop;
   loop.setName("LOOP");
   loop.setFieldName(QVMcompositeGrammarAddField(loop), "self");
@@ -229,7 +227,7 @@ TEST(QVMgrammarEnumeration, IndexChecksNameTheirBound) {
   EXPECT_EQ(TSTerrorText([&] { grammar.setEnumItemAt(1); }), "Failed precondition: ItemIndex <= pMember->Enum.size()");
 }
 
-TEST(QVMgrammarDateTime, PrintingWithBrackets) {
+TEST(QVMgrammarDateTime, Printing) {
   EXPECT_EQ(QVMprinted(maskOf({Mask::MaskYear, Mask::MaskMonth, Mask::MaskDay})), "YYYY[MM[DD]]");
   EXPECT_EQ(QVMprinted(maskOf({Mask::MaskYear, Mask::MaskMonth, Mask::MaskTimeZone})), "YYYY[MM][+/-ZZZZ]");
   EXPECT_EQ(QVMprinted(maskOf({Mask::MaskHour})), "HH");
@@ -240,9 +238,7 @@ TEST(QVMgrammarDateTime, PrintingWithBrackets) {
   EXPECT_EQ(QVMprinted(maskOf({Mask::MaskYear, Mask::MaskMonth, Mask::MaskDay, Mask::MaskHour, Mask::MaskMinute,
                                Mask::MaskSecond, Mask::MaskFraction, Mask::MaskTimeZone})),
             "YYYY[MM[DD[HH[mm[SS[.SSSS]]]]]][+/-ZZZZ]");
-}
-
-TEST(QVMgrammarDateTime, RequiredFieldsPrintWithoutBrackets) {
+  // Required fields print without brackets.
   EXPECT_EQ(QVMprinted(maskOf({Mask::MaskYear, Mask::MaskMonth, Mask::MaskTimeZone}, true)), "YYYYMM+/-ZZZZ");
   QVMdateTimeGrammar odd = maskOf({Mask::MaskYear}, true);
   odd.setMaskItem(0, static_cast<Mask::QVMdateTimeInternalMaskItem>(7));

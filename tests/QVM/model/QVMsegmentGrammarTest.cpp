@@ -19,7 +19,7 @@ COLstring fieldNames(const QVMsegmentGrammar& grammar) {
 
 }  // namespace
 
-TEST(QVMidentifier, MatchingAndEmptyValues) {
+TEST(QVMidentifier, MatchingEmptyValuesAndBadPatterns) {
   QVMsegmentIdentifier identifier;
   identifier.setValue("A01|A02");
   EXPECT_TRUE(identifier.isRegexValid());
@@ -32,10 +32,7 @@ TEST(QVMidentifier, MatchingAndEmptyValues) {
   EXPECT_TRUE(identifier.isNullMatchingValue());
   EXPECT_TRUE(identifier.doesMatch(static_cast<const char*>(nullptr)));
   EXPECT_TRUE(identifier.doesMatchWithLength(nullptr, 0));
-}
-
-TEST(QVMidentifier, BadPatternIsKeptAndNeverMatches) {
-  QVMsegmentIdentifier identifier;
+  // A bad pattern is kept and never matches.
   identifier.setValue("(A01");
   EXPECT_FALSE(identifier.isRegexValid());
   EXPECT_EQ(identifier.value(), "(A01");

@@ -37,39 +37,35 @@ TEST(QVMvalidationRule, NameParameterRoundTripsInEveryKind) {
   }
 }
 
+// Another kind's key is refused both ways.
 TEST(QVMvalidationRule, KeysAreTheirOwnClassOnly) {
-  auto required = QVMsegmentValidationRuleCreate(QVMconditionalFieldRule);
-  EXPECT_EQ(TSTraised([&] { required->setParameter("Code", "x = 1"); }),
-            COLerror("Code is not a recognized key for this validation rule.", COL_ERROR_PRECONDITION));
-  auto python = QVMsegmentValidationRuleCreate(QVMpythonRule);
-  EXPECT_EQ(TSTraised([&] { python->setParameter("CodeOnError", "x = 1"); }),
-            COLerror("CodeOnError is not a recognized key for this validation rule.", COL_ERROR_PRECONDITION));
-  auto expression = QVMsegmentValidationRuleCreate(QVMregularExpressionRule);
-  EXPECT_EQ(TSTraised([&] { expression->parameter("FieldIndex"); }),
-            COLerror("FieldIndex is not a recognized key for this validation rule.", COL_ERROR_PRECONDITION));
+  for (auto [kind, key] : {std::pair<uint32_t, const char*>{QVMconditionalFieldRule, "Code"},
+                           {QVMpythonRule, "CodeOnError"}, {QVMregularExpressionRule, "FieldIndex"}}) {
+    auto rule = QVMsegmentValidationRuleCreate(kind);
+    const COLerror refused(COLstring(key) + " is not a recognized key for this validation rule.",
+                           COL_ERROR_PRECONDITION);
+    EXPECT_EQ(TSTraised([&] { rule->setParameter(key, "x = 1"); }), refused);
+    EXPECT_EQ(TSTraised([&] { rule->parameter(key); }), refused);
+  }
 }
 
-TEST(QVMvalidationRule, ConditionalFieldIndexReadsAsAtoiDoes) {
+TEST(QVMvalidationRule, ConditionalFieldIndexReadsAsAtoiDoesAndNamesTheField) {
   QVMsegmentValidationRuleConditionalField rule;
   rule.setParameter("FieldIndex", "3");
   EXPECT_EQ(rule.requiredField(), 3u);
   EXPECT_EQ(rule.parameter("FieldIndex"), "3");
   rule.setParameter("FieldIndex", "abc");
   EXPECT_EQ(rule.requiredField(), 0u);
+  EXPECT_EQ(rule.displayName(), "Undefined");  // not on a grammar: no field 0
   rule.setParameter("FieldIndex", " 12xyz");
   EXPECT_EQ(rule.requiredField(), 12u);
-}
-
-TEST(QVMvalidationRule, ConditionalFieldDisplayName) {
   QVMsegmentGrammar grammar = segmentWithFields("PID", {"id", "name"});
-  auto* rule = static_cast<QVMsegmentValidationRuleConditionalField*>(
+  auto* bound = static_cast<QVMsegmentValidationRuleConditionalField*>(
       grammar.addValidationRule(0, QVMconditionalFieldRule));
-  rule->setRequiredField(1);
-  EXPECT_EQ(rule->displayName(), "name");
-  rule->setRequiredField(2);
-  EXPECT_EQ(rule->displayName(), "Undefined");
-  QVMsegmentValidationRuleConditionalField unbound;
-  EXPECT_EQ(unbound.displayName(), "Undefined");
+  bound->setRequiredField(1);
+  EXPECT_EQ(bound->displayName(), "name");
+  bound->setRequiredField(2);
+  EXPECT_EQ(bound->displayName(), "Undefined");
 }
 
 TEST(QVMvalidationRule, RegularExpressionKeepsABadPattern) {
