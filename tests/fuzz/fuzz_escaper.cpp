@@ -9,23 +9,14 @@
 // - the NUL-terminated and the sized entry points agree.
 #include <cctype>
 #include <clocale>
-#include <cstddef>
-#include <cstdint>
-#include <cstdlib>
 #include <cstring>
 #include <string_view>
 
 #include "COLerror.h"
+#include "FUZZsupport.h"
 #include "SCCescaper.h"
 
 namespace {
-
-void check(bool condition, const char* what) {
-  if (!condition) {
-    __builtin_fprintf(stderr, "property failed: %s\n", what);
-    std::abort();
-  }
-}
 
 // Code letters a definition may give its delimiters, without the two that keep a meaning.
 constexpr char CodeLetters[] = "ABDEFGIJKLOPQRSTUVWXYZ";
@@ -110,7 +101,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     data += 8, size -= 8;
   }
   const SCCescaper Escaper(Settings);
-  const COLstring Text(std::string_view(reinterpret_cast<const char*>(data), size));
+  const COLstring Text = FUZZtext(data, size);
 
   COLstring Wire, Back;
   Escaper.escapeChar(Wire, Text);

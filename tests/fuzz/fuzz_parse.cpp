@@ -2,27 +2,15 @@
 // tokenise, identify, grammar parse), then the whole road to a filled table and its XML.  Any
 // input either fails with an error or gives a tree in which every node sits where its parent
 // says, every depth is its parent's plus one, and each segment is placed at most once.
-#include <cstddef>
-#include <cstdint>
-#include <cstdlib>
-#include <string>
 #include <vector>
 
 #include "COLerror.h"
+#include "FUZZsupport.h"
 #include "QVJparse.h"
 #include "QVJparseContext.h"
-#include "QVLvmdFile.h"
-#include "QVMengineInternal.h"
 #include "SGCcompleteParse.h"
 
 namespace {
-
-void check(bool condition, const char* what) {
-  if (!condition) {
-    __builtin_fprintf(stderr, "property failed: %s\n", what);
-    std::abort();
-  }
-}
 
 QVFengine& exampleEngine() {
   static QVFengine* Engine = [] {
@@ -55,7 +43,7 @@ void checkTree(SGCparsed* Node, std::vector<int>& PlacedCount) {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* Data, size_t Size) {
   static SGMsegmentList List;
-  const COLstring Message(std::string(reinterpret_cast<const char*>(Data), Size));
+  const COLstring Message = FUZZtext(Data, Size);
   SGCmessageStructure Structure;
   try {
     SGCparseStructure(Message, exampleEngine().schema(), List, Structure);

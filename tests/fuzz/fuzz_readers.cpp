@@ -10,25 +10,16 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <cstddef>
-#include <cstdint>
-#include <cstdlib>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "COLerror.h"
+#include "FUZZsupport.h"
 #include "MLGfileReader.h"
 #include "MLGreader.h"
 
 namespace {
-
-void check(bool condition, const char* what) {
-  if (!condition) {
-    __builtin_fprintf(stderr, "property failed: %s\n", what);
-    std::abort();
-  }
-}
 
 const COLstring& scratchPath() {
   static const COLstring Path = [] {

@@ -5,26 +5,17 @@
 //   no later segment named "MSH", and delimiters read from a position only in HL7 mode;
 // - the stream writer and the string writer agree;
 // - escaping any value and unescaping it again gives the value back.
-#include <cstddef>
-#include <cstdint>
-#include <cstdlib>
 #include <cstring>
 #include <string>
 #include <string_view>
 
 #include "COLerror.h"
+#include "FUZZsupport.h"
 #include "SCCescaper.h"
 #include "SGMoutput.h"
 #include "SGPparser.h"
 
 namespace {
-
-void check(bool condition, const char* what) {
-  if (!condition) {
-    __builtin_fprintf(stderr, "property failed: %s\n", what);
-    std::abort();
-  }
-}
 
 SGPparserOptions optionsFor(uint8_t selector, bool& roundTripHolds) {
   SGPparserOptions Options;

@@ -9,24 +9,15 @@
 //   character beyond 8 bits or the depth limit is at work;
 // - the tree parser with eight-bit text refuses a document that it takes in UTF-8 only for a
 //   character beyond 8 bits, which the 8-bit parser refuses too.
-#include <cstddef>
-#include <cstdint>
-#include <cstdlib>
 #include <string>
 #include <vector>
 
 #include "COLerror.h"
+#include "FUZZsupport.h"
 #include "SGXxmlDom.h"
 #include "XMLexpatAnsiParser.h"
 
 namespace {
-
-void check(bool condition, const char* what) {
-  if (!condition) {
-    __builtin_fprintf(stderr, "property failed: %s\n", what);
-    std::abort();
-  }
-}
 
 // Counts events and nothing else; the point is to run the transcoding.
 class AnsiCounter : public XMLexpatAnsiParser {
