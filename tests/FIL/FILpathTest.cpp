@@ -11,14 +11,6 @@
 
 #include "../support/TSTraised.h"
 
-namespace {
-
-COLstring raisedText(void (*action)(FILfilePath&), FILfilePath& path) {
-  return TSTerrorText([&] { action(path); });
-}
-
-}  // namespace
-
 TEST(FILfilePath, SplitsAndNormalises) {
   // directory | name | extension | name with extension, then "dir" for a directory path
   const char* const Cases[][2] = {
@@ -62,9 +54,9 @@ TEST(FILfilePath, RelativePathsResolveAgainstCurrentDirectory) {
 TEST(FILfilePath, BadPathsAreRefused) {
   FILfilePath path;
   path.setCurrentDirectory("/");
-  EXPECT_EQ(raisedText([](FILfilePath& p) { p.setFileName("x/../../y"); }, path), "Unable to resolve");
-  EXPECT_EQ(raisedText([](FILfilePath& p) { p.setFileName(":abc"); }, path), "Unable to resolve");
-  EXPECT_EQ(raisedText([](FILfilePath& p) { p.setFileName("/a/b:c"); }, path), "Bad file path");
+  EXPECT_EQ(TSTerrorText([&] { path.setFileName("x/../../y"); }), "Unable to resolve");
+  EXPECT_EQ(TSTerrorText([&] { path.setFileName(":abc"); }), "Unable to resolve");
+  EXPECT_EQ(TSTerrorText([&] { path.setFileName("/a/b:c"); }), "Bad file path");
 }
 
 TEST(FILfilePath, ExtensionsNeedAFile) {
@@ -77,11 +69,9 @@ TEST(FILfilePath, ExtensionsNeedAFile) {
   EXPECT_EQ(path.completeFilePath(), "/a/report.csv");
 
   FILfilePath directory("/a/");
-  EXPECT_EQ(raisedText([](FILfilePath& p) { p.forceExtension("x"); }, directory),
-            "Failed precondition: !isDirectory()");
+  EXPECT_EQ(TSTerrorText([&] { directory.forceExtension("x"); }), "Failed precondition: !isDirectory()");
   FILfilePath empty;
-  EXPECT_EQ(raisedText([](FILfilePath& p) { p.defaultExtension("x"); }, empty),
-            "Failed precondition: pMember->FileNameBuffer.size() > 0");
+  EXPECT_EQ(TSTerrorText([&] { empty.defaultExtension("x"); }), "Failed precondition: pMember->FileNameBuffer.size() > 0");
 }
 
 TEST(FILfilePath, SubPathsAndRanges) {
