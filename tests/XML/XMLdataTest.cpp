@@ -1,4 +1,5 @@
-// The schema formatters on the cases of tests/data/XML: a schema model in, its printed text out.
+// The schema formatters on the cases of tests/data/XML/formatters.test: a schema model in,
+// its printed text out.
 //
 // Sections of a case:
 //   model NAME      one of the models below
@@ -80,6 +81,6 @@ TEST_P(XMLdata, ModelToSchema) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Cases, XMLdata, ::testing::ValuesIn(TSTreadDataArea("XML")), TSTdataParamName);
+INSTANTIATE_TEST_SUITE_P(Cases, XMLdata, ::testing::ValuesIn(TSTreadDataFile("XML/formatters.test")), TSTdataParamName);
 
 }  // namespace

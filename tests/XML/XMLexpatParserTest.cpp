@@ -44,7 +44,7 @@ COLerror errorOf(XMLexpatParser& parser, const COLstring& xml) {
   return TSTraised([&] { parser.parse(xml); });
 }
 
-// The cases of tests/data/XML/expat.events: a document in, its events or its refusal out.
+// The cases of tests/data/XML/expat.test: a document in, its events or its refusal out.
 template <class Parser>
 std::string eventsOrError(const std::string& Xml) {
   Recording<Parser> R;
@@ -68,7 +68,7 @@ TEST_P(XMLexpatData, EventsOrRefusal) {
       << Case.where();
 }
 
-INSTANTIATE_TEST_SUITE_P(Cases, XMLexpatData, ::testing::ValuesIn(TSTreadDataFile("XML/expat.events")),
+INSTANTIATE_TEST_SUITE_P(Cases, XMLexpatData, ::testing::ValuesIn(TSTreadDataFile("XML/expat.test")),
                          TSTdataParamName);
 
 // Expat's refusals carry one code, and close the parser.

@@ -141,7 +141,7 @@ TEST_P(XMLschemaInstances, AcceptedAndRefused) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Cases, XMLschemaInstances, ::testing::ValuesIn(TSTreadDataFile("XML/xmllint.instances")),
+INSTANTIATE_TEST_SUITE_P(Cases, XMLschemaInstances, ::testing::ValuesIn(TSTreadDataFile("XML/xmllint.test")),
                          TSTdataParamName);
 
 // Message text is 8-bit, one Latin-1 character per byte.  Through the Latin-1 filter every byte
