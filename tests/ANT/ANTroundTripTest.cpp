@@ -16,7 +16,7 @@ COLstring saveToText(QVMengineInternal& engine) { return ANTsaveEngineToString(e
 void loadText(QVMengineInternal& engine, const COLstring& text) { ANTloadEngine(text, engine, "copy.vmd"); }
 }  // namespace
 
-TEST(ANTroundTripTest, ExampleLoadsSavesAndReloadsUnchanged) {
+TEST(ANTroundTripTest, ExampleLoadsAndSavesUnchanged) {
   QVMengineInternal first;
   loadText(first, TSTreadFile(ExamplePath));
   EXPECT_EQ(first.countOfMessage(), 5u);
@@ -29,13 +29,8 @@ TEST(ANTroundTripTest, ExampleLoadsSavesAndReloadsUnchanged) {
   EXPECT_EQ(results.messageGrammar()->grammarName(), "OBSERVATION");
   EXPECT_EQ(results.table()->mapSet(results.tableMapSetIndex())->name(), "ORU_R01");
 
-  COLstring text = saveToText(first);
-  // The example is kept in the writer's own layout.
-  EXPECT_EQ(text.str(), TSTreadFile(ExamplePath));
-  QVMengineInternal second;
-  loadText(second, text);
-  EXPECT_EQ(ANTtestDump(second), ANTtestDump(first));
-  EXPECT_EQ(saveToText(second).str(), text.str());
+  // The example is kept in the writer's own layout, so reloading what was saved reads the same bytes.
+  EXPECT_EQ(saveToText(first).str(), TSTreadFile(ExamplePath));
 }
 
 // The dump is checked against its own file; what the dump doesn't print is checked by value.
