@@ -45,14 +45,15 @@ INSTANTIATE_TEST_SUITE_P(Cases, ANTbadInput, ::testing::ValuesIn(TSTreadDataFile
 
 TEST(ANTbadInputTest, SaveRefusesWhatTheFormatCannotHold) {
   QVMengineInternal engine;
-  ANTtestBuildFullModel(engine);
+  auto load = [&] { ANTloadEngine(TSTreadFile(ANTfullModel + ".vmd"), engine, "full_model.vmd"); };
+  load();
   engine.setVmdDescription("bell \x07");
   EXPECT_NE(TSTerrorText([&] { ANTsaveEngineToString(engine); }).find("holds the control character 0x07"),
             std::string::npos);
-  ANTtestBuildFullModel(engine);
+  load();
   engine.addEnumerationGrammar();
   EXPECT_NE(TSTerrorText([&] { ANTsaveEngineToString(engine); }).find("has enumeration grammars"), std::string::npos);
-  ANTtestBuildFullModel(engine);
+  load();
   engine.table(1)->setTableName("Visits & more");
   EXPECT_NE(TSTerrorText([&] { ANTsaveEngineToString(engine); }).find("two tables are named `Visits & more'"),
             std::string::npos);

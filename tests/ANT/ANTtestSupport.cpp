@@ -11,13 +11,6 @@ void dumpAddress(std::ostream& out, const QVMmessageNodeAddress& address) {
   out << "]";
 }
 
-void dumpMessageGrammar(std::ostream& out, const QVMmessageGrammar& grammar, int depth) {
-  out << std::string(depth * 2, ' ') << (grammar.isNode() ? "segment " : "group ") << grammar.grammarName().str()
-      << " opt=" << grammar.isOptional() << " rep=" << grammar.isRepeating() << " order=" << grammar.ignoreSegmentOrder()
-      << " max=" << grammar.maximumRepeat() << "\n";
-  for (size_t i = 0; i < grammar.countOfSubGrammar(); ++i) dumpMessageGrammar(out, *grammar.subGrammar(i), depth + 1);
-}
-
 std::string grammarPath(const QVMmessageGrammar* grammar) {
   if (!grammar) return "none";
   std::string path;
@@ -138,7 +131,7 @@ void dumpMessageConfig(std::ostream& out, QVMengineInternal& engine, size_t c) {
       dumpAddress(out, identifier.nodeAddress());
       out << "\n";
     }
-    dumpMessageGrammar(out, *record.rootMessageGrammar(), 1);
+    ANTtestDumpGrammar(out, *record.rootMessageGrammar(), 1);
   }
 }
 
@@ -165,6 +158,13 @@ void dumpTables(std::ostream& out, QVMengineInternal& engine) {
   }
 }
 }  // namespace
+
+void ANTtestDumpGrammar(std::ostream& out, const QVMmessageGrammar& grammar, int depth) {
+  out << std::string(depth * 2, ' ') << (grammar.isNode() ? "segment " : "group ") << grammar.grammarName().str()
+      << " opt=" << grammar.isOptional() << " rep=" << grammar.isRepeating() << " order=" << grammar.ignoreSegmentOrder()
+      << " max=" << grammar.maximumRepeat() << "\n";
+  for (size_t i = 0; i < grammar.countOfSubGrammar(); ++i) ANTtestDumpGrammar(out, *grammar.subGrammar(i), depth + 1);
+}
 
 std::string ANTtestDump(QVMengineInternal& engine) {
   std::ostringstream out;

@@ -3,10 +3,12 @@
 
 #include <functional>
 
+#include "ANTengine.h"
 #include "COLerror.h"
 #include "QVMengineInternal.h"
 #include "QVMgrammarTestSupport.h"
 
+#include "../../support/TSTfile.h"
 #include "../../support/TSTraised.h"
 
 namespace {
@@ -215,22 +217,12 @@ struct RubberBandModel {
   QVMtableGrammarInternal* leaf;
 
   RubberBandModel() {
-    QVMsegmentGrammar* pid = engine.segment(engine.addSegment());
-    pid->setName("PID");
-    table = engine.table(engine.addTable());
-    table->setTableName("T");
-    for (const char* name : {"a", "b", "c"}) table->addColumn(name, QVMstringType);
-    message = engine.message(engine.addMessage());
-    QVMmessageGrammar* root = message->messageGrammar();
-    root->insertSegment(pid);
-    patient = root->insertGroup("PATIENT");
-    patient->insertSegment(pid);
-    leaf = message->tableGrammar().addSubGrammarAt(0);
-    leaf->setIsNode(true);
-    leaf->setTable(table);
-    leaf->setMessageGrammar(root);
-    table->mapSet(0)->map(0).setNodeAddress(address({1, 0, 3}));
-    table->mapSet(0)->map(1).setNodeAddress(address({0, 2}));
+    ANTloadEngine(TSTreadFile(std::string(MSGBRIDGE_SOURCE_DIR) + "/tests/data/QVM/rubber_band.vmd"), engine,
+                  "rubber_band.vmd");
+    table = engine.table(0);
+    message = engine.message(0);
+    patient = message->messageGrammar()->subGrammar(1);
+    leaf = message->tableGrammar().subGrammar(0);
   }
 };
 
