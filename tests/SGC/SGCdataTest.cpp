@@ -16,7 +16,7 @@
 // message starts with its own) against the segment grammar of its name in tests/data/SGC/
 // check.vmd, or in the file a "definition PATH" section names.  "report" holds, per segment
 // with faults, its index and count, the report of its first fault and the words and place of
-// every further one.
+// every further one.  In unescape.test the segments are unescaped strictly instead of checked.
 #include <gtest/gtest.h>
 
 #include <cstdio>
@@ -38,6 +38,7 @@
 #include "SGCmatch.h"
 #include "SGCparseTestSupport.h"
 #include "SGCtestSupport.h"
+#include "SGCunescape.h"
 #include "SGMoutput.h"
 
 #include "../support/TSTdataFile.h"
@@ -136,14 +137,19 @@ TEST_P(SGCcheckData, Report) {
   const bool Whole = Text.rfind("MSH", 0) == 0;
   const SGCtest::Message Parsed(Text, Whole);
   std::string Report;
+  SGMstringPool Pool;
   for (unsigned Index = Whole ? 0 : 1; Index < Parsed.List.countOfSegment(); ++Index) {
-    const SGMsegment& Segment = Parsed.segment(Index);
+    SGMsegment& Segment = Parsed.segment(Index);
     const std::string Name(Segment.name().view());
     const uint32_t Grammar = Engine.segmentByName(Name.c_str());
     ASSERT_LT(Grammar, Engine.countOfSegment()) << Name;
     SGCerrorList Errors;
     try {
-      SGCcheckSegment(Segment, Index, *Engine.segment(Grammar), Errors);
+      SCCescaper Escaper;
+      if (Case.has("unescape"))
+        SGCunescapeSegment(Escaper, false, true, Segment, Index, *Engine.segment(Grammar), &Pool, Errors, true);
+      else
+        SGCcheckSegment(Segment, Index, *Engine.segment(Grammar), Errors);
     } catch (const COLerror& Error) {
       Report += "Segment " + std::to_string(Index) + " raised:\n" + reportOf(Error);
       continue;
@@ -172,6 +178,6 @@ TEST_P(SGCcheckData, Report) {
   EXPECT_EQ(Report, Case.text("report"));
 }
 
-INSTANTIATE_TEST_SUITE_P(Cases, SGCcheckData, ::testing::ValuesIn(casesOf({"check.test"})), TSTdataParamName);
+INSTANTIATE_TEST_SUITE_P(Cases, SGCcheckData, ::testing::ValuesIn(casesOf({"check.test", "unescape.test"})), TSTdataParamName);
 
 }  // namespace
