@@ -17,6 +17,11 @@
 // check.vmd, or in the file a "definition PATH" section names.  "report" holds, per segment
 // with faults, its index and count, the report of its first fault and the words and place of
 // every further one.  In unescape.test the segments are unescaped strictly instead of checked.
+//
+// Validation rules (rules.test): "rule FIELD KIND" adds a rule of that kind to PID's field
+// FIELD (both counted from 0), its lines "Key=Value" setting its parameters, and a "code"
+// section its script.  Each segment of "runs" is run through it in turn; "report" holds each
+// segment, then "passes" or the report of what it raised.
 #include <gtest/gtest.h>
 
 #include <cstdio>
@@ -39,6 +44,7 @@
 #include "SGCparseTestSupport.h"
 #include "SGCtestSupport.h"
 #include "SGCunescape.h"
+#include "SGCvalidationRule.h"
 #include "SGMoutput.h"
 
 #include "../support/TSTdataFile.h"
@@ -177,6 +183,40 @@ TEST_P(SGCcheckData, Report) {
   }
   EXPECT_EQ(Report, Case.text("report"));
 }
+
+class SGCruleData : public ::testing::TestWithParam<TSTdataCase> {};
+
+TEST_P(SGCruleData, Report) {
+  const TSTdataCase& Case = GetParam();
+  SCOPED_TRACE(Case.where());
+  QVMengineInternal Engine;  // goes last: a script rule holds its interpreter
+  SGCtest::Definition Def;
+  unsigned Field = 0, Kind = 0;
+  std::istringstream(Case.argument("rule")) >> Field >> Kind;
+  QVMsegmentValidationRule& Rule = *Def.Pid.addValidationRule(Field, Kind);
+  std::istringstream Parameters(Case.text("rule"));
+  for (std::string Line; std::getline(Parameters, Line);)
+    Rule.setParameter(Line.substr(0, Line.find('=')).c_str(), Line.substr(Line.find('=') + 1).c_str());
+  if (Case.has("code")) {
+    Rule.setLanguageEngine(&Engine.LanguageEngine());
+    Rule.setParameter("Code", Case.text("code").c_str());
+  }
+  std::istringstream Runs(Case.text("runs"));
+  std::string Report;
+  for (std::string Line; std::getline(Runs, Line);) {
+    const SGCtest::Message Parsed(Line);
+    Report += Line + "\n";
+    try {
+      SGCdoSegmentValidationRule(Rule, new SGMstringPool, Parsed.List.segmentReference(1), Engine);
+      Report += "  passes\n";
+    } catch (const COLerror& Error) {
+      Report += reportOf(Error);
+    }
+  }
+  EXPECT_EQ(Report, Case.text("report"));
+}
+
+INSTANTIATE_TEST_SUITE_P(Cases, SGCruleData, ::testing::ValuesIn(casesOf({"rules.test"})), TSTdataParamName);
 
 INSTANTIATE_TEST_SUITE_P(Cases, SGCcheckData, ::testing::ValuesIn(casesOf({"check.test", "unescape.test"})), TSTdataParamName);
 
