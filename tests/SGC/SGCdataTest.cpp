@@ -16,7 +16,12 @@
 // message starts with its own) against the segment grammar of its name in tests/data/SGC/
 // check.vmd, or in the file a "definition PATH" section names.  "report" holds, per segment
 // with faults, its index and count, the report of its first fault and the words and place of
-// every further one.
+// every further one.  In unescape.test the segments are unescaped strictly instead of checked.
+//
+// Validation rules (rules.test): "rule FIELD KIND" adds a rule of that kind to PID's field
+// FIELD (both counted from 0), its lines "Key=Value" setting its parameters, and a "code"
+// section its script.  Each segment of "runs" is run through it in turn; "report" holds each
+// segment, then "passes" or the report of what it raised.
 #include <gtest/gtest.h>
 
 #include <cstdio>
@@ -38,6 +43,8 @@
 #include "SGCmatch.h"
 #include "SGCparseTestSupport.h"
 #include "SGCtestSupport.h"
+#include "SGCunescape.h"
+#include "SGCvalidationRule.h"
 #include "SGMoutput.h"
 
 #include "../support/TSTdataFile.h"
@@ -136,14 +143,19 @@ TEST_P(SGCcheckData, Report) {
   const bool Whole = Text.rfind("MSH", 0) == 0;
   const SGCtest::Message Parsed(Text, Whole);
   std::string Report;
+  SGMstringPool Pool;
   for (unsigned Index = Whole ? 0 : 1; Index < Parsed.List.countOfSegment(); ++Index) {
-    const SGMsegment& Segment = Parsed.segment(Index);
+    SGMsegment& Segment = Parsed.segment(Index);
     const std::string Name(Segment.name().view());
     const uint32_t Grammar = Engine.segmentByName(Name.c_str());
     ASSERT_LT(Grammar, Engine.countOfSegment()) << Name;
     SGCerrorList Errors;
     try {
-      SGCcheckSegment(Segment, Index, *Engine.segment(Grammar), Errors);
+      SCCescaper Escaper;
+      if (Case.has("unescape"))
+        SGCunescapeSegment(Escaper, false, true, Segment, Index, *Engine.segment(Grammar), &Pool, Errors, true);
+      else
+        SGCcheckSegment(Segment, Index, *Engine.segment(Grammar), Errors);
     } catch (const COLerror& Error) {
       Report += "Segment " + std::to_string(Index) + " raised:\n" + reportOf(Error);
       continue;
@@ -172,6 +184,40 @@ TEST_P(SGCcheckData, Report) {
   EXPECT_EQ(Report, Case.text("report"));
 }
 
-INSTANTIATE_TEST_SUITE_P(Cases, SGCcheckData, ::testing::ValuesIn(casesOf({"check.test"})), TSTdataParamName);
+class SGCruleData : public ::testing::TestWithParam<TSTdataCase> {};
+
+TEST_P(SGCruleData, Report) {
+  const TSTdataCase& Case = GetParam();
+  SCOPED_TRACE(Case.where());
+  QVMengineInternal Engine;  // goes last: a script rule holds its interpreter
+  SGCtest::Definition Def;
+  unsigned Field = 0, Kind = 0;
+  std::istringstream(Case.argument("rule")) >> Field >> Kind;
+  QVMsegmentValidationRule& Rule = *Def.Pid.addValidationRule(Field, Kind);
+  std::istringstream Parameters(Case.text("rule"));
+  for (std::string Line; std::getline(Parameters, Line);)
+    Rule.setParameter(Line.substr(0, Line.find('=')).c_str(), Line.substr(Line.find('=') + 1).c_str());
+  if (Case.has("code")) {
+    Rule.setLanguageEngine(&Engine.LanguageEngine());
+    Rule.setParameter("Code", Case.text("code").c_str());
+  }
+  std::istringstream Runs(Case.text("runs"));
+  std::string Report;
+  for (std::string Line; std::getline(Runs, Line);) {
+    const SGCtest::Message Parsed(Line);
+    Report += Line + "\n";
+    try {
+      SGCdoSegmentValidationRule(Rule, new SGMstringPool, Parsed.List.segmentReference(1), Engine);
+      Report += "  passes\n";
+    } catch (const COLerror& Error) {
+      Report += reportOf(Error);
+    }
+  }
+  EXPECT_EQ(Report, Case.text("report"));
+}
+
+INSTANTIATE_TEST_SUITE_P(Cases, SGCruleData, ::testing::ValuesIn(casesOf({"rules.test"})), TSTdataParamName);
+
+INSTANTIATE_TEST_SUITE_P(Cases, SGCcheckData, ::testing::ValuesIn(casesOf({"check.test", "unescape.test"})), TSTdataParamName);
 
 }  // namespace

@@ -1,6 +1,5 @@
 // A small definition (a header and a patient segment with numbers, dates, an enumeration,
-// nested composites, limits and required parts), and the way from a segment's text to its
-// faults and the report a person would read.
+// nested composites, limits and required parts), and a message parsed behind a plain header.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -48,14 +47,6 @@ struct Message {
   SGMsegment& segment(unsigned index) const { return List.segment(index); }
 };
 
-// The report of a checked segment.
-struct Report {
-  size_t CountOfError = 0;
-  std::string Text;
-  uint32_t Code = 0;
-  Parameters Values;
-};
-
 // tests/data/SGC/check.vmd, loaded into an engine of its own so that a test may change it.
 class Definition {
 public:
@@ -74,18 +65,6 @@ public:
 
   QVMsegmentGrammar& segment(const char* name) const { return *Engine->segment(Engine->segmentByName(name)); }
   QVMcompositeGrammar& composite(const char* name) const { return *Engine->composite(Engine->compositeByName(name)); }
-
-  static Report reportOf(const SGMsegment& segment, const SGMseparatorCharacters& separators, SGCerrorList& errors) {
-    Report Result;
-    Result.CountOfError = errors.size();
-    if (errors.empty()) return Result;
-    COLerror Error("", 0);
-    QVJstrictGrammarErrorPrepare(Error, segment, separators, errors);
-    Result.Text = Error.description().str();
-    Result.Code = Error.code();
-    Result.Values = parametersOf(Error);
-    return Result;
-  }
 
   static QVMengineInternal* load() {
     QVMengineInternal* Loaded = new QVMengineInternal;

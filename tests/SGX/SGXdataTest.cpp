@@ -52,6 +52,6 @@ TEST_P(SGXdata, XmlToMessage) {
   EXPECT_EQ(Taken ? "taken\n" : "refused\n", Case.text("status"));
 }
 
-INSTANTIATE_TEST_SUITE_P(Cases, SGXdata, ::testing::ValuesIn(TSTreadDataArea("SGX")), TSTdataParamName);
+INSTANTIATE_TEST_SUITE_P(Cases, SGXdata, ::testing::ValuesIn(TSTreadDataFile("SGX/full_tree.test")), TSTdataParamName);
 
 }  // namespace

@@ -1,39 +1,15 @@
-// Unescaping a segment into the string pool, and the escape fault with its whole report.
+// Unescaping a segment into the string pool; the escape faults' reports are in
+// tests/data/SGC/unescape.test.
 #include "SGCtestSupport.h"
 #include "SGCunescape.h"
 
 using SGCtest::Definition;
 using SGCtest::Message;
-using SGCtest::Parameters;
-using SGCtest::Report;
 
 namespace {
 
-// What the escaper itself says of a bad text.
-std::string escapeFault(const std::string& text) {
-  SCCescaper Escaper;
-  COLstring Ignored;
-  try {
-    Escaper.unescapeStringWithSize(Ignored, text.data(), text.size(), true);
-  } catch (const COLerror& Error) {
-    return Error.description().str();
-  }
-  ADD_FAILURE() << "no escape fault in " << text;
-  return "";
-}
-
 bool pointsInto(const SGMvalue& value, const std::string& text) {
   return value.data() >= text.data() && value.data() + value.length() <= text.data() + text.size();
-}
-
-// Unescapes segment 1 strictly into a pool and reports the first fault.
-Report unescapeReport(const Definition& definition, const Message& parsed, SGMstringPool& pool,
-                      size_t expectedCount = 1) {
-  SCCescaper Escaper;
-  SGCerrorList Errors;
-  SGCunescapeSegment(Escaper, false, true, parsed.segment(1), 1, definition.Pid, &pool, Errors, true);
-  EXPECT_EQ(Errors.size(), expectedCount);
-  return Definition::reportOf(parsed.segment(1), parsed.Separators, Errors);
 }
 
 }  // namespace
@@ -106,79 +82,4 @@ TEST(SGCunescape, TryingAndLenientModesChangeNothing) {
   EXPECT_TRUE(Errors.empty());
   EXPECT_EQ(Segment.field(0, 0).value(0, 0).view(), "a|b");
   EXPECT_EQ(Segment.field(1, 0).value(0, 0).view(), "x\\Q\\y");
-}
-
-TEST(SGCunescape, EscapeFaultNamesEveryLevelTheGrammarKnows) {
-  Definition Def;
-  Message Parsed("PID|1|123^^^A\\Q\\B|DOE");
-  SGMstringPool Pool;
-  const Report Result = unescapeReport(Def, Parsed, Pool);
-  EXPECT_EQ(Result.Text, "Segment PID failed validation:\n"
-                         "Sub sub field 1 'Namespace ID' of sub field 4 'Authority' of field 2 'Patient ID' "
-                         "has an escape sequence error : " + escapeFault("A\\Q\\B") + "\n"
-                         "PID|1|123^^^A\\Q\\B|DOE\n" + std::string(12, ' ') + "^^^^^");
-  EXPECT_EQ(Result.Code, 0x80002003u);
-  EXPECT_EQ(Result.Values, (Parameters{{"SegmentGrammarName", "PID"},
-                                       {"FieldName", "Patient ID"},
-                                       {"FieldIndex", "2"},
-                                       {"FieldRepeatIndex", "0"},
-                                       {"SubFieldIndex", "4"},
-                                       {"SubFieldName", "Authority"},
-                                       {"SubSubFieldIndex", "1"},
-                                       {"SubSubFieldName", "Namespace ID"},
-                                       {"SegmentGrammarErrorDescription", "Bad Escape Sequence"},
-                                       {"SegmentGrammarErrorCode", "8"}}));
-  // The faulty value keeps its raw bytes.
-  EXPECT_EQ(Parsed.segment(1).field(1, 0).value(3, 0).view(), "A\\Q\\B");
-}
-
-TEST(SGCunescape, EscapeFaultFallsBackToNumbers) {
-  Definition Def;
-  const std::string Bad = "\\Q\\";
-  const struct {
-    std::string Segment;
-    std::string Words;
-    Parameters Values;
-  } Cases[] = {
-      // A field that wraps one value: its sub field is not named.
-      {"PID|1|123|D" + Bad + "E",
-       "Field 3 'Name' has an escape sequence error : " + escapeFault("D" + Bad + "E"),
-       {{"FieldName", "Name"}, {"FieldIndex", "3"}, {"SubFieldIndex", "1"}, {"SubSubFieldIndex", "1"}}},
-      // A second sub field the grammar does not have is counted.
-      {"PID|1|123|DOE||||a^b" + Bad,
-       "Sub field 2 of field 7 'Comment' has an escape sequence error : " + escapeFault("b" + Bad),
-       {{"FieldName", "Comment"}, {"FieldIndex", "7"}, {"SubFieldIndex", "2"}, {"SubSubFieldIndex", "1"}}},
-      // The repeat is named after the field.
-      {"PID|1|123|DOE||||ok~a" + Bad,
-       "Field 7 'Comment' (repeat 1) has an escape sequence error : " + escapeFault("a" + Bad),
-       {{"FieldName", "Comment"}, {"FieldIndex", "7"}, {"SubFieldIndex", "1"}, {"SubSubFieldIndex", "1"}}},
-      // A field beyond the grammar: the fallback text gets the capital letter too.
-      {"PID" + std::string(41, '|') + Bad, "Field 41 has an escape sequence error : " + escapeFault(Bad),
-       {{"FieldIndex", "41"}, {"SubFieldIndex", "1"}, {"SubSubFieldIndex", "1"}}},
-  };
-  for (const auto& Case : Cases) {
-    Message Parsed(Case.Segment);
-    SGMstringPool Pool;
-    const Report Result = unescapeReport(Def, Parsed, Pool);
-    const std::string Head = "Segment PID failed validation:\n" + Case.Words + "\n";
-    EXPECT_EQ(Result.Text.substr(0, Head.size()), Head) << Case.Segment;
-    Parameters Expected = Case.Values;
-    Expected["SegmentGrammarName"] = "PID";
-    Expected["FieldRepeatIndex"] = Case.Words.find("(repeat 1)") != std::string::npos ? "1" : "0";
-    Expected["SegmentGrammarErrorDescription"] = "Bad Escape Sequence";
-    Expected["SegmentGrammarErrorCode"] = "8";
-    EXPECT_EQ(Result.Values, Expected) << Case.Segment;
-  }
-}
-
-TEST(SGCunescape, EscapeFaultContextCoversItsSubField) {
-  Definition Def;
-  Message Parsed("PID|1|123|DOE||||a^x&b\\Q\\");
-  SGMstringPool Pool;
-  const Report Result = unescapeReport(Def, Parsed, Pool);
-  // The carets run from the faulty value to the end of its sub field.
-  const std::string Picture = "PID|1|123|DOE||||a^x&b\\Q\\\n" + std::string(21, ' ') + std::string(4, '^');
-  ASSERT_GE(Result.Text.size(), Picture.size());
-  EXPECT_EQ(Result.Text.substr(Result.Text.size() - Picture.size()), Picture);
-  EXPECT_NE(Result.Text.find("Sub sub field 2 of sub field 2 of field 7 'Comment'"), std::string::npos);
 }

@@ -1,0 +1,126 @@
+// The tokeniser cases of tests/data/SGP/parse.test: a message and options in, the token tree out.
+// Sections:
+//   options    one setting a line: "field|subfield|subsubfield|repeat|escape C POSITION" (C
+//              "none" disables it), "segment C", "header NAME", "hl7 off"
+//   first      a message parsed into the same list before, to see nothing of it is left
+//   message    the message
+//   outcome    "parsed" and the separators (field, sub field, repeat, escape, sub sub field),
+//              or the error, its context and the context's offset when it points into the message
+//   segments   one segment a line: the name, then each field behind " | "; repeats are joined by
+//              " ~ ", sub fields by " ^ ", sub sub fields by " & "; values are quoted, a null one
+//              is drawn as null; bytes outside printable ASCII and '"' as \xHH
+//   written    the list written back with the options' segment delimiter
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <sstream>
+#include <string>
+
+#include "SGMoutput.h"
+#include "SGPparser.h"
+
+#include "../support/TSTdataFile.h"
+
+namespace {
+
+std::string drawByte(char C) {
+  if (C >= 0x20 && C < 0x7f && C != '"') return std::string(1, C);
+  char Hex[8];
+  std::snprintf(Hex, sizeof Hex, "\\x%02X", static_cast<unsigned char>(C));
+  return Hex;
+}
+
+std::string quoted(std::string_view Text) {
+  std::string Out = "\"";
+  for (const char C : Text) Out += drawByte(C);
+  return Out + "\"";
+}
+
+std::string drawSegments(const SGMsegmentList& List) {
+  std::string Out;
+  for (uint32_t S = 0; S < List.countOfSegment(); ++S) {
+    const SGMsegment& Segment = List.segment(S);
+    Out += quoted(Segment.name().view());
+    for (uint32_t F = 0; F < Segment.countOfField(); ++F) {
+      Out += " | ";
+      for (uint32_t R = 0; R < Segment.countOfFieldRepeat(F); ++R) {
+        const SGMfield& Field = Segment.field(F, R);
+        Out += R ? " ~ " : "";
+        for (uint32_t Sub = 0; Sub < Field.countOfSubField(); ++Sub)
+          for (uint32_t SubSub = 0; SubSub < Field.countOfSubSubField(Sub); ++SubSub) {
+            const SGMvalue& Value = Field.value(Sub, SubSub);
+            Out += SubSub ? " & " : Sub ? " ^ " : "";
+            Out += Value.isNull() ? "null" : quoted(Value.view());
+          }
+      }
+    }
+    Out += "\n";
+  }
+  return Out;
+}
+
+SGPparserOptions optionsOf(const std::string& Text) {
+  SGPparserOptions Options;
+  std::istringstream Lines(Text);
+  for (std::string Key, Character; Lines >> Key >> Character;) {
+    const char C = Character == "none" ? 0 : Character[0];
+    int32_t Position = 0;
+    if (Key == "field" || Key == "subfield" || Key == "subsubfield" || Key == "repeat" || Key == "escape")
+      Lines >> Position;
+    if (Key == "field") Options.setFieldDelimiter(C, Position);
+    else if (Key == "subfield") Options.setSubFieldDelimiter(C, Position);
+    else if (Key == "subsubfield") Options.setSubSubFieldDelimiter(C, Position);
+    else if (Key == "repeat") Options.setRepeatCharacter(C, Position);
+    else if (Key == "escape") Options.setEscapeCharacter(C, Position);
+    else if (Key == "segment") Options.setSegmentDelimiter(C);
+    else if (Key == "header") Options.setHeaderSegmentName(Character.c_str());
+    else if (Key == "hl7") Options.setHl7Mode(Character != "off");
+    else ADD_FAILURE() << "unknown option " << Key;
+  }
+  return Options;
+}
+
+class SGPparseData : public ::testing::TestWithParam<TSTdataCase> {};
+
+TEST_P(SGPparseData, Tokens) {
+  const TSTdataCase& Case = GetParam();
+  SCOPED_TRACE(Case.where());
+  const SGPparserOptions Options = optionsOf(Case.has("options") ? Case.text("options") : "");
+  SGPparser Parser;
+  SGMsegmentList List;
+  SGMseparatorCharacters Separators;
+  // Values point into the texts, so both stay alive to the end.
+  const std::string First = Case.has("first") ? Case.text("first") : "", Text = Case.text("message");
+  if (Case.has("first")) {
+    ASSERT_EQ(Parser.parse(First.data(), First.size(), List, Separators, Options), SGPparsed);
+  }
+  const SGPparseResult Result = Parser.parse(Text.data(), Text.size(), List, Separators, Options);
+  static const char* const Names[] = {"parsed", "duplicate delimiter", "message too short",
+                                      "field delimiters not found", "header not found"};
+  std::string Outcome = Names[Result];
+  if (Result == SGPparsed) {
+    Outcome += " ";
+    for (const char C : {Separators.fieldDelimiter, Separators.subFieldDelimiter, Separators.repeatCharacter,
+                         Separators.escapeCharacter, Separators.subSubFieldDelimiter})
+      Outcome += " " + drawByte(C);
+  } else {
+    const SGMvalue& Context = Parser.errorContext();
+    Outcome += " " + quoted(Context.view());
+    if (Context.data() >= Text.data() && Context.data() + Context.length() <= Text.data() + Text.size())
+      Outcome += " at " + std::to_string(Context.data() - Text.data());
+  }
+  EXPECT_EQ(Outcome + "\n", Case.text("outcome"));
+  if (Case.has("segments")) {
+    EXPECT_EQ(drawSegments(List), Case.text("segments"));
+  }
+  if (Case.has("written")) {
+    COLstring Out;
+    SGMappendSegmentList(List, Separators, std::string(1, Options.segmentDelimiter()).c_str(), Out);
+    EXPECT_EQ(Out.str(), Case.text("written"));
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Cases, SGPparseData, ::testing::ValuesIn(TSTreadDataFile("SGP/parse.test")),
+                         TSTdataParamName);
+
+}  // namespace
