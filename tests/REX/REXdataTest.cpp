@@ -17,19 +17,7 @@
 
 namespace {
 
-std::string bytes(const std::string& Text) {
-  if (Text == "(empty)") return "";
-  std::string Out;
-  for (size_t At = 0; At < Text.size(); ++At) {
-    if (Text.compare(At, 2, "\\x") == 0 && At + 3 < Text.size()) {
-      Out += static_cast<char>(std::stoi(Text.substr(At + 2, 2), nullptr, 16));
-      At += 3;
-    } else {
-      Out += Text[At];
-    }
-  }
-  return Out;
-}
+std::string bytes(const std::string& Text) { return Text == "(empty)" ? "" : TSTdataHexBytes(Text); }
 
 std::vector<std::string> lines(const TSTdataCase& Case, const char* Key) {
   std::vector<std::string> Lines;

@@ -15,6 +15,7 @@
 #include <sstream>
 
 #include "SCCescaper.h"
+#include "SCCtestSupport.h"
 
 #include "../support/TSTdataFile.h"
 #include "../support/TSTraised.h"
@@ -47,20 +48,6 @@ SCCescaper escaper(const std::string& Name) {
   return SCCescaper(Settings);
 }
 
-std::string bytes(const std::string& Text) {
-  std::string Out;
-  for (size_t At = 0; At < Text.size(); ++At) {
-    if (Text.compare(At, 2, "\\x") == 0 && At + 3 < Text.size() && std::isxdigit(Text[At + 2]) &&
-        std::isxdigit(Text[At + 3])) {
-      Out += static_cast<char>(std::stoi(Text.substr(At + 2, 2), nullptr, 16));
-      At += 3;
-    } else {
-      Out += Text[At];
-    }
-  }
-  return Out;
-}
-
 std::vector<std::pair<std::string, std::string>> pairs(const TSTdataCase& Case, const char* Key) {
   std::vector<std::pair<std::string, std::string>> Pairs;
   std::istringstream Lines(Case.has(Key) ? Case.text(Key) : "");
@@ -68,21 +55,9 @@ std::vector<std::pair<std::string, std::string>> pairs(const TSTdataCase& Case, 
     const size_t Arrow = Line.find(" =>");
     if (Arrow == std::string::npos) ADD_FAILURE() << Case.where() << ": no \" => \" in " << Line;
     const std::string Out = Arrow == std::string::npos ? "" : Line.substr(std::min(Line.size(), Arrow + 4));
-    Pairs.emplace_back(bytes(Line.substr(0, Arrow)), bytes(Out));
+    Pairs.emplace_back(TSTdataHexBytes(Line.substr(0, Arrow)), TSTdataHexBytes(Out));
   }
   return Pairs;
-}
-
-std::string unescape(const SCCescaper& Escaper, const std::string& Text, bool Strict) {
-  COLstring Result;
-  Escaper.unescapeStringWithSize(Result, Text.data(), Text.size(), Strict);
-  return Result.str();
-}
-
-std::string escape(const SCCescaper& Escaper, const std::string& Text) {
-  COLstring Result;
-  Escaper.escapeChar(Result, COLstring(Text));
-  return Result.str();
 }
 
 class SCCdata : public ::testing::TestWithParam<TSTdataCase> {};
@@ -100,7 +75,7 @@ TEST_P(SCCdata, Escapes) {
     EXPECT_EQ(TSTraised([&] { escape(Escaper, In); }), COLerror(COLstring(Out), 0x80000100u)) << In;
   std::istringstream Plain(Case.has("round-trip") ? Case.text("round-trip") : "");
   for (std::string Line; std::getline(Plain, Line);)
-    EXPECT_EQ(unescape(Escaper, escape(Escaper, bytes(Line)), true), bytes(Line));
+    EXPECT_EQ(unescape(Escaper, escape(Escaper, TSTdataHexBytes(Line)), true), TSTdataHexBytes(Line));
 }
 
 INSTANTIATE_TEST_SUITE_P(Cases, SCCdata, ::testing::ValuesIn(TSTreadDataArea("SCC")), TSTdataParamName);

@@ -6,26 +6,11 @@
 
 #include "COLerror.h"
 #include "SCCescaper.h"
+#include "SCCtestSupport.h"
 #include "SGPparser.h"
 
 #include "../support/TSTfile.h"
 #include "../support/TSTraised.h"
-
-namespace {
-
-std::string unescape(const SCCescaper& escaper, const std::string& text, bool strict = true) {
-  COLstring Result;
-  escaper.unescapeStringWithSize(Result, text.data(), text.size(), strict);
-  return Result.str();
-}
-
-std::string escape(const SCCescaper& escaper, const std::string& text) {
-  COLstring Result;
-  escaper.escapeChar(Result, COLstring(text));
-  return Result.str();
-}
-
-}  // namespace
 
 TEST(SCCescaper, TextWithoutEscapeCharacterIsNotCopied) {
   SCCescaper Escaper;

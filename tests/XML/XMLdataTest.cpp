@@ -62,15 +62,7 @@ TEST_P(XMLdata, ModelToSchema) {
   ASSERT_NE(Model, Models.end()) << "no model " << Case.argument("model");
   XMLschema Schema;
   Model->second(Schema);
-  XMLschemaProperties Properties;
-  std::istringstream Lines(Case.has("properties") ? Case.text("properties") : "");
-  for (std::string Line; std::getline(Lines, Line);) {
-    const std::string Key = Line.substr(0, Line.find('=')), Value = Line.substr(Line.find('=') + 1);
-    if (Key == "xmlns") Properties.setXmlNamespace(Value.c_str());
-    else if (Key == "targetNamespace") Properties.setTargetNamespace(Value.c_str());
-    else if (Key == "elementFormDefault") Properties.setElementFormDefault(Value.c_str());
-    else ADD_FAILURE() << "no schema property " << Key;
-  }
+  const XMLschemaProperties Properties = propertiesFromLines(Case.has("properties") ? Case.text("properties") : "");
   XMLschemaFormatter& Formatter = XMLschemaFormatter::getFormatter(formatOf(Case.argument("format")));
   for (int Print = 0; Print < 2; ++Print) {
     COLstring Text;

@@ -1,7 +1,13 @@
 // Schemas shared by the schema model, formatter data and xmllint tests.
 #pragma once
 
+#include <gtest/gtest.h>
+
+#include <sstream>
+#include <string>
+
 #include "XMLschema.h"
+#include "XMLschemaFormatter.h"
 
 namespace XMLschemaTest {
 
@@ -63,3 +69,18 @@ inline void buildChoiceSchema(XMLschema& schema) {
 }
 
 }  // namespace XMLschemaTest
+
+// Schema properties from "xmlns=", "targetNamespace=" and "elementFormDefault=" lines, as the
+// data cases give them.
+inline XMLschemaProperties propertiesFromLines(const std::string& Text) {
+  XMLschemaProperties Properties;
+  std::istringstream Lines(Text);
+  for (std::string Line; std::getline(Lines, Line);) {
+    const std::string Key = Line.substr(0, Line.find('=')), Value = Line.substr(Line.find('=') + 1);
+    if (Key == "xmlns") Properties.setXmlNamespace(Value.c_str());
+    else if (Key == "targetNamespace") Properties.setTargetNamespace(Value.c_str());
+    else if (Key == "elementFormDefault") Properties.setElementFormDefault(Value.c_str());
+    else ADD_FAILURE() << "no schema property " << Key;
+  }
+  return Properties;
+}

@@ -111,15 +111,7 @@ TEST_P(XMLschemaInstances, AcceptedAndRefused) {
   SCOPED_TRACE(Case.where());
   XMLschema Schema;
   buildModel(Case.argument("model"), Schema);
-  XMLschemaProperties Properties;
-  std::istringstream Lines(Case.has("properties") ? Case.text("properties") : "");
-  for (std::string Line; std::getline(Lines, Line);) {
-    const std::string Key = Line.substr(0, Line.find('=')), Value = Line.substr(Line.find('=') + 1);
-    if (Key == "xmlns") Properties.setXmlNamespace(Value.c_str());
-    else if (Key == "targetNamespace") Properties.setTargetNamespace(Value.c_str());
-    else if (Key == "elementFormDefault") Properties.setElementFormDefault(Value.c_str());
-    else ADD_FAILURE() << "no schema property " << Key;
-  }
+  const XMLschemaProperties Properties = propertiesFromLines(Case.has("properties") ? Case.text("properties") : "");
   const std::string Formats = Case.argument("format");
   if (Formats == "biztalk") {
     EXPECT_EQ(xmllint(printed(XMLschemaFormatter::Biztalk, Schema, "schema.xml", Properties)), 0) << m_LastLog;

@@ -66,24 +66,28 @@ inline std::string TSTdataTestName(const TSTdataCase& Case) {
   return Name.empty() ? "case" : Name;
 }
 
-namespace tstdata {
-
-inline std::string unescape(const std::string& Line) {
+// "\xHH" as that byte, everything else as it stands; with `DoubleBackslash`, "\\" as one
+// backslash (so that "\\x41" stays text).  For runners whose texts hold backslashes of their
+// own (escape sequences, patterns) and so take only the hex form.
+inline std::string TSTdataHexBytes(const std::string& Text, bool DoubleBackslash = false) {
   std::string Out;
-  for (size_t At = 0; At < Line.size(); ++At) {
-    if (Line[At] == '\\' && At + 1 < Line.size() && Line[At + 1] == '\\') {
+  for (size_t At = 0; At < Text.size(); ++At) {
+    if (DoubleBackslash && Text.compare(At, 2, "\\\\") == 0) {
       Out += '\\';
       ++At;
-    } else if (Line[At] == '\\' && At + 3 < Line.size() && Line[At + 1] == 'x' && std::isxdigit(Line[At + 2]) &&
-               std::isxdigit(Line[At + 3])) {
-      Out += static_cast<char>(std::stoi(Line.substr(At + 2, 2), nullptr, 16));
+    } else if (Text.compare(At, 2, "\\x") == 0 && At + 3 < Text.size() &&
+               std::isxdigit(static_cast<unsigned char>(Text[At + 2])) &&
+               std::isxdigit(static_cast<unsigned char>(Text[At + 3]))) {
+      Out += static_cast<char>(std::stoi(Text.substr(At + 2, 2), nullptr, 16));
       At += 3;
     } else {
-      Out += Line[At];
+      Out += Text[At];
     }
   }
   return Out;
 }
+
+namespace tstdata {
 
 struct Open {
   std::string Key, Argument, End = "\n";
@@ -94,7 +98,7 @@ struct Open {
   TSTdataSection finish() const {
     TSTdataSection Section{Argument, "", Line};
     for (size_t Index = 0; Index < Lines.size(); ++Index) {
-      Section.Text += Escapes ? unescape(Lines[Index]) : Lines[Index];
+      Section.Text += Escapes ? TSTdataHexBytes(Lines[Index], true) : Lines[Index];
       if (!(NoEol && Index + 1 == Lines.size())) Section.Text += End;
     }
     return Section;
@@ -125,11 +129,8 @@ inline std::vector<TSTdataCase> TSTreadDataFile(const std::string& RelativePath)
     if (!Line.empty() && Line.back() == '\r') Line.pop_back();
     if (Line.rfind("===", 0) == 0) {
       close();
-      TSTdataCase Case{RelativePath, Line.substr(Line.find_first_not_of("= ") == std::string::npos
-                                                     ? Line.size()
-                                                     : Line.find_first_not_of("= ")),
-                       Number, Common};
-      Cases.push_back(std::move(Case));
+      const size_t NameStart = std::min(Line.find_first_not_of("= "), Line.size());
+      Cases.push_back(TSTdataCase{RelativePath, Line.substr(NameStart), Number, Common});
     } else if (Line.rfind("---", 0) == 0) {
       close();
       std::istringstream Words(Line.substr(3));
