@@ -11,14 +11,14 @@
 class QVMtableInternalPrivate {
 public:
   unsigned countOfRow = 0;
-  std::vector<COLreferencePtr<QVMtableInternalColumn>> columns;
-  std::vector<COLreferencePtr<QVMtableInternalCollection>> rowCollections;
+  unsigned countOfColumn = 0;
+  // The cells of a node table, row after row: adding a row costs no allocation per cell.
+  std::vector<QVMtableCell> cells;
+  // The sub-tables of each row of a group table, in grammar order.
+  std::vector<std::vector<COLreferencePtr<QVMtableInternal>>> rowTables;
   QVMtableGrammarInternal* pTableGrammar = nullptr;
   QVMtableInternal* parent = nullptr;
   COLreferencePtr<COLreference> definitionOwner;
-  // Fresh cells all share this one empty string item until they are written, so adding a
-  // row costs no allocation per cell; writers copy it first (see writableItem).
-  COLreferencePtr<QVMtableItem> emptyItem = new QVMtableInternalStringItem;
 };
 
 namespace {
@@ -49,24 +49,18 @@ QVMtableInternal::QVMtableInternal(const QVMtableInternal& other)
     : COLreference(), pMember(new QVMtableInternalPrivate) {
   const QVMtableInternalPrivate& source = *other.pMember;
   pMember->countOfRow = source.countOfRow;
+  pMember->countOfColumn = source.countOfColumn;
   pMember->pTableGrammar = source.pTableGrammar;
   pMember->definitionOwner = source.definitionOwner;
-  pMember->columns.reserve(source.columns.size());
-  for (const auto& column : source.columns) {
-    COLreferencePtr<QVMtableInternalColumn> copy = new QVMtableInternalColumn;
-    copy->items.reserve(column->items.size());
-    for (const auto& cell : column->items)
-      copy->items.emplace_back(cell == source.emptyItem ? pMember->emptyItem.get() : cell->copy());
-    pMember->columns.push_back(std::move(copy));
-  }
-  pMember->rowCollections.reserve(source.rowCollections.size());
-  for (const auto& collection : source.rowCollections) {
-    COLreferencePtr<QVMtableInternalCollection> copy = new QVMtableInternalCollection;
-    for (const auto& table : collection->tables) {
-      copy->tables.emplace_back(new QVMtableInternal(*table));
-      copy->tables.back()->setParent(this);
+  pMember->cells = source.cells;
+  pMember->rowTables.reserve(source.rowTables.size());
+  for (const auto& tables : source.rowTables) {
+    auto& copy = pMember->rowTables.emplace_back();
+    copy.reserve(tables.size());
+    for (const auto& table : tables) {
+      copy.emplace_back(new QVMtableInternal(*table));
+      copy.back()->setParent(this);
     }
-    pMember->rowCollections.push_back(std::move(copy));
   }
 }
 
@@ -75,8 +69,8 @@ QVMtableInternal& QVMtableInternal::operator=(const QVMtableInternal& other) {
   QVMtableInternal copy(other);
   std::swap(pMember, copy.pMember);
   std::swap(pMember->parent, copy.pMember->parent);
-  for (auto& collection : pMember->rowCollections)
-    for (auto& table : collection->tables) table->setParent(this);
+  for (auto& tables : pMember->rowTables)
+    for (auto& table : tables) table->setParent(this);
   return *this;
 }
 
@@ -88,15 +82,14 @@ void QVMtableInternal::makeEmptyTable(QVMtableGrammarInternal* Grammar) {
   clear();
   pMember->pTableGrammar = Grammar;
   if (!Grammar || !Grammar->isNode() || !Grammar->table()) return;
-  const size_t count = Grammar->table()->countOfColumn();
-  pMember->columns.reserve(count);
-  for (size_t i = 0; i < count; ++i) pMember->columns.emplace_back(new QVMtableInternalColumn);
+  pMember->countOfColumn = static_cast<unsigned>(Grammar->table()->countOfColumn());
 }
 
 void QVMtableInternal::clear() {
   pMember->countOfRow = 0;
-  pMember->columns.clear();
-  pMember->rowCollections.clear();
+  pMember->countOfColumn = 0;
+  pMember->cells.clear();
+  pMember->rowTables.clear();
   pMember->pTableGrammar = nullptr;
 }
 
@@ -123,19 +116,18 @@ void QVMtableInternal::checkIfEmpty() const {
 unsigned QVMtableInternal::addRow() {
   COL_PRECONDITION_TEXT(pMember->pTableGrammar != nullptr, "pMember->pTableGrammar != NULL");
   if (isNode()) {
-    for (auto& column : pMember->columns) column->items.push_back(pMember->emptyItem);
+    pMember->cells.resize(pMember->cells.size() + pMember->countOfColumn);
   } else {
-    COLreferencePtr<QVMtableInternalCollection> collection = new QVMtableInternalCollection;
+    auto& tables = pMember->rowTables.emplace_back();
     const size_t count = pMember->pTableGrammar->countOfSubGrammar();
-    collection->tables.reserve(count);
+    tables.reserve(count);
     for (size_t i = 0; i < count; ++i) {
       COLreferencePtr<QVMtableInternal> table = new QVMtableInternal;
       table->makeEmptyTable(pMember->pTableGrammar->subGrammar(i));
       table->setParent(this);
       table->setDefinitionOwner(pMember->definitionOwner.get());
-      collection->tables.push_back(std::move(table));
+      tables.push_back(std::move(table));
     }
-    pMember->rowCollections.push_back(std::move(collection));
   }
   return ++pMember->countOfRow - 1;
 }
@@ -150,13 +142,14 @@ void QVMtableInternal::checkRow(unsigned Row) const {
 
 void QVMtableInternal::removeRow(unsigned Row) {
   checkRow(Row);
-  for (auto& column : pMember->columns) column->items.erase(column->items.begin() + Row);
-  if (Row < pMember->rowCollections.size()) pMember->rowCollections.erase(pMember->rowCollections.begin() + Row);
+  const auto first = pMember->cells.begin() + static_cast<std::ptrdiff_t>(Row) * pMember->countOfColumn;
+  if (pMember->countOfColumn) pMember->cells.erase(first, first + pMember->countOfColumn);
+  if (Row < pMember->rowTables.size()) pMember->rowTables.erase(pMember->rowTables.begin() + Row);
   --pMember->countOfRow;
 }
 
 unsigned QVMtableInternal::countOfRow() const { return pMember->countOfRow; }
-unsigned QVMtableInternal::countOfColumn() const { return static_cast<unsigned>(pMember->columns.size()); }
+unsigned QVMtableInternal::countOfColumn() const { return pMember->countOfColumn; }
 
 unsigned QVMtableInternal::countOfSubTable() const {
   if (!pMember->pTableGrammar || isNode()) return 0;
@@ -165,8 +158,7 @@ unsigned QVMtableInternal::countOfSubTable() const {
 
 unsigned QVMtableInternal::countOfRowSubTable(unsigned Row) const {
   checkRow(Row);
-  return Row < pMember->rowCollections.size() ? static_cast<unsigned>(pMember->rowCollections[Row]->tables.size())
-                                               : 0;
+  return Row < pMember->rowTables.size() ? static_cast<unsigned>(pMember->rowTables[Row].size()) : 0;
 }
 
 const QVMtableInternal& QVMtableInternal::subTable(unsigned Row, unsigned SubTable) const {
@@ -177,15 +169,14 @@ const QVMtableInternal& QVMtableInternal::subTable(unsigned Row, unsigned SubTab
     raise(text, COL_ERROR_OUT_OF_BOUNDS);
   }
   // A grammar that gained sub-grammars after the row was made leaves the row short.
-  const unsigned count = Row < pMember->rowCollections.size()
-                             ? static_cast<unsigned>(pMember->rowCollections[Row]->tables.size())
-                             : 0;
+  const unsigned count =
+      Row < pMember->rowTables.size() ? static_cast<unsigned>(pMember->rowTables[Row].size()) : 0;
   if (SubTable >= countOfSubTable() || SubTable >= count) {
     COLostream(text) << "Invalid table index " << SubTable << " accessed. The actual range should be less than "
                      << count << " for the " << tableName() << " table.";
     raise(text, COL_ERROR_OUT_OF_BOUNDS);
   }
-  return *pMember->rowCollections[Row]->tables[SubTable];
+  return *pMember->rowTables[Row][SubTable];
 }
 
 QVMtableInternal& QVMtableInternal::subTable(unsigned Row, unsigned SubTable) {
@@ -193,7 +184,7 @@ QVMtableInternal& QVMtableInternal::subTable(unsigned Row, unsigned SubTable) {
 }
 
 QVMtableInternal& QVMtableInternal::rowSubTable(unsigned Row, unsigned SubTable) {
-  return *pMember->rowCollections[Row]->tables[SubTable];
+  return *pMember->rowTables[Row][SubTable];
 }
 
 unsigned QVMtableInternal::subTableNameToIndex(const COLstring& Name) const {
@@ -266,31 +257,16 @@ COLstring QVMtableInternal::columnTypeAsString(unsigned Column) const { return t
 
 // --- cells
 
-COLreferencePtr<QVMtableItem>& QVMtableInternal::slot(unsigned Column, unsigned Row) const {
-  return pMember->columns[Column]->items[Row];
+QVMtableCell& QVMtableInternal::cell(unsigned Column, unsigned Row) const {
+  return pMember->cells[static_cast<size_t>(Row) * pMember->countOfColumn + Column];
 }
 
-QVMtableItem& QVMtableInternal::item(unsigned Column, unsigned Row) const { return *slot(Column, Row); }
-
-QVMtableItem& QVMtableInternal::writableItem(unsigned Column, unsigned Row) {
-  COLreferencePtr<QVMtableItem>& cell = slot(Column, Row);
-  if (cell->countOfRef() > 1) cell = cell->copy();
-  return *cell;
-}
-
-void QVMtableInternal::replaceSharingDateTime(unsigned Column, unsigned Row, QVMtableItem* Item) {
-  COLreferencePtr<QVMtableItem> fresh = Item;
-  COLreferencePtr<QVMtableItem>& cell = slot(Column, Row);
-  fresh->dateTimeObject = cell->dateTimeObject;
-  cell = std::move(fresh);
-}
-
-// A caller may have changed a cell's date-time object in place; the item kind follows it.
+// A caller may have changed a cell's date-time object in place; the cell kind follows it.
 void QVMtableInternal::fixUpDateTime(unsigned Column, unsigned Row) {
-  QVMtableItem& current = item(Column, Row);
-  if (!current.dateTimeObject) return;
+  QVMtableCell& current = cell(Column, Row);
+  if (!current.dateTimeObject()) return;
   const QVMtableInternalState state = current.state();
-  const COLdateTime::DateTimeStatus status = current.dateTimeObject->status();
+  const COLdateTime::DateTimeStatus status = current.dateTimeObject()->status();
   if (status != COLdateTime::valid && status != COLdateTime::invalid && status != COLdateTime::null) {
     COLstring text;
     COLostream(text) << "Unknown status for QVMdateTimeInternal : " << static_cast<int>(status);
@@ -300,22 +276,22 @@ void QVMtableInternal::fixUpDateTime(unsigned Column, unsigned Row) {
     case QVMtableStateValue:
     case QVMtableStateInvalid:
       if (status == COLdateTime::null) {
-        replaceSharingDateTime(Column, Row, new QVMtableInternalStringItem);
+        current.becomeKeepingDateTime(QVMtableCell::Text);
       } else if (status == COLdateTime::valid && state == QVMtableStateInvalid) {
-        replaceSharingDateTime(Column, Row, new QVMtableInternalDateTimeItem);
+        current.becomeKeepingDateTime(QVMtableCell::DateTime);
       } else if (status == COLdateTime::invalid && state == QVMtableStateValue) {
-        replaceSharingDateTime(Column, Row, new QVMtableInternalInvalidItem);
+        current.becomeKeepingDateTime(QVMtableCell::Invalid);
       }
       return;
     case QVMtableStatePresentButNull:
     case QVMtableStateNull:
       if (status == COLdateTime::valid) {
-        replaceSharingDateTime(Column, Row, new QVMtableInternalDateTimeItem);
+        current.becomeKeepingDateTime(QVMtableCell::DateTime);
       } else if (status == COLdateTime::invalid) {
-        replaceSharingDateTime(Column, Row, new QVMtableInternalInvalidItem);
-        item(Column, Row).clearDateTime();
+        current.becomeKeepingDateTime(QVMtableCell::Invalid);
+        current.clearDateTime();
       } else {
-        writableItem(Column, Row).clearDateTime();
+        current.clearDateTime();
       }
       return;
   }
@@ -327,7 +303,7 @@ void QVMtableInternal::fixUpDateTime(unsigned Column, unsigned Row) {
 QVMtableInternalState QVMtableInternal::state(unsigned Column, unsigned Row) {
   checkBoundary(Column, Row);
   fixUpDateTime(Column, Row);
-  return item(Column, Row).state();
+  return cell(Column, Row).state();
 }
 
 bool QVMtableInternal::isNull(unsigned Column, unsigned Row) {
@@ -337,89 +313,85 @@ bool QVMtableInternal::isNull(unsigned Column, unsigned Row) {
 
 void QVMtableInternal::setNull(unsigned Column, unsigned Row) {
   checkBoundary(Column, Row);
-  if (item(Column, Row).state() == QVMtableStateNull) return;
-  replaceSharingDateTime(Column, Row, new QVMtableInternalStringItem);
-  item(Column, Row).clearDateTime();
+  QVMtableCell& current = cell(Column, Row);
+  if (current.state() == QVMtableStateNull) return;
+  current.becomeKeepingDateTime(QVMtableCell::Text);
+  current.clearDateTime();
 }
 
 void QVMtableInternal::setPresentButNull(unsigned Column, unsigned Row) {
   checkBoundary(Column, Row);
-  if (item(Column, Row).state() == QVMtableStatePresentButNull) return;
-  replaceSharingDateTime(Column, Row, new QVMtableInternalStringItem("\"\""));
-  item(Column, Row).clearDateTime();
+  QVMtableCell& current = cell(Column, Row);
+  if (current.state() == QVMtableStatePresentButNull) return;
+  current.becomeKeepingDateTime(QVMtableCell::Text, "\"\"");
+  current.clearDateTime();
 }
 
 void QVMtableInternal::setInvalid(unsigned Column, unsigned Row) {
   checkBoundary(Column, Row);
-  if (item(Column, Row).state() == QVMtableStateInvalid) return;
-  replaceSharingDateTime(Column, Row, new QVMtableInternalInvalidItem);
-  item(Column, Row).clearDateTime();
+  QVMtableCell& current = cell(Column, Row);
+  if (current.state() == QVMtableStateInvalid) return;
+  current.becomeKeepingDateTime(QVMtableCell::Invalid);
+  current.clearDateTime();
 }
 
 void QVMtableInternal::setInvalid(unsigned Column, unsigned Row, const COLstring& Text) {
   setInvalid(Column, Row);
-  static_cast<QVMtableInternalInvalidItem&>(writableItem(Column, Row)).setText(Text);
+  cell(Column, Row).setInvalidText(Text);
 }
 
 COLstring QVMtableInternal::getStringValue(unsigned Column, unsigned Row) const {
   checkBoundary(Column, Row);
-  return item(Column, Row).getStringValue();
+  return cell(Column, Row).getStringValue();
 }
 
 const COLstring& QVMtableInternal::getString(unsigned Column, unsigned Row) const {
   checkBoundary(Column, Row);
   checkColumnType(Column, QVMstringType);
-  return item(Column, Row).valueAsString();
+  return cell(Column, Row).valueAsString();
 }
 
 int32_t QVMtableInternal::getInteger(unsigned Column, unsigned Row) const {
   checkBoundary(Column, Row);
   checkColumnType(Column, QVMintegerType);
-  return item(Column, Row).valueAsInteger();
+  return cell(Column, Row).valueAsInteger();
 }
 
 double QVMtableInternal::getDouble(unsigned Column, unsigned Row) const {
   checkBoundary(Column, Row);
   checkColumnType(Column, QVMdoubleType);
-  return item(Column, Row).valueAsDouble();
+  return cell(Column, Row).valueAsDouble();
 }
 
 QVMdateTimeInternal& QVMtableInternal::getDateTime(unsigned Column, unsigned Row) {
   checkBoundary(Column, Row);
   checkColumnType(Column, QVMdateTimeType);
   fixUpDateTime(Column, Row);
-  // The object handed out must belong to this cell alone.
-  return writableItem(Column, Row).valueAsDateTime();
-}
-
-template <class Item, class Value>
-void QVMtableInternal::setValue(unsigned Column, unsigned Row, QVMdataType Type, const Value& value) {
-  checkBoundary(Column, Row);
-  checkColumnType(Column, Type);
-  COLreferencePtr<QVMtableItem>& cell = slot(Column, Row);
-  if (dynamic_cast<Item*>(cell.get())) {
-    static_cast<Item&>(writableItem(Column, Row)).setValue(value);
-    return;
-  }
-  COLreferencePtr<Item> fresh = new Item;
-  fresh->setValue(value);
-  cell = fresh.get();
+  return cell(Column, Row).valueAsDateTime();
 }
 
 void QVMtableInternal::setString(unsigned Column, unsigned Row, const COLstring& Value) {
-  setValue<QVMtableInternalStringItem>(Column, Row, QVMstringType, Value);
+  checkBoundary(Column, Row);
+  checkColumnType(Column, QVMstringType);
+  cell(Column, Row).setText(Value);
 }
 
 void QVMtableInternal::setInteger(unsigned Column, unsigned Row, int32_t Value) {
-  setValue<QVMtableInternalIntegerItem>(Column, Row, QVMintegerType, Value);
+  checkBoundary(Column, Row);
+  checkColumnType(Column, QVMintegerType);
+  cell(Column, Row).setInteger(Value);
 }
 
 void QVMtableInternal::setDouble(unsigned Column, unsigned Row, double Value) {
-  setValue<QVMtableInternalDoubleItem>(Column, Row, QVMdoubleType, Value);
+  checkBoundary(Column, Row);
+  checkColumnType(Column, QVMdoubleType);
+  cell(Column, Row).setDouble(Value);
 }
 
 void QVMtableInternal::setDateTime(unsigned Column, unsigned Row, const COLdateTime& Value) {
-  setValue<QVMtableInternalDateTimeItem>(Column, Row, QVMdateTimeType, Value);
+  checkBoundary(Column, Row);
+  checkColumnType(Column, QVMdateTimeType);
+  cell(Column, Row).setDateTime(Value);
 }
 
 // --- printing
@@ -432,12 +404,12 @@ void QVMtableInternal::printNode(COLostream& Stream, const COLstring& Indent) co
     Stream << Indent << "Row " << row << "\r\n";
     for (unsigned column = 0; column < countOfColumn(); ++column) {
       Stream << Indent << "  " << columnName(column) << " = ";
-      const QVMtableItem& cell = item(column, row);
+      const QVMtableCell& value = cell(column, row);
       switch (columnType(column)) {
-        case QVMstringType: Stream << '\'' << cell.getStringValue() << '\''; break;
+        case QVMstringType: Stream << '\'' << value.getStringValue() << '\''; break;
         case QVMintegerType:
         case QVMdoubleType:
-        case QVMdateTimeType: Stream << cell.getStringValue(); break;
+        case QVMdateTimeType: Stream << value.getStringValue(); break;
         default: Stream << "Unknown data type!"; break;
       }
       const COLstring& description = definition->columnDescription(column);
@@ -454,8 +426,8 @@ void QVMtableInternal::printOn(COLostream& Stream, unsigned Indent) const {
     return;
   }
   Stream << indent << "Group '" << tableName() << "'\r\n";
-  for (const auto& collection : pMember->rowCollections)
-    for (const auto& table : collection->tables) table->printOn(Stream, Indent + 2);
+  for (const auto& tables : pMember->rowTables)
+    for (const auto& table : tables) table->printOn(Stream, Indent + 2);
 }
 
 COLostream& operator<<(COLostream& stream, const QVMtableInternal& table) {

@@ -11,25 +11,13 @@
 #include "COLreference.h"
 #include "COLstring.h"
 #include "QVMdataType.h"
-#include "QVMtableItem.h"
+#include "QVMtableCell.h"
 
 class COLdateTime;
 class COLostream;
 class QVMtableDefinitionInternal;
 class QVMtableGrammarInternal;
 class QVMtableInternal;
-
-// The cells of one column of a node table, one per row.
-class QVMtableInternalColumn : public COLreference {
-public:
-  std::vector<COLreferencePtr<QVMtableItem>> items;
-};
-
-// The sub-tables of one row of a group table, in grammar order.
-class QVMtableInternalCollection : public COLreference {
-public:
-  std::vector<COLreferencePtr<QVMtableInternal>> tables;
-};
 
 class QVMtableInternalPrivate;
 
@@ -112,15 +100,8 @@ protected:
   COLreference* copyForClone() const override { return new QVMtableInternal(*this); }
 
 private:
-  QVMtableItem& item(unsigned Column, unsigned Row) const;
-  COLreferencePtr<QVMtableItem>& slot(unsigned Column, unsigned Row) const;
-  // The cell's item, copied first when another cell shares it.
-  QVMtableItem& writableItem(unsigned Column, unsigned Row);
+  QVMtableCell& cell(unsigned Column, unsigned Row) const;
   void fixUpDateTime(unsigned Column, unsigned Row);
-  // Replaces the cell by `Item`, which takes over the old item's date-time object.
-  void replaceSharingDateTime(unsigned Column, unsigned Row, QVMtableItem* Item);
-  template <class Item, class Value>
-  void setValue(unsigned Column, unsigned Row, QVMdataType Type, const Value& value);
   void checkRow(unsigned Row) const;
   void checkColumn(unsigned Column) const;
   void printNode(COLostream& Stream, const COLstring& Indent) const;

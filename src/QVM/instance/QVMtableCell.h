@@ -1,0 +1,79 @@
+// QVMtableCell: one cell of a table instance, a typed value with a state, held by value in
+// its table's cell array (no heap object per cell).  A date-time object may ride along on
+// any cell, shared with the caller who asked for it and kept when the cell changes kind.
+#pragma once
+
+#include <cstdint>
+
+#include "COLreference.h"
+#include "COLstring.h"
+#include "QVMdateTimeInternal.h"
+
+class COLostream;
+
+enum QVMtableInternalState : uint32_t {
+  QVMtableStateValue = 0,
+  QVMtableStatePresentButNull = 1,  // the message held the explicit null ""
+  QVMtableStateNull = 2,            // nothing was there
+  QVMtableStateInvalid = 3,         // text that did not fit the column's type
+};
+
+class QVMtableCell {
+public:
+  // Empty cells of every column type are text cells.
+  enum Kind : uint8_t { Text, Integer, Double, DateTime, Invalid };
+
+  QVMtableCell() = default;
+  explicit QVMtableCell(const COLstring& text) : m_Text(text) {}
+  // A copy has a date-time object of its own.
+  QVMtableCell(const QVMtableCell& other);
+  QVMtableCell& operator=(const QVMtableCell& other);
+  QVMtableCell(QVMtableCell&&) noexcept = default;
+  QVMtableCell& operator=(QVMtableCell&&) noexcept = default;
+
+  Kind kind() const { return m_Kind; }
+  QVMtableInternalState state() const;
+  // The text of the value whatever its kind; none for an invalid cell.
+  COLstring getStringValue() const;
+  void printOn(COLostream& stream) const;
+
+  // Reads in another type than the cell's own raise 0x80000100 "Trying to access ...";
+  // empty and explicit-null text read as 0, invalid cells read as anything.
+  const COLstring& valueAsString() const;
+  double valueAsDouble() const;
+  int32_t valueAsInteger() const;
+  QVMdateTimeInternal& valueAsDateTime();
+  // Resets the date-time object, if there is one, to a default (null) date-time; an invalid
+  // cell makes one if needed and marks it invalid, so the cell stays invalid.
+  void clearDateTime();
+
+  // Turns the cell into another kind with an empty value, keeping the date-time object.
+  void becomeKeepingDateTime(Kind kind, const COLstring& text = COLstring());
+  // Sets a value of the cell's kind in place, or turns the cell into that kind; a change of
+  // kind lets go of the date-time object.
+  void setText(const COLstring& value);
+  void setInteger(int32_t value);
+  void setDouble(double value);
+  void setDateTime(const COLdateTime& value);
+  // The text kept by an invalid cell.
+  void setInvalidText(const COLstring& text) { m_Text = text; }
+
+  const COLreferencePtr<QVMdateTimeInternal>& dateTimeObject() const { return m_DateTime; }
+
+private:
+  // "string", "integer", "double", "datetime" or "invalid".
+  const char* typeWord() const;
+  [[noreturn]] void refuse(const char* wanted) const;
+  QVMdateTimeInternal& ensureDateTime();
+  void changeKind(Kind kind);
+
+  Kind m_Kind = Text;
+  union {
+    int32_t m_Integer;
+    double m_Double = 0.0;
+  };
+  COLstring m_Text;  // the text of a text cell, or what failed to convert in an invalid one
+  COLreferencePtr<QVMdateTimeInternal> m_DateTime;
+};
+
+COLostream& operator<<(COLostream& stream, const QVMtableCell& cell);
