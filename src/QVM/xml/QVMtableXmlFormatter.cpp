@@ -3,13 +3,11 @@
 #include <cstdio>
 
 #include "COLerror.h"
-#include "COLsinkStandard.h"
 #include "COLstring.h"
 #include "QVMmessageDefinitionInternal.h"
 #include "QVMtableDefinitionInternal.h"
 #include "QVMtableGrammarInternal.h"
 #include "QVMtableInternal.h"
-#include "XMLiosStream.h"
 
 COLstring QVMtableXmlName(const COLstring& Name) {
   static const XMLiosTagFilterNoDelimiter Filter;
@@ -31,23 +29,49 @@ COLstring QVMtableXmlTag(const QVMtableGrammarInternal& Grammar) {
   return QVMtableXmlName(Grammar.name());
 }
 
-QVMtableXmlFormatter::QVMtableXmlFormatter() : m_Stream(std::make_unique<XMLiosStream>('.', new COLsinkNull, true)) {
-  // Values are 8-bit text: the document comes out as UTF-8, readable without a declaration.
-  m_Stream->setDataFilter(new XMLiosLatin1DataFilter);
-  m_Stream->setTagFilter(new XMLiosTagFilterNoDelimiter);
-  m_Stream->setNewLine("\r\n");
+namespace {
+
+const XMLiosTagFilterNoDelimiter& QVMtagFilter() {
+  static const XMLiosTagFilterNoDelimiter Filter;
+  return Filter;
 }
 
+constexpr std::string_view kNewLine = "\r\n";
+
+}  // namespace
+
+// Values are 8-bit text: the document comes out as UTF-8, readable without a declaration.
+QVMtableXmlFormatter::QVMtableXmlFormatter() = default;
 QVMtableXmlFormatter::~QVMtableXmlFormatter() = default;
+
+void QVMtableXmlFormatter::appendTag(const char* Open, std::string_view First, std::string_view Second,
+                                     std::string_view Third) {
+  const XMLiosTagFilter& Filter = QVMtagFilter();
+  m_Tag.clear();
+  for (const std::string_view Part : {First, Second, Third})
+    for (const char Byte : Part)
+      if (const char Kept = Filter.translate(static_cast<unsigned char>(Byte))) m_Tag += Kept;
+  if (m_Tag.empty()) return;
+  // A name may not start with a digit.
+  if (m_Tag[0] >= '0' && m_Tag[0] <= '9') m_Tag[0] = '_';
+  std::string& Out = m_Out->str();
+  Out += Open;
+  Out += m_Tag;
+  Out += '>';
+}
 
 COLstring& QVMtableXmlFormatter::outputTableInXml(COLstring& Out, const QVMtableInternal& Table, bool LongTags) {
   Out.clear();
-  XMLiosStream& Stream = *m_Stream;
-  Stream.setSink(&Out, false);
-  Stream << startTag << "Quovane_Import" << newline;
+  m_Out = &Out;
+  m_Values.setSink(&Out);
+  appendTag("<", "Quovane_Import");
+  Out.str() += kNewLine;
   // Reading a cell may bring its date-time item in line with its object; the values stay.
-  outputTable(COLstring(), const_cast<QVMtableInternal&>(Table), LongTags, true);
-  Stream << endTag << "Quovane_Import" << newline << flush;
+  outputTable(0, const_cast<QVMtableInternal&>(Table), LongTags, true);
+  appendTag("</", "Quovane_Import");
+  Out.str() += kNewLine;
+  m_Values.setSink(nullptr);
+  m_Out = nullptr;
   return Out;
 }
 
@@ -101,16 +125,21 @@ COLstring QVMcolumnText(QVMtableInternal& Table, unsigned Column, unsigned Row) 
 
 }  // namespace
 
-void QVMtableXmlFormatter::outputTable(const COLstring& Indent, QVMtableInternal& Table, bool LongTags,
-                                       bool IsRoot) {
+void QVMtableXmlFormatter::outputTable(unsigned Indent, QVMtableInternal& Table, bool LongTags, bool IsRoot) {
   if (Table.countOfRow() == 0 || !Table.tableGrammar()) return;
   if (Table.countOfColumn() == 0 && Table.countOfSubTable() == 0 && !IsRoot) return;
-  XMLiosStream& Stream = *m_Stream;
+  std::string& Out = m_Out->str();
   const COLstring Tag = QVMtableXmlTag(*Table.tableGrammar());
-  const COLstring ColumnIndent = Indent + "   ";
+  const unsigned ColumnIndent = Indent + 3;
   const QVMtableDefinitionInternal* Definition = Table.tableDefinition();
+  // The tag filter keeps ".", so a long tag is the two names joined.
+  const bool Long = LongTags && Definition;
+  const std::string_view Prefix = Long ? Definition->tableName().view() : std::string_view();
+  const std::string_view Dot = Long ? "." : "";
   for (unsigned Row = 0; Row < Table.countOfRow(); ++Row) {
-    Stream << elementData << Indent << startTag << Tag << elementData << newline;
+    Out.append(Indent, ' ');
+    appendTag("<", Tag);
+    Out += kNewLine;
     for (unsigned Column = 0; Column < Table.countOfColumn(); ++Column) {
       if (Table.isNull(Column, Row)) continue;
       // String cells, the common case, are written from the cell itself without a copy.
@@ -119,22 +148,21 @@ void QVMtableXmlFormatter::outputTable(const COLstring& Indent, QVMtableInternal
       if (!IsString) Converted = QVMcolumnText(Table, Column, Row);
       const COLstring& Text = IsString ? Table.getString(Column, Row) : Converted;
       if (Text.empty()) continue;
-      const COLstring& ColumnName = Table.columnName(Column);
-      // The tag filter keeps ".", so the long tag is written in two parts instead of being built.
-      Stream << elementData << ColumnIndent << startTag;
-      if (LongTags && Definition) Stream << Definition->tableName() << ".";
-      Stream << ColumnName << elementData;
+      const std::string_view ColumnName = Table.columnName(Column).view();
+      Out.append(ColumnIndent, ' ');
+      appendTag("<", Prefix, Dot, ColumnName);
       try {
-        Stream << Text;
+        m_Values.write(Text.data(), Text.size());
       } catch (const COLerror& Cause) {
         QVMrefuseValue(Table, Column, Row, Text, Cause);
       }
-      Stream << endTag;
-      if (LongTags && Definition) Stream << Definition->tableName() << ".";
-      Stream << ColumnName << newline;
+      appendTag("</", Prefix, Dot, ColumnName);
+      Out += kNewLine;
     }
     for (unsigned Sub = 0; Sub < Table.countOfRowSubTable(Row); ++Sub)
       outputTable(ColumnIndent, Table.rowSubTable(Row, Sub), LongTags, false);
-    Stream << elementData << Indent << endTag << Tag << newline;
+    Out.append(Indent, ' ');
+    appendTag("</", Tag);
+    Out += kNewLine;
   }
 }

@@ -2,13 +2,13 @@
 // table; one element per column that holds text; sub-tables inside their parent row.
 #pragma once
 
-#include <memory>
+#include <string>
 
 #include "COLstring.h"
+#include "XMLiosFilter.h"
 
 class QVMtableGrammarInternal;
 class QVMtableInternal;
-class XMLiosStream;
 
 // The element name of a row of `Grammar`: the message name at the root, the table name at a
 // leaf, "Message.Group" for an inner group, with the bytes dropped that the writer's tag filter
@@ -29,6 +29,15 @@ public:
   COLstring& outputTableInXml(COLstring& Out, const QVMtableInternal& Table, bool LongTags);
 
 private:
-  void outputTable(const COLstring& Indent, QVMtableInternal& Table, bool LongTags, bool IsRoot);
-  std::unique_ptr<XMLiosStream> m_Stream;
+  void outputTable(unsigned Indent, QVMtableInternal& Table, bool LongTags, bool IsRoot);
+  // "<Name>" or "</Name>" of the names joined as the tag filter leaves them; nothing when
+  // nothing is left of them.
+  void appendTag(const char* Open, std::string_view First, std::string_view Second = {},
+                 std::string_view Third = {});
+
+  // The document being written: tags, indents and line ends are appended to it directly,
+  // values through the data filter, which writes into it too.
+  COLstring* m_Out = nullptr;
+  XMLiosLatin1DataFilter m_Values;
+  std::string m_Tag;
 };
