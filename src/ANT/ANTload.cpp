@@ -7,6 +7,7 @@
 #include "ARFXreader.h"
 #include "COLbuffer.h"
 #include "COLerror.h"
+#include "LANfunction.h"
 
 void ANTloader::load() {
   m_Engine.clear();
@@ -230,10 +231,24 @@ void ANTloader::loadAppSettings(ARFobj& config) {
   if (auto p = read("highest_unescaped_char"))
     settings.setHighestNonEscapedChar(static_cast<uint16_t>(ANTparseNumber(m_Reader, *p, 0xFFFF)));
   if (auto p = read("preset_config")) settings.setHasHl7PresetConfig(ANTparseBool(p->value));
-  if (auto p = read("main_equation")) settings.mainFunction().setCode(p->value);
-  if (auto p = read("postprocess_equation")) settings.postProcessFunction().setCode(p->value);
-  if (auto p = read("main_out_equation")) settings.outgoingMainFunction().setCode(p->value);
-  if (auto p = read("postprocess_out_equation")) settings.outgoingPostProcessFunction().setCode(p->value);
+  // A global script runs for every message or for none, so one that does not compile is refused
+  // here: run only where it is set, it would otherwise be skipped without a word.
+  auto script = [&](const char* name, LANfunction& function, const char* what) {
+    auto p = read(name);
+    if (!p) return;
+    function.setCode(p->value);
+    if (function.state() != LANfunction::StateInvalid) return;
+    COLstring text;
+    COLostream stream(text);
+    stream << "the " << what << " script (" << name << ") does not compile";
+    if (function.compileErrorLine() > 0) stream << " (line " << function.compileErrorLine() << " of the script)";
+    stream << ":\r\n" << function.compileErrorDescription();
+    raise(p->position, text);
+  };
+  script("main_equation", settings.mainFunction(), "global inbound");
+  script("postprocess_equation", settings.postProcessFunction(), "global inbound post-process");
+  script("main_out_equation", settings.outgoingMainFunction(), "global outbound");
+  script("postprocess_out_equation", settings.outgoingPostProcessFunction(), "global outbound post-process");
   if (auto p = read("output_segment_line_feed")) settings.setOutputSegmentLineFeed(ANTparseBool(p->value));
   if (auto p = read("xml_delimiter")) settings.setXmlDelimiter(asChar(*p));
   if (auto p = read("xml_translation_type")) {

@@ -7,7 +7,9 @@
 #include <cstdio>
 
 #include "APPengine.h"
+#include "APPoutput.h"
 #include "APPxmlFileName.h"
+#include "APPxmlInput.h"
 #include "APPxmlReader.h"
 #include "CMDlineParser.h"
 #include "COLdateTime.h"
@@ -15,6 +17,7 @@
 #include "FILbinaryFile.h"
 #include "FILfilePath.h"
 #include "FILpath.h"
+#include "LANtimeLimit.h"
 #include "MLGreader.h"
 #include "QVMengine.h"
 #include "QVMerror.h"
@@ -47,6 +50,19 @@ void installOptions(CMDlineParser& parser) {
   parser.addFlagWithoutArgument("reload", "Reloads the vmd file between messages. Ignored if --release is present.");
   parser.addFlagWithoutArgument("release",
                                 "Releases the engine between messages and reloads the vmd file. Implies --reload.");
+  // Hidden: the usage text stays as it is; the README documents it.
+  parser.addFlagWithArgument("scripttimelimit", "seconds",
+                             "Stops the run when one script runs longer than this many seconds (0: no limit).");
+  parser.hideFlag("scripttimelimit");
+}
+
+unsigned scriptTimeLimit(CMDlineParser& parser) {
+  if (!parser.isFlagPresent("scripttimelimit")) return APPdefaultScriptTimeLimit;
+  const COLstring text = parser.flagArgument("scripttimelimit");
+  if (text.empty() || text.size() > 9 || text.view().find_first_not_of("0123456789") != std::string_view::npos)
+    throw COLerror("--scripttimelimit takes a whole number of seconds (0: no limit), not '" + text + "'.",
+                   COL_ERROR_BAD_ARGUMENT);
+  return static_cast<unsigned>(std::stoul(std::string(text.view())));
 }
 
 COLstring formatNames() {
@@ -150,19 +166,6 @@ void discardOutput(FILbinaryFile& file, const COLstring& path) {
   }
 }
 
-// Writes one output file whole, or leaves none: a file that could not be written to its end
-// and closed is removed, so nothing half-written stands beside the good ones.
-void writeWholeFile(FILbinaryFile& file, const COLstring& path, const COLstring& text) {
-  file.open(path, FILmodeCreate);
-  try {
-    file.write(text.data(), text.size());
-    file.close();
-  } catch (const COLerror&) {
-    discardOutput(file, path);
-    throw;
-  }
-}
-
 }  // namespace
 
 void APPprintElapsed(COLostream& out, double seconds) {
@@ -210,16 +213,20 @@ int runTool(int argc, const char* const* argv, COLostream& out, APPengineFactory
   const bool reload = parser.isFlagPresent("reload");
 
   refuseOutputOverInput(toxml, toxsd, fromxml, vmdFile, inFile, outFile);
+  LANsetScriptTimeLimit(scriptTimeLimit(parser), APPstopOverrunningScript);
 
   if (toxsd) {
     QVMengine engine;
     engine.Load(vmdFile);
-    engine.generateXsd(outFile);
+    APPwriteSchema(engine, outFile);
     return 0;
   }
 
   COLownerPtr<MLGreader> reader(openReader(fromxml, formatName, inFile, out));
   if (!reader) return 1;
+  auto* xmlReader = dynamic_cast<APPxmlReader*>(reader.get());
+  COLstring noInputWarning;
+  if (xmlReader) noInputWarning = APPcheckNumberedInputs(xmlReader->directory(), xmlReader->fileName());
 
   FILbinaryFile outputFile(FILtypeBuffered);
   COLostream output(outputFile);
@@ -234,7 +241,9 @@ int runTool(int argc, const char* const* argv, COLostream& out, APPengineFactory
   COLstring xmlDirectory, xmlName;
   if (toxml) {
     splitPath(outFile, xmlDirectory, xmlName);
-    FILmakeFullDir(xmlDirectory, 0700, nullptr);
+    APPmakeOutputDirectory(xmlDirectory);
+    APPremoveUnfinishedOutputOnSignal();
+    APPremoveEarlierNumberedFiles(xmlDirectory, xmlName, out);
   }
 
   CMDprogressMeter progress;
@@ -245,9 +254,9 @@ int runTool(int argc, const char* const* argv, COLostream& out, APPengineFactory
     if (toxml) {
       // Translated before the file is made, so a message that fails leaves no empty file.
       const COLstring xml = engine->translateMessageToXml(message);
-      writeWholeFile(outputFile, APPxmlFileName(count + 1, xmlDirectory, xmlName), xml);
+      APPwriteWholeFile(APPxmlFileName(count + 1, xmlDirectory, xmlName), xml);
     } else if (fromxml) {
-      const COLstring flat = engine->translateXmlToMessage(message);
+      const COLstring flat = APPtranslateXmlFile(*engine, xmlReader->lastFileName(), message);
       try {
         output << flat << newline << flush;
       } catch (const COLerror&) {
@@ -264,6 +273,7 @@ int runTool(int argc, const char* const* argv, COLostream& out, APPengineFactory
     }
   }
 
+  if (xmlReader) APPcheckAllInputsRead(xmlReader->directory(), xmlReader->fileName(), count);
   if (fromxml && outputFile.isOpen()) {
     try {
       outputFile.close();  // the last chance for the system to refuse the data
@@ -274,6 +284,7 @@ int runTool(int argc, const char* const* argv, COLostream& out, APPengineFactory
   }
 
   const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - startTime).count();
+  if (!noInputWarning.empty()) out << newline << noInputWarning;
   out << "\nElapsed time: ";
   APPprintElapsed(out, seconds);
   if (seconds > 0.0)

@@ -5,6 +5,7 @@
 #include "FILbinaryFile.h"
 #include "FILfilePath.h"
 #include "FILpath.h"
+#include "APPxmlInput.h"
 
 uint64_t APPxmlReader::position() const {
   throw COLerror("APPxmlReader::position not implemented.", COL_ERROR_PRECONDITION);
@@ -32,5 +33,6 @@ COLstring APPxmlReader::nextMessage() {
   FILbinaryFile file(name, FILmodeRead, FILtypeUnbuffered, &text);
   file.writeAll();
   ++m_Index;
-  return text;
+  m_LastFileName = name;
+  return APPxmlMessageText(name, text);
 }

@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include "LANengine.h"
+#include "LANtimeLimit.h"
 #include "LANenginePrivate.h"
 
 namespace {
@@ -21,7 +22,14 @@ const char RedirectScript[] =
     "   def flush(self):\n"
     "      pass\n"
     "sys.stdout = _brelmont_redirect()\n"
-    "sys.stderr = _brelmont_redirect()\n";
+    "sys.stderr = _brelmont_redirect()\n"
+    // os._exit() would end the host at once, with no word and whatever status the script
+    // chose: a script stops its message by raising instead.
+    "import os, posix\n"
+    "def _brelmont_no_exit(*args, **kwargs):\n"
+    "   raise RuntimeError('os._exit() cannot end the program from a script; raise an exception to stop the message')\n"
+    "os._exit = posix._exit = _brelmont_no_exit\n"
+    "del _brelmont_no_exit\n";
 
 PyObject* requireDictionary(const LANobjectPtr& dictionary) {
   if (!dictionary) throw COLerror("The script engine is not initialised (init was not called)", COL_ERROR_PRECONDITION);
@@ -111,6 +119,7 @@ void LANengine::executeModule(LANcompiledModule* module) const {
   COL_PRECONDITION(module != NULL);
   LANengineSwap swap(*this);
   PyObject* globals = requireDictionary(pMember->globalDictionary);
+  LANscriptTimer timer;
   LANobjectPtr result = LANcheckCall(
       PyEval_EvalCode(reinterpret_cast<PyObject*>(module), globals, pMember->localDictionary.get()));
   LANcheckCall();

@@ -4,7 +4,8 @@
 // Sections of a case:
 //   definition PATH       the definition, relative to the repository
 //   log [options]         the log, written to a file of its own; "{log}" in the arguments
-//   file NAME [options]   another input, written as NAME beside the log
+//   file... NAME [options] keys starting "file" (but not "file-out"): another input, written as NAME
+//                         beside the log
 //   args                  the tool's arguments, default "--toxml {definition} {log} {tmp}/out/m.xml";
 //                         "{src}" is the repository, "{tmp}" the case's own directory; one run a
 //                         line (an empty section: no arguments), every run but the last must
@@ -82,7 +83,8 @@ TEST_P(APPdata, ToolRun) {
   std::filesystem::create_directories(Dir);
   for (const auto& [Key, Section] : Case.Sections) {
     if (Key == "log") std::ofstream(Dir / "log", std::ios::binary) << Section.Text;
-    if (Key == "file") std::ofstream(Dir / Section.Argument, std::ios::binary) << Section.Text;
+    if (Key.rfind("file", 0) == 0 && Key.rfind("file-out", 0) != 0)
+      std::ofstream(Dir / Section.Argument, std::ios::binary) << Section.Text;
   }
   const std::string Definition = "{src}/" + (Case.has("definition") ? Case.argument("definition") : "");
   std::istringstream Runs(Case.has("args") ? Case.text("args") : "--toxml {definition} {log} {tmp}/out/m.xml");
