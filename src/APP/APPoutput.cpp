@@ -64,7 +64,7 @@ COLstring temporaryNameFor(const COLstring& path) {
 
 void APPmakeOutputDirectory(const COLstring& directory) {
   if (directory.empty()) return;
-  FILmakeFullDir(directory, 0777, nullptr);
+  FILmakeFullDir(directory, 0700, nullptr);
 }
 
 void APPwriteWholeFile(const COLstring& path, const COLstring& text) {

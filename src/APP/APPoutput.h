@@ -7,8 +7,8 @@
 
 #include "COLstring.h"
 
-// Creates the directory chain of an output; new directories get the usual mode (0777 under
-// the umask).
+// Creates the directory chain of an output; new directories are private to the user (0700),
+// as the tool has always made them.
 void APPmakeOutputDirectory(const COLstring& directory);
 
 // Writes `text` to `path` whole or not at all.  Errors name `path` and the system's reason.

@@ -13,7 +13,8 @@ using LANoverrunHandler = void (*)(unsigned seconds);
 void LANsetScriptTimeLimit(unsigned seconds, LANoverrunHandler handler);
 unsigned LANscriptTimeLimit();
 
-// Times one script run, outermost runs only: a script that runs another counts as one.
+// Times one script run, outermost runs only: a script that runs another counts as one.  The
+// watch is process-wide, made for a host that runs scripts on one thread (the tool).
 class LANscriptTimer {
 public:
   LANscriptTimer();

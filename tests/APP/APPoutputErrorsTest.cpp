@@ -137,8 +137,8 @@ TEST_F(APPoutputErrors, ToXsdIntoAPathThroughARegularFileGivesTheReason) {
   EXPECT_NE(Run.output.find("is a file, not a directory"), std::string::npos) << Run.output;
 }
 
-TEST_F(APPoutputErrors, NewDirectoriesFollowTheUmask) {
-  for (const auto& [Umask, Mode] : {std::pair{"022", fs::perms(0755)}, std::pair{"077", fs::perms(0700)}}) {
+TEST_F(APPoutputErrors, NewDirectoriesArePrivateWhateverTheUmask) {
+  for (const auto& [Umask, Mode] : {std::pair{"022", fs::perms(0700)}, std::pair{"000", fs::perms(0700)}}) {
     const fs::path Made = Dir / ("u" + std::string(Umask));
     const ToolRun Run = TSTrunShell(std::string("umask ") + Umask + " && " + MSGBRIDGE_TOOL + " --toxml " + Examples +
                                     "adt_oru.vmd " + Examples + "messages.hl7 " + (Made / "sub" / "m.xml").string());
