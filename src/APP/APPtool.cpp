@@ -7,6 +7,7 @@
 #include <cstdio>
 
 #include "APPengine.h"
+#include "APPlogReport.h"
 #include "APPxmlFileName.h"
 #include "APPxmlReader.h"
 #include "CMDlineParser.h"
@@ -15,6 +16,7 @@
 #include "FILbinaryFile.h"
 #include "FILfilePath.h"
 #include "FILpath.h"
+#include "MLGlogInput.h"
 #include "MLGreader.h"
 #include "QVMengine.h"
 #include "QVMerror.h"
@@ -58,8 +60,10 @@ COLstring formatNames() {
   return names;
 }
 
-// The reader of the run, opened; null after telling the user why there is none.
-MLGreader* openReader(bool fromxml, const COLstring& formatName, const COLstring& inFile, COLostream& out) {
+// The reader of the run, opened on `path` (the log, or its copy); null after telling the user
+// why there is none.
+MLGreader* openReader(bool fromxml, const COLstring& formatName, const COLstring& inFile, const COLstring& path,
+                      COLostream& out) {
   if (fromxml) {
     COLownerPtr<MLGreader> reader(new APPxmlReader);
     reader->open(inFile);
@@ -67,11 +71,21 @@ MLGreader* openReader(bool fromxml, const COLstring& formatName, const COLstring
   }
   COLownerPtr<MLGreader> reader;
   if (formatName.empty()) {
-    reader = MLGfactoryOpen(inFile);
+    reader = MLGfactoryOpen(path);
+    COLstring note, why;
+    if (!reader) reader = MLGfactoryOpenUnrecognised(path, note, why);
+    if (!reader && why == "is empty") {
+      out << "The log file '" << inFile << "' is empty: it holds no message." << newline << flush;
+      return nullptr;
+    }
     if (!reader) {
       out << "The format of the log file '" << inFile << "' could not be recognised. Give it with --forceformat NAME, "
-          << "where NAME is one of: " << formatNames() << "." << newline << flush;
+          << "where NAME is one of: " << formatNames() << ". The log " << why << "." << newline << flush;
       return nullptr;
+    }
+    if (!note.empty()) {
+      out << "Log File Type: " << MLGfactoryFormatName(reader->fileFormat()) << newline << note << newline << flush;
+      return reader.release();
     }
   } else {
     reader = MLGfactoryFromName(formatName);
@@ -80,7 +94,7 @@ MLGreader* openReader(bool fromxml, const COLstring& formatName, const COLstring
           << formatNames() << "." << newline << flush;
       return nullptr;
     }
-    reader->open(inFile);
+    reader->open(path);
   }
   out << "Log File Type: " << MLGfactoryFormatName(reader->fileFormat()) << newline << flush;
   return reader.release();
@@ -218,8 +232,11 @@ int runTool(int argc, const char* const* argv, COLostream& out, APPengineFactory
     return 0;
   }
 
-  COLownerPtr<MLGreader> reader(openReader(fromxml, formatName, inFile, out));
+  // A pipe given as the log is copied first: it could be read only once.
+  const MLGlogInput logInput(fromxml ? COLstring() : inFile);
+  COLownerPtr<MLGreader> reader(openReader(fromxml, formatName, inFile, logInput.path(), out));
   if (!reader) return 1;
+  APPlogReport report(out, *reader, logInput.path(), !fromxml);
 
   FILbinaryFile outputFile(FILtypeBuffered);
   COLostream output(outputFile);
@@ -242,6 +259,8 @@ int runTool(int argc, const char* const* argv, COLostream& out, APPengineFactory
   while (reader->hasNextMessage()) {
     const COLstring message = reader->nextMessage();
     progress.setProgress(count + 1, " messages", out);
+    report.afterMessage(count + 1);
+    APPlogReport::Guard failure(report, count + 1);
     if (toxml) {
       // Translated before the file is made, so a message that fails leaves no empty file.
       const COLstring xml = engine->translateMessageToXml(message);
@@ -255,6 +274,7 @@ int runTool(int argc, const char* const* argv, COLostream& out, APPengineFactory
         throw;
       }
     }
+    failure.done();
     ++count;
     if (release) {
       engine = makeEngine();  // the old engine goes only once the new one exists
@@ -273,6 +293,7 @@ int runTool(int argc, const char* const* argv, COLostream& out, APPengineFactory
     }
   }
 
+  report.afterLastMessage();
   const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - startTime).count();
   out << "\nElapsed time: ";
   APPprintElapsed(out, seconds);
@@ -281,7 +302,7 @@ int runTool(int argc, const char* const* argv, COLostream& out, APPengineFactory
   else
     out << "\n" << count << " messages processed in less than a second!";
   reader->close();
-  return 0;
+  return report.summary() ? 1 : 0;  // the run went through, but not every bit of the log made a message
 }
 
 }  // namespace
