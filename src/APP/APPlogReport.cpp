@@ -12,7 +12,7 @@ COLstring APPlogReport::place(uint64_t offset) {
   return COLstring("offset " + std::to_string(offset) + " (line " + std::to_string(m_Lines->lineAt(offset)) + ")");
 }
 
-void APPlogReport::afterMessage(unsigned number) {
+void APPlogReport::afterMessage(unsigned number, bool empty) {
   if (!m_Active) return;
   const MLGmessageNotes& notes = m_Reader.lastMessageNotes();
   const std::string name = "message " + std::to_string(number);
@@ -37,6 +37,11 @@ void APPlogReport::afterMessage(unsigned number) {
           << (count == 1 ? ", not as a message of its own." : ", not as messages of their own.") << " A line end of the log may be missing or damaged." << newline;
     ++m_Warnings;
     m_HeadersLost += count;
+  }
+  if (empty) {
+    m_Out << "\nWarning: " << COLstring(name) << ", at " << place(notes.Start)
+          << ", is empty: the log holds nothing but line ends or framing lines there." << newline;
+    ++m_Warnings;
   }
   if (notes.Unterminated) {
     m_Out << "\nWarning: the log ends inside " << COLstring(name) << ", at " << place(notes.Start)

@@ -18,7 +18,7 @@ public:
   APPlogReport(COLostream& out, const MLGreader& reader, const COLstring& logPath, bool active);
 
   // After nextMessage handed out message `number`: warnings about it.
-  void afterMessage(unsigned number);
+  void afterMessage(unsigned number, bool empty);
 
   // Names the message being worked on if a failure unwinds through it.
   class Guard {

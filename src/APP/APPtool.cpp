@@ -259,7 +259,7 @@ int runTool(int argc, const char* const* argv, COLostream& out, APPengineFactory
   while (reader->hasNextMessage()) {
     const COLstring message = reader->nextMessage();
     progress.setProgress(count + 1, " messages", out);
-    report.afterMessage(count + 1);
+    report.afterMessage(count + 1, message.empty());
     APPlogReport::Guard failure(report, count + 1);
     if (toxml) {
       // Translated before the file is made, so a message that fails leaves no empty file.
