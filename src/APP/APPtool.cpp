@@ -7,6 +7,7 @@
 #include <cstdio>
 
 #include "APPengine.h"
+#include "APPlogReport.h"
 #include "APPoutput.h"
 #include "APPxmlFileName.h"
 #include "APPxmlInput.h"
@@ -18,6 +19,7 @@
 #include "FILfilePath.h"
 #include "FILpath.h"
 #include "LANtimeLimit.h"
+#include "MLGlogInput.h"
 #include "MLGreader.h"
 #include "QVMengine.h"
 #include "QVMerror.h"
@@ -74,8 +76,10 @@ COLstring formatNames() {
   return names;
 }
 
-// The reader of the run, opened; null after telling the user why there is none.
-MLGreader* openReader(bool fromxml, const COLstring& formatName, const COLstring& inFile, COLostream& out) {
+// The reader of the run, opened on `path` (the log, or its copy); null after telling the user
+// why there is none.
+MLGreader* openReader(bool fromxml, const COLstring& formatName, const COLstring& inFile, const COLstring& path,
+                      COLostream& out) {
   if (fromxml) {
     COLownerPtr<MLGreader> reader(new APPxmlReader);
     reader->open(inFile);
@@ -83,11 +87,21 @@ MLGreader* openReader(bool fromxml, const COLstring& formatName, const COLstring
   }
   COLownerPtr<MLGreader> reader;
   if (formatName.empty()) {
-    reader = MLGfactoryOpen(inFile);
+    reader = MLGfactoryOpen(path);
+    COLstring note, why;
+    if (!reader) reader = MLGfactoryOpenUnrecognised(path, note, why);
+    if (!reader && why == "is empty") {
+      out << "The log file '" << inFile << "' is empty: it holds no message." << newline << flush;
+      return nullptr;
+    }
     if (!reader) {
       out << "The format of the log file '" << inFile << "' could not be recognised. Give it with --forceformat NAME, "
-          << "where NAME is one of: " << formatNames() << "." << newline << flush;
+          << "where NAME is one of: " << formatNames() << ". The log " << why << "." << newline << flush;
       return nullptr;
+    }
+    if (!note.empty()) {
+      out << "Log File Type: " << MLGfactoryFormatName(reader->fileFormat()) << newline << note << newline << flush;
+      return reader.release();
     }
   } else {
     reader = MLGfactoryFromName(formatName);
@@ -96,7 +110,7 @@ MLGreader* openReader(bool fromxml, const COLstring& formatName, const COLstring
           << formatNames() << "." << newline << flush;
       return nullptr;
     }
-    reader->open(inFile);
+    reader->open(path);
   }
   out << "Log File Type: " << MLGfactoryFormatName(reader->fileFormat()) << newline << flush;
   return reader.release();
@@ -222,11 +236,14 @@ int runTool(int argc, const char* const* argv, COLostream& out, APPengineFactory
     return 0;
   }
 
-  COLownerPtr<MLGreader> reader(openReader(fromxml, formatName, inFile, out));
+  // A pipe given as the log is copied first: it could be read only once.
+  const MLGlogInput logInput(fromxml ? COLstring() : inFile);
+  COLownerPtr<MLGreader> reader(openReader(fromxml, formatName, inFile, logInput.path(), out));
   if (!reader) return 1;
   auto* xmlReader = dynamic_cast<APPxmlReader*>(reader.get());
   COLstring noInputWarning;
   if (xmlReader) noInputWarning = APPcheckNumberedInputs(xmlReader->directory(), xmlReader->fileName());
+  APPlogReport report(out, *reader, logInput.path(), !fromxml);
 
   FILbinaryFile outputFile(FILtypeBuffered);
   COLostream output(outputFile);
@@ -251,6 +268,8 @@ int runTool(int argc, const char* const* argv, COLostream& out, APPengineFactory
   while (reader->hasNextMessage()) {
     const COLstring message = reader->nextMessage();
     progress.setProgress(count + 1, " messages", out);
+    report.afterMessage(count + 1, message.empty());
+    APPlogReport::Guard failure(report, count + 1);
     if (toxml) {
       // Translated before the file is made, so a message that fails leaves no empty file.
       const COLstring xml = engine->translateMessageToXml(message);
@@ -264,6 +283,7 @@ int runTool(int argc, const char* const* argv, COLostream& out, APPengineFactory
         throw;
       }
     }
+    failure.done();
     ++count;
     if (release) {
       engine = makeEngine();  // the old engine goes only once the new one exists
@@ -283,6 +303,7 @@ int runTool(int argc, const char* const* argv, COLostream& out, APPengineFactory
     }
   }
 
+  report.afterLastMessage();
   const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - startTime).count();
   if (!noInputWarning.empty()) out << newline << noInputWarning;
   out << "\nElapsed time: ";
@@ -292,7 +313,7 @@ int runTool(int argc, const char* const* argv, COLostream& out, APPengineFactory
   else
     out << "\n" << count << " messages processed in less than a second!";
   reader->close();
-  return 0;
+  return report.summary() ? 1 : 0;  // the run went through, but not every bit of the log made a message
 }
 
 }  // namespace

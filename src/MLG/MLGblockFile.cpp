@@ -82,6 +82,7 @@ void MLGblockFile::open(const COLstring& path) {
   m_Name = path;
   m_Size = static_cast<uint64_t>(status.st_size);
   m_BlockStart = 0;
+  m_CutAt = kNoCut;
   dropBlock();
 }
 
@@ -154,6 +155,7 @@ bool MLGblockFile::loadNextBlock() {
     if (const void* end = std::memchr(m_Block.get(), m_EndCharacter, length)) {
       length = static_cast<size_t>(static_cast<const char*>(end) - m_Block.get());
       m_BlockCut = true;
+      m_CutAt = std::min(m_CutAt, m_BlockStart + length);
     }
   }
   m_Length = length;
@@ -176,6 +178,7 @@ unsigned MLGblockFile::readLine(std::string_view& line, unsigned mask, char endO
   // keep its memory for the rest of the log.
   if (m_Spill.capacity() > 4 * m_BlockSize) m_Spill = std::string();
   m_Spill.clear();
+  m_FinalCR = false;
   size_t lineBegin = m_Cursor;  // the line's first byte not yet in the spill
   size_t scan = m_Cursor;
   for (;;) {
@@ -209,7 +212,10 @@ unsigned MLGblockFile::readLine(std::string_view& line, unsigned mask, char endO
       // A CR closes the block: what it means depends on the first byte of the next one.
       m_Spill.append(base + lineBegin, at - lineBegin);
       m_Cursor = m_Length;
-      if (!loadNextBlock()) return finishAtEnd(line);  // a final CR is dropped
+      if (!loadNextBlock()) {
+        m_FinalCR = true;  // a final CR is dropped
+        return finishAtEnd(line);
+      }
       const bool crlf = m_Block[0] == '\n' && (mask & MLGnewlineCRLF);
       if (crlf || (mask & MLGnewlineCR)) {
         m_Cursor = crlf ? 1 : 0;
@@ -246,6 +252,31 @@ unsigned MLGreadLine(MLGblockFile& file, COLstring& buffer, unsigned mask, char 
   const unsigned result = file.readLine(line, mask, endOfFileCharacter);
   buffer.str().assign(line);
   return result;
+}
+
+uint64_t MLGcountHeaderLines(const COLstring& path, uint64_t from, std::string_view header) {
+  if (header.empty()) return 0;
+  MLGblockFile file(1 << 20);
+  file.open(path);
+  file.setPosition(from);
+  uint64_t count = 0;
+  size_t matched = 0;  // header bytes matched at a line's start; npos: not at a line's start
+  const char* data = nullptr;
+  while (size_t length = file.readChunk(data)) {
+    for (size_t i = 0; i < length; ++i) {
+      const char c = data[i];
+      if (c == '\r' || c == '\n' || c == '\0') {
+        matched = 0;
+      } else if (matched != std::string_view::npos) {
+        matched = c == header[matched] ? matched + 1 : std::string_view::npos;
+        if (matched == header.size()) {
+          ++count;
+          matched = std::string_view::npos;
+        }
+      }
+    }
+  }
+  return count;
 }
 
 // --- newline types

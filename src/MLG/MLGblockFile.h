@@ -49,6 +49,15 @@ public:
   // position moves to the end of the file and nothing behind that byte is ever seen.
   unsigned readLine(std::string_view& line, unsigned mask, char endOfFileCharacter);
 
+  // Whether the last readLine that ended the input dropped a CR right at the end (a line that
+  // did end), as against a line the input stopped in the middle of.
+  bool finalLineEndDropped() const { return m_FinalCR; }
+  // Where an end character cut the input short, once a read has met it.
+  bool cutAt(uint64_t& offset) const {
+    offset = m_CutAt;
+    return m_CutAt != kNoCut;
+  }
+
   // Raw bytes from the position on, as much as the block holds (loading the next block when
   // needed); advances the position.  Returns 0 at the end of the file.  No end character.
   size_t readChunk(const char*& data);
@@ -71,6 +80,9 @@ private:
   bool m_BlockCut = false;    // the block ends at an end character: no data follows it
   int m_EndCharacter = -1;    // the end character the block was cut for; -1 for none
   std::string m_Spill;        // a line that crosses block boundaries
+  static constexpr uint64_t kNoCut = ~uint64_t{0};
+  uint64_t m_CutAt = kNoCut;  // offset of the end character that ended the input
+  bool m_FinalCR = false;
 };
 
 // Reads one line into `buffer` (without its line end) and returns the line end it stopped at:

@@ -29,6 +29,16 @@ void MLGfileReader::open(const COLstring& path) {
   resetState(0, true);
 }
 
+void MLGfileReader::openAt(const COLstring& path, uint64_t start) {
+  pMember->File.open(path);
+  pMember->File.setPosition(start);
+  resetState(0, true);
+}
+
+bool MLGfileReader::inputCutAt(uint64_t& offset) const {
+  return pMember->File.isOpen() && pMember->File.cutAt(offset);
+}
+
 void MLGfileReader::close() { pMember->File.close(); }
 
 bool MLGfileReader::hasNextMessage() {
@@ -42,15 +52,43 @@ MLGblockFile& MLGfileReader::file() {
   return pMember->File;
 }
 
-COLstring MLGfileReader::startMessage() const {
+COLstring MLGfileReader::startMessage() {
+  m_Notes.Start = pMember->File.position();
+  m_Notes.InnerHeaders.clear();
+  m_Notes.DroppedHeaders.clear();
+  m_Notes.Unterminated = false;
+  m_Notes.ByteOrderMark = false;
   COLstring message;
   message.str().reserve(pMember->SizeHint);
   return message;
 }
 
-void MLGfileReader::appendSegment(COLstring& message, std::string_view line) const {
-  if (!message.empty()) message += m_SegmentTerminator;
+// A header at the line's start (unless the line opens the message) or behind a CR or LF that
+// this framing does not end lines on.
+void MLGfileReader::noteHeaders(std::string_view line, uint64_t lineStart, std::vector<uint64_t>& into,
+                                bool first) const {
+  const std::string_view header = watchedHeader();
+  if (header.empty()) return;
+  if (!first && startsWith(line, header)) into.push_back(lineStart);
+  for (size_t at = line.find(header, 1); at != std::string_view::npos; at = line.find(header, at + 1))
+    if (line[at - 1] == '\r' || line[at - 1] == '\n') into.push_back(lineStart + at);
+}
+
+void MLGfileReader::appendSegment(COLstring& message, std::string_view line, uint64_t lineStart) {
+  const bool first = message.empty();
+  if (first) {
+    m_Notes.Start = lineStart;
+    m_Notes.ByteOrderMark = startsWith(line, "\xEF\xBB\xBF");
+  }
+  noteHeaders(line, lineStart, m_Notes.InnerHeaders, first);
+  // A log of many messages ends each with a line end; one taken whole need not.
+  if (m_LastLineOpen && m_FileFormat != MLGsingleMessage) m_Notes.Unterminated = true;
+  if (!first) message += m_SegmentTerminator;
   message += line;
+}
+
+void MLGfileReader::dropLine(std::string_view line, uint64_t lineStart) {
+  noteHeaders(line, lineStart, m_Notes.DroppedHeaders, false);
 }
 
 COLstring MLGfileReader::finishMessage(COLstring& message) {

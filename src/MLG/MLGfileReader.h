@@ -17,6 +17,11 @@ public:
   void open(const COLstring& path) override;
   void close() override;
   bool hasNextMessage() override;
+  const MLGmessageNotes& lastMessageNotes() const override { return m_Notes; }
+  bool inputCutAt(uint64_t& offset) const override;
+
+  // Opens and starts reading at `start` as if the file began there (behind a byte order mark).
+  void openAt(const COLstring& path, uint64_t start);
 
   // For tests and tuning: the size of the block read at once.
   void setBlockSize(size_t bytes);
@@ -30,11 +35,19 @@ protected:
   // The open file; fails the precondition when there is none.
   MLGblockFile& file();
   unsigned readLine(std::string_view& line, unsigned mask) {
-    return pMember->File.readLine(line, mask, m_EndOfFileCharacter);
+    const unsigned end = pMember->File.readLine(line, mask, m_EndOfFileCharacter);
+    m_LastLineOpen = end == MLGendOfInput && !pMember->File.finalLineEndDropped();
+    return end;
   }
-  // A fresh message buffer, sized after the last one so that appending rarely reallocates.
-  COLstring startMessage() const;
-  void appendSegment(COLstring& message, std::string_view line) const;
+  // The header segment whose lines are watched: one read into a message or dropped is noted.
+  virtual std::string_view watchedHeader() const { return {}; }
+  // A fresh message buffer, sized after the last one so that appending rarely reallocates;
+  // the notes start over.
+  COLstring startMessage();
+  // The line just read, starting at `lineStart`, as the message's next segment.
+  void appendSegment(COLstring& message, std::string_view line, uint64_t lineStart);
+  // The line just read is dropped.
+  void dropLine(std::string_view line, uint64_t lineStart);
   // Appends the message terminator and notes the size for the next message.
   COLstring finishMessage(COLstring& message);
 
@@ -47,7 +60,12 @@ protected:
     return line.substr(0, prefix.size()) == prefix;
   }
 
+  MLGmessageNotes m_Notes;
+
 private:
+  void noteHeaders(std::string_view line, uint64_t lineStart, std::vector<uint64_t>& into, bool first) const;
+
+  bool m_LastLineOpen = false;  // the last line read ran into the end of the input
   struct Private {
     MLGblockFile File;
     size_t SizeHint = 0;

@@ -3,7 +3,10 @@
 #include <algorithm>
 #include <cstring>
 
+#include <memory>
+
 #include "MLGblockFile.h"
+#include "MLGhl7Reader.h"
 #include "MLGreader.h"
 
 namespace {
@@ -78,4 +81,93 @@ MLGreaderFileFormat MLGx12BatchCheckFileFormat(const COLstring& path) {
   unsigned mask = 0;
   if (!startsWithThenScan(path, "ST", notCROnly, mask)) return MLGendOfFormats;
   return mask == MLGnewlineCR ? MLGx12Batch : MLGendOfFormats;
+}
+
+// --- logs the checkers leave out
+
+namespace {
+
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+
+const char* lineEndsText(unsigned mask) {
+  switch (mask) {
+    case 0: return "no line end at all";
+    case MLGnewlineCR: return "CR line ends";
+    case MLGnewlineLF: return "LF line ends";
+    case MLGnewlineCRLF: return "CR LF line ends";
+    case MLGnewlineCR | MLGnewlineCRLF: return "CR and CR LF line ends";
+    default: return "LF mixed with CR or CR LF line ends";
+  }
+}
+
+// The HL7 and X12 formats by start text and line ends, as the checkers decide them.
+MLGreaderFileFormat formatOf(std::string_view start, unsigned mask) {
+  const bool cr = mask & MLGnewlineCR, lf = mask & MLGnewlineLF, crlf = mask & MLGnewlineCRLF;
+  if (start.substr(0, 3) == "MSH") {
+    if (lf) return cr || crlf ? MLGendOfFormats : MLGhl7LF;
+    if (!cr && !crlf) return MLGendOfFormats;
+    return !crlf ? MLGhl7CR : !cr ? MLGhl7CRLF : MLGhl7Standard;
+  }
+  if (mask != MLGnewlineCR) return MLGendOfFormats;
+  if (start.substr(0, 3) == "ISA") return MLGx12Interchange;
+  if (start.substr(0, 2) == "ST") return MLGx12Batch;
+  return MLGendOfFormats;
+}
+
+}  // namespace
+
+MLGreader* MLGfactoryOpenUnrecognised(const COLstring& path, COLstring& note, COLstring& why) {
+  note = COLstring();
+  why = COLstring();
+  MLGblockFile file(kSniffBlockSize);
+  file.open(path);
+  std::string head;
+  const char* data = nullptr;
+  while (head.size() < 8)
+    if (const size_t count = file.readChunk(data)) head.append(data, std::min<size_t>(count, 8 - head.size()));
+    else break;
+  if (head.empty()) {
+    why = "is empty";
+    return nullptr;
+  }
+  const unsigned mask = MLGnewlineTypes(file, wholeFile);
+  size_t skip = 0;
+  if (std::string_view(head).substr(0, 3) == kByteOrderMark) {
+    skip = kByteOrderMark.size();
+    note = "The log starts with a UTF-8 byte order mark (EF BB BF); it is skipped.";
+  }
+  const std::string_view start = std::string_view(head).substr(skip);
+  std::unique_ptr<MLGreader> reader;
+  if (start.substr(0, 3) == "FHS" || start.substr(0, 3) == "BHS") {
+    if (mask & MLGnewlineLF) {
+      why = "starts with '" + COLstring(start.substr(0, 3)) + "' as an HL7 batch does, but has " + lineEndsText(mask) +
+            "; a batch has CR or CR LF line ends";
+      return nullptr;
+    }
+    auto batch = std::make_unique<MLGhl7BatchReader>();
+    if (start.substr(0, 3) == "BHS") {
+      batch->setStartsInFile(true);
+      if (!note.empty()) note += "\n";
+      note += "The batch has no file header (FHS): it starts at its BHS.";
+    }
+    if (mask == MLGnewlineCR) {
+      batch->setMessageBreak(MLGnewlineCR);
+      if (!note.empty()) note += "\n";
+      note += "The batch has CR between all its lines: every 'MSH' line starts a message.";
+    }
+    reader = std::move(batch);
+  } else {
+    const MLGreaderFileFormat format = formatOf(start, mask);
+    if (format == MLGendOfFormats || skip == 0) {
+      COLstring text;
+      for (const char c : start.substr(0, 3)) text += c >= ' ' && c < 0x7f ? COLstring(1, c) : COLstring("?");
+      why = (skip ? COLstring("starts with a UTF-8 byte order mark (EF BB BF), then with '")
+                  : COLstring("starts with '")) +
+            text + "', and has " + lineEndsText(mask);
+      return nullptr;
+    }
+    reader.reset(MLGfactoryFromFormat(format));
+  }
+  static_cast<MLGfileReader&>(*reader).openAt(path, skip);
+  return reader.release();
 }

@@ -45,8 +45,13 @@ COLstring MLGhl7Reader::nextMessage() {
   // Behind the last non-empty line: where the next message starts if the current line opens it,
   // so blank lines before a header go to the next call.
   uint64_t resume = input.position();
+  m_Notes.HeaderBreak = m_MessageBreak == MLGnewlineCRLF ? "CR LF"
+                        : m_MessageBreak == MLGnewlineCR  ? "CR"
+                        : m_MessageBreak == MLGnewlineLF  ? "LF"
+                                                          : "";
   std::string_view line;
   for (;;) {
+    const uint64_t lineStart = input.position();
     const unsigned end = readLine(line, m_LineEndMask);
     if (line.empty()) {
       if (end == MLGendOfInput) break;
@@ -60,7 +65,7 @@ COLstring MLGhl7Reader::nextMessage() {
     }
     resume = input.position();
     lastEnd = end;
-    if (!startsWithIgnored(line)) appendSegment(message, line);
+    if (!startsWithIgnored(line)) appendSegment(message, line, lineStart);
   }
   if (message.empty()) return COLstring();
   return finishMessage(message);
@@ -70,11 +75,14 @@ COLstring MLGhl7Reader::nextMessage() {
 
 MLGhl7BatchReader::MLGhl7BatchReader() : MLGfileReader(MLGhl7Batch) {}
 
-void MLGhl7BatchReader::resetState(uint64_t position, bool opened) { m_State = opened || position == 0 ? 0 : 2; }
+void MLGhl7BatchReader::resetState(uint64_t position, bool opened) {
+  m_State = opened || position == 0 ? (m_StartsInFile ? 1 : 0) : 2;
+}
 
 COLstring MLGhl7BatchReader::nextMessage() {
   MLGblockFile& input = file();
   COLstring message = startMessage();
+  m_Notes.HeaderBreak = m_MessageBreak == MLGnewlineCR ? "CR" : "CR LF";
   unsigned lastEnd = 0;
   std::string_view line;
   for (;;) {
@@ -89,19 +97,21 @@ COLstring MLGhl7BatchReader::nextMessage() {
     switch (m_State) {
       case 0:
         if (startsWith(line, "FHS")) m_State = 1;
+        else dropLine(line, lineStart);
         break;
       case 1:
         if (startsWith(line, "BHS")) m_State = 2;
         else if (startsWith(line, "FTS")) m_State = 0;
+        else dropLine(line, lineStart);
         break;
       default:
         if (startsWith(line, "BTS")) {
           m_State = 1;
-        } else if (startsWith(line, "MSH") && previousEnd == MLGnewlineCRLF && !message.empty()) {
+        } else if (startsWith(line, "MSH") && previousEnd == m_MessageBreak && !message.empty()) {
           input.setPosition(lineStart);
           return finishMessage(message);
         } else if (!extendsIgnored(line)) {
-          appendSegment(message, line);
+          appendSegment(message, line, lineStart);
         }
         break;
     }

@@ -16,6 +16,9 @@ public:
   const COLstring& messageHeader() const { return m_MessageHeader; }
   void setMessageHeader(const COLstring& header) { m_MessageHeader = header; }
 
+protected:
+  std::string_view watchedHeader() const override { return m_MessageHeader.view(); }
+
 private:
   unsigned m_LineEndMask;
   unsigned m_MessageBreak;  // the line end after which a header starts a message; 0: none
@@ -28,9 +31,18 @@ public:
   MLGhl7BatchReader();
   COLstring nextMessage() override;
 
+  // For batches the sniffer finds in other forms: the line end behind which "MSH" starts a
+  // message (CR LF by default; CR for a batch with CR between all its lines), and whether the
+  // file starts inside a file header already (a batch that opens with BHS, without FHS).
+  void setMessageBreak(unsigned lineEnd) { m_MessageBreak = lineEnd; }
+  void setStartsInFile(bool inFile) { m_StartsInFile = inFile; }
+
 protected:
   void resetState(uint64_t position, bool opened) override;
+  std::string_view watchedHeader() const override { return "MSH"; }
 
 private:
   uint32_t m_State = 0;  // 0 outside a file, 1 in a file, 2 in a batch
+  unsigned m_MessageBreak = MLGnewlineCRLF;
+  bool m_StartsInFile = false;
 };

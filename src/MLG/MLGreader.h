@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string_view>
 #include <vector>
 
 #include "COLstring.h"
@@ -20,6 +21,17 @@ enum MLGreaderFileFormat {
   MLGendOfFormats = 8,  // end of the factory table; also "no format recognised"
 };
 
+// What a reader saw while it framed its last message.  The notes never change the framing;
+// they let a caller say what a log holds that did not come out as a message of its own.
+struct MLGmessageNotes {
+  uint64_t Start = 0;                    // offset of the message's first line in the log
+  std::vector<uint64_t> InnerHeaders;    // header segments read into the message, not starting it
+  std::vector<uint64_t> DroppedHeaders;  // header segments dropped while looking for the message
+  bool Unterminated = false;             // its last line ran into the end of the input
+  bool ByteOrderMark = false;            // its first line starts with a UTF-8 byte order mark
+  const char* HeaderBreak = "";          // the line end behind which a header starts a message
+};
+
 class MLGreader {
 public:
   explicit MLGreader(MLGreaderFileFormat format) : m_FileFormat(format) {}
@@ -32,6 +44,14 @@ public:
   virtual void close() = 0;
   virtual bool hasNextMessage() = 0;
   virtual COLstring nextMessage() = 0;
+
+  // What the last nextMessage saw; empty notes for a reader that looks at nothing.
+  virtual const MLGmessageNotes& lastMessageNotes() const {
+    static const MLGmessageNotes None;
+    return None;
+  }
+  // Where the end-of-file character cut the input short, once the reader has met it.
+  virtual bool inputCutAt(uint64_t& /*offset*/) const { return false; }
 
   MLGreaderFileFormat fileFormat() const { return m_FileFormat; }
   const COLstring& messageTerminator() const { return m_MessageTerminator; }
@@ -61,6 +81,13 @@ MLGreader* MLGfactoryFromName(const COLstring& name);
 // A file that cannot be opened raises the file layer's open error.
 MLGreader* MLGfactoryOpen(const COLstring& path);
 
+// For a log MLGfactoryOpen does not recognise: an opened reader for the forms the checkers
+// leave out (an HL7 batch that starts with BHS, or has only CR or only CR LF line ends; a
+// UTF-8 byte order mark before the first segment, which the reader then skips), with `note`
+// saying what was done beyond the plain format.  Otherwise null, with `why` telling what the
+// log looks like, as a predicate ("is empty", "starts with ...").
+MLGreader* MLGfactoryOpenUnrecognised(const COLstring& path, COLstring& note, COLstring& why);
+
 // Format checkers: the format recognised, or MLGendOfFormats.
 MLGreaderFileFormat MLGhl7CheckFileFormat(const COLstring& path);
 MLGreaderFileFormat MLGhl7BatchCheckFileFormat(const COLstring& path);
@@ -69,3 +96,7 @@ MLGreaderFileFormat MLGx12BatchCheckFileFormat(const COLstring& path);
 
 // The newline types (MLGnewlineCR | MLGnewlineLF | MLGnewlineCRLF) found in the whole file.
 unsigned MLGnewlineTypes(const COLstring& path);
+
+// Lines of the file from `from` to its end that begin with `header`; a line begins at `from`
+// and behind every CR, LF or NUL.  What a reader never got to see, counted.
+uint64_t MLGcountHeaderLines(const COLstring& path, uint64_t from, std::string_view header);

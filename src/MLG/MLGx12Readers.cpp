@@ -46,7 +46,7 @@ COLstring MLGx12InterchangeReader::nextMessage() {
         if (startsWith(line, "SE")) m_State = 2;
         break;
     }
-    if (keep && !isIgnoredX12Segment(line)) appendSegment(message, line);
+    if (keep && !isIgnoredX12Segment(line)) appendSegment(message, line, lineStart);
   }
   if (message.empty()) return COLstring();
   return finishMessage(message);
@@ -77,7 +77,7 @@ COLstring MLGx12BatchReader::nextMessage() {
     } else if (startsWith(line, "SE")) {
       m_State = 0;
     }
-    if (!isIgnoredX12Segment(line)) appendSegment(message, line);
+    if (!isIgnoredX12Segment(line)) appendSegment(message, line, lineStart);
   }
   if (message.empty()) return COLstring();
   return finishMessage(message);

@@ -7,7 +7,8 @@
 //   file... NAME [options] keys starting "file" (but not "file-out"): another input, written as NAME
 //                         beside the log
 //   args                  the tool's arguments, default "--toxml {definition} {log} {tmp}/out/m.xml";
-//                         "{src}" is the repository, "{tmp}" the case's own directory; one run a
+//                         "{src}" is the repository, "{tmp}" the case's own directory, "{logpipe}"
+//                         the log's bytes through a pipe; one run a
 //                         line (an empty section: no arguments), every run but the last must
 //                         succeed, the checks are on the last
 //   edit PATH [options]   the first line a text, the rest its replacement, made in {tmp}/PATH before
@@ -24,6 +25,8 @@
 #include <gtest/gtest.h>
 
 #include <unistd.h>
+
+#include <thread>
 
 #include <filesystem>
 #include <fstream>
@@ -110,6 +113,23 @@ TEST_P(APPdata, ToolRun) {
     std::string Arguments = replaceAll(Lines[Run], "{definition}", Definition);
     Arguments = replaceAll(replaceAll(replaceAll(Arguments, "{log}", (Dir / "log").string()), "{tmp}", Dir.string()),
                            "{src}", MSGBRIDGE_SOURCE_DIR);
+    // The log through a pipe, fed from another thread so that a log larger than the pipe's
+    // buffer does not block.
+    int Pipe[2] = {-1, -1};
+    std::thread Feeder;
+    if (Arguments.find("{logpipe}") != std::string::npos) {
+      ASSERT_EQ(::pipe(Pipe), 0);
+      Arguments = replaceAll(Arguments, "{logpipe}", "/dev/fd/" + std::to_string(Pipe[0]));
+      Feeder = std::thread([&Case, Fd = Pipe[1]] {
+        const std::string& Bytes = Case.text("log");
+        for (size_t Done = 0; Done < Bytes.size();) {
+          const ssize_t Written = ::write(Fd, Bytes.data() + Done, Bytes.size() - Done);
+          if (Written <= 0) break;
+          Done += static_cast<size_t>(Written);
+        }
+        ::close(Fd);
+      });
+    }
     std::vector<std::string> Words{"msgbridge"};
     std::istringstream Split(Arguments);
     for (std::string Word; Split >> Word;) Words.push_back(Word);
@@ -120,6 +140,10 @@ TEST_P(APPdata, ToolRun) {
     Status = APPrunTool(static_cast<int>(Argv.size()), Argv.data(), Stream);
     Stream.flush();
     Output = normalised(Printed.str());
+    if (Feeder.joinable()) {
+      ::close(Pipe[0]);  // a tool that never read the pipe lets the feeder end
+      Feeder.join();
+    }
     if (Run + 1 < Lines.size()) {
       ASSERT_EQ(Status, 0) << Lines[Run] << "\n" << Output;
     }

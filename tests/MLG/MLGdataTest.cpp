@@ -5,13 +5,16 @@
 //   format NAME       the factory's reader to frame with (HL7Standard ... SingleMessage)
 //   log               the bytes; lines are joined with nothing between them, and "\r", "\n",
 //                     "\0" and "\\" stand for CR, LF, NUL and one backslash
-//   expect            the messages, one a line, written as the log; "(empty)" is an empty one
+//   expect            the messages, one a line, written as the log; "(empty)" is an empty one;
+//                     framed by "format" when the case names one
 //   positions         the reader's position after each message
 //   ignore SEG...     segments the reader drops
 //   segment-end T, message-end T, header H   the reader's settings (H only for HL7 formats)
 //   sniff             "CHECKER FORMAT" lines; CHECKER is open, hl7, batch, x12-interchange,
-//                     x12-batch or newlines (then a mask instead of a format); what "open"
-//                     recognises is read and must give the expected messages
+//                     x12-batch, newlines (then a mask instead of a format) or unrecognised
+//                     (what the tool tries when "open" finds nothing; its format, or "Unknown"
+//                     and the reason); what "open" and "unrecognised" open is read and must
+//                     give the expected messages
 //   lines MASK [END]  the log read line by line, with line-end mask and end character (NUL
 //                     when not given): "END POSITION TEXT" for each line, the text as the log
 // Framing and lines are read at several block sizes, with one reader object, so neither the
@@ -49,9 +52,12 @@ std::vector<std::string> lines(const std::string& Text) {
   return Lines;
 }
 
-std::vector<TSTdataCase> casesWith(const char* Key) {
+std::vector<TSTdataCase> casesWith(const char* Key, const char* AlsoKey = nullptr) {
   std::vector<TSTdataCase> Cases = TSTreadDataArea("MLG");
-  Cases.erase(std::remove_if(Cases.begin(), Cases.end(), [Key](const TSTdataCase& Case) { return !Case.has(Key); }),
+  Cases.erase(std::remove_if(Cases.begin(), Cases.end(),
+                             [Key, AlsoKey](const TSTdataCase& Case) {
+                               return !Case.has(Key) || (AlsoKey && !Case.has(AlsoKey));
+                             }),
               Cases.end());
   return Cases;
 }
@@ -132,6 +138,13 @@ TEST_P(MLGsniffing, LogToFormat) {
       if (Reader) {
         EXPECT_EQ(MLGreadAll(*Reader), expected());
       }
+    } else if (Checker == "unrecognised") {
+      COLstring Note, Why;
+      std::unique_ptr<MLGreader> Reader(MLGfactoryOpenUnrecognised(Path, Note, Why));
+      EXPECT_EQ(Reader ? MLGfactoryFormatName(Reader->fileFormat()) : "Unknown " + Why.str(), Expected) << Line;
+      if (Reader) {
+        EXPECT_EQ(MLGreadAll(*Reader), expected());
+      }
     } else {
       MLGreaderFileFormat Format = MLGendOfFormats;
       if (Checker == "hl7") Format = MLGhl7CheckFileFormat(Path);
@@ -172,7 +185,8 @@ TEST_P(MLGlines, LogToLines) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Cases, MLGlines, ::testing::ValuesIn(casesWith("lines")), TSTdataParamName);
-INSTANTIATE_TEST_SUITE_P(Cases, MLGframing, ::testing::ValuesIn(casesWith("expect")), TSTdataParamName);
+// Cases without a format expect what sniffing opens, and are read under "sniff" alone.
+INSTANTIATE_TEST_SUITE_P(Cases, MLGframing, ::testing::ValuesIn(casesWith("expect", "format")), TSTdataParamName);
 INSTANTIATE_TEST_SUITE_P(Cases, MLGsniffing, ::testing::ValuesIn(casesWith("sniff")), TSTdataParamName);
 
 }  // namespace

@@ -1,0 +1,101 @@
+#include "APPlogReport.h"
+
+#include <string>
+
+#include "COLerror.h"
+
+APPlogReport::APPlogReport(COLostream& out, const MLGreader& reader, const COLstring& logPath, bool active)
+    : m_Out(out), m_Reader(reader), m_Path(logPath), m_Active(active) {}
+
+COLstring APPlogReport::place(uint64_t offset) {
+  if (!m_Lines) m_Lines = std::make_unique<MLGlineCounter>(m_Path);
+  return COLstring("offset " + std::to_string(offset) + " (line " + std::to_string(m_Lines->lineAt(offset)) + ")");
+}
+
+void APPlogReport::afterMessage(unsigned number, bool empty) {
+  if (!m_Active) return;
+  const MLGmessageNotes& notes = m_Reader.lastMessageNotes();
+  const std::string name = "message " + std::to_string(number);
+  const char* format = MLGfactoryFormatName(m_Reader.fileFormat());
+  if (!notes.DroppedHeaders.empty()) {
+    const size_t count = notes.DroppedHeaders.size();
+    m_Out << "\nWarning: " << COLstring(std::to_string(count)) << (count == 1 ? " 'MSH' segment" : " 'MSH' segments")
+          << " before the end of " << COLstring(name) << (count == 1 ? ", at " : ", the first at ")
+          << place(notes.DroppedHeaders.front())
+          << ", stood outside a batch (FHS ... BHS) and " << (count == 1 ? "was" : "were") << " dropped under "
+          << format << "." << newline;
+    ++m_Warnings;
+    m_HeadersLost += count;
+  }
+  if (!notes.InnerHeaders.empty()) {
+    const size_t count = notes.InnerHeaders.size();
+    m_Out << "\nWarning: " << COLstring(name) << ", at " << place(notes.Start) << ", holds "
+          << COLstring(std::to_string(count)) << (count == 1 ? " more 'MSH' segment" : " more 'MSH' segments")
+          << (count == 1 ? ", at " : ", the first at ") << place(notes.InnerHeaders.front()) << ": under " << format
+          << " a message starts only at an 'MSH' line behind " << notes.HeaderBreak << ", so "
+          << (count == 1 ? "it was" : "they were") << " read into " << COLstring(name)
+          << (count == 1 ? ", not as a message of its own." : ", not as messages of their own.") << " A line end of the log may be missing or damaged." << newline;
+    ++m_Warnings;
+    m_HeadersLost += count;
+  }
+  if (empty) {
+    m_Out << "\nWarning: " << COLstring(name) << ", at " << place(notes.Start)
+          << ", is empty: the log holds nothing but line ends or framing lines there." << newline;
+    ++m_Warnings;
+  }
+  if (notes.Unterminated) {
+    m_Out << "\nWarning: the log ends inside " << COLstring(name) << ", at " << place(notes.Start)
+          << ": its last line has no line end, so the message may be cut short." << newline;
+    ++m_Warnings;
+  }
+}
+
+void APPlogReport::warnCut() {
+  uint64_t at = 0;
+  if (m_CutReported || !m_Reader.inputCutAt(at)) return;
+  m_CutReported = true;
+  const uint64_t headers = MLGcountHeaderLines(m_Path, at + 1, "MSH");
+  m_Out << "\nWarning: a NUL byte at " << place(at) << " ends the log: what follows it was not read, "
+        << COLstring(std::to_string(headers)) << (headers == 1 ? " 'MSH' segment" : " 'MSH' segments")
+        << " among it." << newline;
+  ++m_Warnings;
+  m_HeadersLost += headers;
+}
+
+void APPlogReport::afterLastMessage() {
+  if (m_Active) warnCut();
+}
+
+bool APPlogReport::summary() {
+  if (!m_Warnings) return false;
+  m_Out << "\nWarnings: " << COLstring(std::to_string(m_Warnings));
+  if (m_HeadersLost)
+    m_Out << " (" << COLstring(std::to_string(m_HeadersLost))
+          << (m_HeadersLost == 1 ? " 'MSH' segment" : " 'MSH' segments") << " of the log not read as messages)";
+  return true;
+}
+
+void APPlogReport::failed(unsigned number) noexcept {
+  if (!m_Active) return;
+  try {
+    const MLGmessageNotes& notes = m_Reader.lastMessageNotes();
+    m_Out << "\nMessage " << COLstring(std::to_string(number)) << " of the log, at " << place(notes.Start)
+          << ", failed; ";
+    uint64_t cut = 0;
+    const uint64_t behind = m_Reader.inputCutAt(cut) ? 0 : MLGcountHeaderLines(m_Path, m_Reader.position(), "MSH");
+    if (behind)
+      m_Out << "the run stops there, leaving " << COLstring(std::to_string(behind))
+            << (behind == 1 ? " 'MSH' segment" : " 'MSH' segments") << " behind it unread.";
+    else
+      m_Out << "no 'MSH' segment follows it.";
+    m_Out << newline;
+    if (notes.ByteOrderMark)
+      m_Out << "It starts with a UTF-8 byte order mark (EF BB BF), which is no part of a message: remove it, or "
+               "leave out --forceformat so that the tool skips it."
+            << newline;
+    warnCut();
+    m_Out << flush;
+  } catch (...) {
+    // The failure being reported is what matters; a place that cannot be found is left out.
+  }
+}

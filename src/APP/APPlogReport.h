@@ -1,0 +1,62 @@
+// What the tool tells about the log besides its messages: where each message stands (number,
+// byte offset, line), the header segments that did not come out as messages of their own,
+// the end of the input, and a summary.  Warnings make the run's exit status 1.
+#pragma once
+
+#include <cstdint>
+#include <exception>
+#include <memory>
+
+#include "COLostream.h"
+#include "COLstring.h"
+#include "MLGlogInput.h"
+#include "MLGreader.h"
+
+class APPlogReport {
+public:
+  // `logPath` is the file the reader reads; an inactive report (numbered XML files) says nothing.
+  APPlogReport(COLostream& out, const MLGreader& reader, const COLstring& logPath, bool active);
+
+  // After nextMessage handed out message `number`: warnings about it.
+  void afterMessage(unsigned number, bool empty);
+
+  // Names the message being worked on if a failure unwinds through it.
+  class Guard {
+  public:
+    Guard(APPlogReport& report, unsigned number)
+        : m_Report(report), m_Number(number), m_Exceptions(std::uncaught_exceptions()) {}
+    ~Guard() {
+      if (!m_Done && std::uncaught_exceptions() > m_Exceptions) m_Report.failed(m_Number);
+    }
+    // The message went through; what fails after this is not its fault.
+    void done() { m_Done = true; }
+    Guard(const Guard&) = delete;
+    Guard& operator=(const Guard&) = delete;
+
+  private:
+    APPlogReport& m_Report;
+    unsigned m_Number;
+    int m_Exceptions;
+    bool m_Done = false;
+  };
+
+  // After the last message, before the statistics: a warning if the input was cut short.
+  void afterLastMessage();
+  // After the statistics: the count of warnings and of header segments not read as
+  // messages.  True when there was anything to warn about.
+  bool summary();
+
+private:
+  void failed(unsigned number) noexcept;
+  COLstring place(uint64_t offset);
+  void warnCut();
+
+  COLostream& m_Out;
+  const MLGreader& m_Reader;
+  COLstring m_Path;
+  bool m_Active;
+  std::unique_ptr<MLGlineCounter> m_Lines;
+  unsigned m_Warnings = 0;
+  uint64_t m_HeadersLost = 0;
+  bool m_CutReported = false;
+};
