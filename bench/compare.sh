@@ -1,36 +1,60 @@
 #!/usr/bin/env bash
-# Side by side: msgbridge against other HL7 v2 parsers on one generated log, one table.
+# Side by side: msgbridge against other HL7 v2 parsers, one table per log, then the thread
+# scaling, the heap allocations per message and the speed targets.
 # Not part of CI: it installs npm packages into a throwaway directory and takes minutes.
-#   bench/compare.sh [MESSAGES, default 100000]
+#   bench/compare.sh [MESSAGES, default 20000] >results.md
 # Environment: BUILD (build tree, default build), KEEP=1 keeps the work directory.
-# The peers only tokenise (parse, then read PID-3 and PID-5); msgbridge identifies the
-# message, validates every segment and field, fills the tables and writes XML.
+# Two logs of MESSAGES distinct messages each (bench/make_log.py):
+#   - the first ADT^A01 of examples/messages.hl7, varied, under definitions/hl7v2.5.1.vmd;
+#   - the ADT and ORU shapes of examples/messages.hl7 under examples/adt_oru.vmd.
+# The peers parse each message, read MSH-9, PID-3 and PID-5 and write the message back to text;
+# msgbridge identifies each message, parses it against its grammar, validates every segment
+# and field, fills the tables and writes XML.  The tables go to standard output as markdown,
+# progress to standard error.
 set -euo pipefail
 repo=$(cd "$(dirname "$0")/.." && pwd)
-count=${1:-100000}
+count=${1:-20000}
 build=${BUILD:-$repo/build}
-vmd="$repo/examples/adt_oru.vmd"
 work=$(mktemp -d "${TMPDIR:-/tmp}/msgbridge-compare.XXXXXX")
 [ "${KEEP:-0}" = 1 ] || trap 'rm -rf "$work"' EXIT
 
 if [ ! -x /usr/bin/time ]; then echo "compare: /usr/bin/time is missing (Debian package time)" >&2; exit 1; fi
 [ -f "$build/CMakeCache.txt" ] || cmake -S "$repo" -B "$build" -G Ninja >/dev/null
-cmake --build "$build" -j 2 --target msgbridge bench_c_host >/dev/null
+cmake --build "$build" -j 2 --target msgbridge bench_c_host bench_threads bench_allocations bench_create_files >/dev/null
 tool="$build/msgbridge"
+benches="$build/bench"
 
-log="$work/log.hl7"
-python3 "$repo/bench/make_log.py" "$count" "$log"
-bytes=$(stat -c %s "$log")
-echo "compare: $count messages, $bytes bytes, on $(nproc) cores of $(grep -m1 'model name' /proc/cpuinfo | cut -d: -f2- | sed 's/^ *//')" >&2
+# The one-message source of the ADT log: the first ADT^A01 of the example log, in its framing.
+python3 - "$repo/examples/messages.hl7" "$work/a01.hl7" <<'EOF'
+import sys
+data = open(sys.argv[1], "rb").read()
+messages = [m for m in data.split(b"\r\r\n") if m.startswith(b"MSH")]
+a01 = [m for m in messages if b"ADT^A01" in m.split(b"\r")[0]]
+open(sys.argv[2], "wb").write(a01[0] + b"\r\r\n")
+EOF
+python3 "$repo/bench/make_log.py" "$count" "$work/adt.hl7" "$work/a01.hl7"
+python3 "$repo/bench/make_log.py" "$count" "$work/mixed.hl7"
 
-rows=()
-# run NAME WORK KIND COMMAND...: KIND "wall" takes the process's wall time, "loop" takes the
-# "messages seconds" line the command prints for its own parse loop, "tool" the rate msgbridge
-# prints for its message loop, "net" the wall time less start-up.  Loop rates leave out
-# start-up and loading, as for every peer.
+have_python_hl7=0
+/usr/bin/python3 -c "import hl7" 2>/dev/null && have_python_hl7=1 ||
+  echo "compare: python3-hl7 is not installed (apt-get install python3-hl7): skipped" >&2
+have_npm=0
+if command -v npm >/dev/null && npm install --prefix "$work/npm" --no-audit --no-fund --silent \
+     hl7parser @medplum/core >/dev/null 2>&1; then
+  have_npm=1
+else
+  echo "compare: npm or the registry is not available: the Node peers are skipped" >&2
+fi
+
+# run NAME ROLE WORK KIND COMMAND...: one row of the current table.  ROLE marks the rows the
+# ratios and targets use (peer, library, toxml, counting, other).  KIND "wall" takes the
+# process's wall time, "loop" the "messages seconds" line the command prints for its own loop,
+# "tool" the rate msgbridge prints for its message loop, "net" the wall time less start-up.
+# Loop rates leave out start-up and loading, as for every peer.  A failing command is reported
+# and leaves no row.
 run() {
-  local name=$1 work_done=$2 kind=$3
-  shift 3
+  local name=$1 role=$2 work_done=$3 kind=$4
+  shift 4
   echo "compare: $name" >&2
   if ! /usr/bin/time -f "%e %M" -o "$work/time" "$@" >"$work/out" 2>"$work/err"; then
     echo "compare: $name failed:" >&2
@@ -51,56 +75,156 @@ run() {
     [ -z "$rate" ] || seconds=$(awk -v n="$messages" -v r="$rate" 'BEGIN { printf "%.6f", n / r }')
   fi
   [ "$messages" = "${expected:-$count}" ] || { echo "compare: $name saw $messages messages" >&2; return 0; }
-  rows+=("$name|$work_done|$seconds|$rss|$messages")
+  rows+=("$name|$role|$work_done|$seconds|$rss|$messages")
 }
 
-run "cat (floor)" "reads the file" wall sh -c "cat '$log' >/dev/null"
-head -c 4096 "$log" | awk 'BEGIN { RS = ORS = "\r\n" } NR == 1' >"$work/one.hl7"
-/usr/bin/time -f "%e" -o "$work/time1" "$tool" "$vmd" "$work/one.hl7" "$work/one.out" >/dev/null
-baseline=$(cat "$work/time1")
-# Framing the log takes less time than loading the definition: count over 12 copies of it.
-for _ in 1 2 3 4 5 6 7 8 9 10 11 12; do cat "$log"; done >"$work/copies.hl7"
-expected=$((count * 12))
-run "msgbridge counting" "frames messages (12 copies)" net "$tool" "$vmd" "$work/copies.hl7" "$work/count.out"
-expected=""
-rm -f "$work/copies.hl7"
-run "msgbridge --toxml" "identify, validate, tables, 1 XML file each" tool \
-  "$tool" --toxml "$vmd" "$log" "$work/xml/m.xml"
-run "msgbridge --fromxml" "XML files to tables to messages" tool \
-  "$tool" --fromxml "$vmd" "$work/xml/m.xml" "$work/back.hl7"
-rm -rf "$work/xml"
-run "msgbridge library (C host)" "identify, validate, tables, XML in memory" loop \
-  "$build/bench/bench_c_host" "$vmd" "$log"
+# table TITLE LOG BYTES: the markdown table of the rows; its ratios are to the fastest peer.
+# Leaves "library toxml peer peer_name" of the table in $work/rates for the targets.
+table() {
+  printf '%s\n' "${rows[@]}" | awk -F'|' -v title="$1" -v count="$count" -v bytes="$2" -v rates="$work/rates" '
+    { name[NR] = $1; role[NR] = $2; work[NR] = $3; rate[NR] = $6 / ($4 > 0 ? $4 : 0.001); rss[NR] = $5 / 1024
+      if (role[NR] == "peer" && rate[NR] > peer) { peer = rate[NR]; peername = name[NR] }
+      if (role[NR] == "library") lib = rate[NR]
+      if (role[NR] == "toxml") toxml = rate[NR] }
+    END {
+      printf "#### %s: %d messages, %.1f MB\n\n", title, count, bytes / 1e6
+      printf "| %-34s | %-48s | %10s | %8s | %9s | %12s |\n", "Tool", "Work", "messages/s", "MB/s", "peak RSS", "vs fastest peer"
+      printf "|%s|%s|%s|%s|%s|%s|\n", "------------------------------------", "--------------------------------------------------", "-----------:", "---------:", "----------:", "----------------:"
+      for (i = 1; i <= NR; ++i)
+        printf "| %-34s | %-48s | %10.0f | %8.1f | %6.1f MB | %15s |\n", name[i], work[i], rate[i],
+          rate[i] * bytes / count / 1e6, rss[i], peer ? sprintf("%.2f", rate[i] / peer) : "-"
+      print ""
+      if (peer) printf "Fastest peer: %s.\n\n", peername
+      printf "%s %s %s %s\n", lib + 0, toxml + 0, peer + 0, peername > rates
+    }'
+}
 
-if /usr/bin/python3 -c "import hl7" 2>/dev/null; then
-  run "python-hl7" "tokenise, read PID-3/5" loop /usr/bin/python3 "$repo/bench/peer_python_hl7.py" "$log"
-else
-  echo "compare: python3-hl7 is not installed (apt-get install python3-hl7): skipped" >&2
-fi
-if command -v npm >/dev/null && npm install --prefix "$work/npm" --no-audit --no-fund --silent \
-     @medplum/core hl7-standard >/dev/null 2>&1; then
-  run "node @medplum/core" "tokenise, read PID-3/5" loop node "$repo/bench/peer_node.js" medplum "$log" "$work/npm"
-  run "node hl7-standard" "tokenise, read PID-3/5" loop node "$repo/bench/peer_node.js" hl7-standard "$log" "$work/npm"
-else
-  echo "compare: npm or the registry is not available: the Node peers are skipped" >&2
-fi
+# measure TITLE LOG DEFINITION: every row of one log, its table, and its rates for the targets.
+measure() {
+  local title=$1 log=$2 vmd=$3 bytes
+  bytes=$(stat -c %s "$log")
+  echo "compare: $title ($count messages, $bytes bytes)" >&2
+  rows=()
+  head -c 4096 "$log" | awk 'BEGIN { RS = ORS = "\r\n" } NR == 1' >"$work/one.hl7"
+  /usr/bin/time -f "%e" -o "$work/time1" "$tool" "$vmd" "$work/one.hl7" "$work/one.out" >/dev/null
+  baseline=$(cat "$work/time1")
+  # Framing the log takes less time than loading the definition: count over 12 copies of it.
+  # Reading one copy is below the resolution of the wall time: cat reads the 12 as well.
+  for _ in 1 2 3 4 5 6 7 8 9 10 11 12; do cat "$log"; done >"$work/copies.hl7"
+  expected=$((count * 12))
+  run "cat (floor)" other "reads the file (12 copies)" wall sh -c "cat '$work/copies.hl7' >/dev/null"
+  run "msgbridge counting" counting "frames messages (12 copies)" net "$tool" "$vmd" "$work/copies.hl7" "$work/count.out"
+  expected=""
+  rm -f "$work/copies.hl7"
+  run "msgbridge library (C host)" library "identify, validate, tables, XML in memory" loop \
+    "$benches/bench_c_host" "$vmd" "$log"
+  run "msgbridge --toxml" toxml "identify, validate, tables, 1 XML file each" tool \
+    "$tool" --toxml "$vmd" "$log" "$work/xml/m.xml"
+  rm -rf "$work/xml" "$work/floor"
+  run "1 empty file per message (C)" other "the file system alone: floor under --toxml" loop \
+    "$benches/bench_create_files" "$work/floor" "$count"
+  rm -rf "$work/floor"
+  if [ "$have_npm" = 1 ]; then
+    run "node hl7parser" peer "parse, read MSH-9, PID-3, PID-5, write back" loop \
+      node "$repo/bench/peer_node.js" hl7parser "$log" "$work/npm"
+    run "node @medplum/core" peer "parse, read MSH-9, PID-3, PID-5, write back" loop \
+      node "$repo/bench/peer_node.js" medplum "$log" "$work/npm"
+  fi
+  if [ "$have_python_hl7" = 1 ]; then
+    run "python-hl7" peer "parse, read MSH-9, PID-3, PID-5, write back" loop \
+      /usr/bin/python3 "$repo/bench/peer_python_hl7.py" "$log"
+  fi
+  table "$title" "$bytes"
+}
 
-printf '%s\n' "${rows[@]}" | awk -F'|' -v count="$count" -v bytes="$bytes" '
-  { name[NR] = $1; work[NR] = $2; rate[NR] = $5 / ($3 > 0 ? $3 : 0.001); rss[NR] = $4 / 1024
-    if ($1 ~ /^(python|node)/ && rate[NR] > peer) peer = rate[NR]
-    if ($1 ~ /library/) lib = rate[NR]
-    if ($1 ~ /toxml/) toxml = rate[NR]
-    if ($1 ~ /counting/) counting = rate[NR] * bytes / count / 1e6 }
-  END {
-    printf "| %-28s | %-44s | %12s | %8s | %9s | %8s | %8s |\n", "Tool", "Work", "messages/s", "MB/s", "peak RSS", "vs lib", "vs peer"
-    printf "|%s|%s|%s|%s|%s|%s|%s|\n", "------------------------------", "----------------------------------------------", "-------------:", "---------:", "----------:", "---------:", "---------:"
-    for (i = 1; i <= NR; ++i)
-      printf "| %-28s | %-44s | %12.0f | %8.1f | %6.1f MB | %8s | %8s |\n", name[i], work[i], rate[i],
-        rate[i] * bytes / count / 1e6, rss[i], lib ? sprintf("%.2f", rate[i] / lib) : "-",
-        peer ? sprintf("%.2f", rate[i] / peer) : "-"
-    print ""
-    print "vs lib: messages/s over the msgbridge library run; vs peer: over the fastest peer."
-    if (peer && lib) printf "Goal library >= 10 x fastest peer: %.1f x\n", lib / peer
-    if (peer && toxml) printf "Goal --toxml >= 2 x fastest peer: %.1f x\n", toxml / peer
-    if (counting) printf "Goal counting >= 500 MB/s: %.0f MB/s\n", counting
-  }'
+# extra NAME COMMAND...: the output of one of the benchmark programs, or nothing if it failed.
+extra() {
+  local name=$1
+  shift
+  echo "compare: $name" >&2
+  if ! "$@" >"$work/extra" 2>"$work/err"; then
+    echo "compare: $name failed:" >&2
+    tail -5 "$work/err" >&2
+    : >"$work/extra"
+  fi
+}
+
+cores=$(nproc)
+cpu=$(grep -m1 'model name' /proc/cpuinfo | cut -d: -f2- | sed 's/^ *//')
+load=$(cut -d' ' -f1 /proc/loadavg)
+printf 'Machine: %s cores, %s; load average %s at the start.\n\n' "$cores" "$cpu" "$load"
+
+std="$repo/definitions/hl7v2.5.1.vmd"
+example="$repo/examples/adt_oru.vmd"
+measure "ADT^A01 log under definitions/hl7v2.5.1.vmd" "$work/adt.hl7" "$std"
+read -r std_lib std_toxml std_peer std_peer_name <"$work/rates"
+measure "Mixed ADT/ORU log under examples/adt_oru.vmd" "$work/mixed.hl7" "$example"
+read -r ex_lib ex_toxml ex_peer ex_peer_name <"$work/rates"
+
+# The example definition's ADT alone, through the library: the target is per message.
+extra "library, ADT log under examples/adt_oru.vmd" "$benches/bench_c_host" "$example" "$work/adt.hl7"
+read -r adt_messages adt_seconds _ <"$work/extra" || true
+
+printf '#### Threads: the whole road to table XML in memory, one loaded engine, a parse context per thread\n\n'
+printf '| %-44s | %12s | %12s | %9s | %14s | %14s | %11s |\n' "Log" "1 thread m/s" "2 threads m/s" "scaling" "CPU µs/msg (1)" "CPU µs/msg (2)" "CPU scaling"
+printf '|%s|%s|%s|%s|%s|%s|%s|\n' "----------------------------------------------" "-------------:" "--------------:" "----------:" "---------------:" "---------------:" "------------:"
+threads_row() {
+  extra "threads, $1" "$benches/bench_threads" "$2" "$3"
+  awk -v logname="$1" '
+    $1 == "threads" { rate[$2] = $8; cpu[$2] = $10 }
+    $1 == "scaling" { scaling = $2; cpuscaling = $4 }
+    $1 == "revision_changes" { revisions = $2 }
+    END {
+      if (scaling == "") { printf "| %-44s | %12s | %13s | %9s | %14s | %14s | %11s |\n", logname, "failed", "-", "-", "-", "-", "-"; exit }
+      printf "| %-44s | %12.0f | %13.0f | %8.2f× | %14.2f | %14.2f | %10.2f× |\n", logname, rate[1], rate[2], scaling, cpu[1], cpu[2], cpuscaling
+      if (revisions) printf "\nThe definitions changed %d times while parsing: each change rebuilds the identification index.\n", revisions
+    }' "$work/extra"
+}
+threads_row "ADT^A01 log, hl7v2.5.1.vmd" "$std" "$work/adt.hl7"
+std_scaling=$(awk '$1 == "scaling" { print $2 }' "$work/extra")
+threads_row "Mixed log, adt_oru.vmd" "$example" "$work/mixed.hl7"
+ex_scaling=$(awk '$1 == "scaling" { print $2 }' "$work/extra")
+printf '\nScaling is 2-thread over 1-thread messages/s by the wall clock (needs two idle cores); CPU scaling is\n'
+printf 'what two idle cores would give from CPU time per message, below 2× only when the threads slow each other.\n\n'
+
+printf '#### Heap allocations per message, whole road to table XML, after 500 warming messages\n\n'
+printf '| %-44s | %12s | %-50s |\n' "Log" "allocations" "by message type"
+printf '|%s|%s|%s|\n' "----------------------------------------------" "-------------:" "----------------------------------------------------"
+allocations_row() {
+  extra "allocations, $1" "$benches/bench_allocations" "$2" "$3"
+  awk -v logname="$1" '
+    $1 == "messages" { total = $8 }
+    $1 == "type" { types = types (types ? ", " : "") $2 " " $6 }
+    END { printf "| %-44s | %12s | %-50s |\n", logname, total == "" ? "failed" : total, types }' "$work/extra"
+}
+allocations_row "ADT^A01 log, hl7v2.5.1.vmd" "$std" "$work/adt.hl7"
+std_allocations=$(awk '$1 == "messages" { print $8 }' "$work/extra")
+allocations_row "Mixed log, adt_oru.vmd" "$example" "$work/mixed.hl7"
+ex_allocations=$(awk '$1 == "messages" { print $8 }' "$work/extra")
+echo
+
+# target TEXT MEASURED MET: one line of the targets block; MET is 1, 0 or empty (not measured).
+target() {
+  local verdict="not measured"
+  [ -z "$3" ] || { [ "$3" = 1 ] && verdict="met" || verdict="not met"; }
+  printf -- '- %s: %s (%s)\n' "$1" "$2" "$verdict"
+}
+ratio() { awk -v a="$1" -v b="$2" 'BEGIN { if (a > 0 && b > 0) printf "%.2f", a / b }'; }
+atleast() { awk -v a="$1" -v b="$2" 'BEGIN { if (a != "") print (a >= b ? 1 : 0) }'; }
+
+printf '#### Targets\n\n'
+lib_ratio=$(ratio "$std_lib" "$std_peer")
+target "library >= 2× the fastest peer (${std_peer_name:-none}) on the 2.5.1 ADT log" \
+  "${lib_ratio:-?}× (mixed log: $(ratio "$ex_lib" "$ex_peer")× ${ex_peer_name:-})" "$(atleast "$lib_ratio" 2)"
+adt_us=$(awk -v n="${adt_messages:-0}" -v s="${adt_seconds:-0}" 'BEGIN { if (n > 0) printf "%.2f", s / n * 1e6 }')
+target "example ADT <= 3 µs/message (library, ADT log under adt_oru.vmd)" "${adt_us:-?} µs" \
+  "$(awk -v a="$adt_us" 'BEGIN { if (a != "") print (a <= 3 ? 1 : 0) }')"
+toxml_ratio=$(ratio "$std_toxml" "$std_peer")
+target "--toxml >= 1× the fastest peer on the 2.5.1 ADT log" \
+  "${toxml_ratio:-?}× (mixed log: $(ratio "$ex_toxml" "$ex_peer")×)" "$(atleast "$toxml_ratio" 1)"
+target "2 threads >= 1.8× one thread (wall clock)" \
+  "${std_scaling:-?}× on the 2.5.1 ADT log, ${ex_scaling:-?}× on the mixed log" \
+  "$(awk -v a="$std_scaling" -v b="$ex_scaling" 'BEGIN { if (a != "" && b != "") print (a >= 1.8 && b >= 1.8 ? 1 : 0) }')"
+target "heap allocations per message 0" \
+  "${std_allocations:-?} on the 2.5.1 ADT log, ${ex_allocations:-?} on the mixed log" \
+  "$(awk -v a="$std_allocations" -v b="$ex_allocations" 'BEGIN { if (a != "" && b != "") print (a == 0 && b == 0 ? 1 : 0) }')"

@@ -1,6 +1,7 @@
-// A peer for compare.sh: parses every message of a log with one npm HL7 v2 parser and reads
-// PID-3 and PID-5, the way a user of that parser would.  Prints "messages seconds" for the
-// parse loop alone.  Usage: node peer_node.js medplum|hl7-standard LOG [MODULE_DIR]
+// A peer for compare.sh: parses every message of a log with one npm HL7 v2 parser, reads
+// MSH-9, PID-3 and PID-5 and writes the message back to text, the way a user of that parser
+// would.  Prints "messages seconds" for the parse loop alone.
+// Usage: node peer_node.js hl7parser|medplum|hl7-standard LOG [MODULE_DIR]
 'use strict';
 const fs = require('fs');
 const path = require('path');
@@ -8,12 +9,26 @@ const path = require('path');
 const [kind, logPath, moduleDir] = process.argv.slice(2);
 const load = (name) => require(moduleDir ? path.join(moduleDir, 'node_modules', name) : name);
 
+// Each returns true when the three fields were there and the message came back as text.
 const parsers = {
+  hl7parser() {
+    const hl7parser = load('hl7parser');
+    return (text) => {
+      const message = hl7parser.create(text);
+      const read = message.get('MSH.9').toString().length + message.get('PID.3').toString().length +
+                   message.get('PID.5').toString().length;
+      return read > 0 && message.toRaw().length > 0;
+    };
+  },
   medplum() {
     const { Hl7Message } = load('@medplum/core');
     return (text) => {
-      const pid = Hl7Message.parse(text).getSegment('PID');
-      return (pid.getField(3).toString().length + pid.getField(5).toString().length) > 0;
+      const message = Hl7Message.parse(text);
+      const pid = message.getSegment('PID');
+      // MSH counts its field separator as field 1, so the message type is field 9 here as well.
+      const read = message.getSegment('MSH').getField(9).toString().length + pid.getField(3).toString().length +
+                   pid.getField(5).toString().length;
+      return read > 0 && message.toString().length > 0;
     };
   },
   'hl7-standard'() {
@@ -21,7 +36,9 @@ const parsers = {
     return (text) => {
       const message = new HL7(text);
       message.transform();
-      return (String(message.get('PID.3')).length + String(message.get('PID.5')).length) > 0;
+      const read = String(message.get('MSH.9')).length + String(message.get('PID.3')).length +
+                   String(message.get('PID.5')).length;
+      return read > 0 && message.build().length > 0;
     };
   },
 };
@@ -33,7 +50,7 @@ let seen = 0;
 for (const message of messages) if (parse(message)) ++seen;
 const seconds = Number(process.hrtime.bigint() - start) / 1e9;
 if (seen !== messages.length) {
-  console.error(`only ${seen} of ${messages.length} messages gave PID-3 and PID-5`);
+  console.error(`only ${seen} of ${messages.length} messages gave MSH-9, PID-3, PID-5 and their text`);
   process.exit(1);
 }
 console.log(`${messages.length} ${seconds.toFixed(6)}`);
