@@ -120,13 +120,15 @@ const char* QVJhl7ToXml(QVJparseContext& Context, const char* Message) {
     Shared.initParser();
     Shared.setLastFlatWire(Message);
     QVMconfig& Config = Engine.config();
-    std::unique_ptr<QVMxmlHl7Converter> Converter = QVMxmlHl7Converter::getConverter(Config.xmlTranslationType());
-    Converter->setConfig(&Config);
+    QVMxmlHl7Converter* Converter = &Context.converter(Config.xmlTranslationType());
     COLstring Xml;
     if (Converter->isStandard() && Converter->isTable()) {
       QVMtableInternal Table;
       unsigned MessageIndex = 0;
       QVJengineInternalParseMessage(Context, Message, MessageIndex, Table);
+      // Asked again: a script of the parse may have used this context with another dialect.
+      Converter = &Context.converter(Config.xmlTranslationType());
+      Converter->setConfig(&Config);
       Converter->outputTableInXml(Xml, Table);
     } else {
       throw COLerror(COLstring("The XML dialect '") + Converter->name() +

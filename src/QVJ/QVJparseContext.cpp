@@ -1,10 +1,13 @@
 #include "QVJparseContext.h"
 
 #include "QVMengineInternal.h"
+#include "QVMxmlHl7Converter.h"
 
 struct QVJparseContext::Private {
   COLreferencePtr<SGMsegmentList> segmentList{new SGMsegmentList};
   QVPparseContext context;
+  COLstring converterName;
+  std::unique_ptr<QVMxmlHl7Converter> converter;
   explicit Private(QVMengineInternal* Schema) : context(Schema) {}
 };
 
@@ -12,6 +15,15 @@ QVJparseContext::QVJparseContext(QVMengineInternal* Schema) : pMember(std::make_
 QVJparseContext::~QVJparseContext() = default;
 COLreferencePtr<SGMsegmentList> QVJparseContext::currentSegmentList() const { return pMember->segmentList; }
 QVPparseContext& QVJparseContext::qvpParseContext() { return pMember->context; }
+
+QVMxmlHl7Converter& QVJparseContext::converter(const COLstring& Name) {
+  if (!pMember->converter || pMember->converterName != Name) {
+    pMember->converter.reset();
+    pMember->converter = QVMxmlHl7Converter::getConverter(Name);
+    pMember->converterName = Name;
+  }
+  return *pMember->converter;
+}
 
 QVFengine::QVFengine() : m_Schema(new QVMengineInternal), m_Context(std::make_unique<QVJparseContext>(m_Schema.get())) {}
 QVFengine::~QVFengine() = default;

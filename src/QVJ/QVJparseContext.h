@@ -11,6 +11,7 @@
 #include "SGMsegmentList.h"
 
 class QVMengineInternal;
+class QVMxmlHl7Converter;
 
 class QVJparseContext {
 public:
@@ -22,6 +23,8 @@ public:
   // Made once and refilled by every tokenisation.
   COLreferencePtr<SGMsegmentList> currentSegmentList() const;
   QVPparseContext& qvpParseContext();
+  // The converter of the dialect `Name`, kept from message to message while the dialect stays.
+  QVMxmlHl7Converter& converter(const COLstring& Name);
 
 private:
   struct Private;

@@ -194,13 +194,11 @@ void SGCmapFillTable(SGCparsed* Parsed, QVMtableGrammarInternal* Grammar, QVMtab
   const unsigned Columns = SGCcolumnCount(Grammar, Table);
   for (unsigned Column = 0; Column < Columns && Column < MapSet->countOfMap(); ++Column) {
     const QVMmessageNodeAddress& Address = MapSet->map(Column).nodeAddress();
-    const SGMvalue* Value = nullptr;
-    SGCmapValueType Type;
-    if (Address.depth() != 0) {
-      Value = SGCmapValueFromParsed(Parsed, Address, 0);
-      Type = SGCtypeFromRule(Parsed->rule(), Address);
-    }
-    SGCmapSetCell(Table, Column, Row, Value, Type);
+    if (Address.depth() == 0) continue;
+    // The row is new, so its cells are null already: only a value found needs its type.
+    const SGMvalue* Value = SGCmapValueFromParsed(Parsed, Address, 0);
+    if (!Value) continue;
+    SGCmapSetCell(Table, Column, Row, Value, SGCtypeFromRule(Parsed->rule(), Address));
   }
 }
 
@@ -214,13 +212,10 @@ void SGCmapFillTableAtField(SGCparsedSegment* Parsed, unsigned Field, unsigned R
       Segment && Field < Segment->countOfField() ? Segment->fieldType(Field) : nullptr;
   for (unsigned Column = 0; Column < Columns && Column < MapSet->countOfMap(); ++Column) {
     const QVMmessageNodeAddress& Address = MapSet->map(Column).nodeAddress();
-    const SGMvalue* Value = nullptr;
-    SGCmapValueType Type;
-    if (Address.depth() != 0) {
-      Value = SGCmapValueFromField(RawField, Address, 0);
-      Type = SGCtypeFromComposite(Composite, Address, 0);
-    }
-    SGCmapSetCell(Table, Column, Row, Value, Type);
+    if (Address.depth() == 0) continue;
+    const SGMvalue* Value = SGCmapValueFromField(RawField, Address, 0);
+    if (!Value) continue;
+    SGCmapSetCell(Table, Column, Row, Value, SGCtypeFromComposite(Composite, Address, 0));
   }
 }
 
