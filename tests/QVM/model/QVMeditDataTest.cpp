@@ -1,0 +1,375 @@
+// Model edits as data: every case of tests/data/QVM/edit/*.test starts from an empty engine
+// and runs its `--- steps`, one edit or query a line.  A step may end in "-> ANSWER": what the
+// query gives, or "error: TEXT" for the error it raises; a step without one must not fail.
+// `--- steps for segment composite ...` runs the steps once per kind, "$" standing for it.
+// Words are split at blanks; "\xHH" is a byte and "" the empty word.
+//
+//   config add|use|delete I|copy|assign I J, config current|count|name I|position I -> ...
+//   KIND add NAME|rename I NAME|find NAME|remove I|delete I|assign I J|copy I NAME|count
+//        (KIND: segment composite enumeration datetime message table; copy renames a copy)
+//   composite fields I N, composite set I F TYPE (string integer double, or KIND:NAME),
+//   composite show I -> "type>ref" per field;  segment fields I N, segment set I F COMPOSITE,
+//   segment show I -> composite names, "-" for none
+//   message unique NAME, message next I, message insert M PATH segment|group NAME,
+//   message tree M, message path M PATH  (PATH: child indexes "1/0", "/" the root)
+//   order, postload, ignore [I], matchesall, ack C [I]
+//   table column T add NAME TYPE [AT]|remove I|move I J|byid ID|unique I NAME, table columns T,
+//   table mapset T add|copy S|remove S|clear|name S NAME, table map T S K PATH, table maps T [C] (a set whose table is not T shows "?:")
+#include <gtest/gtest.h>
+
+#include <optional>
+#include <sstream>
+#include <vector>
+
+#include "COLerror.h"
+#include "QVMengineInternal.h"
+
+#include "../../support/TSTdataFile.h"
+
+namespace {
+
+constexpr uint32_t npos = 0xFFFFFFFF;
+
+std::string number(uint32_t value) { return value == npos ? "none" : std::to_string(value); }
+
+std::string joined(const std::vector<uint32_t>& values) {
+  std::string text;
+  for (uint32_t value : values) text += (text.empty() ? "" : ",") + std::to_string(value);
+  return text;
+}
+
+const char* typeName(QVMdataType type) {
+  static const char* const names[] = {"string", "integer", "double", "composite", "datetime", "enumeration"};
+  return static_cast<size_t>(type) < 6 ? names[type] : "?";
+}
+
+// One grammar list of a configuration, reached the same way for every kind.
+struct GrammarKind {
+  size_t (QVMengineConfig::*add)();
+  void (QVMengineConfig::*remove)(size_t);
+  uint32_t (QVMengineConfig::*find)(const COLstring&) const;
+  size_t (QVMengineConfig::*count)() const;
+  void (QVMengineInternal::*cascade)(size_t);
+  COLstring (*name)(QVMengineConfig&, size_t);
+  void (*rename)(QVMengineConfig&, size_t, const COLstring&);
+  void (*assign)(QVMengineConfig&, size_t, size_t);
+  void (*copy)(QVMengineConfig&, size_t, const COLstring&);
+};
+
+template <class Grammar, Grammar* (QVMengineConfig::*At)(size_t) const>
+constexpr GrammarKind kindOf(size_t (QVMengineConfig::*add)(), void (QVMengineConfig::*remove)(size_t),
+                             uint32_t (QVMengineConfig::*find)(const COLstring&) const,
+                             size_t (QVMengineConfig::*count)() const, void (QVMengineInternal::*cascade)(size_t)) {
+  return {add,
+          remove,
+          find,
+          count,
+          cascade,
+          [](QVMengineConfig& c, size_t i) { return (c.*At)(i)->name(); },
+          [](QVMengineConfig& c, size_t i, const COLstring& n) { (c.*At)(i)->setName(n); },
+          [](QVMengineConfig& c, size_t i, size_t j) { *(c.*At)(i) = *(c.*At)(j); },
+          [](QVMengineConfig& c, size_t i, const COLstring& n) { Grammar(*(c.*At)(i)).setName(n); }};
+}
+
+const std::map<std::string, GrammarKind>& grammarKinds() {
+  static const std::map<std::string, GrammarKind> kinds = {
+      {"segment", kindOf<QVMsegmentGrammar, &QVMengineConfig::segment>(
+                      &QVMengineConfig::addSegment, &QVMengineConfig::removeSegment, &QVMengineConfig::segmentByName,
+                      &QVMengineConfig::countOfSegment, &QVMengineInternal::deleteSegment)},
+      {"composite", kindOf<QVMcompositeGrammar, &QVMengineConfig::composite>(
+                        &QVMengineConfig::addComposite, &QVMengineConfig::removeComposite,
+                        &QVMengineConfig::compositeByName, &QVMengineConfig::countOfComposite,
+                        &QVMengineInternal::deleteComposite)},
+      {"enumeration", kindOf<QVMenumerationGrammar, &QVMengineConfig::enumerationGrammar>(
+                          &QVMengineConfig::addEnumerationGrammar, &QVMengineConfig::removeEnumerationGrammar,
+                          &QVMengineConfig::enumerationGrammarByName, &QVMengineConfig::countOfEnumerationGrammar,
+                          &QVMengineInternal::deleteEnumerationGrammar)},
+      {"datetime", kindOf<QVMdateTimeGrammar, &QVMengineConfig::dateTimeGrammar>(
+                       &QVMengineConfig::addDateTimeGrammar, &QVMengineConfig::removeDateTimeGrammar,
+                       &QVMengineConfig::dateTimeGrammarByName, &QVMengineConfig::countOfDateTimeGrammar,
+                       &QVMengineInternal::deleteDateTimeGrammar)},
+  };
+  return kinds;
+}
+
+class Editor {
+public:
+  // What the step gives; an error it raises comes back as "error: TEXT".
+  std::string run(const std::string& step) {
+    Words.clear();
+    std::istringstream In(step);
+    for (std::string Word; In >> Word;) Words.push_back(Word == "\"\"" ? "" : TSTdataHexBytes(Word));
+    try {
+      return dispatch();
+    } catch (const COLerror& Error) {
+      return "error: " + Error.description().str();
+    }
+  }
+
+private:
+  const std::string& word(size_t at) {
+    if (at >= Words.size()) throw COLerror("step too short", 0);
+    return Words[at];
+  }
+  uint32_t index(size_t at) { return static_cast<uint32_t>(std::stoul(word(at))); }
+  QVMengineConfig& target() { return Scratch ? *Scratch : Engine.engineConfig(); }
+
+  // A node of message M's grammar in the current configuration, by child indexes.
+  QVMmessageGrammar* node(size_t m, const std::string& path) {
+    QVMmessageGrammar* grammar = Engine.message(m)->messageGrammar();
+    std::istringstream In(path);
+    for (std::string Step; std::getline(In, Step, '/');)
+      if (!Step.empty()) grammar = grammar->subGrammar(std::stoul(Step));
+    return grammar;
+  }
+
+  static std::string tree(const QVMmessageGrammar& grammar) {
+    std::string text = grammar.isNode() ? (grammar.segment() ? grammar.segment()->name().str() : "-")
+                                        : grammar.grammarName().str();
+    if (grammar.isNode()) return text;
+    text += "(";
+    for (size_t i = 0; i < grammar.countOfSubGrammar(); ++i)
+      text += (i ? "," : "") + tree(*grammar.subGrammar(i));
+    return text + ")";
+  }
+
+  std::string dispatch() {
+    const std::string& kind = word(0);
+    if (kind == "order") return joined(target().matchOrder().toVector());
+    if (kind == "postload") return Engine.postLoad(), "";
+    if (kind == "matchesall") return std::to_string(Engine.lastMessageMatchesAll());
+    if (kind == "ignore") {
+      if (Words.size() == 1) return number(QVMengineIgnoreMessageIndex(Engine));
+      return QVMengineSetIgnoreMessageIndex(Engine, word(1) == "none" ? npos : index(1)), "";
+    }
+    if (kind == "ack") {
+      if (Words.size() == 2) return number(Engine.ackMessageIndex(index(1)));
+      return Engine.setAckMessageIndex(index(1), index(2)), "";
+    }
+    if (kind == "config") return config();
+    if (kind == "message") return message();
+    if (kind == "table") return table();
+    const auto found = grammarKinds().find(kind);
+    if (found == grammarKinds().end()) throw COLerror("no such step", 0);
+    const GrammarKind& list = found->second;
+    QVMengineConfig& config = target();
+    const std::string& verb = word(1);
+    if (kind == "composite" && verb == "fields") {
+      for (uint32_t n = index(3); n > 0; --n) QVMcompositeGrammarAddField(*config.composite(index(2)));
+      return "";
+    }
+    if (kind == "composite" && verb == "set") return setCompositeField(*config.composite(index(2)), index(3), word(4));
+    if (kind == "composite" && verb == "show") {
+      std::string text;
+      const QVMcompositeGrammar& composite = *config.composite(index(2));
+      for (uint32_t f = 0; f < composite.countOfField(); ++f) {
+        const QVMcompositeSubField& field = *composite.field(f);
+        text += (f ? " " : "") + std::string(typeName(field.dataType()));
+        if (field.compositeType()) text += ">" + field.compositeType()->name().str();
+        if (field.dateTimeGrammar()) text += ">" + field.dateTimeGrammar()->name().str();
+        if (field.enumerationGrammar()) text += ">" + field.enumerationGrammar()->name().str();
+        if (field.maxLength() != npos) text += "/" + std::to_string(field.maxLength());
+      }
+      return text;
+    }
+    if (kind == "segment" && verb == "fields") {
+      for (uint32_t n = index(3); n > 0; --n) QVMsegmentGrammarAddFieldWithoutInitialization(*config.segment(index(2)));
+      return "";
+    }
+    if (kind == "segment" && verb == "set") {
+      config.segment(index(2))->setFieldType(index(3), config.composite(config.compositeByName(word(4).c_str())));
+      return "";
+    }
+    if (kind == "segment" && verb == "show") {
+      std::string text;
+      const QVMsegmentGrammar& segment = *config.segment(index(2));
+      for (uint32_t f = 0; f < segment.countOfField(); ++f)
+        text += (f ? "," : "") + (segment.fieldType(f) ? segment.fieldType(f)->name().str() : std::string("-"));
+      return text;
+    }
+    if (verb == "add") {
+      const size_t at = (config.*list.add)();
+      list.rename(config, at, word(2).c_str());
+      return std::to_string(at);
+    }
+    if (verb == "rename") return list.rename(config, index(2), word(3).c_str()), "";
+    if (verb == "find") return number((config.*list.find)(word(2).c_str()));
+    if (verb == "remove") return (config.*list.remove)(index(2)), "";
+    if (verb == "delete") return (Engine.*list.cascade)(index(2)), "";
+    if (verb == "assign") return list.assign(config, index(2), index(3)), "";
+    if (verb == "copy") return list.copy(config, index(2), word(3).c_str()), "";
+    if (verb == "count") return std::to_string((config.*list.count)());
+    if (verb == "name") return list.name(config, index(2)).str();
+    throw COLerror("no such step", 0);
+  }
+
+  std::string setCompositeField(QVMcompositeGrammar& composite, uint32_t field, const std::string& type) {
+    QVMengineConfig& config = target();
+    const size_t colon = type.find(':');
+    const std::string name = colon == std::string::npos ? "" : type.substr(colon + 1);
+    if (type == "string") composite.setFieldDataType(field, QVMstringType);
+    else if (type == "integer") composite.setFieldDataType(field, QVMintegerType);
+    else if (type == "double") composite.setFieldDataType(field, QVMdoubleType);
+    else if (type.rfind("composite:", 0) == 0)
+      composite.setFieldCompositeType(field, config.composite(config.compositeByName(name.c_str())));
+    else if (type.rfind("datetime:", 0) == 0)
+      composite.setFieldDateTimeGrammar(field, config.dateTimeGrammar(config.dateTimeGrammarByName(name.c_str())));
+    else if (type.rfind("enumeration:", 0) == 0)
+      composite.setFieldEnumerationGrammar(field,
+                                           config.enumerationGrammar(config.enumerationGrammarByName(name.c_str())));
+    else if (type.rfind("length:", 0) == 0)
+      composite.setFieldMaxLength(field, std::stoul(name));
+    else
+      throw COLerror("no such type", 0);
+    return "";
+  }
+
+  std::string config() {
+    const std::string& verb = word(1);
+    if (verb == "add") return std::to_string(Engine.addConfiguration(word(2).c_str()));
+    if (verb == "use") return Scratch.reset(), Engine.setCurrentConfig(index(2)), "";
+    if (verb == "delete") return Engine.deleteConfig(index(2)), "";
+    if (verb == "copy") return Scratch.emplace(Engine.engineConfig()), "";
+    if (verb == "assign") return Engine.engineConfig(index(2)) = Engine.engineConfig(index(3)), "";
+    if (verb == "current") return std::to_string(Engine.currentConfig());
+    if (verb == "count") return std::to_string(Engine.countOfConfig());
+    if (verb == "name") return Engine.configName(index(2)).str();
+    if (verb == "position") return number(Engine.configPosition(&Engine.engineConfig(index(2))));
+    throw COLerror("no such step", 0);
+  }
+
+  std::string message() {
+    const std::string& verb = word(1);
+    if (verb == "add") {
+      const size_t at = word(2) == "ordered" ? QVMengineAddMessage(Engine) : Engine.addMessage();
+      Engine.message(at)->setName(word(word(2) == "ordered" ? 3 : 2).c_str());
+      return std::to_string(at);
+    }
+    if (verb == "rename") return Engine.message(index(2))->setName(word(3).c_str()), "";
+    if (verb == "find") return number(Engine.messageByName(word(2).c_str()));
+    if (verb == "delete") return Engine.deleteMessage(index(2)), "";
+    if (verb == "count") return std::to_string(Engine.countOfMessage());
+    if (verb == "name") return Engine.message(index(2))->name().str();
+    if (verb == "unique") return QVMengineFindUniqueMessageName(Engine, word(2).c_str()).str();
+    if (verb == "position") return number(QVMengineMessageMatchOrder(Engine, Engine.message(index(2))));
+    if (verb == "next") {
+      const QVMmessageDefinitionInternal* next = QVMmessageFindNextMessage(*Engine.message(index(2)));
+      return next ? number(Engine.messagePosition(next)) : "none";
+    }
+    if (verb == "insert") {
+      QVMmessageGrammar* parent = node(index(2), word(3));
+      if (word(4) == "group") return parent->insertGroup(word(5).c_str()), "";
+      parent->insertSegment(word(5) == "-" ? nullptr : Engine.segment(Engine.segmentByName(word(5).c_str())));
+      return "";
+    }
+    if (verb == "tree") return tree(*Engine.message(index(2))->messageGrammar());
+    if (verb == "path") return node(index(2), word(3))->fullGrammarName().str();
+    throw COLerror("no such step", 0);
+  }
+
+  std::string table() {
+    const std::string& verb = word(1);
+    if (verb == "add") {
+      const size_t at = Engine.addTable();
+      Engine.table(at)->setTableName(word(2).c_str());
+      return std::to_string(at);
+    }
+    if (verb == "rename") return Engine.table(index(2))->setTableName(word(3).c_str()), "";
+    if (verb == "find") return number(Engine.tableByName(word(2).c_str()));
+    if (verb == "delete") return Engine.deleteTable(index(2)), "";
+    QVMtableDefinitionInternal& table = *Engine.table(index(2));
+    if (verb == "columns") {
+      std::string text;
+      for (size_t k = 0; k < table.countOfColumn(); ++k)
+        text += (k ? " " : "") + table.columnName(k).str() + ":" + table.columnTypeAsString(k).str() + "#" +
+                std::to_string(table.columnId(k));
+      return text;
+    }
+    if (verb == "column") {
+      const std::string& action = word(3);
+      if (action == "add") {
+        static const std::map<std::string, QVMdataType> types = {
+            {"string", QVMstringType}, {"integer", QVMintegerType}, {"double", QVMdoubleType}};
+        const QVMdataType type = types.at(word(5));
+        return std::to_string(Words.size() > 6 ? table.addColumn(word(4).c_str(), type, index(6))
+                                               : table.addColumn(word(4).c_str(), type));
+      }
+      if (action == "remove") return table.removeColumn(index(4)), "";
+      if (action == "move") return table.moveColumn(index(4), index(5)), "";
+      if (action == "byid") return number(table.columnIndexFromColumndId(index(4)));
+      if (action == "find") return number(table.columnIndex(word(4).c_str()));
+      if (action == "unique") return QVMtableMakeUniqueColumnName(table, index(4), word(5).c_str()).str();
+    }
+    if (verb == "mapset") {
+      const std::string& action = word(3);
+      if (action == "add") return std::to_string(table.addMapSet());
+      if (action == "copy") return std::to_string(table.copyMapSet(index(4)));
+      if (action == "remove") return table.removeMapSet(index(4)), "";
+      if (action == "clear") return table.mapSetClear(), "";
+      if (action == "name") return table.mapSet(index(4))->setName(word(5).c_str()), "";
+    }
+    if (verb == "map") {
+      QVMmessageNodeAddress address;
+      std::istringstream In(word(5));
+      uint32_t step = 0;
+      for (std::string Node; std::getline(In, Node, '/');)
+        if (!Node.empty()) address.setNodeAndRepeatIndex(step++, std::stoul(Node), 0);
+      return table.mapSet(index(3))->map(index(4)).setNodeAddress(address), "";
+    }
+    if (verb == "maps") {
+      // Each map set as "name:" and its columns' addresses, "-" for none.
+      const size_t c = Words.size() > 3 ? index(3) : Engine.currentConfig();
+      std::string text;
+      QVMtableConfig& record = table.tableConfig(c);
+      for (size_t s = 0; s < record.countOfMapSet(); ++s) {
+        text += (s ? " | " : "") + record.mapSet(s)->name().str() + (record.mapSet(s)->tableDefinition() == &table ? ":" : "?:");
+        for (size_t k = 0; k < record.mapSet(s)->countOfMap(); ++k) {
+          const QVMmessageNodeAddress& address = record.mapSet(s)->map(k).nodeAddress();
+          std::string path;
+          for (uint32_t d = 0; d < address.depth(); ++d) path += (d ? "/" : "") + std::to_string(address.nodeIndex(d));
+          text += " " + (path.empty() ? std::string("-") : path);
+        }
+      }
+      return text;
+    }
+    throw COLerror("no such step", 0);
+  }
+
+  QVMengineInternal Engine;
+  std::optional<QVMengineConfig> Scratch;
+  std::vector<std::string> Words;
+};
+
+class QVMeditData : public ::testing::TestWithParam<TSTdataCase> {};
+
+TEST_P(QVMeditData, Steps) {
+  const TSTdataCase& Case = GetParam();
+  const TSTdataSection& Steps = Case.section("steps");
+  std::vector<std::string> Kinds{""};
+  if (Steps.Argument.rfind("for ", 0) == 0) {
+    std::istringstream In(Steps.Argument.substr(4));
+    Kinds.clear();
+    for (std::string Kind; In >> Kind;) Kinds.push_back(Kind);
+  }
+  for (const std::string& Kind : Kinds) {
+    Editor Model;
+    std::istringstream Lines(Steps.Text);
+    int Line = Steps.Line;
+    for (std::string Step; std::getline(Lines, Step);) {
+      ++Line;
+      if (Step.empty() || Step[0] == '#') continue;
+      for (size_t At; (At = Step.find('$')) != std::string::npos;) Step.replace(At, 1, Kind);
+      const size_t Arrow = Step.find(" -> ");
+      const std::string Answer = Model.run(Step.substr(0, Arrow));
+      const std::string Where = "tests/data/" + Case.File + ":" + std::to_string(Line) + " " + Kind;
+      if (Arrow != std::string::npos)
+        EXPECT_EQ(Answer, Step.substr(Arrow + 4)) << Where;
+      else
+        EXPECT_EQ(Answer.rfind("error: ", 0), std::string::npos) << Where << ": " << Answer;
+    }
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Cases, QVMeditData, ::testing::ValuesIn(TSTreadDataArea("QVM/edit")), TSTdataParamName);
+
+}  // namespace
