@@ -7,9 +7,13 @@
 //   config add|use|delete I|copy|assign I J, config current|count|name I|position I -> ...
 //   KIND add NAME|rename I NAME|find NAME|remove I|delete I|assign I J|copy I NAME|count
 //        (KIND: segment composite enumeration datetime message table; copy renames a copy)
-//   composite fields I N, composite set I F TYPE (string integer double, or KIND:NAME),
-//   composite show I -> "type>ref" per field;  segment fields I N, segment set I F COMPOSITE,
-//   segment show I -> composite names, "-" for none
+//   KIND items I, append I VALUE..., insert I AT, move I FROM TO, drop I AT: fields of segments
+//   and composites, enumeration items (also set I AT VALUE, valid I VALUE), date-time mask items
+//   Y M D h m s f z (also set I AT ITEM, required I 0|1; items prints the mask)
+//   composite set I F TYPE (string integer double length:N, or KIND:NAME), composite show I ->
+//   "type>ref/length" per field;  segment set I F COMPOSITE, segment show I -> composite names
+//   ("-" for none), segment rule I F TYPE NAME|unrule I F R|rules I|rulename I F R,
+//   segment identify I VALUE [AT]|unidentify I K|identifier I K|fullname I
 //   message unique NAME, message next I, message insert M PATH segment|group NAME,
 //   message tree M, message path M PATH  (PATH: child indexes "1/0", "/" the root)
 //   order, postload, ignore [I], matchesall, ack C [I]
@@ -18,11 +22,15 @@
 #include <gtest/gtest.h>
 
 #include <optional>
+#include <set>
 #include <sstream>
 #include <vector>
 
 #include "COLerror.h"
+#include "COLostream.h"
 #include "QVMengineInternal.h"
+#include "QVMidentifier.h"
+#include "QVMsegmentValidationRule.h"
 
 #include "../../support/TSTdataFile.h"
 
@@ -103,6 +111,8 @@ public:
       return dispatch();
     } catch (const COLerror& Error) {
       return "error: " + Error.description().str();
+    } catch (const std::exception&) {
+      return "error: the step is misspelt";
     }
   }
 
@@ -154,10 +164,7 @@ private:
     const GrammarKind& list = found->second;
     QVMengineConfig& config = target();
     const std::string& verb = word(1);
-    if (kind == "composite" && verb == "fields") {
-      for (uint32_t n = index(3); n > 0; --n) QVMcompositeGrammarAddField(*config.composite(index(2)));
-      return "";
-    }
+    if (std::optional<std::string> answer = items(config, kind, verb)) return *answer;
     if (kind == "composite" && verb == "set") return setCompositeField(*config.composite(index(2)), index(3), word(4));
     if (kind == "composite" && verb == "show") {
       std::string text;
@@ -171,10 +178,6 @@ private:
         if (field.maxLength() != npos) text += "/" + std::to_string(field.maxLength());
       }
       return text;
-    }
-    if (kind == "segment" && verb == "fields") {
-      for (uint32_t n = index(3); n > 0; --n) QVMsegmentGrammarAddFieldWithoutInitialization(*config.segment(index(2)));
-      return "";
     }
     if (kind == "segment" && verb == "set") {
       config.segment(index(2))->setFieldType(index(3), config.composite(config.compositeByName(word(4).c_str())));
@@ -201,6 +204,117 @@ private:
     if (verb == "count") return std::to_string((config.*list.count)());
     if (verb == "name") return list.name(config, index(2)).str();
     throw COLerror("no such step", 0);
+  }
+
+  // The items of a grammar: fields of segments and composites, enumeration items, date-time
+  // mask items (Y M D h m s f z); rules and identifiers of segments.
+  std::optional<std::string> items(QVMengineConfig& config, const std::string& kind, const std::string& verb) {
+    static const std::map<std::string, QVMdateTimeGrammar::QVMdateTimeInternalMaskItem> masks = {
+        {"Y", QVMdateTimeGrammar::MaskYear},   {"M", QVMdateTimeGrammar::MaskMonth},
+        {"D", QVMdateTimeGrammar::MaskDay},    {"h", QVMdateTimeGrammar::MaskHour},
+        {"m", QVMdateTimeGrammar::MaskMinute}, {"s", QVMdateTimeGrammar::MaskSecond},
+        {"f", QVMdateTimeGrammar::MaskFraction}, {"z", QVMdateTimeGrammar::MaskTimeZone}};
+    static const std::set<std::string> verbs = {"items", "append", "insert", "move", "drop", "rule", "unrule", "rules",
+                                                "rulename", "identify", "unidentify", "identifier", "fullname",
+                                                "set", "valid", "required"};
+    if (!verbs.count(verb)) return std::nullopt;
+    const auto mask = [&](const std::string& word) {
+      return masks.count(word) ? masks.at(word) : static_cast<QVMdateTimeGrammar::QVMdateTimeInternalMaskItem>(std::stoul(word));
+    };
+    if (kind == "segment") {
+      QVMsegmentGrammar& segment = *config.segment(index(2));
+      if (verb == "items") {
+        std::string text;
+        for (uint32_t f = 0; f < segment.countOfField(); ++f) text += (f ? "," : "") + segment.fieldName(f).str();
+        return text;
+      }
+      if (verb == "append") {
+        for (size_t at = 3; at < Words.size(); ++at)
+          segment.setFieldName(QVMsegmentGrammarAddFieldWithoutInitialization(segment), word(at).c_str());
+        return "";
+      }
+      if (verb == "insert") return segment.insertField(index(3)), "";
+      if (verb == "move") return segment.moveField(index(3), index(4)), "";
+      if (verb == "drop") return segment.removeField(index(3)), "";
+      if (verb == "rule") return segment.addValidationRule(index(3), index(4))->setName(word(5).c_str()), "";
+      if (verb == "unrule") return segment.removeValidationRule(index(3), index(4)), "";
+      if (verb == "rules") {
+        // Per field, its rules as name@the field index the rule holds.
+        std::string text;
+        for (uint32_t f = 0; f < segment.countOfField(); ++f) {
+          text += f ? "," : "";
+          if (segment.countOfValidationRules(f) == 0) text += "-";
+          for (uint32_t r = 0; r < segment.countOfValidationRules(f); ++r)
+            text += (r ? " " : "") + segment.getValidationRule(f, r)->name().str() + "@" +
+                    std::to_string(segment.getValidationRule(f, r)->fieldIndex());
+        }
+        return text;
+      }
+      if (verb == "rulename") return segment.getValidationRule(index(3), index(4))->name().str();
+      if (verb == "identify")
+        return (Words.size() > 4 ? segment.addIdentifierAt(index(4)) : QVMsegmentGrammarAddIdentifier(segment))
+                   ->setValue(word(3).c_str()),
+               "";
+      if (verb == "unidentify") return segment.removeIdentifier(index(3)), "";
+      if (verb == "identifier") return segment.identifier(index(3))->value().str();
+      if (verb == "fullname") return QVMsegmentGrammarFullName(segment).str();
+    }
+    if (kind == "composite") {
+      QVMcompositeGrammar& composite = *config.composite(index(2));
+      if (verb == "items") {
+        std::string text;
+        for (uint32_t f = 0; f < composite.countOfField(); ++f) text += (f ? "," : "") + composite.fieldName(f).str();
+        return text;
+      }
+      if (verb == "append") {
+        for (size_t at = 3; at < Words.size(); ++at)
+          composite.setFieldName(QVMcompositeGrammarAddField(composite), word(at).c_str());
+        return "";
+      }
+      if (verb == "insert") return composite.addFieldAt(index(3)), "";
+      if (verb == "move") return composite.moveField(index(3), index(4)), "";
+      if (verb == "drop") return composite.removeField(index(3)), "";
+    }
+    if (kind == "enumeration") {
+      QVMenumerationGrammar& enumeration = *config.enumerationGrammar(index(2));
+      if (verb == "items") {
+        std::string text;
+        for (uint32_t k = 0; k < enumeration.countOfEnumItem(); ++k)
+          text += (k ? "," : "") + enumeration.enumItem(k).str();
+        return text;
+      }
+      if (verb == "append") {
+        for (size_t at = 3; at < Words.size(); ++at) {
+          enumeration.addEnumItem();
+          enumeration.setEnumItem(enumeration.countOfEnumItem() - 1, word(at).c_str());
+        }
+        return "";
+      }
+      if (verb == "insert") return enumeration.setEnumItemAt(index(3)), "";
+      if (verb == "set") return enumeration.setEnumItem(index(3), word(4).c_str()), "";
+      if (verb == "move") return enumeration.moveField(index(3), index(4)), "";
+      if (verb == "drop") return enumeration.removeEnumItem(index(3)), "";
+      if (verb == "valid") return std::to_string(enumeration.isValid(word(3).c_str()));
+    }
+    if (kind == "datetime") {
+      QVMdateTimeGrammar& dateTime = *config.dateTimeGrammar(index(2));
+      if (verb == "items") {
+        COLstring text;
+        COLostream stream(text);
+        stream << dateTime;
+        return text.str();
+      }
+      if (verb == "append") {
+        for (size_t at = 3; at < Words.size(); ++at) QVMdateTimeGrammarAddMaskItem(dateTime, mask(word(at)));
+        return "";
+      }
+      if (verb == "insert") return dateTime.addMaskItemAt(index(3)), "";
+      if (verb == "set") return dateTime.setMaskItem(index(3), mask(word(4))), "";
+      if (verb == "move") return dateTime.moveField(index(3), index(4)), "";
+      if (verb == "drop") return dateTime.removeMaskItem(index(3)), "";
+      if (verb == "required") return dateTime.setFieldsRequired(word(3) == "1"), "";
+    }
+    return std::nullopt;
   }
 
   std::string setCompositeField(QVMcompositeGrammar& composite, uint32_t field, const std::string& type) {
