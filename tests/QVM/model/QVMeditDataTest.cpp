@@ -1,4 +1,4 @@
-// Model edits as data: every case of tests/data/QVM/edit/*.test starts from an empty engine
+// Model edits as data: every case of tests/data/QVM/edit/*.test starts from an empty engine (or a definition)
 // and runs its `--- steps`, one edit or query a line.  A step may end in "-> ANSWER": what the
 // query gives, or "error: TEXT" for the error it raises; a step without one must not fail.
 // `--- steps for segment composite ...` runs the steps once per kind, "$" standing for it.
@@ -15,7 +15,13 @@
 //   ("-" for none), segment rule I F TYPE NAME|unrule I F R|rules I|rulename I F R,
 //   segment identify I VALUE [AT]|unidentify I K|identifier I K|fullname I
 //   message unique NAME, message next I, message insert M PATH segment|group NAME,
-//   message tree M, message path M PATH  (PATH: child indexes "1/0", "/" the root)
+//   message insert M PATH segment|group NAME [AT], message grammarname M PATH NAME,
+//   message tree M, message path M PATH  (PATH: child indexes "1/0", "/" the root),
+//   message move M PATH TO|remove M PATH|optional M PATH 0|1|unordered M PATH 0|1|child M PATH,
+//   message state M PATH -> optional set, optional in the tree, order ignored (e.g. "010"),
+//   message equivalent M PATH M2 PATH2;  tgrammar add M PATH|root M PATH MESSAGEPATH|show M PATH,
+//   tgrammar rubberband M PATH MESSAGEPATH|none FIELD|none keep|move  (table grammar nodes)
+//   `--- definition FILE` loads tests/data/QVM/FILE first.
 //   order, postload, ignore [I], matchesall, ack C [I]
 //   table column T add NAME TYPE [AT]|remove I|move I J|byid ID|unique I NAME, table columns T,
 //   table mapset T add|copy S|remove S|clear|name S NAME, table map T S K PATH, table maps T [C] (a set whose table is not T shows "?:")
@@ -26,6 +32,7 @@
 #include <sstream>
 #include <vector>
 
+#include "ANTengine.h"
 #include "COLerror.h"
 #include "COLostream.h"
 #include "QVMengineInternal.h"
@@ -33,6 +40,7 @@
 #include "QVMsegmentValidationRule.h"
 
 #include "../../support/TSTdataFile.h"
+#include "../../support/TSTfile.h"
 
 namespace {
 
@@ -102,6 +110,8 @@ const std::map<std::string, GrammarKind>& grammarKinds() {
 
 class Editor {
 public:
+  void load(const std::string& Definition) { ANTloadEngine(Definition, Engine, "definition.vmd"); }
+
   // What the step gives; an error it raises comes back as "error: TEXT".
   std::string run(const std::string& step) {
     Words.clear();
@@ -159,6 +169,7 @@ private:
     if (kind == "config") return config();
     if (kind == "message") return message();
     if (kind == "table") return table();
+    if (kind == "tgrammar") return tableGrammar();
     const auto found = grammarKinds().find(kind);
     if (found == grammarKinds().end()) throw COLerror("no such step", 0);
     const GrammarKind& list = found->second;
@@ -372,12 +383,63 @@ private:
     }
     if (verb == "insert") {
       QVMmessageGrammar* parent = node(index(2), word(3));
-      if (word(4) == "group") return parent->insertGroup(word(5).c_str()), "";
-      parent->insertSegment(word(5) == "-" ? nullptr : Engine.segment(Engine.segmentByName(word(5).c_str())));
+      const size_t at = Words.size() > 6 ? index(6) : npos;
+      if (word(4) == "group") return parent->insertGroup(word(5).c_str(), at), "";
+      parent->insertSegment(word(5) == "-" ? nullptr : Engine.segment(Engine.segmentByName(word(5).c_str())), at);
       return "";
     }
+    if (verb == "move") return node(index(2), word(3))->moveGrammarTo(node(index(2), word(4))), "";
+    if (verb == "remove") {
+      QVMmessageGrammar* gone = node(index(2), word(3));
+      return gone->parent()->remove(gone->childIndex()), "";
+    }
+    if (verb == "grammarname") return node(index(2), word(3))->setGrammarName(word(4).c_str()), "";
+    if (verb == "optional") return node(index(2), word(3))->setIsOptional(word(4) == "1"), "";
+    if (verb == "unordered") return node(index(2), word(3))->setIgnoreSegmentOrder(word(4) == "1"), "";
+    if (verb == "state") {
+      // Optional as set, optional as the tree makes it, segment order ignored.
+      const QVMmessageGrammar& grammar = *node(index(2), word(3));
+      return std::to_string(grammar.isOptional()) + std::to_string(grammar.grammarIsOptional()) +
+             std::to_string(grammar.ignoreSegmentOrder());
+    }
+    if (verb == "child") return std::to_string(node(index(2), word(3))->childIndex());
+    if (verb == "equivalent")
+      return std::to_string(QVMmessageGrammarIsEquivalent(*node(index(2), word(3)), *node(index(4), word(5))));
     if (verb == "tree") return tree(*Engine.message(index(2))->messageGrammar());
     if (verb == "path") return node(index(2), word(3))->fullGrammarName().str();
+    throw COLerror("no such step", 0);
+  }
+
+  // A node of message M's table grammar, by child indexes.
+  QVMtableGrammarInternal* tableNode(size_t m, const std::string& path) {
+    QVMtableGrammarInternal* grammar = &Engine.message(m)->tableGrammar();
+    std::istringstream In(path);
+    for (std::string Step; std::getline(In, Step, '/');)
+      if (!Step.empty()) grammar = grammar->subGrammar(std::stoul(Step));
+    return grammar;
+  }
+
+  static std::string pathOf(const QVMmessageGrammar* grammar) {
+    if (!grammar) return "none";
+    std::string path;
+    for (; grammar->parent(); grammar = grammar->parent()) path = "/" + std::to_string(grammar->childIndex()) + path;
+    return path.empty() ? "/" : path;
+  }
+
+  std::string tableGrammar() {
+    const std::string& verb = word(1);
+    QVMtableGrammarInternal& grammar = *tableNode(index(2), word(3));
+    if (verb == "add") return grammar.addSubGrammarAt(grammar.countOfSubGrammar()), "";
+    if (verb == "root") return grammar.setMessageGrammar(node(index(2), word(4))), "";
+    if (verb == "show") {
+      std::string text = "root=" + pathOf(grammar.messageGrammar()) + " field=" + number(grammar.messageGrammarFieldIndex());
+      if (grammar.isNode()) text += " set=" + number(grammar.tableMapSetIndex());
+      return text;
+    }
+    if (verb == "rubberband")
+      return QVMtableGrammarMakeRubberBandedMessageGrammar(grammar, word(4) == "none" ? nullptr : node(index(2), word(4)),
+                                                           word(5) == "none" ? npos : index(5), word(6) == "keep"),
+             "";
     throw COLerror("no such step", 0);
   }
 
@@ -440,7 +502,9 @@ private:
         for (size_t k = 0; k < record.mapSet(s)->countOfMap(); ++k) {
           const QVMmessageNodeAddress& address = record.mapSet(s)->map(k).nodeAddress();
           std::string path;
-          for (uint32_t d = 0; d < address.depth(); ++d) path += (d ? "/" : "") + std::to_string(address.nodeIndex(d));
+          for (uint32_t d = 0; d < address.depth(); ++d)
+            path += (d ? "/" : "") + std::to_string(address.nodeIndex(d)) +
+                    (address.repeatIndex(d) ? "." + std::to_string(address.repeatIndex(d)) : "");
           text += " " + (path.empty() ? std::string("-") : path);
         }
       }
@@ -467,6 +531,8 @@ TEST_P(QVMeditData, Steps) {
   }
   for (const std::string& Kind : Kinds) {
     Editor Model;
+    if (Case.has("definition"))
+      Model.load(TSTreadFile(std::string(MSGBRIDGE_SOURCE_DIR) + "/tests/data/QVM/" + Case.argument("definition")));
     std::istringstream Lines(Steps.Text);
     int Line = Steps.Line;
     for (std::string Step; std::getline(Lines, Step);) {

@@ -3,23 +3,11 @@
 
 #include <functional>
 
-#include "ANTengine.h"
 #include "COLerror.h"
 #include "QVMengineInternal.h"
 #include "QVMgrammarTestSupport.h"
 
-#include "../../support/TSTfile.h"
 #include "../../support/TSTraised.h"
-
-namespace {
-
-QVMmessageNodeAddress address(std::initializer_list<uint32_t> nodes) {
-  QVMmessageNodeAddress result;
-  uint32_t step = 0;
-  for (uint32_t node : nodes) result.setNodeAndRepeatIndex(step++, node, 0);
-  return result;
-}
-}  // namespace
 
 // The mappings move as well (see tests/data/QVM/edit/table.test).
 TEST(QVMtableDefinition, MoveColumnMovesScripts) {
@@ -104,74 +92,6 @@ TEST(QVMtableDefinition, ClearGrammarResetsCurrentRecord) {
   EXPECT_EQ(grammar.messageGrammar(), nullptr);
   EXPECT_EQ(grammar.tableMapSetIndex(), 0xFFFFFFFFu);
   EXPECT_EQ(grammar.messageGrammarFieldIndex(), 0xFFFFFFFFu);
-}
-
-// A message PATIENT group under the root with PID inside; a leaf mapped from the root.
-struct RubberBandModel {
-  QVMengineInternal engine;
-  QVMtableDefinitionInternal* table;
-  QVMmessageDefinitionInternal* message;
-  QVMmessageGrammar* patient;
-  QVMtableGrammarInternal* leaf;
-
-  RubberBandModel() {
-    ANTloadEngine(TSTreadFile(std::string(MSGBRIDGE_SOURCE_DIR) + "/tests/data/QVM/rubber_band.vmd"), engine,
-                  "rubber_band.vmd");
-    table = engine.table(0);
-    message = engine.message(0);
-    patient = message->messageGrammar()->subGrammar(1);
-    leaf = message->tableGrammar().subGrammar(0);
-  }
-};
-
-TEST(QVMtableDefinition, RubberBandDownToChildKeepsColumnsUnderIt) {
-  RubberBandModel model;
-  QVMtableGrammarMakeRubberBandedMessageGrammar(*model.leaf, model.patient, 0xFFFFFFFF, true);
-  EXPECT_EQ(model.leaf->messageGrammar(), model.patient);
-  ASSERT_EQ(model.table->countOfMapSet(), 2u);
-  EXPECT_EQ(model.leaf->tableMapSetIndex(), 1u);
-  QVMtableMapSet* set = model.table->mapSet(1);
-  EXPECT_EQ(set->name(), "Message.PATIENT");
-  EXPECT_EQ(set->map(0).nodeAddress(), address({0, 3}));
-  EXPECT_EQ(set->map(1).nodeAddress().depth(), 0u);
-  EXPECT_EQ(set->map(2).nodeAddress().depth(), 0u);
-  EXPECT_EQ(model.table->mapSet(0)->map(0).nodeAddress(), address({1, 0, 3}));
-}
-
-TEST(QVMtableDefinition, RubberBandUpShiftsEveryAddress) {
-  RubberBandModel model;
-  model.leaf->setMessageGrammar(model.patient);
-  QVMtableGrammarMakeRubberBandedMessageGrammar(*model.leaf, model.message->messageGrammar(), 0xFFFFFFFF, true);
-  QVMtableMapSet* set = model.table->mapSet(model.leaf->tableMapSetIndex());
-  EXPECT_EQ(set->name(), "Message");
-  QVMmessageNodeAddress expected = address({1, 1, 0, 3});
-  expected.setNodeAndRepeatIndex(0, 1, 0);
-  EXPECT_EQ(set->map(0).nodeAddress(), expected);
-  EXPECT_EQ(set->map(1).nodeAddress(), address({1, 0, 2}));
-  EXPECT_EQ(set->map(2).nodeAddress().depth(), 0u);
-}
-
-TEST(QVMtableDefinition, RubberBandFieldsAndUnchangedRoots) {
-  RubberBandModel model;
-  QVMmessageGrammar* root = model.message->messageGrammar();
-  QVMtableGrammarMakeRubberBandedMessageGrammar(*model.leaf, root, 0xFFFFFFFF, true);
-  EXPECT_EQ(model.table->countOfMapSet(), 1u);
-  // Into field 1 of the same root: columns under node 1 keep their tails.
-  QVMtableGrammarMakeRubberBandedMessageGrammar(*model.leaf, root, 1, true);
-  EXPECT_EQ(model.leaf->messageGrammarFieldIndex(), 1u);
-  QVMtableMapSet* field = model.table->mapSet(model.leaf->tableMapSetIndex());
-  EXPECT_EQ(field->name(), "Field Map");
-  EXPECT_EQ(field->map(0).nodeAddress(), address({0, 3}));
-  // Out of the field again: addresses get the field back in front.
-  QVMtableGrammarMakeRubberBandedMessageGrammar(*model.leaf, root, 0xFFFFFFFF, true);
-  EXPECT_EQ(model.table->mapSet(model.leaf->tableMapSetIndex())->map(0).nodeAddress(), address({1, 0, 3}));
-  // Without keeping mappings only the root moves.
-  size_t sets = model.table->countOfMapSet();
-  QVMtableGrammarMakeRubberBandedMessageGrammar(*model.leaf, model.patient, 0xFFFFFFFF, false);
-  EXPECT_EQ(model.table->countOfMapSet(), sets);
-  EXPECT_EQ(model.leaf->messageGrammar(), model.patient);
-  EXPECT_EQ(TSTerrorText([&] { QVMtableGrammarMakeRubberBandedMessageGrammar(*model.leaf, nullptr, 0, true); }),
-            "Failed precondition: pGrammar != NULL");
 }
 
 TEST(QVMtableDefinition, WalkOverAllTableGrammars) {
