@@ -1,7 +1,7 @@
 // Model edits as data: every case of tests/data/QVM/edit/*.test starts from an empty engine (or a definition)
 // and runs its `--- steps`, one edit or query a line.  A step may end in "-> ANSWER": what the
 // query gives, or "error: TEXT" for the error it raises; a step without one must not fail.
-// `--- steps for segment composite ...` runs the steps once per kind, "$" standing for it.
+// `--- steps for segment composite ...` runs the steps once per word given, "$" standing for it.
 // Words are split at blanks; "\xHH" is a byte and "" the empty word.
 //
 //   config add|use|delete I|copy|assign I J, config current|count|name I|position I -> ...
@@ -12,7 +12,8 @@
 //   Y M D h m s f z (also set I AT ITEM, required I 0|1; items prints the mask)
 //   composite set I F TYPE (string integer double length:N, or KIND:NAME), composite show I ->
 //   "type>ref/length" per field;  segment set I F COMPOSITE, segment show I -> composite names
-//   ("-" for none), segment rule I F TYPE NAME|unrule I F R|rules I|rulename I F R,
+//   ("-" for none), segment rule I F TYPE NAME|unrule I F R|rules I|rulename I F R|display I F R,
+//   segment param I F R KEY [VALUE] (a rule's parameter read, or set),
 //   segment identify I VALUE [AT]|unidentify I K|identifier I K|fullname I
 //   message unique NAME, message next I, message insert M PATH segment|group NAME,
 //   message insert M PATH segment|group NAME [AT], message grammarname M PATH NAME,
@@ -226,7 +227,7 @@ private:
         {"m", QVMdateTimeGrammar::MaskMinute}, {"s", QVMdateTimeGrammar::MaskSecond},
         {"f", QVMdateTimeGrammar::MaskFraction}, {"z", QVMdateTimeGrammar::MaskTimeZone}};
     static const std::set<std::string> verbs = {"items", "append", "insert", "move", "drop", "rule", "unrule", "rules",
-                                                "rulename", "identify", "unidentify", "identifier", "fullname",
+                                                "rulename", "param", "display", "identify", "unidentify", "identifier", "fullname",
                                                 "set", "valid", "required"};
     if (!verbs.count(verb)) return std::nullopt;
     const auto mask = [&](const std::string& word) {
@@ -262,6 +263,12 @@ private:
         return text;
       }
       if (verb == "rulename") return segment.getValidationRule(index(3), index(4))->name().str();
+      if (verb == "param") {
+        QVMsegmentValidationRule& rule = *segment.getValidationRule(index(3), index(4));
+        if (Words.size() == 6) return rule.parameter(word(5).c_str()).str();
+        return rule.setParameter(word(5).c_str(), word(6).c_str()), "";
+      }
+      if (verb == "display") return segment.getValidationRule(index(3), index(4))->displayName().str();
       if (verb == "identify")
         return (Words.size() > 4 ? segment.addIdentifierAt(index(4)) : QVMsegmentGrammarAddIdentifier(segment))
                    ->setValue(word(3).c_str()),
