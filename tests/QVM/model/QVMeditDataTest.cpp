@@ -1,8 +1,6 @@
-// Model edits as data: every case of tests/data/QVM/edit/*.test starts from an empty engine (or a definition)
-// and runs its `--- steps`, one edit or query a line.  A step may end in "-> ANSWER": what the
-// query gives, or "error: TEXT" for the error it raises; a step without one must not fail.
-// `--- steps for segment composite ...` runs the steps once per word given, "$" standing for it.
-// Words are split at blanks; "\xHH" is a byte and "" the empty word.
+// Model edits as data: every case of tests/data/QVM/edit/*.test starts from an empty engine
+// (or the `--- definition FILE` of tests/data/QVM) and runs its `--- steps` (tests/support/TSTsteps.h),
+// one edit or query a line:
 //
 //   config add|use|delete I|copy|assign I J, config current|count|name I|position I -> ...
 //   KIND add NAME|rename I NAME|find NAME|remove I|delete I|assign I J|copy I NAME|count
@@ -15,17 +13,17 @@
 //   ("-" for none), segment rule I F TYPE NAME|unrule I F R|rules I|rulename I F R|display I F R,
 //   segment param I F R KEY [VALUE] (a rule's parameter read, or set),
 //   segment identify I VALUE [AT]|unidentify I K|identifier I K|fullname I
-//   message unique NAME, message next I, message insert M PATH segment|group NAME,
+//   message unique NAME, message next I, message position I (in the match order),
 //   message insert M PATH segment|group NAME [AT], message grammarname M PATH NAME,
 //   message tree M, message path M PATH  (PATH: child indexes "1/0", "/" the root),
 //   message move M PATH TO|remove M PATH|optional M PATH 0|1|unordered M PATH 0|1|child M PATH,
 //   message state M PATH -> optional set, optional in the tree, order ignored (e.g. "010"),
 //   message equivalent M PATH M2 PATH2;  tgrammar add M PATH|root M PATH MESSAGEPATH|show M PATH,
 //   tgrammar rubberband M PATH MESSAGEPATH|none FIELD|none keep|move  (table grammar nodes)
-//   `--- definition FILE` loads tests/data/QVM/FILE first.
 //   order, postload, ignore [I], matchesall, ack C [I]
 //   table column T add NAME TYPE [AT]|remove I|move I J|byid ID|unique I NAME, table columns T,
-//   table mapset T add|copy S|remove S|clear|name S NAME, table map T S K PATH, table maps T [C] (a set whose table is not T shows "?:")
+//   table mapset T add|copy S|remove S|clear|name S NAME, table map T S K PATH, table maps T [C]
+//   (a set whose table is not T shows "?:")
 #include <gtest/gtest.h>
 
 #include <optional>
@@ -40,7 +38,7 @@
 #include "QVMidentifier.h"
 #include "QVMsegmentValidationRule.h"
 
-#include "../../support/TSTdataFile.h"
+#include "../../support/TSTsteps.h"
 #include "../../support/TSTfile.h"
 
 namespace {
@@ -109,30 +107,11 @@ const std::map<std::string, GrammarKind>& grammarKinds() {
   return kinds;
 }
 
-class Editor {
+class Editor : public TSTstepModel {
 public:
   void load(const std::string& Definition) { ANTloadEngine(Definition, Engine, "definition.vmd"); }
 
-  // What the step gives; an error it raises comes back as "error: TEXT".
-  std::string run(const std::string& step) {
-    Words.clear();
-    std::istringstream In(step);
-    for (std::string Word; In >> Word;) Words.push_back(Word == "\"\"" ? "" : TSTdataHexBytes(Word));
-    try {
-      return dispatch();
-    } catch (const COLerror& Error) {
-      return "error: " + Error.description().str();
-    } catch (const std::exception&) {
-      return "error: the step is misspelt";
-    }
-  }
-
 private:
-  const std::string& word(size_t at) {
-    if (at >= Words.size()) throw COLerror("step too short", 0);
-    return Words[at];
-  }
-  uint32_t index(size_t at) { return static_cast<uint32_t>(std::stoul(word(at))); }
   QVMengineConfig& target() { return Scratch ? *Scratch : Engine.engineConfig(); }
 
   // A node of message M's grammar in the current configuration, by child indexes.
@@ -154,7 +133,7 @@ private:
     return text + ")";
   }
 
-  std::string dispatch() {
+  std::string step() override {
     const std::string& kind = word(0);
     if (kind == "order") return joined(target().matchOrder().toVector());
     if (kind == "postload") return Engine.postLoad(), "";
@@ -215,7 +194,7 @@ private:
     if (verb == "copy") return list.copy(config, index(2), word(3).c_str()), "";
     if (verb == "count") return std::to_string((config.*list.count)());
     if (verb == "name") return list.name(config, index(2)).str();
-    throw COLerror("no such step", 0);
+    unknown();
   }
 
   // The items of a grammar: fields of segments and composites, enumeration items, date-time
@@ -367,7 +346,7 @@ private:
     if (verb == "count") return std::to_string(Engine.countOfConfig());
     if (verb == "name") return Engine.configName(index(2)).str();
     if (verb == "position") return number(Engine.configPosition(&Engine.engineConfig(index(2))));
-    throw COLerror("no such step", 0);
+    unknown();
   }
 
   std::string message() {
@@ -414,7 +393,7 @@ private:
       return std::to_string(QVMmessageGrammarIsEquivalent(*node(index(2), word(3)), *node(index(4), word(5))));
     if (verb == "tree") return tree(*Engine.message(index(2))->messageGrammar());
     if (verb == "path") return node(index(2), word(3))->fullGrammarName().str();
-    throw COLerror("no such step", 0);
+    unknown();
   }
 
   // A node of message M's table grammar, by child indexes.
@@ -447,7 +426,7 @@ private:
       return QVMtableGrammarMakeRubberBandedMessageGrammar(grammar, word(4) == "none" ? nullptr : node(index(2), word(4)),
                                                            word(5) == "none" ? npos : index(5), word(6) == "keep"),
              "";
-    throw COLerror("no such step", 0);
+    unknown();
   }
 
   std::string table() {
@@ -517,44 +496,22 @@ private:
       }
       return text;
     }
-    throw COLerror("no such step", 0);
+    unknown();
   }
 
   QVMengineInternal Engine;
   std::optional<QVMengineConfig> Scratch;
-  std::vector<std::string> Words;
 };
 
 class QVMeditData : public ::testing::TestWithParam<TSTdataCase> {};
 
 TEST_P(QVMeditData, Steps) {
-  const TSTdataCase& Case = GetParam();
-  const TSTdataSection& Steps = Case.section("steps");
-  std::vector<std::string> Kinds{""};
-  if (Steps.Argument.rfind("for ", 0) == 0) {
-    std::istringstream In(Steps.Argument.substr(4));
-    Kinds.clear();
-    for (std::string Kind; In >> Kind;) Kinds.push_back(Kind);
-  }
-  for (const std::string& Kind : Kinds) {
-    Editor Model;
-    if (Case.has("definition"))
-      Model.load(TSTreadFile(std::string(MSGBRIDGE_SOURCE_DIR) + "/tests/data/QVM/" + Case.argument("definition")));
-    std::istringstream Lines(Steps.Text);
-    int Line = Steps.Line;
-    for (std::string Step; std::getline(Lines, Step);) {
-      ++Line;
-      if (Step.empty() || Step[0] == '#') continue;
-      for (size_t At; (At = Step.find('$')) != std::string::npos;) Step.replace(At, 1, Kind);
-      const size_t Arrow = Step.find(" -> ");
-      const std::string Answer = Model.run(Step.substr(0, Arrow));
-      const std::string Where = "tests/data/" + Case.File + ":" + std::to_string(Line) + " " + Kind;
-      if (Arrow != std::string::npos)
-        EXPECT_EQ(Answer, Step.substr(Arrow + 4)) << Where;
-      else
-        EXPECT_EQ(Answer.rfind("error: ", 0), std::string::npos) << Where << ": " << Answer;
-    }
-  }
+  TSTrunSteps(GetParam(), [&] {
+    auto Model = std::make_unique<Editor>();
+    if (GetParam().has("definition"))
+      Model->load(TSTreadFile(std::string(MSGBRIDGE_SOURCE_DIR) + "/tests/data/QVM/" + GetParam().argument("definition")));
+    return Model;
+  });
 }
 
 INSTANTIATE_TEST_SUITE_P(Cases, QVMeditData, ::testing::ValuesIn(TSTreadDataArea("QVM/edit")), TSTdataParamName);
