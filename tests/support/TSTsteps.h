@@ -1,8 +1,8 @@
 // Step cases: a data case's `--- steps` section holds one step a line, each the words of an
 // action or a query.  "STEP -> ANSWER" checks what the step gives, "error: TEXT" for the error
 // it raises (a line ending in " ->" expects nothing); a step without an arrow must raise none.  `--- steps for A B` runs the steps once
-// for each word, "$" standing for it.  Words are split at blanks; "\xHH" is that byte, "" the
-// empty word.  Lines starting with "#" are comments.
+// for each word, "$" standing for it.  Words are split at blanks; "\xHH" is that byte (in the
+// answer, too), "" the empty word.  Lines starting with "#" are comments.
 #pragma once
 
 #include <exception>
@@ -77,7 +77,7 @@ void TSTrunSteps(const TSTdataCase& Case, MakeModel&& makeModel) {
       const std::string Answer = Model->run(Step.substr(0, Arrow));
       const std::string Where = "tests/data/" + Case.File + ":" + std::to_string(Line) + " " + Kind;
       if (Arrow != std::string::npos)
-        EXPECT_EQ(Answer, Step.substr(Arrow + 4)) << Where;
+        EXPECT_EQ(Answer, TSTdataHexBytes(Step.substr(Arrow + 4))) << Where;
       else
         EXPECT_EQ(Answer.rfind("error: ", 0), std::string::npos) << Where << ": " << Answer;
     }
