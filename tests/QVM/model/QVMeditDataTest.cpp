@@ -21,6 +21,9 @@
 //   message equivalent M PATH M2 PATH2;  tgrammar add M PATH|root M PATH MESSAGEPATH|show M PATH,
 //   tgrammar rubberband M PATH MESSAGEPATH|none FIELD|none keep|move  (table grammar nodes)
 //   order, postload, ignore [I], matchesall, ack C [I]
+//   levels; level move F T|insert AT|remove AT|pop|add  (levels -> "separator@position" each)
+//   db; db default [API DB USER PASSWORD]|add LABEL API DB USER PASSWORD|choose I|remove I|find LABEL|label I L
+//   xml; xml set TEXT|name TYPE|type TEXT  (the dialect of the current configuration)
 //   table column T add NAME TYPE [AT]|remove I|move I J|byid ID|unique I NAME, table columns T,
 //   table mapset T add|copy S|remove S|clear|name S NAME, table map T S K PATH, table maps T [C]
 //   (a set whose table is not T shows "?:")
@@ -147,6 +150,7 @@ private:
       return Engine.setAckMessageIndex(index(1), index(2)), "";
     }
     if (kind == "config") return config();
+    if (kind == "level" || kind == "levels" || kind == "db" || kind == "xml") return settings();
     if (kind == "message") return message();
     if (kind == "table") return table();
     if (kind == "tgrammar") return tableGrammar();
@@ -333,6 +337,49 @@ private:
     else
       throw COLerror("no such type", 0);
     return "";
+  }
+
+  // Settings of the current configuration: separator levels, database connections, dialect.
+  std::string settings() {
+    QVMconfig& settings = target().config();
+    const std::string& kind = word(0);
+    const std::string verb = Words.size() > 1 ? word(1) : "";
+    if (kind == "level" || kind == "levels") {
+      if (verb == "move") return settings.moveSepCharInfo(index(2), index(3)), "";
+      if (verb == "insert") return settings.insertSepCharInfo(index(2)), "";
+      if (verb == "remove") return settings.removeSepCharInfo(index(2)), "";
+      if (verb == "pop") return settings.popSepInfo(), "";
+      if (verb == "add") return settings.addCharInfo(), "";
+      std::string text;  // each level's separator as a number, then its position
+      for (size_t l = 0; l < settings.countOfLevel(); ++l)
+        text += (l ? " " : "") + std::to_string(int(settings.sepCharInfo(l).sepCharDefault())) + "@" +
+                number(settings.sepCharInfo(l).sepCharPosition());
+      return text;
+    }
+    if (kind == "db") {
+      if (verb == "default" && Words.size() > 2)
+        return QVMconfigSetDefaultDatabase(settings, word(2).c_str(), word(3).c_str(), word(4).c_str(), word(5).c_str()), "";
+      if (verb == "default") return number(settings.defaultDatabaseConnection());
+      if (verb == "add")
+        return settings.databaseConnection(settings.addDatabaseConnection())
+                   ->setAll(word(2).c_str(), word(3).c_str(), word(4).c_str(), word(5).c_str(), word(6).c_str()),
+               "";
+      if (verb == "choose") return settings.setDefaultDatabaseConnection(index(2)), "";
+      if (verb == "remove") return settings.removeDatabaseConnection(index(2)), "";
+      if (verb == "find") return number(settings.databaseConnectionIndex(word(2).c_str()));
+      if (verb == "label") return settings.databaseConnection(index(2))->setLabel(word(3).c_str()), "";
+      std::string text;  // label api database user password, "|" between connections
+      for (size_t d = 0; d < settings.countOfDatabaseConnections(); ++d) {
+        const QVMdbInfo& info = *settings.databaseConnection(d);
+        text += (d ? " | " : "") + info.label().str() + " " + info.apiName().str() + " " +
+                info.databaseName().str() + " " + info.userName().str() + " " + info.password().str();
+      }
+      return text;
+    }
+    if (verb == "set") return settings.setXmlTranslationType(rest(2).c_str()), "";
+    if (verb == "name") return QVMconfigXmlFormatTypeAsString(static_cast<QVMxmlFormatType>(index(2)));
+    if (verb == "type") return std::to_string(QVMconfigStringAsXmlFormatType(rest(2).c_str()));
+    return settings.xmlTranslationType();
   }
 
   std::string config() {
