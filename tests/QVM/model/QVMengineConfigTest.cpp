@@ -9,26 +9,6 @@
 
 #include "../../support/TSTraised.h"
 
-TEST(QVMengineConfigTest, XmlDialectTexts) {
-  QVMconfig config;
-  config.setXmlTranslationType("X12");
-  EXPECT_STREQ(config.xmlTranslationType(), "Full Tree Validation");
-  EXPECT_EQ(config.xmlFormatType(), QVMxmlFullTreeValidation);
-  const char* texts[] = {"EXPANDED", "Full Tree Validation", "TABLE - Short Tags", "TABLE - Long Tags",
-                         "STANDARD VER 2", "STANDARD"};
-  for (uint32_t type = 0; type < 6; ++type) {
-    EXPECT_STREQ(QVMconfigXmlFormatTypeAsString(static_cast<QVMxmlFormatType>(type)), texts[type]);
-    EXPECT_EQ(QVMconfigStringAsXmlFormatType(texts[type]), type);
-  }
-  EXPECT_EQ(TSTraised([] { QVMconfigXmlFormatTypeAsString(static_cast<QVMxmlFormatType>(6)); }),
-            COLerror("Unknown XML encoding6", COL_ERROR_PRECONDITION));
-  EXPECT_EQ(TSTraised([] { QVMconfigStringAsXmlFormatType("standard"); }),
-            COLerror("Unknown XML encoding: standard", COL_ERROR_PRECONDITION));
-  EXPECT_EQ(TSTraised([&] { config.setXmlTranslationType("EXPANDED 2.4"); }),
-            COLerror("Unknown XML encoding: EXPANDED 2.4", COL_ERROR_PRECONDITION));
-  EXPECT_STREQ(config.xmlTranslationType(), "Full Tree Validation");
-}
-
 TEST(QVMengineConfigTest, SepInfoValidity) {
   QVMsepInfo info;
   EXPECT_EQ(info.sepCharPosition(), 0xFFFFFFFFu);
@@ -39,29 +19,6 @@ TEST(QVMengineConfigTest, SepInfoValidity) {
             COLerror("Repeat character must have a default defined.", COL_ERROR_INCONSISTENT_DEFINITION));
   info.setAll('|', 0, 'F', 0, 3, 0xFFFFFFFF);
   EXPECT_EQ(info.sepCharDefault(), '|');
-}
-
-TEST(QVMengineConfigTest, LevelEditing) {
-  QVMengineInternal engine;
-  QVMconfig& config = engine.config();
-  config.moveSepCharInfo(0, 3);
-  EXPECT_EQ(config.sepCharInfo(0).sepCharDefault(), '|');
-  EXPECT_EQ(config.sepCharInfo(3).sepCharDefault(), '\r');
-  config.moveSepCharInfo(3, 4);  // to the end
-  EXPECT_EQ(config.sepCharInfo(3).sepCharDefault(), '\r');
-  EXPECT_EQ(TSTerrorText([&] { config.moveSepCharInfo(1, 1); }), "Failed precondition: FromIndex != ToIndex");
-  EXPECT_EQ(TSTerrorText([&] { config.moveSepCharInfo(4, 0); }),
-            "Failed precondition: FromIndex < pMember->Seperator.size()");
-  EXPECT_EQ(TSTerrorText([&] { config.moveSepCharInfo(0, 5); }),
-            "Failed precondition: ToIndex <= pMember->Seperator.size()");
-  config.insertSepCharInfo(4);
-  EXPECT_EQ(config.countOfLevel(), 5u);
-  EXPECT_EQ(config.sepCharInfo(4).sepCharPosition(), 0xFFFFFFFFu);
-  config.removeSepCharInfo(4);
-  config.popSepInfo();
-  config.addCharInfo();
-  EXPECT_EQ(config.countOfLevel(), 4u);
-  EXPECT_EQ(config.sepCharInfo(3).sepCharDefault(), 0);
 }
 
 TEST(QVMengineConfigTest, MinMessageSize) {
@@ -77,34 +34,11 @@ TEST(QVMengineConfigTest, MinMessageSize) {
   EXPECT_EQ(QVMconfigCalculateMinMessageSize(config), 83u);
 }
 
-TEST(QVMengineConfigTest, DatabaseConnections) {
+// Dialect texts, level edits and connections are edit steps: tests/data/QVM/edit/settings.test.
+TEST(QVMengineConfigTest, AConnectionOutOfRangeIsNone) {
   QVMconfig config;
-  EXPECT_EQ(config.defaultDatabaseConnection(), 0xFFFFFFFFu);
-  QVMconfigSetDefaultDatabase(config, "ODBC", "db", "me", "pw");
-  ASSERT_EQ(config.countOfDatabaseConnections(), 1u);
-  EXPECT_EQ(config.defaultDatabaseConnection(), 0u);
-  EXPECT_EQ(config.databaseConnection(0)->apiName(), "ODBC");
-  config.databaseConnection(0)->setLabel("first");
-  config.databaseConnection(config.addDatabaseConnection())->setAll("second", "MySQL", "d2", "u2", "p2");
-  config.databaseConnection(config.addDatabaseConnection())->setAll("third", "Oracle", "d3", "u3", "p3");
-  QVMdbInfo third = *config.databaseConnection(2);
-  config.setDefaultDatabaseConnection(0);
-  config.setDefaultDatabaseConnection(3);
-  EXPECT_EQ(config.databaseConnection(0)->label(), "first");
-  config.setDefaultDatabaseConnection(2);
-  ASSERT_EQ(config.countOfDatabaseConnections(), 3u);
-  EXPECT_EQ(*config.databaseConnection(0), third);
-  EXPECT_EQ(config.databaseConnection(1)->label(), "first");
-  EXPECT_EQ(config.databaseConnection(2)->label(), "second");
-  EXPECT_EQ(config.databaseConnectionIndex("second"), 2u);
-  EXPECT_EQ(config.databaseConnectionIndex("none"), 0xFFFFFFFFu);
-  EXPECT_EQ(config.databaseConnection(3), nullptr);
-  config.removeDatabaseConnection(7);
-  config.removeDatabaseConnection(0);
-  EXPECT_EQ(config.countOfDatabaseConnections(), 2u);
-  QVMconfigSetDefaultDatabase(config, "X", "Y", "Z", "W");
-  EXPECT_EQ(config.databaseConnection(0)->label(), "first");
-  EXPECT_EQ(config.databaseConnection(0)->password(), "W");
+  config.databaseConnection(config.addDatabaseConnection())->setLabel("one");
+  EXPECT_EQ(config.databaseConnection(1), nullptr);
 }
 
 TEST(QVMengineConfigTest, AssignmentKeepsTargetEngine) {

@@ -3,84 +3,19 @@
 
 #include <functional>
 
-#include "ANTengine.h"
 #include "COLerror.h"
 #include "QVMengineInternal.h"
 #include "QVMgrammarTestSupport.h"
 
-#include "../../support/TSTfile.h"
 #include "../../support/TSTraised.h"
 
-namespace {
-
-QVMmessageNodeAddress address(std::initializer_list<uint32_t> nodes) {
-  QVMmessageNodeAddress result;
-  uint32_t step = 0;
-  for (uint32_t node : nodes) result.setNodeAndRepeatIndex(step++, node, 0);
-  return result;
-}
-}  // namespace
-
-TEST(QVMtableDefinition, AddColumnReachesEveryMapSetOfEveryConfig) {
-  QVMengineInternal engine;
-  engine.addConfiguration("two");
-  QVMtableDefinitionInternal* table = engine.table(engine.addTable());
-  table->addColumn("a", QVMstringType);
-  table->addColumn("b", QVMintegerType);
-  for (uint32_t c = 0; c < 2; ++c) {
-    engine.setCurrentConfig(c);
-    table->addMapSet();
-    table->mapSet(0)->map(0).setNodeAddress(address({1}));
-    table->mapSet(1)->map(1).setNodeAddress(address({2}));
-  }
-  EXPECT_EQ(table->addColumn("first", QVMdoubleType, 0), 0u);
-  for (uint32_t c = 0; c < 2; ++c) {
-    QVMtableConfig& record = table->tableConfig(c);
-    ASSERT_EQ(record.countOfMapSet(), 2u);
-    for (size_t s = 0; s < 2; ++s) {
-      EXPECT_EQ(record.mapSet(s)->countOfMap(), 3u);
-      EXPECT_EQ(record.mapSet(s)->map(0).nodeAddress().depth(), 0u);
-    }
-    EXPECT_EQ(record.mapSet(0)->map(1).nodeAddress(), address({1}));
-    EXPECT_EQ(record.mapSet(1)->map(2).nodeAddress(), address({2}));
-  }
-  EXPECT_EQ(table->columnName(0), "first");
-  EXPECT_EQ(table->columnType(2), QVMintegerType);
-  EXPECT_EQ(table->columnTypeAsString(0), "Double");
-  EXPECT_EQ(table->columnIndex("b"), 2u);
-  EXPECT_EQ(table->columnIndex("zz"), 0xFFFFFFFFu);
-  // Removing a column takes its map item with it everywhere.
-  table->removeColumn(1);
-  EXPECT_EQ(table->tableConfig(1).mapSet(0)->countOfMap(), 2u);
-  EXPECT_EQ(table->tableConfig(1).mapSet(1)->map(1).nodeAddress(), address({2}));
-}
-
-TEST(QVMtableDefinition, ColumnIdsAreNeverReused) {
-  QVMengineInternal engine;
-  QVMtableDefinitionInternal* table = engine.table(engine.addTable());
-  table->addColumn("a", QVMstringType);
-  table->addColumn("b", QVMstringType);
-  table->removeColumn(1);
-  table->addColumn("c", QVMstringType);
-  EXPECT_EQ(table->columnId(0), 0u);
-  EXPECT_EQ(table->columnId(1), 2u);
-  table->moveColumn(1, 0);
-  EXPECT_EQ(table->columnName(0), "c");
-  EXPECT_EQ(table->columnId(0), 2u);
-  EXPECT_EQ(table->columnIndexFromColumndId(0), 1u);
-  EXPECT_EQ(table->columnIndexFromColumndId(1), 0xFFFFFFFFu);
-}
-
-TEST(QVMtableDefinition, MoveColumnMovesMappingsAndScripts) {
+// The mappings move as well (see tests/data/QVM/edit/table.test).
+TEST(QVMtableDefinition, MoveColumnMovesScripts) {
   QVMengineInternal engine;
   QVMtableDefinitionInternal* table = engine.table(engine.addTable());
   for (const char* name : {"a", "b", "c"}) table->addColumn(name, QVMstringType);
-  table->mapSet(0)->map(0).setNodeAddress(address({7}));
   table->setIncomingFunctionCode(0, 0, "value = 1");
   table->moveColumn(0, 2);
-  EXPECT_EQ(table->columnName(2), "a");
-  EXPECT_EQ(table->mapSet(0)->map(2).nodeAddress(), address({7}));
-  EXPECT_EQ(table->mapSet(0)->map(0).nodeAddress().depth(), 0u);
   EXPECT_EQ(table->incomingFunctionCode(0, 2), "value = 1\r\n");
   EXPECT_EQ(table->incomingFunction(2).engine(), &engine.LanguageEngine());
   QVMtableMapSet* set = table->mapSet(0);
@@ -88,55 +23,6 @@ TEST(QVMtableDefinition, MoveColumnMovesMappingsAndScripts) {
   EXPECT_EQ(TSTerrorText([&] { set->moveColumn(0, 3); }), "Failed precondition: ToIndex < pMember->MapItem.size()");
   EXPECT_EQ(TSTerrorText([&] { set->map(3); }), "Failed precondition: MapIndex < pMember->MapItem.size()");
   EXPECT_EQ(TSTerrorText([&] { set->removeColumn(3); }), "Failed precondition: ColumnIndex < pMember->MapItem.size()");
-}
-
-TEST(QVMtableDefinition, MapSetsOfCurrentConfiguration) {
-  QVMengineInternal engine;
-  QVMtableDefinitionInternal* table = engine.table(engine.addTable());
-  table->addColumn("a", QVMstringType);
-  EXPECT_EQ(table->countOfMapSet(), 1u);
-  EXPECT_EQ(table->mapSet(0)->name(), "Mapset");
-  table->mapSet(0)->setName("main");
-  table->mapSet(0)->map(0).setNodeAddress(address({3, 1}));
-  size_t copied = table->copyMapSet(0);
-  EXPECT_EQ(table->mapSet(copied)->name(), "main");
-  EXPECT_EQ(table->mapSet(copied)->map(0).nodeAddress(), address({3, 1}));
-  EXPECT_EQ(table->mapSet(copied)->tableDefinition(), table);
-  table->mapSet(copied)->map(0).clear();
-  EXPECT_EQ(table->mapSet(0)->map(0).nodeAddress(), address({3, 1}));
-  EXPECT_EQ(TSTerrorText([&] { table->mapSet(2); }), "Failed precondition: countOfMapSet() > SetIndex");
-  table->removeMapSet(0);
-  EXPECT_EQ(table->countOfMapSet(), 1u);
-  table->addMapSet();
-  table->mapSetClear();
-  ASSERT_EQ(table->countOfMapSet(), 1u);
-  EXPECT_EQ(table->mapSet(0)->name(), "Mapset");
-  EXPECT_EQ(table->mapSet(0)->countOfMap(), 1u);
-}
-
-TEST(QVMtableDefinition, UniqueColumnNamesAndTableIndex) {
-  QVMengineInternal engine;
-  QVMtableDefinitionInternal* table = engine.table(engine.addTable());
-  table->setTableName("Patient");
-  table->addColumn("Name", QVMstringType);
-  table->addColumn("Name1", QVMstringType);
-  EXPECT_EQ(QVMtableMakeUniqueColumnName(*table, 5, "Name"), "Name2");
-  EXPECT_EQ(QVMtableMakeUniqueColumnName(*table, 0, "Name"), "Name");
-  EXPECT_EQ(QVMtableMakeUniqueColumnName(*table, 5, ""), "Column");
-  EXPECT_EQ(QVMtableMakeUniqueColumnName(*table, 5, "a b!"), "a_b");
-  EXPECT_EQ(engine.tableByName("Patient"), 0u);
-  engine.table(engine.addTable())->setTableName("Visit");
-  engine.table(engine.addTable())->setTableName("Patient");
-  table->setTableName("Person");
-  EXPECT_EQ(engine.tableByName("Patient"), 2u);
-  EXPECT_EQ(engine.tableByName("Person"), 0u);
-  engine.deleteTable(0);
-  EXPECT_EQ(engine.tableByName("Patient"), 1u);
-  EXPECT_EQ(engine.tableByName("Person"), 0xFFFFFFFFu);
-  // Taking the name of an earlier table: the earlier index stays first.
-  engine.table(1)->setTableName("Visit");
-  EXPECT_EQ(engine.tableByName("Visit"), 0u);
-  EXPECT_EQ(engine.tableByName("Patient"), 0xFFFFFFFFu);
 }
 
 TEST(QVMtableDefinition, TableGrammarLeavesAndGroups) {
@@ -206,74 +92,6 @@ TEST(QVMtableDefinition, ClearGrammarResetsCurrentRecord) {
   EXPECT_EQ(grammar.messageGrammar(), nullptr);
   EXPECT_EQ(grammar.tableMapSetIndex(), 0xFFFFFFFFu);
   EXPECT_EQ(grammar.messageGrammarFieldIndex(), 0xFFFFFFFFu);
-}
-
-// A message PATIENT group under the root with PID inside; a leaf mapped from the root.
-struct RubberBandModel {
-  QVMengineInternal engine;
-  QVMtableDefinitionInternal* table;
-  QVMmessageDefinitionInternal* message;
-  QVMmessageGrammar* patient;
-  QVMtableGrammarInternal* leaf;
-
-  RubberBandModel() {
-    ANTloadEngine(TSTreadFile(std::string(MSGBRIDGE_SOURCE_DIR) + "/tests/data/QVM/rubber_band.vmd"), engine,
-                  "rubber_band.vmd");
-    table = engine.table(0);
-    message = engine.message(0);
-    patient = message->messageGrammar()->subGrammar(1);
-    leaf = message->tableGrammar().subGrammar(0);
-  }
-};
-
-TEST(QVMtableDefinition, RubberBandDownToChildKeepsColumnsUnderIt) {
-  RubberBandModel model;
-  QVMtableGrammarMakeRubberBandedMessageGrammar(*model.leaf, model.patient, 0xFFFFFFFF, true);
-  EXPECT_EQ(model.leaf->messageGrammar(), model.patient);
-  ASSERT_EQ(model.table->countOfMapSet(), 2u);
-  EXPECT_EQ(model.leaf->tableMapSetIndex(), 1u);
-  QVMtableMapSet* set = model.table->mapSet(1);
-  EXPECT_EQ(set->name(), "Message.PATIENT");
-  EXPECT_EQ(set->map(0).nodeAddress(), address({0, 3}));
-  EXPECT_EQ(set->map(1).nodeAddress().depth(), 0u);
-  EXPECT_EQ(set->map(2).nodeAddress().depth(), 0u);
-  EXPECT_EQ(model.table->mapSet(0)->map(0).nodeAddress(), address({1, 0, 3}));
-}
-
-TEST(QVMtableDefinition, RubberBandUpShiftsEveryAddress) {
-  RubberBandModel model;
-  model.leaf->setMessageGrammar(model.patient);
-  QVMtableGrammarMakeRubberBandedMessageGrammar(*model.leaf, model.message->messageGrammar(), 0xFFFFFFFF, true);
-  QVMtableMapSet* set = model.table->mapSet(model.leaf->tableMapSetIndex());
-  EXPECT_EQ(set->name(), "Message");
-  QVMmessageNodeAddress expected = address({1, 1, 0, 3});
-  expected.setNodeAndRepeatIndex(0, 1, 0);
-  EXPECT_EQ(set->map(0).nodeAddress(), expected);
-  EXPECT_EQ(set->map(1).nodeAddress(), address({1, 0, 2}));
-  EXPECT_EQ(set->map(2).nodeAddress().depth(), 0u);
-}
-
-TEST(QVMtableDefinition, RubberBandFieldsAndUnchangedRoots) {
-  RubberBandModel model;
-  QVMmessageGrammar* root = model.message->messageGrammar();
-  QVMtableGrammarMakeRubberBandedMessageGrammar(*model.leaf, root, 0xFFFFFFFF, true);
-  EXPECT_EQ(model.table->countOfMapSet(), 1u);
-  // Into field 1 of the same root: columns under node 1 keep their tails.
-  QVMtableGrammarMakeRubberBandedMessageGrammar(*model.leaf, root, 1, true);
-  EXPECT_EQ(model.leaf->messageGrammarFieldIndex(), 1u);
-  QVMtableMapSet* field = model.table->mapSet(model.leaf->tableMapSetIndex());
-  EXPECT_EQ(field->name(), "Field Map");
-  EXPECT_EQ(field->map(0).nodeAddress(), address({0, 3}));
-  // Out of the field again: addresses get the field back in front.
-  QVMtableGrammarMakeRubberBandedMessageGrammar(*model.leaf, root, 0xFFFFFFFF, true);
-  EXPECT_EQ(model.table->mapSet(model.leaf->tableMapSetIndex())->map(0).nodeAddress(), address({1, 0, 3}));
-  // Without keeping mappings only the root moves.
-  size_t sets = model.table->countOfMapSet();
-  QVMtableGrammarMakeRubberBandedMessageGrammar(*model.leaf, model.patient, 0xFFFFFFFF, false);
-  EXPECT_EQ(model.table->countOfMapSet(), sets);
-  EXPECT_EQ(model.leaf->messageGrammar(), model.patient);
-  EXPECT_EQ(TSTerrorText([&] { QVMtableGrammarMakeRubberBandedMessageGrammar(*model.leaf, nullptr, 0, true); }),
-            "Failed precondition: pGrammar != NULL");
 }
 
 TEST(QVMtableDefinition, WalkOverAllTableGrammars) {

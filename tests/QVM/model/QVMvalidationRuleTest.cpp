@@ -24,48 +24,12 @@ TEST(QVMvalidationRule, FactoryMakesEachKindAndRefusesOthers) {
             COLerror("Unknown validation rule type.", COL_ERROR_PRECONDITION));
 }
 
-TEST(QVMvalidationRule, NameParameterRoundTripsInEveryKind) {
-  for (uint32_t kind = 0; kind < 5; ++kind) {
-    auto rule = QVMsegmentValidationRuleCreate(kind);
-    rule->setParameter("Name", "rule name");
-    EXPECT_EQ(rule->parameter("Name"), "rule name") << kind;
-    EXPECT_EQ(rule->name(), "rule name") << kind;
-    EXPECT_EQ(TSTraised([&] { rule->setParameter("Bogus", "1"); }),
-              COLerror("Bogus is not a recognized key for this validation rule.", COL_ERROR_PRECONDITION));
-    EXPECT_EQ(TSTraised([&] { rule->parameter("name"); }),
-              COLerror("name is not a recognized key for this validation rule.", COL_ERROR_PRECONDITION));
-  }
-}
-
-// Another kind's key is refused both ways.
-TEST(QVMvalidationRule, KeysAreTheirOwnClassOnly) {
-  for (auto [kind, key] : {std::pair<uint32_t, const char*>{QVMconditionalFieldRule, "Code"},
-                           {QVMpythonRule, "CodeOnError"}, {QVMregularExpressionRule, "FieldIndex"}}) {
-    auto rule = QVMsegmentValidationRuleCreate(kind);
-    const COLerror refused(COLstring(key) + " is not a recognized key for this validation rule.",
-                           COL_ERROR_PRECONDITION);
-    EXPECT_EQ(TSTraised([&] { rule->setParameter(key, "x = 1"); }), refused);
-    EXPECT_EQ(TSTraised([&] { rule->parameter(key); }), refused);
-  }
-}
-
-TEST(QVMvalidationRule, ConditionalFieldIndexReadsAsAtoiDoesAndNamesTheField) {
+// Parameters and display names on a grammar's fields: tests/data/QVM/edit/rules.test.
+TEST(QVMvalidationRule, AConditionalRuleOffAGrammarNamesNoField) {
   QVMsegmentValidationRuleConditionalField rule;
-  rule.setParameter("FieldIndex", "3");
-  EXPECT_EQ(rule.requiredField(), 3u);
-  EXPECT_EQ(rule.parameter("FieldIndex"), "3");
   rule.setParameter("FieldIndex", "abc");
   EXPECT_EQ(rule.requiredField(), 0u);
-  EXPECT_EQ(rule.displayName(), "Undefined");  // not on a grammar: no field 0
-  rule.setParameter("FieldIndex", " 12xyz");
-  EXPECT_EQ(rule.requiredField(), 12u);
-  QVMsegmentGrammar grammar = segmentWithFields("PID", {"id", "name"});
-  auto* bound = static_cast<QVMsegmentValidationRuleConditionalField*>(
-      grammar.addValidationRule(0, QVMconditionalFieldRule));
-  bound->setRequiredField(1);
-  EXPECT_EQ(bound->displayName(), "name");
-  bound->setRequiredField(2);
-  EXPECT_EQ(bound->displayName(), "Undefined");
+  EXPECT_EQ(rule.displayName(), "Undefined");
 }
 
 TEST(QVMvalidationRule, RegularExpressionKeepsABadPattern) {
@@ -78,23 +42,6 @@ TEST(QVMvalidationRule, RegularExpressionKeepsABadPattern) {
   EXPECT_FALSE(rule.regularExpression().isExpressionValid());
   EXPECT_EQ(rule.parameter("RegularExpression"), "([A-Z]");
   EXPECT_EQ(rule.displayName(), "([A-Z]");
-}
-
-TEST(QVMvalidationRule, RegExpPairDisplayName) {
-  QVMsegmentGrammar grammar = segmentWithFields("OBX", {"type", "value"});
-  auto* rule = static_cast<QVMsegmentValidationRuleRegExpPair*>(grammar.addValidationRule(1, QVMregExpPairRule));
-  EXPECT_EQ(rule->displayName(), "Invalid rule");  // no patterns yet
-  rule->setParameter("DependentFieldRegExp", "NM");
-  rule->setParameter("FieldRegExp", "^[0-9.]+$");
-  rule->setParameter("DependentFieldIndex", "0");
-  EXPECT_EQ(rule->displayName(), "If type matches NM this field (value) must match ^[0-9.]+$");
-  EXPECT_EQ(rule->parameter("DependentFieldIndex"), "0");
-  EXPECT_EQ(rule->parameter("DependentFieldRegExp"), "NM");
-  rule->setDependentFieldIndex(2);
-  EXPECT_EQ(rule->displayName(), "Invalid rule");
-  rule->setDependentFieldIndex(0);
-  rule->setParameter("FieldRegExp", "[");
-  EXPECT_EQ(rule->displayName(), "Invalid rule");
 }
 
 TEST(QVMvalidationRule, PythonRulesKeepDescriptionAndCode) {
