@@ -35,24 +35,26 @@ protected:
 
 }  // namespace
 
-TEST(QVMtableItem, ReadsInAForeignTypeNameTheItemAndItsValue) {
-  QVMtableInternalStringItem text("abc");
+TEST(QVMtableCell, ReadsInAForeignTypeNameTheKindAndItsValue) {
+  QVMtableCell text("abc");
   EXPECT_EQ(TSTraised([&] { text.valueAsInteger(); }),
             COLerror("Trying to access string 'abc' as an integer", COL_ERROR_PRECONDITION));
   EXPECT_EQ(TSTraised([&] { text.valueAsDouble(); }),
             COLerror("Trying to access string 'abc' as a double", COL_ERROR_PRECONDITION));
   EXPECT_EQ(TSTraised([&] { text.valueAsDateTime(); }),
             COLerror("Trying to access string 'abc' as a datetime", COL_ERROR_PRECONDITION));
-  QVMtableInternalIntegerItem number(5);
+  QVMtableCell number;
+  number.setInteger(5);
   EXPECT_EQ(TSTraised([&] { number.valueAsString(); }),
             COLerror("Trying to access integer '5' as a string", COL_ERROR_PRECONDITION));
   EXPECT_EQ(TSTraised([&] { number.valueAsDouble(); }),
             COLerror("Trying to access integer '5' as a double", COL_ERROR_PRECONDITION));
-  QVMtableInternalDoubleItem real(2.5);
+  QVMtableCell real;
+  real.setDouble(2.5);
   EXPECT_EQ(TSTraised([&] { real.valueAsInteger(); }),
             COLerror("Trying to access double '2.500000' as an integer", COL_ERROR_PRECONDITION));
-  QVMtableInternalDateTimeItem when;
-  when.setValue(COLdateTime(2001, 2, 3, 0, 0, 0));
+  QVMtableCell when;
+  when.setDateTime(COLdateTime(2001, 2, 3, 0, 0, 0));
   EXPECT_EQ(
       TSTraised([&] { when.valueAsString(); }),
       COLerror(("Trying to access datetime '" + QVMprinted(COLdateTime(2001, 2, 3, 0, 0, 0)).str() + "' as an string"),
@@ -61,17 +63,24 @@ TEST(QVMtableItem, ReadsInAForeignTypeNameTheItemAndItsValue) {
             COLerror(("Trying to access datetime '" + when.getStringValue().str() + "' as an integer"),
                      COL_ERROR_PRECONDITION));
   // Empty and explicit-null text read as numbers give 0, as date-times their own object.
-  QVMtableInternalStringItem empty, explicitNull("\"\"");
+  QVMtableCell empty, explicitNull("\"\"");
   EXPECT_EQ(empty.valueAsInteger(), 0);
   EXPECT_EQ(explicitNull.valueAsDouble(), 0.0);
   EXPECT_TRUE(empty.valueAsDateTime().isNull());
-  EXPECT_EQ(&empty.valueAsDateTime(), empty.dateTimeObject.get());
-  QVMtableInternalInvalidItem invalid("x1");
+  EXPECT_EQ(&empty.valueAsDateTime(), empty.dateTimeObject().get());
+  QVMtableCell invalid;
+  invalid.becomeKeepingDateTime(QVMtableCell::Invalid, "x1");
   EXPECT_EQ(invalid.valueAsString(), "x1");
   EXPECT_EQ(invalid.valueAsInteger(), 0);
   invalid.clearDateTime();
-  EXPECT_EQ(invalid.dateTimeObject->status(), COLdateTime::invalid);
+  EXPECT_EQ(invalid.dateTimeObject()->status(), COLdateTime::invalid);
   EXPECT_EQ(QVMprinted(text), "\"abc\"");
+  // A copy owns its date-time object; a move keeps the one callers may hold.
+  QVMtableCell copy(when);
+  EXPECT_NE(copy.dateTimeObject().get(), when.dateTimeObject().get());
+  const QVMdateTimeInternal* held = when.dateTimeObject().get();
+  QVMtableCell moved(std::move(when));
+  EXPECT_EQ(moved.dateTimeObject().get(), held);
 }
 
 // States, values, type checks and bounds of cells are step cases: tests/data/QVM/cells.test.
