@@ -123,7 +123,8 @@ const char* QVJhl7ToXml(QVJparseContext& Context, const char* Message) {
     QVMxmlHl7Converter* Converter = &Context.converter(Config.xmlTranslationType());
     COLstring Xml;
     if (Converter->isStandard() && Converter->isTable()) {
-      QVMtableInternal Table;
+      QVMtableInternal& Table = Context.messageTable();
+      Table.clear();
       unsigned MessageIndex = 0;
       QVJengineInternalParseMessage(Context, Message, MessageIndex, Table);
       // Asked again: a script of the parse may have used this context with another dialect.

@@ -1,6 +1,7 @@
 #include "QVJparseContext.h"
 
 #include "QVMengineInternal.h"
+#include "QVMtableInternal.h"
 #include "QVMxmlHl7Converter.h"
 
 struct QVJparseContext::Private {
@@ -8,6 +9,7 @@ struct QVJparseContext::Private {
   QVPparseContext context;
   COLstring converterName;
   std::unique_ptr<QVMxmlHl7Converter> converter;
+  QVMtableInternal messageTable;
   explicit Private(QVMengineInternal* Schema) : context(Schema) {}
 };
 
@@ -15,6 +17,8 @@ QVJparseContext::QVJparseContext(QVMengineInternal* Schema) : pMember(std::make_
 QVJparseContext::~QVJparseContext() = default;
 COLreferencePtr<SGMsegmentList> QVJparseContext::currentSegmentList() const { return pMember->segmentList; }
 QVPparseContext& QVJparseContext::qvpParseContext() { return pMember->context; }
+
+QVMtableInternal& QVJparseContext::messageTable() { return pMember->messageTable; }
 
 QVMxmlHl7Converter& QVJparseContext::converter(const COLstring& Name) {
   if (!pMember->converter || pMember->converterName != Name) {

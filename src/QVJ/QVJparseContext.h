@@ -11,6 +11,7 @@
 #include "SGMsegmentList.h"
 
 class QVMengineInternal;
+class QVMtableInternal;
 class QVMxmlHl7Converter;
 
 class QVJparseContext {
@@ -25,6 +26,9 @@ public:
   QVPparseContext& qvpParseContext();
   // The converter of the dialect `Name`, kept from message to message while the dialect stays.
   QVMxmlHl7Converter& converter(const COLstring& Name);
+  // The table a message is filled into on its way to XML, refilled by the next message: its
+  // rows, cells and sub-tables are used again.
+  QVMtableInternal& messageTable();
 
 private:
   struct Private;

@@ -116,6 +116,13 @@ void QVMtableCell::clearDateTime() {
   if (m_DateTime) *m_DateTime = COLdateTime();
 }
 
+void QVMtableCell::reset() {
+  m_Kind = Text;
+  m_Double = 0.0;
+  m_Text.clear();
+  m_DateTime = nullptr;
+}
+
 void QVMtableCell::becomeKeepingDateTime(Kind kind, const COLstring& text) {
   m_Kind = kind;
   m_Double = 0.0;

@@ -47,6 +47,8 @@ public:
   // cell makes one if needed and marks it invalid, so the cell stays invalid.
   void clearDateTime();
 
+  // Back to a fresh (null text) cell without its date-time object; the text keeps its buffer.
+  void reset();
   // Turns the cell into another kind with an empty value, keeping the date-time object.
   void becomeKeepingDateTime(Kind kind, const COLstring& text = COLstring());
   // Sets a value of the cell's kind in place, or turns the cell into that kind; a change of

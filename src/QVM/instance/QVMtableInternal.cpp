@@ -1,5 +1,6 @@
 #include "QVMtableInternal.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "COLdateTime.h"
@@ -13,9 +14,14 @@ public:
   unsigned countOfRow = 0;
   unsigned countOfColumn = 0;
   // The cells of a node table, row after row: adding a row costs no allocation per cell.
+  // Cells past the rows in use are kept from earlier rows, to be reset and used again.
   std::vector<QVMtableCell> cells;
   // The sub-tables of each row of a group table, in grammar order.
   std::vector<std::vector<COLreferencePtr<QVMtableInternal>>> rowTables;
+  // What cleared rows left: their emptied lists and the sub-tables nobody else holds.  A
+  // context that fills one table per message thus reaches a steady state with no allocation.
+  std::vector<std::vector<COLreferencePtr<QVMtableInternal>>> spareRows;
+  std::vector<COLreferencePtr<QVMtableInternal>> spareTables;
   QVMtableGrammarInternal* pTableGrammar = nullptr;
   QVMtableInternal* parent = nullptr;
   COLreferencePtr<COLreference> definitionOwner;
@@ -52,7 +58,8 @@ QVMtableInternal::QVMtableInternal(const QVMtableInternal& other)
   pMember->countOfColumn = source.countOfColumn;
   pMember->pTableGrammar = source.pTableGrammar;
   pMember->definitionOwner = source.definitionOwner;
-  pMember->cells = source.cells;
+  pMember->cells.assign(source.cells.begin(),
+                        source.cells.begin() + static_cast<std::ptrdiff_t>(source.countOfRow) * source.countOfColumn);
   pMember->rowTables.reserve(source.rowTables.size());
   for (const auto& tables : source.rowTables) {
     auto& copy = pMember->rowTables.emplace_back();
@@ -86,10 +93,16 @@ void QVMtableInternal::makeEmptyTable(QVMtableGrammarInternal* Grammar) {
 }
 
 void QVMtableInternal::clear() {
-  pMember->countOfRow = 0;
-  pMember->countOfColumn = 0;
-  pMember->cells.clear();
-  pMember->rowTables.clear();
+  QVMtableInternalPrivate& member = *pMember;
+  member.countOfRow = 0;
+  member.countOfColumn = 0;
+  for (auto& tables : member.rowTables) {
+    for (auto& table : tables)
+      if (table->countOfRef() == 1) member.spareTables.push_back(std::move(table));
+    tables.clear();
+    member.spareRows.push_back(std::move(tables));
+  }
+  member.rowTables.clear();
   pMember->pTableGrammar = nullptr;
 }
 
@@ -116,14 +129,30 @@ void QVMtableInternal::checkIfEmpty() const {
 unsigned QVMtableInternal::addRow() {
   COL_PRECONDITION_TEXT(pMember->pTableGrammar != nullptr, "pMember->pTableGrammar != NULL");
   if (isNode()) {
-    pMember->cells.resize(pMember->cells.size() + pMember->countOfColumn);
+    std::vector<QVMtableCell>& cells = pMember->cells;
+    const size_t end = static_cast<size_t>(pMember->countOfRow + 1) * pMember->countOfColumn;
+    for (size_t i = end - pMember->countOfColumn; i < end && i < cells.size(); ++i) cells[i].reset();
+    if (cells.size() < end) cells.resize(end);
   } else {
-    auto& tables = pMember->rowTables.emplace_back();
-    const size_t count = pMember->pTableGrammar->countOfSubGrammar();
+    QVMtableInternalPrivate& member = *pMember;
+    if (member.spareRows.empty()) {
+      member.rowTables.emplace_back();
+    } else {
+      member.rowTables.push_back(std::move(member.spareRows.back()));
+      member.spareRows.pop_back();
+    }
+    auto& tables = member.rowTables.back();
+    const size_t count = member.pTableGrammar->countOfSubGrammar();
     tables.reserve(count);
     for (size_t i = 0; i < count; ++i) {
-      COLreferencePtr<QVMtableInternal> table = new QVMtableInternal;
-      table->makeEmptyTable(pMember->pTableGrammar->subGrammar(i));
+      COLreferencePtr<QVMtableInternal> table;
+      if (member.spareTables.empty()) {
+        table = new QVMtableInternal;
+      } else {
+        table = std::move(member.spareTables.back());
+        member.spareTables.pop_back();
+      }
+      table->makeEmptyTable(member.pTableGrammar->subGrammar(i));
       table->setParent(this);
       table->setDefinitionOwner(pMember->definitionOwner.get());
       tables.push_back(std::move(table));
@@ -142,8 +171,9 @@ void QVMtableInternal::checkRow(unsigned Row) const {
 
 void QVMtableInternal::removeRow(unsigned Row) {
   checkRow(Row);
+  // The row's cells go to the end, where cells wait to be used again.
   const auto first = pMember->cells.begin() + static_cast<std::ptrdiff_t>(Row) * pMember->countOfColumn;
-  if (pMember->countOfColumn) pMember->cells.erase(first, first + pMember->countOfColumn);
+  if (pMember->countOfColumn) std::rotate(first, first + pMember->countOfColumn, pMember->cells.end());
   if (Row < pMember->rowTables.size()) pMember->rowTables.erase(pMember->rowTables.begin() + Row);
   --pMember->countOfRow;
 }
