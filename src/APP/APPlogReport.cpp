@@ -1,8 +1,11 @@
 #include "APPlogReport.h"
 
+#include <cstdio>
 #include <string>
 
 #include "COLerror.h"
+#include "QVMtableDefinitionInternal.h"
+#include "QVMtableInternal.h"
 
 APPlogReport::APPlogReport(COLostream& out, const MLGreader& reader, const COLstring& logPath, bool active)
     : m_Out(out), m_Reader(reader), m_Path(logPath), m_Active(active) {}
@@ -66,12 +69,55 @@ void APPlogReport::afterLastMessage() {
   if (m_Active) warnCut();
 }
 
+void APPlogReport::UnwrittenValues::unwrittenValue(const QVMtableInternal& table, unsigned column, unsigned row,
+                                                  const COLstring& text) {
+  // Control bytes by number: printed raw they would garble the report.
+  COLstring shown;
+  for (const char c : text.view()) {
+    const auto byte = static_cast<unsigned char>(c);
+    if (byte >= 0x20 && byte != 0x7F) {
+      shown += c;
+      continue;
+    }
+    char hex[8];
+    std::snprintf(hex, sizeof hex, "\\x%02X", byte);
+    shown += hex;
+  }
+  const QVMtableDefinitionInternal* definition = table.tableDefinition();
+  const COLstring message = QVMtableMessageName(table);
+  COLstring line;
+  COLostream(line) << "message " << m_Number << (message.empty() ? COLstring() : " (" + message + ")")
+                   << ": the value '" << shown << "' of "
+                   << (definition ? definition->tableName() + "." : COLstring()) << table.columnName(column)
+                   << " (row " << row + 1 << ") does not fit the column's type ("
+                   << table.columnTypeAsString(column) << ") and is left out of the XML.";
+  m_Texts.push_back(line);
+}
+
+void APPlogReport::UnwrittenValues::report() {
+  for (const COLstring& text : m_Texts) {
+    m_Report.m_Out << "\nWarning: " << text << newline;
+    ++m_Report.m_Warnings;
+    ++m_Report.m_ValuesLost;
+  }
+  m_Texts.clear();
+}
+
 bool APPlogReport::summary() {
   if (!m_Warnings) return false;
   m_Out << "\nWarnings: " << COLstring(std::to_string(m_Warnings));
-  if (m_HeadersLost)
-    m_Out << " (" << COLstring(std::to_string(m_HeadersLost))
-          << (m_HeadersLost == 1 ? " 'MSH' segment" : " 'MSH' segments") << " of the log not read as messages)";
+  const char* open = " (";
+  if (m_HeadersLost) {
+    m_Out << open << COLstring(std::to_string(m_HeadersLost))
+          << (m_HeadersLost == 1 ? " 'MSH' segment" : " 'MSH' segments") << " of the log not read as messages";
+    open = ", ";
+  }
+  if (m_ValuesLost) {
+    m_Out << open << COLstring(std::to_string(m_ValuesLost))
+          << (m_ValuesLost == 1 ? " value" : " values") << " left out of the XML";
+    open = ", ";
+  }
+  if (open[0] == ',') m_Out << ")";
   return true;
 }
 

@@ -6,11 +6,13 @@
 #include <cstdint>
 #include <exception>
 #include <memory>
+#include <vector>
 
 #include "COLostream.h"
 #include "COLstring.h"
 #include "MLGlogInput.h"
 #include "MLGreader.h"
+#include "QVMtableXmlFormatter.h"
 
 class APPlogReport {
 public:
@@ -40,6 +42,23 @@ public:
     bool m_Done = false;
   };
 
+  // Listens, while it lives, for the values that the XML of message `number` leaves out
+  // because they do not fit their column's type, and warns of each one once the message is
+  // written.
+  class UnwrittenValues : public QVMtableXmlUnwrittenValues {
+  public:
+    UnwrittenValues(APPlogReport& report, unsigned number) : m_Report(report), m_Number(number), m_Scope(*this) {}
+    void unwrittenValue(const QVMtableInternal& table, unsigned column, unsigned row, const COLstring& text) override;
+    // The warnings, once the message's file is written.
+    void report();
+
+  private:
+    APPlogReport& m_Report;
+    unsigned m_Number;
+    std::vector<COLstring> m_Texts;
+    QVMtableXmlUnwrittenScope m_Scope;
+  };
+
   // After the last message, before the statistics: a warning if the input was cut short.
   void afterLastMessage();
   // After the statistics: the count of warnings and of header segments not read as
@@ -58,5 +77,6 @@ private:
   std::unique_ptr<MLGlineCounter> m_Lines;
   unsigned m_Warnings = 0;
   uint64_t m_HeadersLost = 0;
+  uint64_t m_ValuesLost = 0;
   bool m_CutReported = false;
 };

@@ -19,70 +19,6 @@ namespace {
 
 COLstring numberedName(unsigned number, const COLstring& name) { return APPxmlFileName(number, COLstring(), name); }
 
-// --- UTF-16 to UTF-8
-
-enum class APPutf16 { No, Little, Big };
-
-APPutf16 utf16Kind(std::string_view bytes, size_t& skip) {
-  skip = 0;
-  auto at = [&](size_t i) { return i < bytes.size() ? static_cast<unsigned char>(bytes[i]) : 0x100u; };
-  if (at(0) == 0xFF && at(1) == 0xFE) return skip = 2, APPutf16::Little;
-  if (at(0) == 0xFE && at(1) == 0xFF) return skip = 2, APPutf16::Big;
-  // No byte order mark: "<" as a 16-bit unit, as Expat tells it.
-  if (at(0) == '<' && at(1) == 0 && at(2) != 0x100u && at(3) == 0) return APPutf16::Little;
-  if (at(0) == 0 && at(1) == '<' && at(2) == 0 && at(3) != 0x100u) return APPutf16::Big;
-  return APPutf16::No;
-}
-
-void appendUtf8(std::string& out, unsigned code) {
-  if (code < 0x80) {
-    out += static_cast<char>(code);
-  } else if (code < 0x800) {
-    out += static_cast<char>(0xC0 | (code >> 6));
-    out += static_cast<char>(0x80 | (code & 0x3F));
-  } else if (code < 0x10000) {
-    out += static_cast<char>(0xE0 | (code >> 12));
-    out += static_cast<char>(0x80 | ((code >> 6) & 0x3F));
-    out += static_cast<char>(0x80 | (code & 0x3F));
-  } else {
-    out += static_cast<char>(0xF0 | (code >> 18));
-    out += static_cast<char>(0x80 | ((code >> 12) & 0x3F));
-    out += static_cast<char>(0x80 | ((code >> 6) & 0x3F));
-    out += static_cast<char>(0x80 | (code & 0x3F));
-  }
-}
-
-// A stray surrogate becomes U+FFFD; an odd last byte is dropped.
-std::string utf16ToUtf8(std::string_view bytes, size_t skip, bool little) {
-  std::string out;
-  out.reserve(bytes.size() / 2);
-  auto unit = [&](size_t i) {
-    const unsigned a = static_cast<unsigned char>(bytes[i]), b = static_cast<unsigned char>(bytes[i + 1]);
-    return little ? a | (b << 8) : (a << 8) | b;
-  };
-  for (size_t i = skip; i + 1 < bytes.size(); i += 2) {
-    unsigned code = unit(i);
-    if (code >= 0xD800 && code < 0xDC00 && i + 3 < bytes.size() && unit(i + 2) >= 0xDC00 && unit(i + 2) < 0xE000) {
-      code = 0x10000 + ((code - 0xD800) << 10) + (unit(i + 2) - 0xDC00);
-      i += 2;
-    } else if (code >= 0xD800 && code < 0xE000) {
-      code = 0xFFFD;
-    }
-    appendUtf8(out, code);
-  }
-  // The declaration named the encoding the bytes no longer have.
-  if (out.rfind("<?xml", 0) == 0) {
-    const size_t end = out.find("?>");
-    const size_t at = out.find("encoding", 0);
-    if (end != std::string::npos && at != std::string::npos && at < end) {
-      const size_t open = out.find_first_of("\"'", at);
-      const size_t close = open == std::string::npos ? open : out.find(out[open], open + 1);
-      if (close != std::string::npos && close < end) out.replace(open + 1, close - open - 1, "UTF-8");
-    }
-  }
-  return out;
-}
-
 // --- what a file holds
 
 struct APPxmlScan {
@@ -183,10 +119,8 @@ COLstring APPxmlMessageText(const COLstring& fileName, const COLstring& bytes) {
                      << " messages; a numbered file holds one message, and reading it would keep only the last.";
     refuse(text);
   }
-  size_t skip = 0;
-  const APPutf16 kind = utf16Kind(bytes.view(), skip);
-  if (kind == APPutf16::No) return bytes;
-  return COLstring(utf16ToUtf8(bytes.view(), skip, kind == APPutf16::Little));
+  // UTF-16 goes on as it is: the engine takes the whole text and Expat reads that encoding.
+  return bytes;
 }
 
 COLstring APPtranslateXmlFile(APPengine& engine, const COLstring& fileName, const COLstring& xml) {

@@ -13,7 +13,7 @@ COLstring APPcheckNumberedInputs(const COLstring& directory, const COLstring& na
 // After the run: numbered files beyond the `count` read (made or left meanwhile) were not read.
 void APPcheckAllInputsRead(const COLstring& directory, const COLstring& name, unsigned count);
 
-// The text of one numbered file as the table XML reader takes it: UTF-16 becomes UTF-8.  A file
+// The text of one numbered file as the table XML reader takes it (UTF-16 included).  A file
 // whose content would be lost on reading is refused with its name: one that holds more than one
 // message, or one that refers to external or undeclared entities or an external document type.
 COLstring APPxmlMessageText(const COLstring& fileName, const COLstring& bytes);

@@ -6,7 +6,9 @@
 
 #include "COLstring.h"
 #include "QVMerror.h"
+#include "QVJparse.h"
 #include "QVMhandle.h"
+#include "QVMhandleSupport.h"
 #include "QVMtable.h"
 
 class QVMenginePrivate {
@@ -168,7 +170,15 @@ const char* QVMengine::translateXmlToMessage(const char* xml, size_t* length) {
   return message;
 }
 
-const char* QVMengine::translateXmlToMessage(const COLstring& xml) { return translateXmlToMessage(xml.c_str()); }
+// The whole text, NUL bytes included: UTF-16 XML holds them, and c_str() would cut it short.
+const char* QVMengine::translateXmlToMessage(const COLstring& xml) {
+  const char* message = nullptr;
+  QVM_CHECK_CALL(QVMhandleGuard([&] {
+    QVMengineHandle& engine = QVMhandleEngineObject(pMember->Handle);
+    message = QVJxmlToHl7(engine.parseContext(), xml);
+  }));
+  return message;
+}
 
 void QVMengine::generateXsd(const char* outputFile) {
   const char* schema = nullptr;

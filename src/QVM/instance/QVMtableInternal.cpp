@@ -370,6 +370,13 @@ void QVMtableInternal::setInvalid(unsigned Column, unsigned Row, const COLstring
   cell(Column, Row).setInvalidText(Text);
 }
 
+const COLstring& QVMtableInternal::invalidText(unsigned Column, unsigned Row) const {
+  static const COLstring None;
+  checkBoundary(Column, Row);
+  const QVMtableCell& Cell = cell(Column, Row);
+  return Cell.kind() == QVMtableCell::Invalid ? Cell.valueAsString() : None;
+}
+
 COLstring QVMtableInternal::getStringValue(unsigned Column, unsigned Row) const {
   checkBoundary(Column, Row);
   return cell(Column, Row).getStringValue();

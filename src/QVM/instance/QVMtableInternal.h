@@ -76,6 +76,8 @@ public:
   void setInvalid(unsigned Column, unsigned Row);
   // As setInvalid, keeping the text that failed to convert.
   void setInvalid(unsigned Column, unsigned Row, const COLstring& Text);
+  // The text an invalid cell keeps, in a column of any type; empty for other cells.
+  const COLstring& invalidText(unsigned Column, unsigned Row) const;
 
   // --- cell values
   // The text of any cell whatever the column's type.

@@ -14,10 +14,13 @@ COLstring QVMtableXmlName(const COLstring& Name) {
   std::string_view Text(Name);
   size_t Kept = 0;
   while (Kept < Text.size() && Filter.translate(static_cast<unsigned char>(Text[Kept])) == Text[Kept]) ++Kept;
-  if (Kept == Text.size()) return Name;
+  const auto LeadingDigit = [](const std::string_view Tag) { return !Tag.empty() && Tag[0] >= '0' && Tag[0] <= '9'; };
+  if (Kept == Text.size() && !LeadingDigit(Text)) return Name;
   std::string Out(Text.substr(0, Kept));
   for (const char Byte : Text.substr(Kept))
     if (const char Translated = Filter.translate(static_cast<unsigned char>(Byte))) Out += Translated;
+  // As the writer prints it: a name may not start with a digit.
+  if (LeadingDigit(Out)) Out[0] = '_';
   return COLstring(Out);
 }
 
@@ -38,7 +41,22 @@ const XMLiosTagFilterNoDelimiter& QVMtagFilter() {
 
 constexpr std::string_view kNewLine = "\r\n";
 
+thread_local QVMtableXmlUnwrittenValues* t_Unwritten = nullptr;
+
 }  // namespace
+
+QVMtableXmlUnwrittenScope::QVMtableXmlUnwrittenScope(QVMtableXmlUnwrittenValues& Listener)
+    : m_Previous(t_Unwritten) {
+  t_Unwritten = &Listener;
+}
+
+QVMtableXmlUnwrittenScope::~QVMtableXmlUnwrittenScope() { t_Unwritten = m_Previous; }
+
+COLstring QVMtableMessageName(const QVMtableInternal& Table) {
+  const QVMtableGrammarInternal* Grammar = Table.tableGrammar();
+  const QVMmessageDefinitionInternal* Message = Grammar ? Grammar->message() : nullptr;
+  return Message ? Message->name() : COLstring();
+}
 
 // Values are 8-bit text: the document comes out as UTF-8, readable without a declaration.
 QVMtableXmlFormatter::QVMtableXmlFormatter() = default;
@@ -141,7 +159,14 @@ void QVMtableXmlFormatter::outputTable(unsigned Indent, QVMtableInternal& Table,
     appendTag("<", Tag);
     Out += kNewLine;
     for (unsigned Column = 0; Column < Table.countOfColumn(); ++Column) {
-      if (Table.isNull(Column, Row)) continue;
+      // Null and invalid cells have no element; an invalid one is told to whoever listens, as
+      // the writer is the last to see its text.
+      const QVMtableInternalState State = Table.state(Column, Row);
+      if (State == QVMtableStateNull) continue;
+      if (State == QVMtableStateInvalid) {
+        if (t_Unwritten) t_Unwritten->unwrittenValue(Table, Column, Row, Table.invalidText(Column, Row));
+        continue;
+      }
       // String cells, the common case, are written from the cell itself without a copy.
       COLstring Converted;
       const bool IsString = Table.columnType(Column) == QVMstringType;

@@ -15,8 +15,35 @@ class QVMtableInternal;
 // drops ("/" of "Observation/Result", for one).  The writer prints it, the reader finds
 // sub-grammars by it and the schema declares it, so the three cannot disagree.
 COLstring QVMtableXmlTag(const QVMtableGrammarInternal& Grammar);
-// `Name` as the writer's tag filter leaves it.
+// `Name` as the writer prints it: the tag filter's bytes only (Latin-1 letters and control bytes
+// go), and "_" for a leading digit.
 COLstring QVMtableXmlName(const COLstring& Name);
+
+// Told of each cell that the writer leaves out because its text did not fit the column's type
+// (an invalid cell, such as a date the column's mask cannot read): table XML has no place for
+// it.  A host that must not lose such values silently installs one for the current thread with
+// QVMtableXmlUnwrittenScope around its translations.
+class QVMtableXmlUnwrittenValues {
+public:
+  virtual ~QVMtableXmlUnwrittenValues() = default;
+  // `Text` is what the message held; `Table` is the leaf table of the cell.
+  virtual void unwrittenValue(const QVMtableInternal& Table, unsigned Column, unsigned Row, const COLstring& Text) = 0;
+};
+
+// Installs `Listener` for the current thread while it lives; the one before comes back after.
+class QVMtableXmlUnwrittenScope {
+public:
+  explicit QVMtableXmlUnwrittenScope(QVMtableXmlUnwrittenValues& Listener);
+  ~QVMtableXmlUnwrittenScope();
+  QVMtableXmlUnwrittenScope(const QVMtableXmlUnwrittenScope&) = delete;
+  QVMtableXmlUnwrittenScope& operator=(const QVMtableXmlUnwrittenScope&) = delete;
+
+private:
+  QVMtableXmlUnwrittenValues* m_Previous;
+};
+
+// The message a table row belongs to, for reports: the name of its root's message, else empty.
+COLstring QVMtableMessageName(const QVMtableInternal& Table);
 
 class QVMtableXmlFormatter {
 public:

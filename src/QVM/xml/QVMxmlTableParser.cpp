@@ -1,9 +1,13 @@
 #include "QVMxmlTableParser.h"
 
+#include <expat.h>
+
 #include <cstdlib>
+#include <string>
 
 #include "COLdateTime.h"
 #include "COLerror.h"
+#include "COLostream.h"
 #include "QVMengineInternal.h"
 #include "QVMmessageDefinitionInternal.h"
 #include "QVMtableDefinitionInternal.h"
@@ -19,6 +23,68 @@ bool QVMisBlank(std::string_view Text) {
 
 int QVMdigits(const COLstring& Text, size_t Start, size_t Count) {
   return std::atoi(std::string(std::string_view(Text).substr(Start, Count)).c_str());
+}
+
+// --- entities whose text the reader would not have
+
+struct QVMentityScan {
+  XML_Parser Parser = nullptr;
+  COLstring Problem;
+
+  void stop(const COLstring& What) {
+    if (!Problem.empty()) return;
+    COLstring Place;
+    COLostream(Place) << " (line " << static_cast<unsigned>(XML_GetCurrentLineNumber(Parser)) << " column "
+                      << static_cast<unsigned>(XML_GetCurrentColumnNumber(Parser)) + 1 << ")";
+    Problem = "The table XML refers to " + What + Place + ": the value it stands for would be read as empty.";
+    XML_StopParser(Parser, XML_FALSE);
+  }
+};
+
+void XMLCALL QVMonSkippedEntity(void* Data, const XML_Char* Name, int IsParameter) {
+  static_cast<QVMentityScan*>(Data)->stop(COLstring("the entity '") + (IsParameter ? "%" : "&") + Name +
+                                          ";', which it does not declare");
+}
+
+int XMLCALL QVMonExternalEntity(XML_Parser Parser, const XML_Char*, const XML_Char*, const XML_Char* SystemId,
+                                const XML_Char*) {
+  static_cast<QVMentityScan*>(XML_GetUserData(Parser))
+      ->stop(COLstring("the external entity '") + (SystemId ? SystemId : "") + "', which is not read");
+  return XML_STATUS_ERROR;
+}
+
+// Only a document type declaration can bring such entities in (without one an undeclared
+// entity is malformed XML), so documents without one are not scanned.  UTF-16 is looked for
+// too: Expat reads it.
+bool QVMhasDocumentType(std::string_view Xml) {
+  static constexpr char Wide[] = "D\0O\0C\0T\0Y\0P\0E";
+  return Xml.find("DOCTYPE") != std::string_view::npos ||
+         Xml.find(std::string_view(Wide, sizeof Wide - 1)) != std::string_view::npos;
+}
+
+// Refuses a document that refers to an external entity or to an entity it does not declare:
+// Expat hands neither over, and the value would quietly come out empty.
+void QVMrefuseLostEntities(const COLstring& Xml) {
+  if (!QVMhasDocumentType(Xml.view())) return;
+  QVMentityScan Scan;
+  Scan.Parser = XML_ParserCreate(nullptr);
+  if (!Scan.Parser) throw COLerror("Unable to create the XML parser", COL_ERROR_RESOURCE);
+  XML_SetUserData(Scan.Parser, &Scan);
+  XML_SetSkippedEntityHandler(Scan.Parser, QVMonSkippedEntity);
+  XML_SetExternalEntityRefHandler(Scan.Parser, QVMonExternalEntity);
+  // Pieces, as XML_Parse takes an int length; malformed XML is left to the reader, which says where.
+  const char* Data = Xml.data();
+  size_t Left = Xml.size();
+  constexpr size_t Piece = 1u << 30;
+  bool Going = true;
+  while (Going && Left > Piece) {
+    Going = XML_Parse(Scan.Parser, Data, static_cast<int>(Piece), XML_FALSE) == XML_STATUS_OK;
+    Data += Piece;
+    Left -= Piece;
+  }
+  if (Going) XML_Parse(Scan.Parser, Data, static_cast<int>(Left), XML_TRUE);
+  XML_ParserFree(Scan.Parser);
+  if (!Scan.Problem.empty()) throw COLerror(Scan.Problem, COL_ERROR_PRECONDITION);
 }
 
 }  // namespace
@@ -54,6 +120,7 @@ void QVMxmlTableParser::tableInXML(const COLstring& Xml, const QVMengineInternal
   reset();
   m_Engine = &Engine;
   m_CurrentTable = &Table;
+  QVMrefuseLostEntities(Xml);
   parse(Xml);
   MessageIndex = m_MessageIndex;
 }
@@ -78,7 +145,15 @@ void QVMxmlTableParser::onStartElement(const char* Name, const char**) {
 }
 
 void QVMxmlTableParser::startMessage(const COLstring& Name) {
-  const uint32_t Index = m_Engine->messageByName(Name);
+  // The table holds one message: a second one would replace the first.
+  if (m_RootGrammar)
+    throw COLerror("The table XML holds more than one message: " + Name + " follows " +
+                       m_Engine->message(m_MessageIndex)->name() + ", and a document is read as one message.",
+                   COL_ERROR_PRECONDITION);
+  uint32_t Index = m_Engine->messageByName(Name);
+  // A name the writer had to change is found by the name it printed.
+  for (uint32_t Other = 0; Index >= m_Engine->countOfMessage() && Other < m_Engine->countOfMessage(); ++Other)
+    if (QVMtableXmlName(m_Engine->message(Other)->name()) == Name) Index = Other;
   if (Index == QVMengineInternal::npos || Index >= m_Engine->countOfMessage())
     throw COLerror("The message " + Name + " is unknown.", COL_ERROR_PRECONDITION);
   m_MessageIndex = Index;
@@ -93,6 +168,19 @@ void QVMxmlTableParser::startMessage(const COLstring& Name) {
     m_GroupRowPending = true;
 }
 
+// A name the writer had to change (a Latin-1 letter dropped, a leading digit made "_") is
+// found by the name it printed; the plain lookup comes first, so ordinary names cost nothing.
+unsigned QVMxmlTableParser::columnByWrittenName(const QVMtableDefinitionInternal& Definition,
+                                                const COLstring& Element) {
+  const unsigned Count = static_cast<unsigned>(Definition.countOfColumn());
+  for (unsigned Column = 0; Column < Count; ++Column) {
+    const COLstring& Name = Definition.columnName(Column);
+    if (QVMtableXmlName(Name) == Element || QVMtableXmlName(Definition.tableName() + "." + Name) == Element)
+      return Column;
+  }
+  return Count;
+}
+
 void QVMxmlTableParser::startColumn(const COLstring& Element) {
   if (m_LeafRowPending) {
     m_CurrentTable->addRow();
@@ -105,6 +193,7 @@ void QVMxmlTableParser::startColumn(const COLstring& Element) {
   const size_t Dot = Name.find('.');
   if (Dot != COLstring::npos && Dot == TableName.size()) Name = COLstring(std::string_view(Name).substr(Dot + 1));
   m_ColumnIndex = Definition->columnIndex(Name);
+  if (m_ColumnIndex >= Definition->countOfColumn()) m_ColumnIndex = columnByWrittenName(*Definition, Element);
   m_IndexPath.push_back(static_cast<int>(m_ColumnIndex));
   if (m_ColumnIndex >= Definition->countOfColumn())
     throw COLerror(Name + " is not defined as a column of table " + TableName, COL_ERROR_PRECONDITION);

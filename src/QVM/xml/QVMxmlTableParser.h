@@ -10,6 +10,7 @@
 #include "XMLexpatAnsiParser.h"
 
 class QVMengineInternal;
+class QVMtableDefinitionInternal;
 class QVMtableGrammarInternal;
 class QVMtableInternal;
 
@@ -28,6 +29,7 @@ private:
   void reset();
   void startMessage(const COLstring& Name);
   void startColumn(const COLstring& Name);
+  static unsigned columnByWrittenName(const QVMtableDefinitionInternal& Definition, const COLstring& Element);
   void startGroupChild(const COLstring& Name);
   void storeValue();
   unsigned lastRow(const QVMtableInternal& Table) const;

@@ -53,9 +53,10 @@ struct QVMtableSchemaStep {
     const QVMtableDefinitionInternal& Table = *Leaf.table();
     Element = schema.attachElement(QVMcollectionElement(Tag, 0, XMLschemaNode::OccursUnbounded));
     XMLschemaCollection& Columns = QVMcollectionOf(*Element);
-    const COLstring Prefix = longTags ? QVMtableXmlName(Table.tableName()) + "." : COLstring();
+    const COLstring Prefix = longTags ? Table.tableName() + "." : COLstring();
     for (size_t Column = 0; Column < Table.countOfColumn(); ++Column) {
-      auto* Cell = new XMLschemaElement(Prefix + QVMtableXmlName(Table.columnName(Column)),
+      // Named as the writer names it: the joined name filtered as one.
+      auto* Cell = new XMLschemaElement(QVMtableXmlName(Prefix + Table.columnName(Column)),
                                         &QVMcolumnSchemaType(Table.columnType(Column)), true);
       Cell->setMinOccurs(0);
       Cell->setMaxOccurs(1);

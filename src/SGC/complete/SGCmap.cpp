@@ -276,7 +276,7 @@ void SGCmapSetCell(QVMtableInternal& Table, unsigned Column, unsigned Row, const
     return;
   }
   if (Type.dataType != Table.columnType(Column)) {
-    Table.setInvalid(Column, Row);
+    Table.setInvalid(Column, Row, Value->asString());
     return;
   }
   if (Value->length() == 0) {
@@ -296,7 +296,7 @@ void SGCmapSetCell(QVMtableInternal& Table, unsigned Column, unsigned Row, const
       if (SGCextractInteger(*Value, Number))
         Table.setInteger(Column, Row, Number);
       else
-        Table.setInvalid(Column, Row);
+        Table.setInvalid(Column, Row, Value->asString());
       return;
     }
     case QVMdoubleType: {
@@ -304,7 +304,7 @@ void SGCmapSetCell(QVMtableInternal& Table, unsigned Column, unsigned Row, const
       if (SGCextractDouble(*Value, Number))
         Table.setDouble(Column, Row, Number);
       else
-        Table.setInvalid(Column, Row);
+        Table.setInvalid(Column, Row, Value->asString());
       return;
     }
     case QVMdateTimeType: {
@@ -313,7 +313,7 @@ void SGCmapSetCell(QVMtableInternal& Table, unsigned Column, unsigned Row, const
       if (SGCextractDateTime(*Value, *Type.dateTimeGrammar, DateTime))
         Table.setDateTime(Column, Row, DateTime);
       else
-        Table.setInvalid(Column, Row);
+        Table.setInvalid(Column, Row, Value->asString());
       return;
     }
     default:

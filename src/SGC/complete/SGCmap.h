@@ -45,6 +45,8 @@ SGMvalue* SGCmapValueFromParsed(SGCparsed* Parsed, const QVMmessageNodeAddress& 
 SGMvalue* SGCmapValueFromSegment(SGMsegment& Segment, const QVMmessageNodeAddress& Address, unsigned Depth);
 SGMvalue* SGCmapValueFromField(SGMfield& Field, const QVMmessageNodeAddress& Address, unsigned Depth);
 
+// A value that does not fit the column's type makes an invalid cell that keeps the text, so that
+// whoever writes the table can still say what did not fit.
 void SGCmapSetCell(QVMtableInternal& Table, unsigned Column, unsigned Row, const SGMvalue* Value,
                    const SGCmapValueType& Type);
 

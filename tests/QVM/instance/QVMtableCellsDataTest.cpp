@@ -5,6 +5,7 @@
 //   row -> its index | rows | empty (refuses a table with data)
 //   set C R string|integer|double VALUE | get C R string|integer|double | text C R (the cell as text)
 //   state C R -> null|value|explicit null|invalid | null C R | explicitnull C R | invalid C R [TEXT]
+//   kept C R (the text an invalid cell keeps)
 //   date C R Y M D h m s|null|status N: the cell's date-time object changed in place
 #include <gtest/gtest.h>
 
@@ -33,6 +34,7 @@ private:
     if (Verb == "get" && word(3) == "integer") return std::to_string(Patient.getInteger(C, R));
     if (Verb == "get" && word(3) == "double") return std::to_string(Patient.getDouble(C, R));
     if (Verb == "text") return Patient.getStringValue(C, R).str();
+    if (Verb == "kept") return Patient.invalidText(C, R).str();
     if (Verb == "state") {
       static const char* const Names[] = {"value", "explicit null", "null", "invalid"};
       return Names[Patient.state(C, R)];

@@ -13,6 +13,7 @@
 #include "QVMtableDefinitionInternal.h"
 #include "QVMtableGrammarInternal.h"
 #include "QVMtableInternal.h"
+#include "QVMtableXmlFormatter.h"
 #include "QVMxmlHl7Converter.h"
 #include "QVXconverter.h"
 
@@ -193,6 +194,55 @@ TEST_F(QVMtableXml, ValuesWithControlBytesXmlCannotHoldAreRefusedByName) {
   // Tab, line feed and carriage return are written as they always were.
   Table.subTable(0, 0).setString(1, 0, "a\tb\r\nc");
   EXPECT_NE(print("TABLE - Short Tags", Table).find("<Name>a\tb\r\nc</Name>"), std::string::npos);
+}
+
+// Names of the definition reach the document through the tag filter: a Latin-1 letter is dropped
+// and a leading digit becomes "_".  The reader must find message and columns by the tag written,
+// in both tag forms, or its own output does not read back.
+TEST_F(QVMtableXml, NamesTheWriterHadToChangeReadBackInBothTagForms) {
+  Message->setName("ADT_\xC401");
+  Patient->setTableName("P\xE4tient");
+  Patient->setColumnName(1, "N\xE4me");
+  Patient->setColumnName(0, "1stId");
+  fill();
+  Table.subTable(0, 0).setString(1, 0, "Ann");
+  for (const char* Dialect : {"TABLE - Short Tags", "TABLE - Long Tags"}) {
+    SCOPED_TRACE(Dialect);
+    const std::string Printed = print(Dialect, Table);
+    const bool Long = std::string(Dialect).find("Long") != std::string::npos;
+    EXPECT_NE(Printed.find(Long ? "<Ptient.1stId>17</Ptient.1stId>" : "<_stId>17</_stId>"), std::string::npos)
+        << Printed;
+    EXPECT_NE(Printed.find(Long ? "<Ptient.Nme>Ann</Ptient.Nme>" : "<Nme>Ann</Nme>"), std::string::npos) << Printed;
+    QVMtableInternal Copy;
+    unsigned Index = 99;
+    QVMxmlHl7Converter::getConverter(Dialect)->tableInXml(Printed.c_str(), *Engine, Index, Copy);
+    EXPECT_EQ(Index, 0u);
+    EXPECT_EQ(Copy.subTable(0, 0).getInteger(0, 0), 17);
+    EXPECT_EQ(Copy.subTable(0, 0).getString(1, 0).str(), "Ann");
+    EXPECT_EQ(print(Dialect, Copy), Printed);
+  }
+}
+
+// A cell whose text did not fit its column's type has no element; the writer tells a listener of
+// the thread which one it left out, with the text the message held.
+TEST_F(QVMtableXml, ALeftOutInvalidCellIsToldToTheListener) {
+  struct Listener : QVMtableXmlUnwrittenValues {
+    void unwrittenValue(const QVMtableInternal& Table, unsigned Column, unsigned Row, const COLstring& Text) override {
+      Heard += QVMtableMessageName(Table).str() + " " + Table.columnName(Column).str() + " " + std::to_string(Row) +
+               " " + Text.str() + ";";
+    }
+    std::string Heard;
+  } Heard;
+  fill();
+  Table.subTable(0, 0).setInvalid(2, 0, "201803231557-0700");
+  {
+    QVMtableXmlUnwrittenScope Scope(Heard);
+    EXPECT_EQ(print("TABLE - Short Tags", Table).find("<Born>"), std::string::npos);
+  }
+  EXPECT_EQ(Heard.Heard, "ADT_A01 Born 0 201803231557-0700;");
+  // Without a listener the document is the same and nothing is told.
+  print("TABLE - Long Tags", Table);
+  EXPECT_EQ(Heard.Heard, "ADT_A01 Born 0 201803231557-0700;");
 }
 
 TEST(QVMconverterRegistry, NamesAliasesAndKinds) {
