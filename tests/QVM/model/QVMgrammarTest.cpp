@@ -1,6 +1,7 @@
 // Enumerations given no text, and node addresses.
 #include "QVMgrammarTestSupport.h"
 
+#include "QVMcompositeGrammar.h"
 #include "QVMenumerationGrammar.h"
 #include "QVMmessageNodeAddress.h"
 
@@ -13,6 +14,15 @@ TEST(QVMgrammarEnumeration, NoTextIsNoItem) {
   grammar.setEnumItem(0, "B");
   EXPECT_TRUE(grammar.isValid(COLstring("B")));
   EXPECT_FALSE(grammar.isValid(static_cast<const char*>(nullptr)));
+}
+
+// What the edit steps cannot name: a null composite, the flags of a fresh field.
+TEST(QVMgrammarComposite, NoCompositeAndFreshFlags) {
+  QVMcompositeGrammar composite;
+  QVMcompositeGrammarAddField(composite);
+  EXPECT_FALSE(composite.fieldIsLengthRestricted(0));
+  EXPECT_FALSE(composite.fieldIsRequired(0));
+  EXPECT_EQ(TSTerrorText([&] { composite.setFieldCompositeType(0, nullptr); }), "Failed precondition: pNewValue != NULL");
 }
 
 TEST(QVMgrammarNodeAddress, GrowthAndSteps) {
