@@ -8,8 +8,10 @@
 //   KIND items I, append I VALUE..., insert I AT, move I FROM TO, drop I AT: fields of segments
 //   and composites, enumeration items (also set I AT VALUE, valid I VALUE), date-time mask items
 //   Y M D h m s f z (also set I AT ITEM, required I 0|1; items prints the mask)
-//   composite set I F TYPE (string integer double length:N, or KIND:NAME), composite show I ->
-//   "type>ref/length" per field;  segment set I F COMPOSITE, segment show I -> composite names
+//   composite set I F TYPE (a type name or number, length:N, or KIND:NAME), composite show I ->
+//   "type>ref/length" per field, composite valid I F TYPE, composite kind I F KIND -> the grammar
+//   the field refers to;  KIND print I (composite, segment) -> printed, "|" for each line end;
+//   typename TYPE -> the name definitions write;  segment set I F COMPOSITE, segment show I -> composite names
 //   ("-" for none), segment rule I F TYPE NAME|unrule I F R|rules I|rulename I F R|display I F R,
 //   segment param I F R KEY [VALUE] (a rule's parameter read, or set),
 //   segment identify I VALUE [AT]|unidentify I K|identifier I K|fullname I
@@ -18,7 +20,7 @@
 //   message tree M, message path M PATH  (PATH: child indexes "1/0", "/" the root),
 //   message move M PATH TO|remove M PATH|optional M PATH 0|1|unordered M PATH 0|1|child M PATH,
 //   message state M PATH -> optional set, optional in the tree, order ignored (e.g. "010"),
-//   message equivalent M PATH M2 PATH2;  tgrammar add M PATH|root M PATH MESSAGEPATH|show M PATH,
+//   message equivalent M PATH M2 PATH2;  tgrammar add M PATH|root M PATH MESSAGEPATH|show M PATH|name M PATH,
 //   tgrammar rubberband M PATH MESSAGEPATH|none FIELD|none keep|move  (table grammar nodes)
 //   order, postload, ignore [I], matchesall, ack C [I]
 //   levels; level move F T|insert AT|remove AT|pop|add  (levels -> "separator@position" each)
@@ -29,6 +31,7 @@
 //   (a set whose table is not T shows "?:")
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <optional>
 #include <set>
 #include <sstream>
@@ -56,9 +59,24 @@ std::string joined(const std::vector<uint32_t>& values) {
   return text;
 }
 
-const char* typeName(QVMdataType type) {
-  static const char* const names[] = {"string", "integer", "double", "composite", "datetime", "enumeration"};
-  return static_cast<size_t>(type) < 6 ? names[type] : "?";
+const char* const typeNames[] = {"string", "integer", "double", "composite", "datetime", "enumeration"};
+
+const char* typeName(QVMdataType type) { return static_cast<size_t>(type) < 6 ? typeNames[type] : "?"; }
+
+QVMdataType dataType(const std::string& name) {
+  const auto found = std::find(std::begin(typeNames), std::end(typeNames), name);
+  return static_cast<QVMdataType>(found == std::end(typeNames) ? std::stoul(name) : found - std::begin(typeNames));
+}
+
+// A grammar as it prints itself, lines ending in "|".
+template <class Grammar>
+std::string printed(const Grammar& grammar) {
+  COLstring text;
+  COLostream stream(text);
+  stream << grammar;
+  std::string lines = text.str();
+  std::replace(lines.begin(), lines.end(), '\n', '|');
+  return lines;
 }
 
 // One grammar list of a configuration, reached the same way for every kind.
@@ -139,6 +157,7 @@ private:
   std::string step() override {
     const std::string& kind = word(0);
     if (kind == "order") return joined(target().matchOrder().toVector());
+    if (kind == "typename") return QVMoutputDataTypeAsString(dataType(word(1))).str();
     if (kind == "postload") return Engine.postLoad(), "";
     if (kind == "matchesall") return std::to_string(Engine.lastMessageMatchesAll());
     if (kind == "ignore") {
@@ -161,6 +180,15 @@ private:
     const std::string& verb = word(1);
     if (std::optional<std::string> answer = items(config, kind, verb)) return *answer;
     if (kind == "composite" && verb == "set") return setCompositeField(*config.composite(index(2)), index(3), word(4));
+    if (kind == "composite" && verb == "print") return printed(*config.composite(index(2)));
+    if (kind == "composite" && verb == "valid")
+      return std::to_string(config.composite(index(2))->fieldDataTypeIsValid(index(3), dataType(word(4))));
+    if (kind == "composite" && verb == "kind") {
+      const QVMcompositeGrammar& composite = *config.composite(index(2));
+      if (word(4) == "composite") return composite.fieldCompositeType(index(3))->name().str();
+      if (word(4) == "datetime") return composite.fieldDateTimeGrammar(index(3))->name().str();
+      return composite.fieldEnumerationGrammar(index(3))->name().str();
+    }
     if (kind == "composite" && verb == "show") {
       std::string text;
       const QVMcompositeGrammar& composite = *config.composite(index(2));
@@ -178,6 +206,7 @@ private:
       config.segment(index(2))->setFieldType(index(3), config.composite(config.compositeByName(word(4).c_str())));
       return "";
     }
+    if (kind == "segment" && verb == "print") return printed(*config.segment(index(2)));
     if (kind == "segment" && verb == "show") {
       std::string text;
       const QVMsegmentGrammar& segment = *config.segment(index(2));
@@ -322,10 +351,7 @@ private:
     QVMengineConfig& config = target();
     const size_t colon = type.find(':');
     const std::string name = colon == std::string::npos ? "" : type.substr(colon + 1);
-    if (type == "string") composite.setFieldDataType(field, QVMstringType);
-    else if (type == "integer") composite.setFieldDataType(field, QVMintegerType);
-    else if (type == "double") composite.setFieldDataType(field, QVMdoubleType);
-    else if (type.rfind("composite:", 0) == 0)
+    if (type.rfind("composite:", 0) == 0)
       composite.setFieldCompositeType(field, config.composite(config.compositeByName(name.c_str())));
     else if (type.rfind("datetime:", 0) == 0)
       composite.setFieldDateTimeGrammar(field, config.dateTimeGrammar(config.dateTimeGrammarByName(name.c_str())));
@@ -335,7 +361,7 @@ private:
     else if (type.rfind("length:", 0) == 0)
       composite.setFieldMaxLength(field, std::stoul(name));
     else
-      throw COLerror("no such type", 0);
+      composite.setFieldDataType(field, dataType(type));
     return "";
   }
 
@@ -464,6 +490,7 @@ private:
     QVMtableGrammarInternal& grammar = *tableNode(index(2), word(3));
     if (verb == "add") return grammar.addSubGrammarAt(grammar.countOfSubGrammar()), "";
     if (verb == "root") return grammar.setMessageGrammar(node(index(2), word(4))), "";
+    if (verb == "name") return grammar.name().str();
     if (verb == "show") {
       std::string text = "root=" + pathOf(grammar.messageGrammar()) + " field=" + number(grammar.messageGrammarFieldIndex());
       if (grammar.isNode()) text += " set=" + number(grammar.tableMapSetIndex());

@@ -55,14 +55,6 @@ TEST(QVMengineConfigTest, AssignmentKeepsTargetEngine) {
   EXPECT_EQ(b.config().mainFunction().code(), "y = 1\r\n");
 }
 
-TEST(QVMengineConfigTest, StaticFlagsAndOutgoingScripts) {
-  EXPECT_FALSE(QVMconfig::setIsLoading(true));
-  EXPECT_TRUE(QVMconfig::setIsLoading(false));
-  QVMconfig::setLibraryLoadMode(true);
-  EXPECT_TRUE(QVMconfig::libraryLoadMode());
-  QVMconfig::setLibraryLoadMode(false);
-}
-
 TEST(QVMengineConfigTest, EmbeddedModules) {
   QVMengineInternal engine;
   QVMengineConfig& config = engine.engineConfig();

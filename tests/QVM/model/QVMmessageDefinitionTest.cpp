@@ -18,16 +18,8 @@ QVMsegmentGrammar* addSegment(QVMengineInternal& engine, const char* name) {
 }
 }  // namespace
 
-TEST(QVMmessageDefinition, SetNameSanitises) {
-  QVMengineInternal engine;
-  QVMmessageDefinitionInternal* message = engine.message(engine.addMessage());
-  message->setName("  A B\tC#1 ");
-  EXPECT_EQ(message->name(), "A_B_C1");
-  EXPECT_EQ(message->tableGrammar().name(), "A_B_C1");
-  message->setName("###");
-  EXPECT_EQ(message->name(), "Message");
-  message->setName("v2.5\r\nADT");
-  EXPECT_EQ(message->name(), "v2.5__ADT");
+// Message names as edits: tests/data/QVM/edit/grammar.test.
+TEST(QVMmessageDefinition, TableNamesAreSanitisedIntoACopy) {
   COLstring table = "x y";
   EXPECT_EQ(QVMtableMakeSanitizedName(""), "Table");
   EXPECT_EQ(QVMtableMakeSanitizedName(table), "x_y");

@@ -44,29 +44,7 @@ TEST(QVMvalidationRule, RegularExpressionKeepsABadPattern) {
   EXPECT_EQ(rule.displayName(), "([A-Z]");
 }
 
-TEST(QVMvalidationRule, PythonRulesKeepDescriptionAndCode) {
-  QVMengineInternal engine;
-  QVMsegmentValidationRulePython python;
-  python.setLanguageEngine(&engine.LanguageEngine());
-  python.setParameter("Description", "checks the value");
-  python.setParameter("Code", "if not value:\n  fail()");
-  EXPECT_EQ(python.displayName(), "checks the value");
-  EXPECT_EQ(python.parameter("Code"), "if not value:\r\n  fail()\r\n");
-  EXPECT_EQ(python.parameter("Description"), "checks the value");
-
-  QVMsegmentValidationRuleSituationalPython situational;
-  situational.setLanguageEngine(&engine.LanguageEngine());
-  situational.setParameter("Code", "ok = 1");
-  situational.setParameter("CodeOnError", "ok = 0");
-  situational.setDescription("situational");
-  EXPECT_EQ(situational.parameter("Code"), "ok = 1\r\n");
-  EXPECT_EQ(situational.parameter("CodeOnError"), "ok = 0\r\n");
-  EXPECT_EQ(situational.displayName(), "situational");
-  situational.setParameter("Code", " \r\n\t");
-  EXPECT_EQ(situational.code(), "");
-  EXPECT_EQ(situational.pythonCodeOnError().code(), "ok = 0\r\n");
-}
-
+// Description and code of script rules: tests/data/QVM/edit/rules.test.
 TEST(QVMvalidationRule, CloningByKindCopiesEveryMember) {
   QVMengineInternal engine;
   QVMsegmentGrammar grammar = segmentWithFields("ZZZ", {"a", "b"});

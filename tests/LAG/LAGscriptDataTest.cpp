@@ -1,0 +1,198 @@
+// Scripts as data: every case of tests/data/LAG/*.test runs its `--- script` in a fresh engine.
+//
+//   --- script            Python; a line "#: next call" starts another call on the same engine
+//   --- value [long|double] [none]
+//                         the script gets `value` (text unless long or double; "none" hands it
+//                         None and lets it give None back) and answers the value after, or "None"
+//   --- message cr, --- field N
+//                         a field equation on field N of the message's second segment; the answer
+//                         is that segment written back
+//   --- segments          the raw segments the environment holds, one a line, fields split at blanks
+//   --- host              "name=value" lines the host sets in the globals first
+//   (with no value or field the script runs plain and answers what it printed, less its last line end)
+//   --- expect            the calls' answers, a line apart; an error as "error: " and its text
+//   --- error             lines the answers hold, in order: an error's text, "key: value" for each of
+//                         its parameters, "code: 0x...", and for a field equation "segment: " and the
+//                         segment; without this section no call may raise
+// Sections take the file's options ("escapes" for bytes above 127).
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <iterator>
+#include <sstream>
+
+#include "LAGexecute.h"
+#include "LANengine.h"
+#include "LANfunction.h"
+#include "QVMengineInternal.h"
+#include "QVMuntypedMessageTree.h"
+#include "SGMoutput.h"
+#include "SGMstringPool.h"
+#include "SGPparser.h"
+
+#include "../support/TSTdataFile.h"
+
+namespace {
+
+std::string errorText(const COLerror& Error) {
+  std::string Text = Error.description().str() + "\n";
+  for (auto At = Error.firstParameter(); At != COLerror::EndCursor; At = Error.nextParameter(At))
+    Text += Error.keyInPlace(At).str() + ": " + Error.parameterInPlace(At).str() + "\n";
+  char Code[32];
+  std::snprintf(Code, sizeof Code, "code: 0x%08X\n", Error.code());
+  return Text + Code;
+}
+
+std::vector<std::string> lines(const std::string& Text) {
+  std::vector<std::string> Lines;
+  std::istringstream In(Text);
+  for (std::string Line; std::getline(In, Line);) Lines.push_back(Line);
+  return Lines;
+}
+
+class Script {
+public:
+  explicit Script(const TSTdataCase& Case) : Case(Case) {
+    Environment.setEngine(&Engine);
+    Engine.setLogSink(&Printed, false);
+    if (Case.has("segments")) {
+      const std::vector<std::string> Segments = lines(Case.text("segments"));
+      List.setCountOfSubNode(static_cast<unsigned>(Segments.size()));
+      for (unsigned At = 0; At < Segments.size(); ++At) {
+        std::istringstream Words(Segments[At]);
+        std::vector<std::string> Fields{std::istream_iterator<std::string>(Words), {}};
+        QVMuntypedMessageTree& Segment = *List.node(At, 0);
+        Segment.setCountOfSubNode(static_cast<unsigned>(Fields.size()));
+        for (unsigned Field = 0; Field < Fields.size(); ++Field)
+          Segment.node(Field, 0)->setStringValue(Fields[Field].c_str());
+      }
+      Environment.setSegmentList(&List);
+      Environment.resetCountOfSegmentInMessage(static_cast<unsigned>(Segments.size()));
+      Engine.config().setCountOfHeaderFieldsToSkip(3);  // "MSH", "|" and the encoding characters
+    }
+    if (Case.has("message")) {
+      Message = Case.text("message");
+      if (Parser.parse(Message.data(), Message.size(), *Segments, Separators, SGPparserOptions()) != SGPparsed)
+        ADD_FAILURE() << Case.where() << ": the message does not parse";
+    }
+  }
+
+  // Sets the host's globals, then runs each call; their answers or errors, a line apart.
+  std::string run() {
+    std::string Answer;
+    try {
+      for (const std::string& Line : lines(Case.has("host") ? Case.text("host") : "")) {
+        const size_t Equals = Line.find('=');
+        LAGsetKeyValuePair(Engine.LanguageEngine(), Line.substr(0, Equals).c_str(), Line.substr(Equals + 1).c_str());
+      }
+    } catch (const COLerror& Error) {
+      return "error: " + errorText(Error);
+    }
+    std::vector<std::string> Calls{""};
+    for (const std::string& Line : lines(Case.text("script"))) {
+      if (Line == "#: next call") {
+        Calls.emplace_back();
+      } else {
+        Calls.back() += Line + "\n";
+      }
+    }
+    for (size_t At = 0; At < Calls.size(); ++At) {
+      Answer += At ? "\n" : "";
+      try {
+        Answer += call(Calls[At]);
+      } catch (const COLerror& Error) {
+        Answer += "error: " + errorText(Error);
+        if (Case.has("field")) Answer += "segment: " + segment() + "\n";
+      }
+    }
+    return Answer;
+  }
+
+private:
+  std::string call(const std::string& Code) {
+    LANfunction Function(&Engine.LanguageEngine());
+    Function.setCode(Code.c_str());
+    if (Case.has("field")) {
+      LAGexecuteFieldEquation(Function, *Pool, Segments->segment(1), std::stoul(Case.argument("field")), Environment);
+      return segment();
+    }
+    if (!Case.has("value")) {
+      Printed.clear();
+      Engine.LanguageEngine().runString(Code.c_str());
+      std::string Text = Printed.str();
+      if (!Text.empty() && Text.back() == '\n') Text.pop_back();  // a line apart from the next call's
+      return Text;
+    }
+    std::istringstream Options(Case.argument("value"));
+    std::string Type = "string";
+    bool IsNone = false, Disable = true;
+    for (std::string Word; Options >> Word;) {
+      if (Word == "none") IsNone = true, Disable = false;
+      else Type = Word;
+    }
+    const std::string& Full = Case.text("value");
+    const std::string In = Full.substr(0, Full.size() - 1);  // the file's line end is no part of it
+    std::string Out;
+    if (Type == "long") {
+      long Number = std::stol(In);
+      LAGexecuteScriptWithLongValue(Function, Number, Disable, IsNone, LAGtableEquation, Environment);
+      Out = std::to_string(Number);
+    } else if (Type == "double") {
+      double Real = std::stod(In);
+      LAGexecuteScriptWithDoubleValue(Function, Real, Disable, IsNone, LAGtableEquation, Environment);
+      std::ostringstream Text;
+      Text << Real;
+      Out = Text.str();
+    } else {
+      COLstring Text(In);
+      LAGexecuteScriptWithStringValue(Function, Text, Disable, IsNone, LAGglobalInbound, Environment);
+      Out = Text.str();
+    }
+    return IsNone ? "None" : Out;
+  }
+
+  std::string segment() {
+    COLstring Text;
+    COLostream Stream(Text);
+    SGMoutputSegment(Segments->segment(1), Separators, Stream);
+    return Text.str();
+  }
+
+  const TSTdataCase& Case;
+  QVMengineInternal Engine;
+  LAGenvironment Environment;
+  COLstring Printed;
+  QVMuntypedMessageTree List;
+  std::string Message;
+  COLreferencePtr<SGMsegmentList> Segments = new SGMsegmentList;
+  COLreferencePtr<SGMstringPool> Pool = new SGMstringPool;
+  SGMseparatorCharacters Separators;
+  SGPparser Parser;
+};
+
+class LAGscriptData : public ::testing::TestWithParam<TSTdataCase> {};
+
+TEST_P(LAGscriptData, Runs) {
+  const TSTdataCase& Case = GetParam();
+  const std::string Answer = Script(Case).run();
+  // The expected text's last line end is the file's, not the answer's.
+  if (Case.has("expect")) {
+    EXPECT_EQ(Answer + "\n", Case.text("expect")) << Case.where();
+  }
+  if (!Case.has("error")) {
+    EXPECT_EQ(Answer.find("error: "), std::string::npos) << Case.where() << ": " << Answer;
+    return;
+  }
+  // Each expected line is found after the one before.
+  size_t From = 0;
+  for (const std::string& Line : lines(Case.text("error"))) {
+    const size_t At = Answer.find(Line, From);
+    EXPECT_NE(At, std::string::npos) << Case.where() << ": no '" << Line << "' in order in\n" << Answer;
+    if (At == std::string::npos) break;
+    From = At + Line.size();
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Cases, LAGscriptData, ::testing::ValuesIn(TSTreadDataArea("LAG")), TSTdataParamName);
+
+}  // namespace
