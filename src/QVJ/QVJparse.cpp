@@ -121,7 +121,10 @@ const char* QVJhl7ToXml(QVJparseContext& Context, const char* Message) {
     Shared.setLastFlatWire(Message);
     QVMconfig& Config = Engine.config();
     QVMxmlHl7Converter* Converter = &Context.converter(Config.xmlTranslationType());
+    // Written into the buffer the previous document left, so a steady stream of messages
+    // needs no new one.
     COLstring Xml;
+    Xml.str().swap(Context.spareText().str());
     if (Converter->isStandard() && Converter->isTable()) {
       QVMtableInternal& Table = Context.messageTable();
       Table.clear();
@@ -138,8 +141,11 @@ const char* QVJhl7ToXml(QVJparseContext& Context, const char* Message) {
                      COL_ERROR_PRECONDITION);
     }
     QVMconfigPostProcessOutgoingMessage(Config, Xml, Shared.pythonEnvironment());
-    // The document is written once, straight into this string, and handed over without a copy.
-    Shared.setLastFlatWire(std::move(Xml));
+    // The document is written once, straight into this string, and handed over without a copy;
+    // the text it replaces becomes the next document's buffer.
+    Shared.swapLastFlatWire(Xml);
+    Context.spareText().str().swap(Xml.str());
+    Context.spareText().clear();
     return Shared.lastFlatWire().c_str();
   } catch (const COLerror& Error) {
     // A parse failure arrives with its report made already.

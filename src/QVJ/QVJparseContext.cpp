@@ -10,6 +10,7 @@ struct QVJparseContext::Private {
   COLstring converterName;
   std::unique_ptr<QVMxmlHl7Converter> converter;
   QVMtableInternal messageTable;
+  COLstring spareText;
   explicit Private(QVMengineInternal* Schema) : context(Schema) {}
 };
 
@@ -19,6 +20,7 @@ COLreferencePtr<SGMsegmentList> QVJparseContext::currentSegmentList() const { re
 QVPparseContext& QVJparseContext::qvpParseContext() { return pMember->context; }
 
 QVMtableInternal& QVJparseContext::messageTable() { return pMember->messageTable; }
+COLstring& QVJparseContext::spareText() { return pMember->spareText; }
 
 QVMxmlHl7Converter& QVJparseContext::converter(const COLstring& Name) {
   if (!pMember->converter || pMember->converterName != Name) {

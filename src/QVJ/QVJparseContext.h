@@ -29,6 +29,8 @@ public:
   // The table a message is filled into on its way to XML, refilled by the next message: its
   // rows, cells and sub-tables are used again.
   QVMtableInternal& messageTable();
+  // A text buffer kept between messages for the next document.
+  COLstring& spareText();
 
 private:
   struct Private;

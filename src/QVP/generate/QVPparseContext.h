@@ -28,6 +28,8 @@ public:
   void setLastFlatWire(const COLstring& Text);
   // Takes the text over without copying it; a translation builds its result once.
   void setLastFlatWire(COLstring&& Text);
+  // Trades the last text for `Text`, buffers included.
+  void swapLastFlatWire(COLstring& Text);
   LAGenvironment& pythonEnvironment();
 
 private:

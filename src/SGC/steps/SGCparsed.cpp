@@ -9,7 +9,7 @@ namespace {
 // Freed node blocks by size class (16-byte steps).  Each block is its own heap block, so one
 // freed on another thread is just as good there; each list keeps a bounded number.
 struct SGCnodeCache {
-  static constexpr size_t Classes = 8;
+  static constexpr size_t Classes = 32;
   static constexpr size_t Kept = 4096;
   std::vector<void*> free[Classes];
   ~SGCnodeCache() {
@@ -27,7 +27,7 @@ size_t SGCsizeClass(size_t Size) { return (Size + 15) / 16 - 1; }
 
 }  // namespace
 
-void* SGCparsed::operator new(size_t Size) {
+void* SGCpooledAllocate(size_t Size) {
   const size_t Class = SGCsizeClass(Size);
   if (Class < SGCnodeCache::Classes) {
     std::vector<void*>& List = SGCthreadNodeCache().free[Class];
@@ -41,7 +41,7 @@ void* SGCparsed::operator new(size_t Size) {
   return ::operator new(Size);
 }
 
-void SGCparsed::operator delete(void* Block, size_t Size) {
+void SGCpooledFree(void* Block, size_t Size) {
   const size_t Class = SGCsizeClass(Size);
   if (Class < SGCnodeCache::Classes) {
     std::vector<void*>& List = SGCthreadNodeCache().free[Class];
@@ -52,6 +52,9 @@ void SGCparsed::operator delete(void* Block, size_t Size) {
   }
   ::operator delete(Block);
 }
+
+void* SGCparsed::operator new(size_t Size) { return SGCpooledAllocate(Size); }
+void SGCparsed::operator delete(void* Block, size_t Size) { SGCpooledFree(Block, Size); }
 
 void SGCparsed::setParent(SGCparsedCollection* Parent, unsigned ChildIndex) {
   m_Parent = Parent;

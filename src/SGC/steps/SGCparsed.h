@@ -18,6 +18,23 @@ class SGCparsedCollection;
 class SGCparsedGroup;
 class SGCparsedRepeats;
 
+// Blocks kept per thread by size class, for the many small blocks a message's tree makes and
+// drops: the nodes and their child lists.
+void* SGCpooledAllocate(size_t Size);
+void SGCpooledFree(void* Block, size_t Size);
+
+template <class T>
+struct SGCpoolAllocator {
+  using value_type = T;
+  SGCpoolAllocator() = default;
+  template <class U>
+  SGCpoolAllocator(const SGCpoolAllocator<U>&) {}
+  T* allocate(size_t Count) { return static_cast<T*>(SGCpooledAllocate(Count * sizeof(T))); }
+  void deallocate(T* Block, size_t Count) { SGCpooledFree(Block, Count * sizeof(T)); }
+  template <class U>
+  bool operator==(const SGCpoolAllocator<U>&) const { return true; }
+};
+
 class SGCparsed : public COLreference {
 public:
   explicit SGCparsed(QVMmessageGrammar* Rule) : m_Rule(Rule) {}
@@ -87,7 +104,7 @@ public:
   void remove(unsigned Index);
 
 private:
-  std::vector<COLreferencePtr<SGCparsed>> m_Children;
+  std::vector<COLreferencePtr<SGCparsed>, SGCpoolAllocator<COLreferencePtr<SGCparsed>>> m_Children;
 };
 
 class SGCparsedGroup : public SGCparsedCollection {
