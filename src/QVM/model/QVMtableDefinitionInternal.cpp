@@ -148,6 +148,7 @@ QVMtableDefinitionInternal& QVMtableDefinitionInternal::operator=(const QVMtable
   COLstring oldName = m_TableName;
   m_TableName = other.m_TableName;
   m_Columns = other.m_Columns;
+  namesChanged();
   m_Description = other.m_Description;
   m_DatabaseAction = other.m_DatabaseAction;
   m_Configs = other.m_Configs;
@@ -193,7 +194,13 @@ void QVMtableDefinitionInternal::setTableName(const COLstring& name) {
   if (name == m_TableName) return;
   COLstring oldName = m_TableName;
   m_TableName = name;
+  namesChanged();
   if (m_RootEngine) m_RootEngine->noteTableRenamed(this, oldName);
+}
+
+void QVMcolumnDefinition::setName(const COLstring& name) {
+  m_Name = name;
+  if (m_Table) m_Table->namesChanged();
 }
 
 QVMcolumnDefinition& QVMtableDefinitionInternal::column(size_t ColumnIndex) {
@@ -212,6 +219,7 @@ size_t QVMtableDefinitionInternal::addColumn(const COLstring& name, QVMdataType 
   bool append = index == npos || index == COLstring::npos;
   if (!append) COL_PRECONDITION(index <= countOfColumn());
   size_t position = append ? m_Columns.size() : index;
+  namesChanged();
   m_Columns.insert(m_Columns.begin() + position, QVMcolumnDefinition());
   QVMcolumnDefinition& added = m_Columns[position];
   added.setColumnId(m_NextColumnId++);
@@ -227,6 +235,7 @@ void QVMtableDefinitionInternal::removeColumn(size_t ColumnIndex) {
   COL_PRECONDITION_TEXT(m_RootEngine && m_RootEngine->countOfConfig() == m_Configs.size(),
                    "rootEngine()->countOfConfig() == pMember->ConfigVector.size()");
   COL_PRECONDITION(ColumnIndex < countOfColumn());
+  namesChanged();
   m_Columns.erase(m_Columns.begin() + ColumnIndex);
   for (auto& config : m_Configs)
     for (size_t set = 0; set < config.countOfMapSet(); ++set) config.mapSet(set)->removeColumn(ColumnIndex);
@@ -236,6 +245,7 @@ void QVMtableDefinitionInternal::moveColumn(size_t FromIndex, size_t ToIndex) {
   COL_PRECONDITION(FromIndex < countOfColumn());
   COL_PRECONDITION(ToIndex < countOfColumn());
   COL_PRECONDITION(FromIndex != ToIndex);
+  namesChanged();
   QVMcolumnDefinition copy = m_Columns[FromIndex];
   m_Columns.erase(m_Columns.begin() + FromIndex);
   m_Columns.insert(m_Columns.begin() + ToIndex, copy);

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstdint>
+#include <atomic>
 #include <memory>
 #include <vector>
 
@@ -114,7 +115,7 @@ public:
   uint32_t columnId() const { return m_ColumnId; }
   void setColumnId(uint32_t id) { m_ColumnId = id; }
   const COLstring& name() const { return m_Name; }
-  void setName(const COLstring& name) { m_Name = name; }
+  void setName(const COLstring& name);
   QVMdataType dataType() const { return m_DataType; }
   void setDataType(QVMdataType type) { m_DataType = type; }
   const COLstring& description() const { return m_Description; }
@@ -194,6 +195,15 @@ public:
   LANfunction& incomingFunction(size_t ColumnIndex);
   LANfunction& outgoingFunction(size_t ColumnIndex);
 
+  // What a writer derives from the names (its tags), kept here for it and dropped whenever a
+  // name or the order of the columns changes.  Read and filled while messages are written, on
+  // any thread; edits of the definition happen while none is.
+  std::shared_ptr<const void> namesCache() const { return m_NamesCache.load(std::memory_order_acquire); }
+  void setNamesCache(std::shared_ptr<const void> cache) const {
+    m_NamesCache.store(std::move(cache), std::memory_order_release);
+  }
+  void namesChanged() { m_NamesCache.store(nullptr); }
+
   // --- map sets of the current configuration
   size_t countOfMapSet() const;
   QVMtableMapSet* mapSet(size_t SetIndex) const;
@@ -209,6 +219,7 @@ private:
 
   COLstring m_TableName;
   std::vector<QVMcolumnDefinition> m_Columns;
+  mutable std::atomic<std::shared_ptr<const void>> m_NamesCache;
   COLstring m_Description;
   DBaction m_DatabaseAction = 1;
   QVMengineInternal* m_RootEngine = nullptr;

@@ -1,6 +1,8 @@
 #include "QVMtableXmlFormatter.h"
 
 #include <cstdio>
+#include <memory>
+#include <vector>
 
 #include "COLerror.h"
 #include "COLstring.h"
@@ -143,6 +145,47 @@ COLstring QVMcolumnText(QVMtableInternal& Table, unsigned Column, unsigned Row) 
 
 }  // namespace
 
+namespace {
+
+// The column tags of one table in both forms, "<name>" and "</name>\r\n" (nothing for a name the
+// filter leaves empty), kept on the table definition until a name changes.
+struct QVMcolumnTags {
+  std::vector<std::string> open[2], close[2];  // [0] short, [1] long
+};
+
+std::string QVMfilteredTag(std::string_view Prefix, std::string_view Name) {
+  std::string Tag;
+  const XMLiosTagFilter& Filter = QVMtagFilter();
+  for (const std::string_view Part : {Prefix, Name})
+    for (const char Byte : Part)
+      if (const char Kept = Filter.translate(static_cast<unsigned char>(Byte))) Tag += Kept;
+  // A name may not start with a digit.
+  if (!Tag.empty() && Tag[0] >= '0' && Tag[0] <= '9') Tag[0] = '_';
+  return Tag;
+}
+
+const QVMcolumnTags& QVMtagsOf(const QVMtableDefinitionInternal& Definition) {
+  std::shared_ptr<const void> Cache = Definition.namesCache();
+  if (!Cache) {
+    auto Tags = std::make_shared<QVMcolumnTags>();
+    const std::string LongPrefix = Definition.tableName().str() + ".";
+    for (size_t Column = 0; Column < Definition.countOfColumn(); ++Column) {
+      for (const bool Long : {false, true}) {
+        const std::string Tag =
+            QVMfilteredTag(Long ? std::string_view(LongPrefix) : std::string_view(), Definition.columnName(Column).view());
+        Tags->open[Long].push_back(Tag.empty() ? std::string() : "<" + Tag + ">");
+        Tags->close[Long].push_back(Tag.empty() ? std::string(kNewLine) : "</" + Tag + ">" + std::string(kNewLine));
+      }
+    }
+    Cache = Tags;
+    Definition.setNamesCache(Cache);
+  }
+  // The definition keeps its cache alive while this table is written: no edit happens meanwhile.
+  return *static_cast<const QVMcolumnTags*>(Cache.get());
+}
+
+}  // namespace
+
 void QVMtableXmlFormatter::outputTable(unsigned Indent, QVMtableInternal& Table, bool LongTags, bool IsRoot) {
   if (Table.countOfRow() == 0 || !Table.tableGrammar()) return;
   if (Table.countOfColumn() == 0 && Table.countOfSubTable() == 0 && !IsRoot) return;
@@ -154,6 +197,7 @@ void QVMtableXmlFormatter::outputTable(unsigned Indent, QVMtableInternal& Table,
   const bool Long = LongTags && Definition;
   const std::string_view Prefix = Long ? Definition->tableName().view() : std::string_view();
   const std::string_view Dot = Long ? "." : "";
+  const QVMcolumnTags* Tags = Definition ? &QVMtagsOf(*Definition) : nullptr;
   for (unsigned Row = 0; Row < Table.countOfRow(); ++Row) {
     Out.append(Indent, ' ');
     appendTag("<", Tag);
@@ -175,14 +219,22 @@ void QVMtableXmlFormatter::outputTable(unsigned Indent, QVMtableInternal& Table,
       if (Text.empty()) continue;
       const std::string_view ColumnName = Table.columnName(Column).view();
       Out.append(ColumnIndent, ' ');
-      appendTag("<", Prefix, Dot, ColumnName);
+      if (Tags && Column < Tags->open[Long].size()) {
+        Out += Tags->open[Long][Column];
+      } else {
+        appendTag("<", Prefix, Dot, ColumnName);
+      }
       try {
         m_Values.write(Text.data(), Text.size());
       } catch (const COLerror& Cause) {
         QVMrefuseValue(Table, Column, Row, Text, Cause);
       }
-      appendTag("</", Prefix, Dot, ColumnName);
-      Out += kNewLine;
+      if (Tags && Column < Tags->close[Long].size()) {
+        Out += Tags->close[Long][Column];
+      } else {
+        appendTag("</", Prefix, Dot, ColumnName);
+        Out += kNewLine;
+      }
     }
     for (unsigned Sub = 0; Sub < Table.countOfRowSubTable(Row); ++Sub)
       outputTable(ColumnIndent, Table.rowSubTable(Row, Sub), LongTags, false);
