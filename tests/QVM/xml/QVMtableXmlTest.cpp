@@ -105,6 +105,26 @@ TEST_F(QVMtableXml, PrintsRowsNestedWithoutEmptyColumns) {
   EXPECT_EQ(print("TABLE - Short Tags", Table), ShortTags);
 }
 
+// The tags are kept between documents: each edit of a name or of the column order shows in the
+// next document.
+TEST_F(QVMtableXml, TagsFollowEveryEditOfNamesAndColumnOrder) {
+  fill();
+  ASSERT_NE(print("TABLE - Long Tags", Table).find("<Patient.Id>17</Patient.Id>"), std::string::npos);
+  Patient->setColumnName(0, "Key");
+  EXPECT_NE(print("TABLE - Long Tags", Table).find("<Patient.Key>17</Patient.Key>"), std::string::npos);
+  Patient->setTableName("Person");
+  EXPECT_NE(print("TABLE - Long Tags", Table).find("<Person.Key>17</Person.Key>"), std::string::npos);
+  Patient->column(0).setName("Nr");
+  EXPECT_NE(print("TABLE - Short Tags", Table).find("<Nr>17</Nr>"), std::string::npos);
+  // The cells stay where they are and the names move: Visit's column 0 takes each new name.
+  Visit->addColumn("Bed", QVMintegerType, 0);
+  EXPECT_NE(print("TABLE - Short Tags", Table).find("<Bed>3</Bed>"), std::string::npos);
+  Visit->moveColumn(1, 0);
+  EXPECT_NE(print("TABLE - Short Tags", Table).find("<Nr>3</Nr>"), std::string::npos);
+  Visit->removeColumn(0);
+  EXPECT_NE(print("TABLE - Short Tags", Table).find("<Bed>3</Bed>"), std::string::npos);
+}
+
 // Table XML read and printed again, on the cases of tests/data/QVM/table_xml.test.  Sections:
 //   xml          the document read into a table of this definition
 //   short, long  the table printed with short or long tags; without either, the short print is
