@@ -168,7 +168,8 @@ void* _QVMengineGetCountOfComposite(void* engine, unsigned* count) {
   return withEngine(engine, count, [&](QVMengineInternal& e) { *count = asIndex(e.countOfComposite()); });
 }
 void* _QVMengineGetComposite(void* engine, unsigned compositeIndex, void** composite) {
-  return withEngine(engine, composite, [&](QVMengineInternal& e) { *composite = QVMhandleOf(e.composite(compositeIndex)); });
+  return withEngine(engine, composite,
+                    [&](QVMengineInternal& e) { *composite = QVMhandleOf(e.composite(compositeIndex)); });
 }
 void* _QVMengineAddComposite(void* engine, unsigned* compositeIndex) {
   return withEngine(engine, compositeIndex,
@@ -182,7 +183,8 @@ void* _QVMengineGetCountOfDateTimeGrammar(void* engine, unsigned* count) {
   return withEngine(engine, count, [&](QVMengineInternal& e) { *count = asIndex(e.countOfDateTimeGrammar()); });
 }
 void* _QVMengineGetDateTimeGrammar(void* engine, unsigned grammarIndex, void** grammar) {
-  return withEngine(engine, grammar, [&](QVMengineInternal& e) { *grammar = QVMhandleOf(e.dateTimeGrammar(grammarIndex)); });
+  return withEngine(engine, grammar,
+                    [&](QVMengineInternal& e) { *grammar = QVMhandleOf(e.dateTimeGrammar(grammarIndex)); });
 }
 void* _QVMengineAddDateTimeGrammar(void* engine, unsigned* grammarIndex) {
   return withEngine(engine, grammarIndex,
@@ -196,7 +198,8 @@ void* _QVMengineGetCountOfEnumerationGrammar(void* engine, unsigned* count) {
   return withEngine(engine, count, [&](QVMengineInternal& e) { *count = asIndex(e.countOfEnumerationGrammar()); });
 }
 void* _QVMengineGetEnumerationGrammar(void* engine, unsigned grammarIndex, void** grammar) {
-  return withEngine(engine, grammar, [&](QVMengineInternal& e) { *grammar = QVMhandleOf(e.enumerationGrammar(grammarIndex)); });
+  return withEngine(engine, grammar,
+                    [&](QVMengineInternal& e) { *grammar = QVMhandleOf(e.enumerationGrammar(grammarIndex)); });
 }
 void* _QVMengineAddEnumerationGrammar(void* engine, unsigned* grammarIndex) {
   return withEngine(engine, grammarIndex,

@@ -21,10 +21,12 @@ std::unordered_map<QVMtableGrammarInternal*, int32_t>& standaloneGrammars() {
 
 const char kFamily[] = "a table grammar";
 
-QVMtableGrammarInternal& grammarObject(void* handle) { return QVMhandleObject<QVMtableGrammarInternal>(handle, kFamily); }
+QVMtableGrammarInternal& grammarObject(void* handle) {
+  return QVMhandleObject<QVMtableGrammarInternal>(handle, kFamily);
+}
 
-// The grammars a definition owns and never counts; the reference functions leave them be.
-bool isOwnedByDefinition(COLreference& object) {
+// Any kind of grammar: the reference functions count none but those made alone.
+bool isGrammar(COLreference& object) {
   return dynamic_cast<QVMtableGrammarInternal*>(&object) || dynamic_cast<QVMmessageGrammar*>(&object) ||
          dynamic_cast<QVMlistedGrammar*>(&object);
 }
@@ -53,7 +55,7 @@ QVMtableMapSet& currentMapSet(QVMtableGrammarInternal& grammar) {
 
 bool QVMhandleGrammarAddRef(void* handle) {
   COLreference& object = QVMhandleObject<COLreference>(handle, "a counted");
-  if (!isOwnedByDefinition(object)) return false;
+  if (!isGrammar(object)) return false;
   std::lock_guard<std::mutex> lock(g_GrammarMutex);
   auto found = standaloneGrammars().find(dynamic_cast<QVMtableGrammarInternal*>(&object));
   if (found != standaloneGrammars().end()) ++found->second;
@@ -62,7 +64,7 @@ bool QVMhandleGrammarAddRef(void* handle) {
 
 bool QVMhandleGrammarRelease(void* handle) {
   COLreference& object = QVMhandleObject<COLreference>(handle, "a counted");
-  if (!isOwnedByDefinition(object)) return false;
+  if (!isGrammar(object)) return false;
   QVMtableGrammarInternal* doomed = nullptr;
   {
     std::lock_guard<std::mutex> lock(g_GrammarMutex);
@@ -135,7 +137,8 @@ void* _QVMtableGrammarGetCountOfSubGrammar(void* grammar, unsigned* count) {
 }
 
 void* _QVMtableGrammarGetSubGrammar(void* grammar, unsigned index, void** subGrammar) {
-  return fromGrammar(grammar, subGrammar, [&](QVMtableGrammarInternal& g) { *subGrammar = QVMhandleOf(g.subGrammar(index)); });
+  return fromGrammar(grammar, subGrammar,
+                     [&](QVMtableGrammarInternal& g) { *subGrammar = QVMhandleOf(g.subGrammar(index)); });
 }
 
 void* _QVMtableGrammarAddSubGrammarAt(void* grammar, unsigned index, void** subGrammar) {

@@ -27,9 +27,8 @@ std::string familyName(void* table) {
   unsigned patientIndex = 0, column = 0;
   void* patient = nullptr;
   const char* value = nullptr;
-  for (void* error : {_QVMtableGetSubTableIndex(table, "Patient", &patientIndex),
-                      _QVMtableGetSubTable(table, 0, patientIndex, &patient)})
-    if (error) return QVMoutcome(error).text;
+  if (void* error = _QVMtableGetSubTableIndex(table, "Patient", &patientIndex)) return QVMoutcome(error).text;
+  if (void* error = _QVMtableGetSubTable(table, 0, patientIndex, &patient)) return QVMoutcome(error).text;
   if (void* error = _QVMtableColumnIndex(patient, "FamilyName", &column)) return QVMoutcome(error).text;
   if (void* error = _QVMtableGetStringA(patient, column, 0, &value)) return QVMoutcome(error).text;
   return value;
