@@ -83,8 +83,6 @@ TEST_F(QVMhandleKeptTable, EveryCallOnATableFromBeforeAClearOrLoadIsRefusedUntil
     EXPECT_EQ(refused.text, Ended);
     void* grammar = nullptr;
     EXPECT_EQ(QVMoutcome(_QVMtableGetTableGrammar(table, &grammar)).text, Ended);
-    char* dump = nullptr;
-    EXPECT_EQ(QVMoutcome(_QVMtableDump(patient, &dump)).text, Ended);
     const char* message = nullptr;
     EXPECT_HANDLE_OK(_QVMengineLoad(engine, QVMexampleDefinition().c_str()));
     EXPECT_EQ(QVMoutcome(_QVMengineGenerateMessage(engine, table, 0, &message)).text, Ended);
@@ -174,9 +172,7 @@ TEST_F(QVMhandleKeptTable, GrammarHandlesAreToldFromOtherKindsEitherWay) {
   }
   for (void* other : {engine, table, error, messageGrammar, segment}) {
     const char* name = nullptr;
-    void* sub = nullptr;
     EXPECT_EQ(QVMoutcome(_QVMtableGrammarGetName(other, &name)).text, notTableGrammar);
-    EXPECT_EQ(QVMoutcome(_QVMtableGrammarAddSubGrammarAt(other, 0, &sub)).text, notTableGrammar);
     EXPECT_EQ(QVMoutcome(_QVMtableGrammarRelease(other)).text, notTableGrammar);
     EXPECT_EQ(QVMoutcome(_QVMtableGrammarSetSubGrammar(standalone, 0, other)).text, notTableGrammar);
   }
