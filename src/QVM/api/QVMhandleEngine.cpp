@@ -84,6 +84,22 @@ QVJparseContext& QVMengineHandle::parseContext() {
   return *m_ParseContext;
 }
 
+QVMengineLease& QVMengineHandle::lease() {
+  if (!m_Lease) m_Lease = new QVMengineLease(*this);
+  return *m_Lease;
+}
+
+void QVMengineHandle::endLease() {
+  if (!m_Lease) return;
+  m_Lease->end();
+  m_Lease = nullptr;
+}
+
+// The last table of a definition is gone; an ended lease was already forgotten.
+QVMengineLease::~QVMengineLease() {
+  if (m_Engine->m_Lease == this) m_Engine->m_Lease = nullptr;
+}
+
 void QVMengineHandle::setLogFunction(QVMlogFunction function, void* context) {
   m_LogFunction = function;
   m_LogContext = context;
@@ -111,6 +127,8 @@ void* _QVMengineLoad2(void* engine, const char* path, unsigned* type) {
     QVMengineInternal& schema = QVMhandleEngine(engine);
     QVM_HANDLE_OUT(path);
     QVM_HANDLE_OUT(type);
+    // A load replaces the definition even when it fails: it is left empty then.
+    QVMhandleEngineObject(engine).endLease();
     *type = QVMhandleLoadEngine(schema, path);
     // Schema name spaces of the site apply to whatever was loaded.
     QVMengineReadCustomConfig(schema);
@@ -126,7 +144,11 @@ void* _QVMengineSave(void* engine, const char* path, unsigned type) {
 }
 
 void* _QVMengineClear(void* engine) {
-  return QVMhandleGuard([&] { QVMhandleEngine(engine).clear(); });
+  return QVMhandleGuard([&] {
+    QVMengineHandle& owner = QVMhandleEngineObject(engine);
+    owner.endLease();
+    owner.schema().clear();
+  });
 }
 
 void* _QVMengineDump(void* engine, char** buffer) {

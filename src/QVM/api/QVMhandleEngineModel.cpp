@@ -1,6 +1,10 @@
 // The engine family of the handle interface over the definition model: messages and their
 // match order, grammars, tables and configurations.
+#include "QVMcompositeGrammar.h"
+#include "QVMdateTimeGrammar.h"
+#include "QVMenumerationGrammar.h"
 #include "QVMhandleSupport.h"
+#include "QVMsegmentGrammar.h"
 
 namespace {
 
@@ -151,7 +155,7 @@ void* _QVMengineCountOfSegment(void* engine, unsigned* count) {
 }
 void* _QVMengineGetCountOfSegment(void* engine, unsigned* count) { return _QVMengineCountOfSegment(engine, count); }
 void* _QVMengineGetSegment(void* engine, unsigned segmentIndex, void** segment) {
-  return withEngine(engine, segment, [&](QVMengineInternal& e) { *segment = e.segment(segmentIndex); });
+  return withEngine(engine, segment, [&](QVMengineInternal& e) { *segment = QVMhandleOf(e.segment(segmentIndex)); });
 }
 void* _QVMengineAddSegment(void* engine, unsigned* segmentIndex) {
   return withEngine(engine, segmentIndex, [&](QVMengineInternal& e) { *segmentIndex = asIndex(e.addSegment()); });
@@ -164,7 +168,8 @@ void* _QVMengineGetCountOfComposite(void* engine, unsigned* count) {
   return withEngine(engine, count, [&](QVMengineInternal& e) { *count = asIndex(e.countOfComposite()); });
 }
 void* _QVMengineGetComposite(void* engine, unsigned compositeIndex, void** composite) {
-  return withEngine(engine, composite, [&](QVMengineInternal& e) { *composite = e.composite(compositeIndex); });
+  return withEngine(engine, composite,
+                    [&](QVMengineInternal& e) { *composite = QVMhandleOf(e.composite(compositeIndex)); });
 }
 void* _QVMengineAddComposite(void* engine, unsigned* compositeIndex) {
   return withEngine(engine, compositeIndex,
@@ -178,7 +183,8 @@ void* _QVMengineGetCountOfDateTimeGrammar(void* engine, unsigned* count) {
   return withEngine(engine, count, [&](QVMengineInternal& e) { *count = asIndex(e.countOfDateTimeGrammar()); });
 }
 void* _QVMengineGetDateTimeGrammar(void* engine, unsigned grammarIndex, void** grammar) {
-  return withEngine(engine, grammar, [&](QVMengineInternal& e) { *grammar = e.dateTimeGrammar(grammarIndex); });
+  return withEngine(engine, grammar,
+                    [&](QVMengineInternal& e) { *grammar = QVMhandleOf(e.dateTimeGrammar(grammarIndex)); });
 }
 void* _QVMengineAddDateTimeGrammar(void* engine, unsigned* grammarIndex) {
   return withEngine(engine, grammarIndex,
@@ -192,7 +198,8 @@ void* _QVMengineGetCountOfEnumerationGrammar(void* engine, unsigned* count) {
   return withEngine(engine, count, [&](QVMengineInternal& e) { *count = asIndex(e.countOfEnumerationGrammar()); });
 }
 void* _QVMengineGetEnumerationGrammar(void* engine, unsigned grammarIndex, void** grammar) {
-  return withEngine(engine, grammar, [&](QVMengineInternal& e) { *grammar = e.enumerationGrammar(grammarIndex); });
+  return withEngine(engine, grammar,
+                    [&](QVMengineInternal& e) { *grammar = QVMhandleOf(e.enumerationGrammar(grammarIndex)); });
 }
 void* _QVMengineAddEnumerationGrammar(void* engine, unsigned* grammarIndex) {
   return withEngine(engine, grammarIndex,

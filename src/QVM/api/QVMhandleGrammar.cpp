@@ -1,11 +1,14 @@
 // The table grammar family of the handle interface. Grammars reached through an engine
 // belong to it and are passed as plain addresses; grammars a host makes on its own are
-// counted here, since the model keeps grammars in owning trees rather than by count.
+// counted here, since the model keeps grammars in owning trees rather than by count. Every
+// handle is checked to be a table grammar (or, where one is asked for, a message grammar).
 #include <memory>
 #include <mutex>
 #include <unordered_map>
 
 #include "QVMhandleSupport.h"
+#include "QVMlistedGrammar.h"
+#include "QVMmessageGrammar.h"
 #include "QVMtableDefinitionInternal.h"
 
 namespace {
@@ -16,9 +19,16 @@ std::unordered_map<QVMtableGrammarInternal*, int32_t>& standaloneGrammars() {
   return *grammars;
 }
 
+const char kFamily[] = "a table grammar";
+
 QVMtableGrammarInternal& grammarObject(void* handle) {
-  QVMhandleCheck(handle);
-  return *static_cast<QVMtableGrammarInternal*>(handle);
+  return QVMhandleObject<QVMtableGrammarInternal>(handle, kFamily);
+}
+
+// Any kind of grammar: the reference functions count none but those made alone.
+bool isGrammar(COLreference& object) {
+  return dynamic_cast<QVMtableGrammarInternal*>(&object) || dynamic_cast<QVMmessageGrammar*>(&object) ||
+         dynamic_cast<QVMlistedGrammar*>(&object);
 }
 
 template <class Body>
@@ -44,19 +54,22 @@ QVMtableMapSet& currentMapSet(QVMtableGrammarInternal& grammar) {
 }  // namespace
 
 bool QVMhandleGrammarAddRef(void* handle) {
+  COLreference& object = QVMhandleObject<COLreference>(handle, "a counted");
+  if (!isGrammar(object)) return false;
   std::lock_guard<std::mutex> lock(g_GrammarMutex);
-  auto found = standaloneGrammars().find(static_cast<QVMtableGrammarInternal*>(handle));
-  if (found == standaloneGrammars().end()) return false;
-  ++found->second;
+  auto found = standaloneGrammars().find(dynamic_cast<QVMtableGrammarInternal*>(&object));
+  if (found != standaloneGrammars().end()) ++found->second;
   return true;
 }
 
 bool QVMhandleGrammarRelease(void* handle) {
+  COLreference& object = QVMhandleObject<COLreference>(handle, "a counted");
+  if (!isGrammar(object)) return false;
   QVMtableGrammarInternal* doomed = nullptr;
   {
     std::lock_guard<std::mutex> lock(g_GrammarMutex);
-    auto found = standaloneGrammars().find(static_cast<QVMtableGrammarInternal*>(handle));
-    if (found == standaloneGrammars().end()) return false;
+    auto found = standaloneGrammars().find(dynamic_cast<QVMtableGrammarInternal*>(&object));
+    if (found == standaloneGrammars().end()) return true;
     if (--found->second == 0) {
       doomed = found->first;
       standaloneGrammars().erase(found);
@@ -74,20 +87,20 @@ void* _QVMtableGrammarCreate(void** grammar) {
     auto made = std::make_unique<QVMtableGrammarInternal>();
     std::lock_guard<std::mutex> lock(g_GrammarMutex);
     standaloneGrammars().emplace(made.get(), 1);
-    *grammar = made.release();
+    *grammar = QVMhandleOf(made.release());
   });
 }
 
 // Grammars owned by an engine aren't counted: for them both calls do nothing.
 void* _QVMtableGrammarAddRef(void* grammar) {
   return QVMhandleGuard([&] {
-    if (grammar) QVMhandleGrammarAddRef(&grammarObject(grammar));
+    if (grammar) QVMhandleGrammarAddRef(QVMhandleOf(&grammarObject(grammar)));
   });
 }
 
 void* _QVMtableGrammarRelease(void* grammar) {
   return QVMhandleGuard([&] {
-    if (grammar) QVMhandleGrammarRelease(&grammarObject(grammar));
+    if (grammar) QVMhandleGrammarRelease(QVMhandleOf(&grammarObject(grammar)));
   });
 }
 
@@ -115,7 +128,7 @@ void* _QVMtableGrammarSetIsNode(void* grammar, int isNode) {
 }
 
 void* _QVMtableGrammarGetParent(void* grammar, void** parent) {
-  return fromGrammar(grammar, parent, [&](QVMtableGrammarInternal& g) { *parent = g.parent(); });
+  return fromGrammar(grammar, parent, [&](QVMtableGrammarInternal& g) { *parent = QVMhandleOf(g.parent()); });
 }
 
 void* _QVMtableGrammarGetCountOfSubGrammar(void* grammar, unsigned* count) {
@@ -124,13 +137,14 @@ void* _QVMtableGrammarGetCountOfSubGrammar(void* grammar, unsigned* count) {
 }
 
 void* _QVMtableGrammarGetSubGrammar(void* grammar, unsigned index, void** subGrammar) {
-  return fromGrammar(grammar, subGrammar, [&](QVMtableGrammarInternal& g) { *subGrammar = g.subGrammar(index); });
+  return fromGrammar(grammar, subGrammar,
+                     [&](QVMtableGrammarInternal& g) { *subGrammar = QVMhandleOf(g.subGrammar(index)); });
 }
 
 void* _QVMtableGrammarAddSubGrammarAt(void* grammar, unsigned index, void** subGrammar) {
   return fromGrammar(grammar, subGrammar, [&](QVMtableGrammarInternal& g) {
     COL_PRECONDITION_TEXT(!g.isNode(), "!IsNode");
-    *subGrammar = g.addSubGrammarAt(index);
+    *subGrammar = QVMhandleOf(g.addSubGrammarAt(index));
   });
 }
 
@@ -154,12 +168,14 @@ void* _QVMtableGrammarGetMessage(void* grammar, void** message) {
 
 void* _QVMtableGrammarGetMessageGrammar(void* grammar, void** messageGrammar) {
   return fromGrammar(grammar, messageGrammar,
-                     [&](QVMtableGrammarInternal& g) { *messageGrammar = g.messageGrammar(); });
+                     [&](QVMtableGrammarInternal& g) { *messageGrammar = QVMhandleOf(g.messageGrammar()); });
 }
 
 void* _QVMtableGrammarSetGrammarRoot(void* grammar, void* messageGrammar) {
   return onGrammar(grammar, [&](QVMtableGrammarInternal& g) {
-    g.setMessageGrammarIfNonNull(static_cast<QVMmessageGrammar*>(messageGrammar));
+    // Null goes on to the model, which refuses it with its own text.
+    g.setMessageGrammarIfNonNull(
+        messageGrammar ? &QVMhandleObject<QVMmessageGrammar>(messageGrammar, "a message grammar") : nullptr);
   });
 }
 

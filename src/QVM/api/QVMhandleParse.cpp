@@ -8,7 +8,8 @@
 
 namespace {
 
-// A filled table borrows the engine's grammars, so it keeps the engine alive.
+// A filled table borrows the engine's grammars, so it keeps the engine alive. A table left
+// from before a clear or reload may be filled again: it is emptied first.
 template <class Parse>
 void* QVMhandleParseInto(void* engine, const char* message, unsigned* messageIndex, void* table, Parse&& parse) {
   return QVMhandleGuard([&] {
@@ -16,8 +17,8 @@ void* QVMhandleParseInto(void* engine, const char* message, unsigned* messageInd
     QVM_HANDLE_OUT(message);
     QVM_HANDLE_OUT(messageIndex);
     QVMtableInternal& Table = QVMhandleObject<QVMtableInternal>(table, "a table");
+    QVMhandleLeaseTable(Engine, Table);
     parse(Engine.parseContext(), COLstring(message), *messageIndex, Table);
-    Table.setDefinitionOwner(&Engine);
   });
 }
 
@@ -64,7 +65,7 @@ void* _QVMengineGenerateMessage(void* engine, void* table, unsigned messageIndex
   return QVMhandleGuard([&] {
     QVMengineHandle& Engine = QVMhandleEngineObject(engine);
     QVM_HANDLE_OUT(message);
-    QVMtableInternal& Table = QVMhandleObject<QVMtableInternal>(table, "a table");
+    QVMtableInternal& Table = QVMhandleTable(table);
     COL_PRECONDITION_TEXT(messageIndex < Engine.schema().countOfMessage(), "MessageIndex < CountOfMessage");
     *message = QVPgenerateMessage(Engine.parseContext().qvpParseContext(), messageIndex, Table);
   });

@@ -52,6 +52,10 @@ T& QVMhandleObject(void* handle, const char* family) {
   return *object;
 }
 
+// The handle of a model object: the address of its COLreference, which QVMhandleObject
+// converts back. Grammars go out this way too, so that every handle can be told by kind.
+inline void* QVMhandleOf(COLreference* object) { return object; }
+
 // A new counted object as a handle with one reference.
 template <class T>
 void* QVMhandleNew(T* object) {
@@ -75,6 +79,8 @@ void* QVMhandleRelease(void* handle, const char* family) {
 
 // What an engine handle holds: the definition, its parse context and the host's log function.
 class QVJparseContext;
+class QVMengineLease;
+class QVMtableInternal;
 
 class QVMengineHandle : public COLreference {
 public:
@@ -90,13 +96,44 @@ public:
   QVMlogFunction logFunction() const { return m_LogFunction; }
   void* logContext() const { return m_LogContext; }
 
+  // What a table made or filled by this engine holds; one for all tables of the loaded definition.
+  QVMengineLease& lease();
+  // Clear and load free the grammars that tables point at: their lease ends first.
+  void endLease();
+
 private:
+  friend class QVMengineLease;
+
   COLreferencePtr<QVMengineInternal> m_Schema;
+  QVMengineLease* m_Lease = nullptr;
   std::unique_ptr<QVJparseContext> m_ParseContext;
   COLstring m_ResultText;
   QVMlogFunction m_LogFunction = nullptr;
   void* m_LogContext = nullptr;
 };
+
+// A table's hold on the definition it follows: it keeps the engine alive, and it says whether
+// the engine still holds that definition. A table handle can outlive both a clear and a
+// reload, while its grammar pointers can't.
+class QVMengineLease : public COLreference {
+public:
+  explicit QVMengineLease(QVMengineHandle& engine) : m_Engine(&engine) {}
+  ~QVMengineLease() override;
+  bool isCurrent() const { return m_IsCurrent; }
+  void end() { m_IsCurrent = false; }
+
+private:
+  COLreferencePtr<QVMengineHandle> m_Engine;
+  bool m_IsCurrent = true;
+};
+
+// Ties `table` to the engine's definition before the engine fills it; a table still tied to
+// an ended lease is emptied first, since its old grammar is gone.
+void QVMhandleLeaseTable(QVMengineHandle& engine, QVMtableInternal& table);
+
+// The table behind a handle; refused when the definition it follows has been cleared or
+// replaced since the table was made or filled.
+QVMtableInternal& QVMhandleTable(void* handle);
 
 inline QVMengineHandle& QVMhandleEngineObject(void* handle) {
   return QVMhandleObject<QVMengineHandle>(handle, "an engine");
@@ -119,6 +156,8 @@ inline const char* QVMhandleKeep(COLstring& slot, const COLstring& text) {
 // A new character array with the text, freed by the FreeBuffer functions.
 char* QVMdumpCopy(const COLstring& text);
 
-// Reference counting of grammars made by _QVMtableGrammarCreate; false when `handle` isn't one.
+// Reference counting through _QVMreferenceAddRef and _QVMreferenceRelease of the grammars:
+// counts those made by _QVMtableGrammarCreate, does nothing for those a definition owns, and
+// is false when `handle` is no grammar.
 bool QVMhandleGrammarAddRef(void* handle);
 bool QVMhandleGrammarRelease(void* handle);

@@ -1,7 +1,9 @@
 // The table family of the handle interface, over QVMtableInternal, and the engine function
 // that makes an empty table for a message. Handles of sub-tables are borrowed from their
 // parent: a host that keeps one past the parent's life adds a reference of its own.
-// Cells are addressed (column, row) here.
+// A table made or filled by an engine holds that engine's lease: every call but AddRef and
+// Release is refused once the engine was cleared or loaded again. Cells are addressed
+// (column, row) here.
 #include "COLostream.h"
 #include "QVMhandleSupport.h"
 #include "QVMmessageDefinitionInternal.h"
@@ -13,7 +15,12 @@ namespace {
 
 const char kFamily[] = "a table";
 
-QVMtableInternal& tableObject(void* handle) { return QVMhandleObject<QVMtableInternal>(handle, kFamily); }
+QVMtableInternal& tableObject(void* handle) { return QVMhandleTable(handle); }
+
+bool followsEndedDefinition(const QVMtableInternal& table) {
+  auto* lease = dynamic_cast<const QVMengineLease*>(table.definitionOwner());
+  return lease && !lease->isCurrent();
+}
 
 template <class Body>
 void* onTable(void* handle, Body body) {
@@ -35,6 +42,22 @@ void* subTableHandle(QVMtableInternal& table, unsigned row, unsigned subTable) {
 
 }  // namespace
 
+QVMtableInternal& QVMhandleTable(void* handle) {
+  QVMtableInternal& table = QVMhandleObject<QVMtableInternal>(handle, kFamily);
+  if (followsEndedDefinition(table))
+    throw COLerror(
+        "The table follows a definition that its engine no longer holds: the engine was cleared or loaded "
+        "again since the table was made or filled. Fill the table again or make a new one.",
+        COL_ERROR_PRECONDITION);
+  return table;
+}
+
+void QVMhandleLeaseTable(QVMengineHandle& engine, QVMtableInternal& table) {
+  if (followsEndedDefinition(table)) table.clear();
+  // Sub-tables made from now on take the lease from their parent.
+  table.setDefinitionOwner(&engine.lease());
+}
+
 extern "C" {
 
 void* _QVMtableCreate(void** table) {
@@ -54,15 +77,15 @@ void* _QVMengineCreateEmptyMessageTable(void* engine, unsigned messageIndex, voi
     QVMengineInternal& schema = owner.schema();
     COL_PRECONDITION_TEXT(messageIndex < schema.countOfMessage(), "MessageIndex < CountOfMessage");
     COLreferencePtr<QVMtableInternal> made = new QVMtableInternal;
-    made->makeEmptyTable(&schema.message(messageIndex)->tableGrammar());
     // The table borrows the engine's grammar: it keeps the engine alive as long as it lives.
-    made->setDefinitionOwner(&owner);
+    QVMhandleLeaseTable(owner, *made);
+    made->makeEmptyTable(&schema.message(messageIndex)->tableGrammar());
     *table = QVMhandleNew(made.get());
   });
 }
 
 void* _QVMtableGetTableGrammar(void* table, void** grammar) {
-  return fromTable(table, grammar, [&](QVMtableInternal& t) { *grammar = t.tableGrammar(); });
+  return fromTable(table, grammar, [&](QVMtableInternal& t) { *grammar = QVMhandleOf(t.tableGrammar()); });
 }
 
 void* _QVMtableName(void* table, const char** name) {

@@ -116,6 +116,7 @@ bool QVMtableInternal::isNode() const { return pMember->pTableGrammar && pMember
 QVMtableInternal* QVMtableInternal::parent() const { return pMember->parent; }
 void QVMtableInternal::setParent(QVMtableInternal* Parent) { pMember->parent = Parent; }
 void QVMtableInternal::setDefinitionOwner(COLreference* Owner) { pMember->definitionOwner = Owner; }
+COLreference* QVMtableInternal::definitionOwner() const { return pMember->definitionOwner.get(); }
 
 const COLstring& QVMtableInternal::tableName() const { return grammarName(pMember->pTableGrammar); }
 

@@ -46,6 +46,7 @@ public:
   // Something that keeps the grammar alive (a host's engine), held by this table and by
   // every sub-table it makes from now on; null by default.
   void setDefinitionOwner(COLreference* Owner);
+  COLreference* definitionOwner() const;
   // Raises 0x80000400 when the table has rows.
   void checkIfEmpty() const;
 

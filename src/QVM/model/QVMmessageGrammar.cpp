@@ -10,7 +10,8 @@ QVMmessageGrammar::QVMmessageGrammar() = default;
 QVMmessageGrammar::~QVMmessageGrammar() = default;
 
 QVMmessageGrammar::QVMmessageGrammar(const QVMmessageGrammar& other)
-    : m_MaximumRepeat(other.m_MaximumRepeat),
+    : COLreference(),
+      m_MaximumRepeat(other.m_MaximumRepeat),
       m_IsNode(other.m_IsNode),
       m_IsOptional(other.m_IsOptional),
       m_IsRepeating(other.m_IsRepeating),

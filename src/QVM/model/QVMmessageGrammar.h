@@ -1,6 +1,7 @@
 // QVMmessageGrammar: one node of the tree that a message must match, either a segment node
 // (pointing at a segment grammar of the same configuration) or a named group of sub-nodes.
 // Parents own their children; every node knows its parent and its message definition.
+// A COLreference only so that the handle interface can tell its kind; it is never counted.
 #pragma once
 
 #include <cstdint>
@@ -8,12 +9,13 @@
 #include <unordered_set>
 #include <vector>
 
+#include "COLreference.h"
 #include "COLstring.h"
 
 class QVMmessageDefinitionInternal;
 class QVMsegmentGrammar;
 
-class QVMmessageGrammar {
+class QVMmessageGrammar : public COLreference {
 public:
   static constexpr uint32_t npos = 0xFFFFFFFF;
 
@@ -22,7 +24,7 @@ public:
   // pointers still name the source's segment grammars.
   QVMmessageGrammar(const QVMmessageGrammar& other);
   QVMmessageGrammar& operator=(const QVMmessageGrammar& other);
-  ~QVMmessageGrammar();
+  ~QVMmessageGrammar() override;
 
   void initializeAsRoot(QVMmessageDefinitionInternal* pMessage);
   void initializeAsSegment(QVMsegmentGrammar* segment, QVMmessageGrammar* parent);

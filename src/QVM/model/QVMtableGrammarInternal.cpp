@@ -12,7 +12,8 @@ QVMtableGrammarInternal::QVMtableGrammarInternal() = default;
 QVMtableGrammarInternal::~QVMtableGrammarInternal() = default;
 
 QVMtableGrammarInternal::QVMtableGrammarInternal(const QVMtableGrammarInternal& other)
-    : m_Name(other.m_Name),
+    : COLreference(),
+      m_Name(other.m_Name),
       m_IsNode(other.m_IsNode),
       m_Table(other.m_Table),
       m_Message(other.m_Message),

@@ -1,12 +1,15 @@
 // QVMtableGrammarInternal: the tree of one message that lays it out on tables. Leaves name
 // a table and one of its map sets; groups hold sub-grammars. Per configuration each node is
 // tied to a node of the message grammar (its root), from which the map set's addresses count.
+// A COLreference only so that the handle interface can tell its kind: the tree owns its nodes,
+// and grammars a host makes alone are counted by the handle layer.
 #pragma once
 
 #include <cstdint>
 #include <memory>
 #include <vector>
 
+#include "COLreference.h"
 #include "COLstring.h"
 
 class COLostream;
@@ -33,7 +36,7 @@ private:
   uint32_t m_TableMapSetIndex = 0;
 };
 
-class QVMtableGrammarInternal {
+class QVMtableGrammarInternal : public COLreference {
 public:
   static constexpr uint32_t npos = 0xFFFFFFFF;
 
@@ -42,7 +45,7 @@ public:
   // and message until initializePointers / setMessage.
   QVMtableGrammarInternal(const QVMtableGrammarInternal& other);
   QVMtableGrammarInternal& operator=(const QVMtableGrammarInternal& other);
-  ~QVMtableGrammarInternal();
+  ~QVMtableGrammarInternal() override;
 
   // --- configuration tracking (the whole subtree follows)
   void initConfig(QVMmessageDefinitionInternal* message);
