@@ -217,22 +217,22 @@ void QVMtableXmlFormatter::outputTable(unsigned Indent, QVMtableInternal& Table,
       if (!IsString) Converted = QVMcolumnText(Table, Column, Row);
       const COLstring& Text = IsString ? Table.getString(Column, Row) : Converted;
       if (Text.empty()) continue;
-      const std::string_view ColumnName = Table.columnName(Column).view();
+      const bool Cached = Tags && Column < Tags->open[Long].size();
       Out.append(ColumnIndent, ' ');
-      if (Tags && Column < Tags->open[Long].size()) {
+      if (Cached) {
         Out += Tags->open[Long][Column];
       } else {
-        appendTag("<", Prefix, Dot, ColumnName);
+        appendTag("<", Prefix, Dot, Table.columnName(Column).view());
       }
       try {
         m_Values.write(Text.data(), Text.size());
       } catch (const COLerror& Cause) {
         QVMrefuseValue(Table, Column, Row, Text, Cause);
       }
-      if (Tags && Column < Tags->close[Long].size()) {
+      if (Cached) {
         Out += Tags->close[Long][Column];
       } else {
-        appendTag("</", Prefix, Dot, ColumnName);
+        appendTag("</", Prefix, Dot, Table.columnName(Column).view());
         Out += kNewLine;
       }
     }
