@@ -12,12 +12,6 @@
 
 namespace {
 
-const char Admission[] =
-    "MSH|^~\\&|PASYS|NORTHGATE|ENGINE|NORTHGATE|20240301080000||ADT^A01|MSG01000|P|2.4\r"
-    "EVN|A01|20240301080000\r"
-    "PID|1||MR410000^^^NORTHGATE^MR||Okonkwo^Amara^^^||19500101|F\r"
-    "PV1|1|I|WARD3^100^A^NORTHGATE||||D1042^Varga^Ilona\r";
-
 const char Ended[] =
     "The table follows a definition that its engine no longer holds: the engine was cleared or loaded again "
     "since the table was made or filled. Fill the table again or make a new one.";

@@ -33,6 +33,13 @@ inline QVMhandleOutcome QVMoutcome(void* error) {
     EXPECT_FALSE(outcome_.failed) << outcome_.text;      \
   } while (0)
 
+// An admission the example definition parses, for the tests that need one message.
+inline constexpr char Admission[] =
+    "MSH|^~\\&|PASYS|NORTHGATE|ENGINE|NORTHGATE|20240301080000||ADT^A01|MSG01000|P|2.4\r"
+    "EVN|A01|20240301080000\r"
+    "PID|1||MR410000^^^NORTHGATE^MR||Okonkwo^Amara^^^||19500101|F\r"
+    "PV1|1|I|WARD3^100^A^NORTHGATE||||D1042^Varga^Ilona\r";
+
 inline std::string QVMexampleDefinition() { return std::string(MSGBRIDGE_SOURCE_DIR) + "/examples/adt_oru.vmd"; }
 
 inline std::filesystem::path QVMhandleTempDir(const char* name) {
