@@ -18,6 +18,8 @@ COLstring APPlogReport::place(uint64_t offset) {
 void APPlogReport::afterMessage(unsigned number, bool empty) {
   if (!m_Active) return;
   const MLGmessageNotes& notes = m_Reader.lastMessageNotes();
+  // Most messages have nothing to report: the texts are built only for those that do.
+  if (notes.DroppedHeaders.empty() && notes.InnerHeaders.empty() && !empty && !notes.Unterminated) return;
   const std::string name = "message " + std::to_string(number);
   const char* format = MLGfactoryFormatName(m_Reader.fileFormat());
   if (!notes.DroppedHeaders.empty()) {
