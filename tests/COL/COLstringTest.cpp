@@ -1,166 +1,91 @@
+// Strings as step cases (tests/support/TSTsteps.h), tests/data/COL/string.test.  The model holds
+// one string; steps that cut it in two answer "LEFT|RIGHT".
+//
+//   text WORD (the string anew) | show | size | equals TEXT -> yes|no | at N -> the byte
+//   strip [both|leading|trailing [C]] | stripall C | subchar A B | upper | lower | whitespace
+//   split S | rsplit S (one byte: the char form) -> found|not LEFT|RIGHT | splitself C | splitat N
+//   find S [FROM] | rfind S [FROM] (one byte: the char form) -> index or npos
+//   append S [START] | appendn N S | appendnull | addnull (+= a null pointer) | double | doubleraw
+//   replace START N S | remove START [N] | insert AT S | substrreplace FROM TO -> count
+//   substr START [N] | sub START [N] (the substring constructor) | limit N (COLlengthWithLimit)
+//   plus S (string + text + char + string) | charplus C | textplus S
 #include <gtest/gtest.h>
 
 #include "COLerror.h"
 #include "COLstring.h"
 
-#include "../support/TSTraised.h"
+#include "../support/TSTsteps.h"
 
-TEST(COLstring, StripRemovesOnlyTheChosenSides) {
-  EXPECT_EQ(COLstring("abc").strip(3, 'x'), "abc");
-  EXPECT_EQ(COLstring("xxx").strip(3, 'x'), "");
-  EXPECT_EQ(COLstring("xxaxx").strip(COLstring::StripLeading, 'x'), "axx");
-  EXPECT_EQ(COLstring("xxaxx").strip(COLstring::StripTrailing, 'x'), "xxa");
-  EXPECT_EQ(COLstring("  a b  ").strip(), "a b");
+namespace {
+
+class Strings : public TSTstepModel {
+  std::string step() override {
+    const std::string& Verb = word(0);
+    auto size = [&](size_t At) { return static_cast<size_t>(std::stoul(word(At))); };
+    auto count = [&](size_t At) { return Words.size() > At ? size(At) : COLstring::npos; };
+    auto position = [](size_t At) { return At == COLstring::npos ? std::string("npos") : std::to_string(At); };
+    auto cut = [](bool Found, const COLstring& Left, const COLstring& Right) {
+      return (Found ? "found " : "not ") + Left.str() + "|" + Right.str();
+    };
+    COLstring Left, Right;
+    if (Verb == "text") return Text = COLstring(std::string_view(rest(1))), "";
+    if (Verb == "show") return Text.str();
+    if (Verb == "size") return std::to_string(Text.size());
+    if (Verb == "equals") return Text == rest(1).c_str() ? "yes" : "no";
+    if (Verb == "at") return std::string(1, Text[size(1)]);
+    if (Verb == "strip" && Words.size() == 1) return Text.strip().str();
+    if (Verb == "strip") {
+      const int Side = word(1) == "both" ? COLstring::StripBoth
+                       : word(1) == "leading" ? COLstring::StripLeading : COLstring::StripTrailing;
+      return Text.strip(Side, word(2)[0]).str();
+    }
+    if (Verb == "stripall") return Text.stripAll(word(1)[0]), Text.str();
+    if (Verb == "subchar") return Text.subChar(word(1)[0], word(2)[0]), Text.str();
+    if (Verb == "upper") return Text.toUpperCase().str();
+    if (Verb == "lower") return Text.toLowerCase().str();
+    if (Verb == "whitespace") return Text.isWhitespace() ? "yes" : "no";
+    if (Verb == "split" && word(1).size() == 1) return cut(Text.split(Left, Right, word(1)[0]), Left, Right);
+    if (Verb == "split") return cut(Text.split(Left, Right, word(1).c_str()), Left, Right);
+    if (Verb == "rsplit" && word(1).size() == 1) return cut(Text.rsplit(Left, Right, word(1)[0]), Left, Right);
+    if (Verb == "rsplit") return cut(Text.rsplit(Left, Right, word(1).c_str()), Left, Right);
+    if (Verb == "splitself") return cut(Text.split(Text, Right, word(1)[0]), Text, Right);
+    if (Verb == "splitat") return Text.splitAtIndex(Left, Right, size(1)), cut(true, Left, Right);
+    if (Verb == "find" && word(1).size() == 1) return position(Text.find(word(1)[0], Words.size() > 2 ? size(2) : 0));
+    if (Verb == "find") return position(Text.find(word(1).c_str(), Words.size() > 2 ? size(2) : 0));
+    if (Verb == "rfind" && word(1).size() == 1) return position(Text.rfind(word(1)[0], count(2)));
+    if (Verb == "rfind") return position(Text.rfind(word(1).c_str(), count(2)));
+    if (Verb == "append") return Text.append(word(1).c_str(), Words.size() > 2 ? size(2) : 0).str();
+    if (Verb == "appendn") return Text.append(size(1), word(2).c_str()).str();
+    if (Verb == "appendnull") return Text.append(nullptr).str();
+    if (Verb == "addnull") return (Text += static_cast<const char*>(nullptr)).str();
+    if (Verb == "double") return (Text += Text).str();
+    if (Verb == "doubleraw") return Text.append(Text.size(), Text.data()).str();
+    if (Verb == "replace") return Text.replace(size(1), size(2), word(3).c_str()).str();
+    if (Verb == "remove") return Text.remove(size(1), count(2)).str();
+    if (Verb == "insert") return Text.insert(size(1), word(2).c_str()).str();
+    if (Verb == "substrreplace") return std::to_string(Text.substrreplace(word(1).c_str(), word(2).c_str()));
+    if (Verb == "substr") return Text.substr(size(1), count(2)).str();
+    if (Verb == "sub") return COLstring(Text, size(1), count(2)).str();
+    if (Verb == "limit") return std::to_string(COLlengthWithLimit(Text.c_str(), size(1)));
+    if (Verb == "plus") return (Text + word(1).c_str() + word(1)[0] + COLstring(word(1).c_str())).str();
+    if (Verb == "charplus") return (word(1)[0] + Text).str();
+    if (Verb == "textplus") return (word(1).c_str() + Text).str();
+    unknown();
+  }
+
+  COLstring Text;
+};
+
+class COLstringData : public ::testing::TestWithParam<TSTdataCase> {};
+
+TEST_P(COLstringData, Steps) {
+  TSTrunSteps(GetParam(), [] { return std::make_unique<Strings>(); });
 }
 
-TEST(COLstring, SplitAndRsplitWithoutSeparator) {
-  COLstring left, right;
-  EXPECT_FALSE(COLstring("abc").split(left, right, '|'));
-  EXPECT_EQ(left, "abc");
-  EXPECT_EQ(right, "");
-  EXPECT_FALSE(COLstring("abc").rsplit(left, right, '|'));
-  EXPECT_EQ(left, "");
-  EXPECT_EQ(right, "abc");
-}
+INSTANTIATE_TEST_SUITE_P(Cases, COLstringData, ::testing::ValuesIn(TSTreadDataFile("COL/string.test")),
+                         TSTdataParamName);
 
-TEST(COLstring, SplitAtFirstAndRsplitAtLast) {
-  COLstring left, right;
-  EXPECT_TRUE(COLstring("a|b|c").split(left, right, '|'));
-  EXPECT_EQ(left, "a");
-  EXPECT_EQ(right, "b|c");
-  EXPECT_TRUE(COLstring("a|b|c").rsplit(left, right, '|'));
-  EXPECT_EQ(left, "a|b");
-  EXPECT_EQ(right, "c");
-  EXPECT_TRUE(COLstring("key::value::x").split(left, right, "::"));
-  EXPECT_EQ(left, "key");
-  EXPECT_EQ(right, "value::x");
-}
-
-TEST(COLstring, SplitIntoItself) {
-  COLstring text("left=right");
-  COLstring right;
-  EXPECT_TRUE(text.split(text, right, '='));
-  EXPECT_EQ(text, "left");
-  EXPECT_EQ(right, "right");
-}
-
-TEST(COLstring, SplitAtIndexBeyondLength) {
-  COLstring left, right;
-  COLstring("abc").splitAtIndex(left, right, 10);
-  EXPECT_EQ(left, "abc");
-  EXPECT_EQ(right, "");
-  COLstring("abc").splitAtIndex(left, right, 1);
-  EXPECT_EQ(left, "a");
-  EXPECT_EQ(right, "bc");
-}
-
-TEST(COLstring, FindReportsNotFoundAsAllBitsSet) {
-  const COLstring text("abcabc");
-  EXPECT_EQ(text.find(""), COLstring::npos);
-  EXPECT_EQ(text.find(COLstring()), COLstring::npos);
-  EXPECT_EQ(text.find('c'), 2u);
-  EXPECT_EQ(text.find('c', 3), 5u);
-  EXPECT_EQ(text.find("bc", 2), 4u);
-  EXPECT_EQ(text.find('z'), COLstring::npos);
-  EXPECT_EQ(text.rfind("bc"), 4u);
-  EXPECT_EQ(text.rfind("bc", 3), 1u);
-  EXPECT_EQ(text.rfind('a'), 3u);
-  EXPECT_EQ(text.rfind(""), COLstring::npos);
-  EXPECT_EQ(COLstring().rfind('a'), COLstring::npos);
-}
-
-TEST(COLstring, EmbeddedNulIsKeptButNotSearched) {
-  COLstring text(std::string_view("ab\0cd", 5));
-  EXPECT_EQ(text.size(), 5u);
-  EXPECT_EQ(text.find('c'), COLstring::npos);
-  EXPECT_EQ(text, "ab");
-}
-
-TEST(COLstring, AppendToItselfDoubles) {
-  COLstring text("0123456789abcdef");  // past the inline buffer
-  text += text;
-  EXPECT_EQ(text, "0123456789abcdef0123456789abcdef");
-  text.append(text.size(), text.data());
-  EXPECT_EQ(text.size(), 64u);
-  EXPECT_EQ(text.substr(48), "0123456789abcdef");
-}
-
-TEST(COLstring, AppendVariants) {
-  COLstring text;
-  text.append("hello world", 6);
-  EXPECT_EQ(text, "world");
-  text.append(nullptr);
-  EXPECT_EQ(text, "world");
-  text.append(3, "xyz!");
-  EXPECT_EQ(text, "worldxyz");
-  EXPECT_THROW(text += static_cast<const char*>(nullptr), COLerror);
-}
-
-TEST(COLstring, EditsGuardedByStart) {
-  COLstring text("abcdef");
-  text.replace(10, 2, "zz");
-  EXPECT_EQ(text, "abcdef");
-  text.replace(1, 2, "XYZ");
-  EXPECT_EQ(text, "aXYZdef");
-  text.remove(4);
-  EXPECT_EQ(text, "aXYZ");
-  text.remove(9, 1);
-  EXPECT_EQ(text, "aXYZ");
-  COLstring empty;
-  empty.insert(7, "new");
-  EXPECT_EQ(empty, "new");
-  text.insert(1, "--");
-  EXPECT_EQ(text, "a--XYZ");
-}
-
-TEST(COLstring, SubstrreplaceCountsAndReplacesEveryOccurrence) {
-  COLstring text("a&b&&c");
-  EXPECT_EQ(text.substrreplace("&", "&amp;"), 3u);
-  EXPECT_EQ(text, "a&amp;b&amp;&amp;c");
-  EXPECT_EQ(text.substrreplace("&amp;", ""), 3u);
-  EXPECT_EQ(text, "abc");
-  EXPECT_EQ(text.substrreplace("zz", "y"), 0u);
-  // Overlapping candidates are taken left to right without rescanning replacements.
-  COLstring aaa("aaaa");
-  EXPECT_EQ(aaa.substrreplace("aa", "a"), 2u);
-  EXPECT_EQ(aaa, "aa");
-}
-
-TEST(COLstring, SmallHelpers) {
-  EXPECT_TRUE(COLstring("").isWhitespace());
-  EXPECT_TRUE(COLstring(" \t\r\n").isWhitespace());
-  EXPECT_FALSE(COLstring(" x ").isWhitespace());
-  COLstring text("a-b-c");
-  text.stripAll('-');
-  EXPECT_EQ(text, "abc");
-  text.subChar('b', 'B');
-  EXPECT_EQ(text, "aBc");
-  EXPECT_EQ(text.toUpperCase(), "ABC");
-  EXPECT_EQ(text.toLowerCase(), "abc");
-  EXPECT_EQ(COLlengthWithLimit("abcdef", 3), 3u);
-  EXPECT_EQ(COLlengthWithLimit("ab", 10), 2u);
-}
-
-TEST(COLstring, IndexingChecksBounds) {
-  COLstring text("ab");
-  EXPECT_EQ(text[1], 'b');
-  const COLerror error = TSTraised([&] { (void)text[2]; });
-  EXPECT_EQ(error.code(), 0x80000100u);
-  EXPECT_STREQ(error.description().c_str(), "Failed precondition: CharIndex < m_Str.length()");
-}
-
-TEST(COLstring, SubstringConstructorChecksStart) {
-  EXPECT_EQ(COLstring(COLstring("abcdef"), 2, 3), "cde");
-  EXPECT_EQ(COLstring(COLstring("abcdef"), 2), "cdef");
-  EXPECT_EQ(COLstring(COLstring("abc"), 3), "");
-  EXPECT_THROW(COLstring(COLstring("abc"), 4), COLerror);
-}
-
-TEST(COLstring, ConcatenationOperators) {
-  EXPECT_EQ(COLstring("a") + "b" + 'c' + COLstring("d"), "abcd");
-  EXPECT_EQ('x' + COLstring("y"), "xy");
-  EXPECT_EQ("p" + COLstring("q"), "pq");
-}
+}  // namespace
 
 TEST(COLstring, CapacityNeverShrinksAndAtLeastDoubles) {
   COLstring text;

@@ -10,104 +10,62 @@
 #include "FILtestDirectory.h"
 
 #include "../support/TSTraised.h"
+#include "../support/TSTsteps.h"
 
-TEST(FILfilePath, SplitsAndNormalises) {
-  // directory | name | extension | name with extension, then "dir" for a directory path
-  const char* const Cases[][2] = {
-      {"/data/out/msg.xml", "/data/out/|msg|xml|msg.xml"},
-      {"/a//./b/../c\\d/file.tar.gz", "/a/c/d/|file.tar|gz|file.tar.gz"},
-      {"/a/README", "/a/|README||README"},
-      {"/a/name.", "/a/|name||name."},
-      {"/a/b/", "/a/b/||||dir"},
-      {"/", "/||||dir"},
-  };
-  for (const auto& [Text, Expected] : Cases) {
-    const FILfilePath path(Text);
-    EXPECT_EQ(std::string(path.fullDirectory().c_str()) + "|" + path.filename().c_str() + "|" +
-                  path.extension().c_str() + "|" + path.fullFilename().c_str() + (path.isDirectory() ? "|dir" : ""),
-              Expected)
-        << Text;
+// Paths as step cases (tests/support/TSTsteps.h), tests/data/FIL/path.test.  The model holds one
+// path:
+//   path TEXT (the path anew) | current DIR | name TEXT (setFileName) | reference DIR
+//   parts -> "directory|name|extension|name with extension" and "|dir" for a directory
+//   dirs -> the count, then each directory | complete | relative | sub START END
+//   default EXT | force EXT | add S | remove S | removelead S | correct S (separator helpers)
+class Paths : public TSTstepModel {
+  std::string step() override {
+    const std::string& Verb = word(0);
+    COLstring Out;
+    if (Verb == "path") return Path = FILfilePath(rest(1).c_str()), "";
+    if (Verb == "current") return Path.setCurrentDirectory(word(1).c_str()), "";
+    if (Verb == "name") return Path.setFileName(rest(1).c_str()), "";
+    if (Verb == "reference") return Path.setRelativeReferencePath(word(1).c_str()), "";
+    if (Verb == "parts")
+      return std::string(Path.fullDirectory().c_str()) + "|" + Path.filename().c_str() + "|" +
+             Path.extension().c_str() + "|" + Path.fullFilename().c_str() + (Path.isDirectory() ? "|dir" : "");
+    if (Verb == "dirs") {
+      std::string Text = std::to_string(Path.countOfDir());
+      for (size_t At = 0; At < Path.countOfDir(); ++At) Text += std::string(" ") + Path.directory(At).c_str();
+      return Text;
+    }
+    if (Verb == "complete") return Path.completeFilePath().str();
+    if (Verb == "relative") return Path.relativePath(Out), Out.str();
+    if (Verb == "sub") return Path.subFilePath(static_cast<int>(integer(1)), static_cast<int>(integer(2)), Out), Out.str();
+    if (Verb == "default") return Path.defaultExtension(word(1).c_str()), "";
+    if (Verb == "force") return Path.forceExtension(word(1).c_str()), "";
+    if (Verb == "add") return FILaddPathSeparator(rest(1).c_str()).str();
+    if (Verb == "remove") return FILremovePathSeparator(rest(1).c_str()).str();
+    if (Verb == "removelead") return FILremoveLeadingPathSeparator(rest(1).c_str()).str();
+    if (Verb == "correct") return FILcorrectPathSeparators(rest(1).c_str()).str();
+    unknown();
   }
-  FILfilePath path("/data/out/msg.xml");
-  EXPECT_EQ(path.countOfDir(), 2u);
-  EXPECT_EQ(path.directory(0), "data");
-  EXPECT_EQ(path.directory(1), "out");
-  EXPECT_EQ(path.completeFilePath(), "/data/out/msg.xml");
-  EXPECT_EQ(FILfilePath("/").countOfDir(), 0u);
-  EXPECT_EQ(FILfilePath("/a/.profile").fullFilename(), ".profile");
-  EXPECT_FALSE(FILfilePath("/a/.profile").isDirectory());
+
+  FILfilePath Path;
+};
+
+class FILpathData : public ::testing::TestWithParam<TSTdataCase> {};
+
+TEST_P(FILpathData, Steps) {
+  TSTrunSteps(GetParam(), [] { return std::make_unique<Paths>(); });
 }
 
-TEST(FILfilePath, RelativePathsResolveAgainstCurrentDirectory) {
-  FILfilePath path;
-  path.setCurrentDirectory("/base/dir");
-  path.setFileName("../x/y.txt");
-  EXPECT_EQ(path.completeFilePath(), "/base/x/y.txt");
+INSTANTIATE_TEST_SUITE_P(Cases, FILpathData, ::testing::ValuesIn(TSTreadDataFile("FIL/path.test")), TSTdataParamName);
 
+// A relative path takes the process's working directory.
+TEST(FILfilePath, RelativePathsResolveAgainstTheWorkingDirectory) {
   COLstring cwd;
   FILgetCurrentWorkingDir(cwd);
   FILfilePath plain("out.xml");
   EXPECT_EQ(plain.fullDirectory(), FILaddPathSeparator(cwd == "/" ? COLstring("") : cwd));
   EXPECT_EQ(plain.fullFilename(), "out.xml");
-}
-
-TEST(FILfilePath, BadPathsAreRefused) {
-  FILfilePath path;
-  path.setCurrentDirectory("/");
-  EXPECT_EQ(TSTerrorText([&] { path.setFileName("x/../../y"); }), "Unable to resolve");
-  EXPECT_EQ(TSTerrorText([&] { path.setFileName(":abc"); }), "Unable to resolve");
-  EXPECT_EQ(TSTerrorText([&] { path.setFileName("/a/b:c"); }), "Bad file path");
-}
-
-TEST(FILfilePath, ExtensionsNeedAFile) {
-  FILfilePath path("/a/report");
-  path.defaultExtension("txt");
-  EXPECT_EQ(path.fullFilename(), "report.txt");
-  path.defaultExtension("csv");
-  EXPECT_EQ(path.extension(), "txt");
-  path.forceExtension("csv");
-  EXPECT_EQ(path.completeFilePath(), "/a/report.csv");
-
-  FILfilePath directory("/a/");
-  EXPECT_EQ(TSTerrorText([&] { directory.forceExtension("x"); }), "Failed precondition: !isDirectory()");
-  FILfilePath empty;
-  EXPECT_EQ(TSTerrorText([&] { empty.defaultExtension("x"); }), "Failed precondition: pMember->FileNameBuffer.size() > 0");
-}
-
-TEST(FILfilePath, SubPathsAndRanges) {
-  FILfilePath path("/a/b/c/f.txt");
   COLstring out;
-  path.subFilePath(-1, -1, out);
-  EXPECT_EQ(out, "/a/b/c/f.txt");
-  path.subFilePath(1, 3, out);
-  EXPECT_EQ(out, "b/c/");
-  path.subFilePath(-1, 1, out);
-  EXPECT_EQ(out, "/a/");
-  const COLerror error = TSTraised([&] { path.subFilePath(5, -1, out); });
-  EXPECT_EQ(error.code(), COL_ERROR_BAD_ARGUMENT);
-  EXPECT_EQ(error.description(), "Start index of 5 not within bounds of [-1, 3].");
-  EXPECT_THROW(path.subFilePath(2, 1, out), COLerror);
-}
-
-TEST(FILfilePath, RelativePathToReference) {
-  FILfilePath path("/a/b/c/f.txt");
-  path.setRelativeReferencePath("/a/x/y");
-  COLstring out;
-  path.relativePath(out);
-  EXPECT_EQ(out, "../../b/c/f.txt");
-  path.setRelativeReferencePath("/a/b");
-  path.relativePath(out);
-  EXPECT_EQ(out, "c/f.txt");
-}
-
-TEST(FILpathSeparators, AddRemoveCorrect) {
-  EXPECT_EQ(FILaddPathSeparator("a"), "a/");
-  EXPECT_EQ(FILaddPathSeparator("a/"), "a/");
-  EXPECT_EQ(FILaddPathSeparator(""), "/");
-  EXPECT_EQ(FILremovePathSeparator("a/"), "a");
-  EXPECT_EQ(FILremovePathSeparator("/"), "/");
-  EXPECT_EQ(FILremoveLeadingPathSeparator("/a"), "a");
-  EXPECT_EQ(FILcorrectPathSeparators("a\\b\\c"), "a/b/c");
+  EXPECT_EQ(TSTraised([&] { plain.subFilePath(5, -1, out); }).code(), COL_ERROR_BAD_ARGUMENT);
 }
 
 class FILpathFunctions : public FILtestDirectory {};

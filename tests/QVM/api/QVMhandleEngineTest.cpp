@@ -1,182 +1,187 @@
-// The engine family: files, the model, configurations, the log, and what isn't built yet.
+// The engine family as step cases (tests/support/TSTsteps.h), tests/data/QVM/handle_engine.test:
+// files, the model, configurations, the match order, flags, text helpers and what isn't built
+// yet.  Each step is one handle call on the current engine; a refusal answers "error: TEXT" with
+// the temporary directory written "{dir}", and `code` then gives its code.  "{example}" is the
+// example definition, "{dir}" a directory of the case's own.
+//
+//   load PATH | load2 PATH -> kind | filetype PATH -> kind | save PATH KIND | clear | engine 1|2
+//   count messages|segments|configs|tables|datetimes|enumerations | current | outgoing | ack
+//   messagename I | messagebyname NAME | segmentbyname NAME -> index or "none" | removemessage I
+//   dump TEXT -> whether the dump holds TEXT | setdescription TEXT | description
+//   addconfig NAME | renameconfig I NAME | configname I | setcurrent I | setoutgoing I | deleteconfig I
+//   order -> message indexes in match order | move I POSITION | matchorder I | nextofstale | setack I
+//   setflag reject|passthru V | flag reject|dotnet|passthru | add table|datetime|enumeration|composite
+//   gettable I | removetable I | version | printable TEXT END | parseable TEXT|null END
+//   tostandardxml-nohandle | fromstandardxml XML | simpleparse TEXT | tibco | schema KIND | badhandle
 #include <fstream>
+#include <map>
 #include <vector>
 #include <unistd.h>
 
+#include "COLerror.h"
 #include "COLostream.h"
 #include "QVMhandleSupport.h"
 #include "QVMhandleTestSupport.h"
 
+#include "../../support/TSTsteps.h"
+
 namespace {
+
+class Engines : public TSTstepModel {
+public:
+  Engines() : Dir(QVMhandleTempDir("qvm-handle-steps").string()) {
+    call(_QVMengineCreate(&Both[0]));
+    Engine = Both[0];
+  }
+  ~Engines() override {
+    for (void* Engine : Both)
+      if (Engine) EXPECT_HANDLE_OK(_QVMengineRelease(Engine));
+    std::filesystem::remove_all(Dir);
+  }
+
+private:
+  // A refusal as the COLerror the steps report, its code kept for `code`.
+  void call(void* Error) {
+    const QVMhandleOutcome Outcome = QVMoutcome(Error);
+    if (!Outcome.failed) return;
+    Code = Outcome.code;
+    std::string Text = Outcome.text;
+    for (size_t At; (At = Text.find(Dir)) != std::string::npos;) Text.replace(At, Dir.size(), "{dir}");
+    throw COLerror(Text.c_str(), Outcome.code);
+  }
+  std::string number(void* (*Function)(void*, unsigned*)) {
+    unsigned Value = 12345;
+    call(Function(Engine, &Value));
+    return Value == QVM_NO_INDEX ? "none" : std::to_string(Value);
+  }
+  std::string text(void* Error, const char*& Text) { return call(Error), Text ? Text : "(null)"; }
+  const char* path(size_t At) {
+    Words[At] = Words[At] == "{example}" ? QVMexampleDefinition() : Words[At];
+    if (Words[At].rfind("{dir}", 0) == 0) Words[At].replace(0, 5, Dir);
+    return Words[At].c_str();
+  }
+
+  std::string step() override {
+    const std::string& Verb = word(0);
+    unsigned Index = 12345;
+    int Flag = -1;
+    const char* Text = nullptr;
+    void* Object = nullptr;
+    auto indexed = [&](void* Error) { return call(Error), Index == QVM_NO_INDEX ? "none" : std::to_string(Index); };
+    if (Verb == "code") return std::to_string(Code);
+    if (Verb == "engine") {
+      Engine = Both[index(1) - 1];
+      if (!Engine) call(_QVMengineCreate(&Both[1])), Engine = Both[1];
+      return "";
+    }
+    if (Verb == "load") return call(_QVMengineLoad(Engine, word(1) == "null" ? nullptr : path(1))), "";
+    if (Verb == "load2") return indexed(_QVMengineLoad2(Engine, path(1), &Index));
+    if (Verb == "filetype") return indexed(_QVMvmdFileType(path(1), &Index));
+    if (Verb == "write") return std::ofstream(path(1)) << rest(2), "";
+    if (Verb == "save") return call(_QVMengineSave(Engine, path(1), index(2))), "";
+    if (Verb == "clear") return call(_QVMengineClear(Engine)), "";
+    if (Verb == "count") {
+      static const std::map<std::string, void* (*)(void*, unsigned*)> Counts = {
+          {"messages", _QVMengineCountOfMessage}, {"segments", _QVMengineCountOfSegment},
+          {"configs", _QVMengineCountOfConfig}, {"tables", _QVMengineGetCountOfTable},
+          {"datetimes", _QVMengineGetCountOfDateTimeGrammar},
+          {"enumerations", _QVMengineGetCountOfEnumerationGrammar}};
+      return number(Counts.at(word(1)));
+    }
+    if (Verb == "current") return number(_QVMengineGetCurrentConfig);
+    if (Verb == "outgoing") return number(_QVMengineGetOutgoingConfigIndex);
+    if (Verb == "ack") return number(_QVMengineGetAckMessageIndex);
+    if (Verb == "messagename") return text(_QVMengineMessageName(Engine, index(1), &Text), Text);
+    if (Verb == "messagebyname") return indexed(_QVMengineMessageByName(Engine, word(1).c_str(), &Index));
+    if (Verb == "segmentbyname") return indexed(_QVMengineSegmentByName(Engine, word(1).c_str(), &Index));
+    if (Verb == "removemessage") return call(_QVMengineRemoveMessage(Engine, index(1))), "";
+    if (Verb == "dump") {
+      char* Dump = nullptr;
+      call(_QVMengineDump(Engine, &Dump));
+      const bool Holds = Dump && std::string(Dump).find(rest(1)) != std::string::npos;
+      call(_QVMengineFreeBuffer(&Dump));
+      return Dump ? "not freed" : Holds ? "yes" : "no";
+    }
+    if (Verb == "setdescription") return call(_QVMengineSetVmdDescription(Engine, rest(1).c_str())), "";
+    if (Verb == "description") return text(_QVMengineGetVmdDescription(Engine, &Text), Text);
+    if (Verb == "addconfig") return indexed(_QVMengineAddConfiguration(Engine, word(1).c_str(), &Index));
+    if (Verb == "renameconfig") return call(_QVMengineRenameConfig(Engine, index(1), rest(2).c_str())), "";
+    if (Verb == "configname") return text(_QVMengineConfigName(Engine, index(1), &Text), Text);
+    if (Verb == "setcurrent") return call(_QVMengineSetCurrentConfig(Engine, index(1))), "";
+    if (Verb == "setoutgoing") return call(_QVMengineSetOutgoingConfigIndex(Engine, index(1))), "";
+    if (Verb == "deleteconfig") return call(_QVMengineDeleteConfig(Engine, index(1))), "";
+    if (Verb == "order") {
+      std::string Order;
+      for (call(_QVMengineFirstMessage(Engine, &Object)); Object; call(_QVMengineNextMessage(Engine, Object, &Object)))
+        Order += (Order.empty() ? "" : " ") + indexed(_QVMengineMessageIndexFromMatchIndex(Engine, Object, &Index));
+      return Order;
+    }
+    if (Verb == "move") return call(_QVMengineMoveMessageInMatchOrder(Engine, index(1), index(2))), "";
+    if (Verb == "matchorder") return indexed(_QVMengineGetMessageMatchOrder(Engine, index(1), &Index));
+    if (Verb == "nextofstale") return call(_QVMengineNextMessage(Engine, &Flag, &Object)), "";
+    if (Verb == "setack") return call(_QVMengineSetAckMessageIndex(Engine, index(1))), "";
+    if (Verb == "setflag" && word(1) == "reject")
+      return call(_QVMengineSetRejectBadSegmentGrammarFlag(Engine, static_cast<int>(integer(2)))), "";
+    if (Verb == "setflag" && word(1) == "passthru")
+      return call(_QVMengineSetIsUsingPassthruMapping(Engine, static_cast<int>(integer(2)))), "";
+    if (Verb == "flag") {
+      call(word(1) == "reject"   ? _QVMengineGetRejectBadSegmentGrammarFlag(Engine, &Flag)
+           : word(1) == "dotnet" ? _QVMengineGetUseDotNetProperties(Engine, &Flag)
+                                 : _QVMengineIsUsingPassthruMapping(Engine, &Flag));
+      return std::to_string(Flag);
+    }
+    if (Verb == "add" && word(1) == "table") return indexed(_QVMengineAddTable(Engine, &Index));
+    if (Verb == "add" && word(1) == "datetime") return indexed(_QVMengineAddDateTimeGrammar(Engine, &Index));
+    if (Verb == "add" && word(1) == "enumeration") return indexed(_QVMengineAddEnumerationGrammar(Engine, &Index));
+    if (Verb == "add" && word(1) == "composite") return indexed(_QVMengineAddComposite(Engine, &Index));
+    if (Verb == "gettable") return call(_QVMengineGetTable(Engine, index(1), &Object)), Object ? "object" : "null";
+    if (Verb == "removetable") return call(_QVMengineRemoveTable(Engine, index(1))), "";
+    if (Verb == "version") {
+      unsigned Major = 0, Minor = 0, Build = 0;
+      const char* Id = nullptr;
+      call(_QVMengineGetMajorVersion(&Major));
+      call(_QVMengineGetMinorVersion(&Minor));
+      call(_QVMengineGetBuildNumber(&Build));
+      call(_QVMengineGetBuildId(&Id));
+      call(_QVMengineGetVersionString(&Text));
+      return std::string(Text) + "|" + Id + "|" + std::to_string(Major * 10000 + Minor * 100 + Build);
+    }
+    if (Verb == "printable") return text(_QVMengineMakePrintable(word(1).c_str(), word(2).c_str(), &Text), Text);
+    if (Verb == "parseable")
+      return text(_QVMengineMakeParseable(word(1) == "null" ? nullptr : word(1).c_str(), word(2).c_str(), &Text), Text);
+    if (Verb == "tostandardxml-nohandle")
+      return text(_QVMengineTranslateMessageToHl7StandardXml(nullptr, "x", &Text), Text);
+    if (Verb == "fromstandardxml")
+      return text(_QVMengineTranslateHl7StandardXmlToMessage(Engine, word(1).c_str(), &Text), Text);
+    if (Verb == "simpleparse") return call(_QVMengineSimpleParse(Engine, word(1).c_str(), &Object, &Index)), "";
+    if (Verb == "tibco") return text(_QVMengineGetTibcoSchema(Engine, &Text), Text);
+    if (Verb == "schema") return text(_QVMengineGenerateSchema(Engine, index(1), &Text), Text);
+    if (Verb == "badhandle") return call(_QVMtableCountOfRow(reinterpret_cast<void*>(-1), &Index)), "";
+    unknown();
+  }
+
+  std::string Dir;
+  void* Both[2] = {nullptr, nullptr};
+  void* Engine = nullptr;
+  unsigned Code = 0;
+};
+
+class QVMhandleEngineData : public ::testing::TestWithParam<TSTdataCase> {};
+
+TEST_P(QVMhandleEngineData, Steps) {
+  TSTrunSteps(GetParam(), [] { return std::make_unique<Engines>(); });
+}
+
+INSTANTIATE_TEST_SUITE_P(Cases, QVMhandleEngineData, ::testing::ValuesIn(TSTreadDataFile("QVM/handle_engine.test")),
+                         TSTdataParamName);
+
 class QVMhandleEngineFamily : public ::testing::Test {
 protected:
   void SetUp() override { EXPECT_HANDLE_OK(_QVMengineCreate(&engine)); }
   void TearDown() override { EXPECT_HANDLE_OK(_QVMengineRelease(engine)); }
-  unsigned count(void* (*function)(void*, unsigned*)) {
-    unsigned value = 12345;
-    EXPECT_HANDLE_OK(function(engine, &value));
-    return value;
-  }
   void* engine = nullptr;
 };
 }  // namespace
-
-TEST_F(QVMhandleEngineFamily, LoadsTheExampleDefinition) {
-  unsigned kind = 0;
-  EXPECT_HANDLE_OK(_QVMengineLoad2(engine, QVMexampleDefinition().c_str(), &kind));
-  EXPECT_EQ(kind, unsigned{QVM_VMD_XML});
-  EXPECT_EQ(count(_QVMengineCountOfMessage), 5u);
-  const char* name = nullptr;
-  EXPECT_HANDLE_OK(_QVMengineMessageName(engine, 4, &name));
-  EXPECT_STREQ(name, "ORU_R01");
-  unsigned index = 0;
-  EXPECT_HANDLE_OK(_QVMengineMessageByName(engine, "ADT_A03", &index));
-  EXPECT_EQ(index, 1u);
-  EXPECT_HANDLE_OK(_QVMengineMessageByName(engine, "nope", &index));
-  EXPECT_EQ(index, QVM_NO_INDEX);
-  EXPECT_HANDLE_OK(_QVMengineSegmentByName(engine, "MSH", &index));
-  EXPECT_NE(index, QVM_NO_INDEX);
-  EXPECT_HANDLE_OK(_QVMvmdFileType(QVMexampleDefinition().c_str(), &kind));
-  EXPECT_EQ(kind, unsigned{QVM_VMD_XML});
-
-  char* dump = nullptr;
-  EXPECT_HANDLE_OK(_QVMengineDump(engine, &dump));
-  ASSERT_NE(dump, nullptr);
-  EXPECT_NE(std::string(dump).find("Message: ORU_R01"), std::string::npos);
-  EXPECT_HANDLE_OK(_QVMengineFreeBuffer(&dump));
-  EXPECT_EQ(dump, nullptr);
-}
-
-TEST_F(QVMhandleEngineFamily, AFailedLoadLeavesTheEngineUsable) {
-  const auto dir = QVMhandleTempDir("qvm-handle-load");
-  const auto missing = QVMoutcome(_QVMengineLoad(engine, (dir / "absent.vmd").c_str()));
-  EXPECT_TRUE(missing.failed);
-  EXPECT_NE(missing.text.find("absent.vmd"), std::string::npos) << missing.text;
-  std::ofstream(dir / "short.vmd") << "abc";
-  unsigned kind = 0;
-  const auto shortFile = QVMoutcome(_QVMvmdFileType((dir / "short.vmd").c_str(), &kind));
-  EXPECT_EQ(shortFile.code, 0x80000100u);
-  EXPECT_NE(shortFile.text.find("does not appear to be a valid VMD file."), std::string::npos) << shortFile.text;
-  EXPECT_TRUE(QVMoutcome(_QVMengineLoad(engine, (dir / "short.vmd").c_str())).failed);
-  EXPECT_TRUE(QVMoutcome(_QVMengineLoad(engine, nullptr)).failed);
-
-  EXPECT_HANDLE_OK(_QVMengineLoad(engine, QVMexampleDefinition().c_str()));
-  EXPECT_EQ(count(_QVMengineCountOfMessage), 5u);
-  std::filesystem::remove_all(dir);
-}
-
-TEST_F(QVMhandleEngineFamily, SavedDefinitionLoadsBackIntoAnotherEngine) {
-  const auto dir = QVMhandleTempDir("qvm-handle-save");
-  const std::string path = (dir / "made.vmd").string();
-  EXPECT_HANDLE_OK(_QVMengineLoad(engine, QVMexampleDefinition().c_str()));
-  unsigned index = 0;
-  EXPECT_HANDLE_OK(_QVMengineRemoveMessage(engine, 0));
-  EXPECT_TRUE(QVMoutcome(_QVMengineRemoveMessage(engine, 4)).failed);
-  EXPECT_HANDLE_OK(_QVMengineSetVmdDescription(engine, "made by a host"));
-  EXPECT_HANDLE_OK(_QVMengineSave(engine, path.c_str(), QVM_VMD_XML));
-  EXPECT_TRUE(QVMoutcome(_QVMengineSave(engine, (dir / "arc.vmd").c_str(), QVM_VMD_ARC)).failed);
-  EXPECT_TRUE(QVMoutcome(_QVMengineSave(engine, (dir / "bad.vmd").c_str(), 9)).failed);
-
-  void* other = nullptr;
-  EXPECT_HANDLE_OK(_QVMengineCreate(&other));
-  EXPECT_HANDLE_OK(_QVMengineLoad(other, path.c_str()));
-  unsigned messages = 0;
-  EXPECT_HANDLE_OK(_QVMengineCountOfMessage(other, &messages));
-  EXPECT_EQ(messages, 4u);
-  EXPECT_HANDLE_OK(_QVMengineMessageByName(other, "ADT_A01", &index));
-  EXPECT_EQ(index, QVM_NO_INDEX);
-  const char* description = nullptr;
-  EXPECT_HANDLE_OK(_QVMengineGetVmdDescription(other, &description));
-  EXPECT_STREQ(description, "made by a host");
-  EXPECT_HANDLE_OK(_QVMengineRelease(other));
-  std::filesystem::remove_all(dir);
-}
-
-TEST_F(QVMhandleEngineFamily, ConfigurationsAreAddedRenamedAndRemovedSafely) {
-  unsigned index = 0;
-  EXPECT_HANDLE_OK(_QVMengineAddConfiguration(engine, "outbound", &index));
-  EXPECT_EQ(index, 1u);
-  EXPECT_HANDLE_OK(_QVMengineRenameConfig(engine, 1, "X12 out"));
-  const char* name = nullptr;
-  EXPECT_HANDLE_OK(_QVMengineConfigName(engine, 1, &name));
-  EXPECT_STREQ(name, "X12 out");
-  EXPECT_TRUE(QVMoutcome(_QVMengineConfigName(engine, 2, &name)).failed);
-  EXPECT_TRUE(QVMoutcome(_QVMengineSetCurrentConfig(engine, 2)).failed);
-  EXPECT_TRUE(QVMoutcome(_QVMengineSetOutgoingConfigIndex(engine, 5)).failed);
-  EXPECT_HANDLE_OK(_QVMengineSetCurrentConfig(engine, 1));
-  EXPECT_HANDLE_OK(_QVMengineSetOutgoingConfigIndex(engine, 1));
-
-  // Removing the configuration the engine is on moves it to one that exists.
-  EXPECT_HANDLE_OK(_QVMengineDeleteConfig(engine, 1));
-  EXPECT_EQ(count(_QVMengineCountOfConfig), 1u);
-  EXPECT_EQ(count(_QVMengineGetCurrentConfig), 0u);
-  EXPECT_EQ(count(_QVMengineGetOutgoingConfigIndex), 0u);
-  EXPECT_EQ(count(_QVMengineCountOfSegment), 0u);  // the model answers on the remaining one
-  const auto last = QVMoutcome(_QVMengineDeleteConfig(engine, 0));
-  EXPECT_EQ(last.text, "Failed precondition: CountOfConfig > 1");
-}
-
-TEST_F(QVMhandleEngineFamily, MatchOrderWalksAndMoves) {
-  EXPECT_HANDLE_OK(_QVMengineLoad(engine, QVMexampleDefinition().c_str()));
-  auto order = [&] {
-    std::vector<unsigned> indexes;
-    void* position = nullptr;
-    EXPECT_HANDLE_OK(_QVMengineFirstMessage(engine, &position));
-    while (position) {
-      unsigned index = 0;
-      EXPECT_HANDLE_OK(_QVMengineMessageIndexFromMatchIndex(engine, position, &index));
-      indexes.push_back(index);
-      EXPECT_HANDLE_OK(_QVMengineNextMessage(engine, position, &position));
-    }
-    return indexes;
-  };
-  EXPECT_EQ(order(), (std::vector<unsigned>{0, 1, 2, 3, 4}));
-  EXPECT_HANDLE_OK(_QVMengineMoveMessageInMatchOrder(engine, 4, 0));
-  EXPECT_EQ(order(), (std::vector<unsigned>{4, 0, 1, 2, 3}));
-  unsigned position = 0;
-  EXPECT_HANDLE_OK(_QVMengineGetMessageMatchOrder(engine, 0, &position));
-  EXPECT_EQ(position, 1u);
-  EXPECT_TRUE(QVMoutcome(_QVMengineMoveMessageInMatchOrder(engine, 0, 5)).failed);
-
-  // A position that isn't in the order is refused rather than followed.
-  int notAPosition = 0;
-  void* next = nullptr;
-  const auto stale = QVMoutcome(_QVMengineNextMessage(engine, &notAPosition, &next));
-  EXPECT_EQ(stale.text, "The position is not in the matching order of the current configuration.");
-  EXPECT_TRUE(QVMoutcome(_QVMengineSetAckMessageIndex(engine, 5)).failed);
-  EXPECT_HANDLE_OK(_QVMengineSetAckMessageIndex(engine, 2));
-  EXPECT_EQ(count(_QVMengineGetAckMessageIndex), 2u);
-}
-
-TEST_F(QVMhandleEngineFamily, FlagsAndModelListsRoundTrip) {
-  int flag = -1;
-  EXPECT_HANDLE_OK(_QVMengineSetRejectBadSegmentGrammarFlag(engine, 1));
-  EXPECT_HANDLE_OK(_QVMengineGetRejectBadSegmentGrammarFlag(engine, &flag));
-  EXPECT_EQ(flag, 1);
-  EXPECT_HANDLE_OK(_QVMengineGetUseDotNetProperties(engine, &flag));
-  EXPECT_EQ(flag, 1);  // on by default
-  EXPECT_HANDLE_OK(_QVMengineSetIsUsingPassthruMapping(engine, 7));
-  EXPECT_HANDLE_OK(_QVMengineIsUsingPassthruMapping(engine, &flag));
-  EXPECT_EQ(flag, 1);
-
-  unsigned index = 0;
-  EXPECT_HANDLE_OK(_QVMengineAddTable(engine, &index));
-  EXPECT_HANDLE_OK(_QVMengineAddDateTimeGrammar(engine, &index));
-  EXPECT_HANDLE_OK(_QVMengineAddEnumerationGrammar(engine, &index));
-  EXPECT_HANDLE_OK(_QVMengineAddComposite(engine, &index));
-  EXPECT_EQ(count(_QVMengineGetCountOfTable), 1u);
-  EXPECT_EQ(count(_QVMengineGetCountOfDateTimeGrammar), 1u);
-  EXPECT_EQ(count(_QVMengineGetCountOfEnumerationGrammar), 1u);
-  void* object = nullptr;
-  EXPECT_HANDLE_OK(_QVMengineGetTable(engine, 0, &object));
-  EXPECT_NE(object, nullptr);
-  EXPECT_TRUE(QVMoutcome(_QVMengineGetTable(engine, 1, &object)).failed);
-  EXPECT_HANDLE_OK(_QVMengineRemoveTable(engine, 0));
-  EXPECT_TRUE(QVMoutcome(_QVMengineRemoveTable(engine, 0)).failed);
-  EXPECT_EQ(count(_QVMengineGetCountOfTable), 0u);
-  EXPECT_HANDLE_OK(_QVMengineClear(engine));
-  EXPECT_EQ(count(_QVMengineGetCountOfDateTimeGrammar), 0u);
-}
 
 namespace {
 std::string g_Logged;
@@ -199,44 +204,4 @@ TEST_F(QVMhandleEngineFamily, LogTextGoesToTheEnginesFunctionElseTheGlobalOne) {
   EXPECT_HANDLE_OK(_QVMengineSetLogCallBackPerEngine(engine, nullptr, nullptr));
   log << "three" << flush;
   EXPECT_EQ(g_Logged, "G:oneE:two");
-}
-
-TEST_F(QVMhandleEngineFamily, VersionAndTextHelpers) {
-  const char* text = nullptr;
-  EXPECT_HANDLE_OK(_QVMengineGetVersionString(&text));
-  EXPECT_STREQ(text, "5.1 Build: 12");
-  unsigned major = 0, minor = 0, build = 0;
-  EXPECT_HANDLE_OK(_QVMengineGetMajorVersion(&major));
-  EXPECT_HANDLE_OK(_QVMengineGetMinorVersion(&minor));
-  EXPECT_HANDLE_OK(_QVMengineGetBuildNumber(&build));
-  EXPECT_EQ(major * 10000 + minor * 100 + build, 50112u);
-  EXPECT_HANDLE_OK(_QVMengineGetBuildId(&text));
-  EXPECT_STREQ(text, "5.1.12");
-
-  EXPECT_HANDLE_OK(_QVMengineMakePrintable("MSH|1\rPID|2\r", "\n", &text));
-  EXPECT_STREQ(text, "MSH|1\nPID|2\n");
-  EXPECT_HANDLE_OK(_QVMengineMakeParseable("MSH|1<br>PID|2<br>", "<br>", &text));
-  EXPECT_STREQ(text, "MSH|1\rPID|2\r");
-  EXPECT_TRUE(QVMoutcome(_QVMengineMakeParseable(nullptr, "\n", &text)).failed);
-}
-
-TEST_F(QVMhandleEngineFamily, SubsystemsNotBuiltYetSaySoAfterCheckingTheHandle) {
-  const char* xml = nullptr;
-  const auto translation = QVMoutcome(_QVMengineTranslateHl7StandardXmlToMessage(engine, "<Quovane_Import/>", &xml));
-  EXPECT_EQ(translation.code, 0x80000100u);
-  EXPECT_EQ(translation.text.rfind("Reading XML of the dialect 'STANDARD VER 2' back into a message is not available", 0),
-            0u)
-      << translation.text;
-  EXPECT_EQ(QVMoutcome(_QVMengineTranslateMessageToHl7StandardXml(nullptr, "x", &xml)).text,
-            "Failed precondition: Handle != NULL");
-  unsigned index = 0;
-  void* tree = nullptr;
-  EXPECT_EQ(QVMoutcome(_QVMengineSimpleParse(engine, "MSH|", &tree, &index)).text,
-            "Message parsing is not available yet in this build of the engine.");
-  // A definition without messages gives a schema without messages.
-  EXPECT_EQ(QVMoutcome(_QVMengineGetTibcoSchema(engine, &xml)).text, "");
-  EXPECT_EQ(QVMoutcome(_QVMengineGenerateSchema(engine, 3, &xml)).text,
-            "Failed precondition: Formatter < countOfFormatter()");
-  EXPECT_EQ(QVMoutcome(_QVMtableCountOfRow(reinterpret_cast<void*>(-1), &index)).text,
-            "Failed precondition: Handle != (void*)(-1)");
 }

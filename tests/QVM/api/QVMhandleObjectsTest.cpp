@@ -45,24 +45,19 @@ TEST(QVMhandleDateTime, ValuesRoundTripAndSetDateKeepsFractionAndZone) {
   EXPECT_HANDLE_OK(_QVMdateTimeRelease(value));
 }
 
+// What a library refuses and why is COLdll's (tests/COL/COLdllTest.cpp); here the handles reach it.
 TEST(QVMhandleDll, LoadsLibrariesAndFindsSymbols) {
   void* dll = nullptr;
   EXPECT_HANDLE_OK(_QVMdllCreate(&dll));
-  void* address = nullptr;
-  EXPECT_EQ(QVMoutcome(_QVMdllGetProcAddress(dll, "strlen", &address)).text,
-            "Failed precondition: DllHandle != NULL");
-  const auto missing = QVMoutcome(_QVMdllLoadLibrary(dll, "libno-such-library.so"));
-  EXPECT_EQ(missing.text.rfind("Unable to load library: libno-such-library.so", 0), 0u) << missing.text;
+  EXPECT_TRUE(QVMoutcome(_QVMdllLoadLibrary(dll, "libno-such-library.so")).failed);
   EXPECT_HANDLE_OK(_QVMdllLoadLibrary(dll, "libc.so.6"));
   const char* name = nullptr;
   EXPECT_HANDLE_OK(_QVMdllGetLibraryName(dll, &name));
   EXPECT_STREQ(name, "libc.so.6");
+  void* address = nullptr;
   EXPECT_HANDLE_OK(_QVMdllGetProcAddress(dll, "strlen", &address));
   ASSERT_NE(address, nullptr);
   EXPECT_EQ(reinterpret_cast<size_t (*)(const char*)>(address)("four"), 4u);
-  EXPECT_EQ(QVMoutcome(_QVMdllGetProcAddress(dll, "no_such_symbol_here", &address)).text.rfind(
-                "Failed to load procedure: no_such_symbol_here", 0),
-            0u);
   EXPECT_HANDLE_OK(_QVMdllFreeLibrary(dll));
   EXPECT_HANDLE_OK(_QVMdllRelease(dll));
 }

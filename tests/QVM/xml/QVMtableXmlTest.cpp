@@ -2,9 +2,6 @@
 // leniencies and refusals (as data cases), and the bytes XML can or cannot carry.
 #include <gtest/gtest.h>
 
-#include <cstdio>
-#include <cstdlib>
-#include <fstream>
 #include <string>
 
 #include "COLerror.h"
@@ -19,7 +16,6 @@
 
 #include "../../support/TSTdataFile.h"
 #include "../../support/TSTraised.h"
-#include "../../support/TSTtoolRun.h"
 
 namespace {
 
@@ -171,8 +167,9 @@ TEST_F(QVMtableXml, AGroupWhoseNameHoldsASlashReadsBackUnderTheTagWritten) {
 }
 
 // Values are 8-bit text, each byte the Latin-1 character of its code.  The document must be UTF-8
-// that any XML reader takes without a declaration, and reading it must give the bytes back.
-TEST_F(QVMtableXml, EightBitValuesGoOutAsUtf8ThatXmllintAcceptsAndComeBackByteForByte) {
+// (that xmllint takes the filter's output is checked in tests/XML), and reading it must give the
+// bytes back.
+TEST_F(QVMtableXml, EightBitValuesGoOutAsUtf8AndComeBackByteForByte) {
   fill();
   std::string Every = "x<";
   for (int Byte = 0x80; Byte <= 0xFF; ++Byte) Every += static_cast<char>(Byte);
@@ -189,14 +186,6 @@ TEST_F(QVMtableXml, EightBitValuesGoOutAsUtf8ThatXmllintAcceptsAndComeBackByteFo
   read(Xml, Copy);
   EXPECT_EQ(Copy.subTable(0, 0).getString(1, 0).str(), Every);
   EXPECT_EQ(print("TABLE - Short Tags", Copy), Xml);
-
-  if (std::system("command -v xmllint >/dev/null 2>&1") != 0) GTEST_SKIP() << "xmllint is not installed";
-  const std::string Path = ::testing::TempDir() + "QVMtableXmlEveryByte.xml";
-  std::ofstream(Path, std::ios::binary) << Xml;
-  const TSTtoolRun Lint = TSTrunShell("xmllint --noout " + Path);
-  EXPECT_EQ(Lint.status, 0) << Lint.output;
-  EXPECT_EQ(Lint.output, "");
-  std::remove(Path.c_str());
 }
 
 // XML 1.0 has no form for control bytes but tab, LF and CR, not even "&#x01;": such a value is
