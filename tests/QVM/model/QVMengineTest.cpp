@@ -64,38 +64,8 @@ TEST(QVMengineTest, VersionChangerRestoresTheConfiguration) {
   EXPECT_EQ(engine.currentConfig(), 0u);
 }
 
-TEST(QVMengineTest, ConfigurationsKeepRecordsInStep) {
-  QVMengineInternal engine;
-  addMessages(engine, {"ADT", "ORU"});
-  QVMtableDefinitionInternal* table = engine.table(engine.addTable());
-  table->addColumn("id", QVMstringType);
-  engine.addConfiguration("two");
-  engine.addConfiguration("three");
-  for (size_t m = 0; m < 2; ++m) {
-    EXPECT_EQ(engine.message(m)->countOfConfig(), 3u);
-    EXPECT_EQ(engine.message(m)->tableGrammar().countOfConfig(), 3u);
-  }
-  EXPECT_EQ(table->countOfTableConfig(), 3u);
-  EXPECT_EQ(table->column(0).countOfConfig(), 3u);
-  // Each record of the new configuration has a map set, padded to the columns.
-  EXPECT_EQ(table->tableConfig(2).countOfMapSet(), 1u);
-  EXPECT_EQ(table->tableConfig(2).mapSet(0)->countOfMap(), 1u);
-  // The table grammar root of each configuration is that configuration's message grammar.
-  for (size_t c = 0; c < 3; ++c)
-    EXPECT_EQ(engine.message(0)->tableGrammar().config(c).messageGrammar(),
-              engine.message(0)->config(c).rootMessageGrammar());
-
-  engine.message(1)->setIncomingFunctionCode(2, "x = 3");
-  engine.setCurrentConfig(2);
-  engine.deleteConfig(1);
-  EXPECT_EQ(engine.message(1)->countOfConfig(), 2u);
-  EXPECT_EQ(engine.message(1)->incomingFunctionCode(1), "x = 3\r\n");
-  EXPECT_EQ(table->countOfTableConfig(), 2u);
-  EXPECT_EQ(table->column(0).countOfConfig(), 2u);
-  EXPECT_EQ(engine.message(0)->tableGrammar().config(1).messageGrammar(),
-            engine.message(0)->config(1).rootMessageGrammar());
-}
-
+// How configurations keep the records of messages and tables in step, through additions and
+// removals, is in the edit cases of tests/data/QVM/edit (engine.test, upkeep.test, trees.test).
 TEST(QVMengineTest, MatchOrderPositionsAreStable) {
   QVMengineInternal engine;
   auto first = engine.insertMessageInMatchOrder(nullptr, 5);
