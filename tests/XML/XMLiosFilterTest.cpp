@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <memory>
 #include <string>
 
 #include "COLerror.h"
@@ -9,6 +10,7 @@
 #include "XMLiosFilter.h"
 
 #include "../support/TSTraised.h"
+#include "../support/TSTsteps.h"
 
 namespace {
 
@@ -20,39 +22,50 @@ COLstring filtered(std::string_view input, Args... args) {
   return Out;
 }
 
-TEST(XMLiosTagFilter, KeepsNameCharactersAndDropsTheRest) {
-  EXPECT_EQ(filtered<XMLiosTagFilter>("a b:c;d", '.'), "ab_c_d");
-  EXPECT_EQ(filtered<XMLiosTagFilter>("Seg_1.2", '|'), "Seg_1.2");
-  EXPECT_EQ(filtered<XMLiosTagFilter>("PID.3", '.'), "PID3");
-  EXPECT_EQ(filtered<XMLiosTagFilter>("x\xC3\xA9-<>&\"y", '.'), "xy");
-}
+// The filters as step cases (tests/support/TSTsteps.h), tests/data/XML/filters.test; the 8-bit
+// filter's every byte and long texts stay here.
+//   filter tag C | xmlname | data | utf8 | null | attr | attrhigh | question (a filter anew)
+//   write BYTES | delim C (the tag filter's delimiter) | out -> all written | blank -> yes|no
+class Filters : public TSTstepModel {
+  // Escapes what the table leaves to the hook as "?".
+  struct Question : XMLiosDataFilter {
+    using XMLiosDataFilter::XMLiosDataFilter;
+    void onDefaultEscape(char, COLsink& sink) override { sink.write("?", 1); }
+  };
 
-TEST(XMLiosTagFilter, ChangingTheDelimiterRestoresTheOldOne) {
+  std::string step() override {
+    const std::string& Verb = word(0);
+    if (Verb == "filter") {
+      Out.clear();
+      const std::string& Kind = word(1);
+      if (Kind == "tag") Filter = std::make_unique<XMLiosTagFilter>(&Out, word(2)[0]);
+      else if (Kind == "xmlname") Filter = std::make_unique<XMLiosTagFilterXmlName>(&Out);
+      else if (Kind == "data") Filter = std::make_unique<XMLiosDataFilter>(&Out);
+      else if (Kind == "utf8") Filter = std::make_unique<XMLiosUtf8DataFilter>(&Out);
+      else if (Kind == "question") Filter = std::make_unique<Question>(&Out);
+      else if (Kind == "attr" || Kind == "attrhigh") Filter = std::make_unique<XMLiosAttributeDataFilter>(&Out, Kind == "attrhigh");
+      else unknown();
+      return "";
+    }
+    if (Verb == "write") return Filter->write(word(1).data(), word(1).size()), "";
+    if (Verb == "delim") return dynamic_cast<XMLiosTagFilter&>(*Filter).setXmlDelimiter(word(1)[0]), "";
+    if (Verb == "blank") return dynamic_cast<XMLiosAttributeDataFilter&>(*Filter).spaceSeen() ? "yes" : "no";
+    if (Verb == "out") return Out.str();
+    unknown();
+  }
+
   COLstring Out;
-  XMLiosTagFilter F(&Out, '.');
-  F.setXmlDelimiter('_');
-  F.write("a.b_c", 5);
-  EXPECT_EQ(Out, "a.bc");
-  // A delimiter that is no name character stays dropped once it is given up.
-  F.setXmlDelimiter('|');
-  F.setXmlDelimiter('.');
-  F.write("|_", 2);
-  EXPECT_EQ(Out, "a.bc_");
+  std::unique_ptr<XMLiosFilter> Filter;
+};
+
+class XMLiosFilterData : public ::testing::TestWithParam<TSTdataCase> {};
+
+TEST_P(XMLiosFilterData, Steps) {
+  TSTrunSteps(GetParam(), [] { return std::make_unique<Filters>(); });
 }
 
-TEST(XMLiosTagFilter, XmlNameFilterKeepsEveryNameCharacter) {
-  EXPECT_EQ(filtered<XMLiosTagFilterXmlName>("ns:a-b.c\xC3\xA9 <"), "ns:a-b.c\xC3\xA9");
-}
-
-TEST(XMLiosDataFilter, EscapesMarkupAndControlBytes) {
-  EXPECT_EQ(filtered<XMLiosDataFilter>("a<b>&c\"d'e"), "a&lt;b&gt;&amp;c&quot;d&apos;e");
-  EXPECT_EQ(filtered<XMLiosDataFilter>(std::string_view("\t\n\r\x7F\xFF\0", 6)), "&#x09;&#x0A;&#x0D;&#x7F;&#xFF;&#x00;");
-  EXPECT_EQ(filtered<XMLiosDataFilter>(""), "");
-}
-
-TEST(XMLiosDataFilter, Utf8FilterKeepsMultiByteText) {
-  EXPECT_EQ(filtered<XMLiosUtf8DataFilter>("\xC3\xA9\t<\r"), "\xC3\xA9&#x09;&lt;&#x0D;");
-}
+INSTANTIATE_TEST_SUITE_P(Cases, XMLiosFilterData, ::testing::ValuesIn(TSTreadDataFile("XML/filters.test")),
+                         TSTdataParamName);
 
 // 8-bit message text must come out as UTF-8 (so that a reader without a declaration takes it),
 // ASCII exactly as the null filter has always written it, and nothing XML cannot hold.
@@ -94,14 +107,6 @@ TEST(XMLiosLatin1DataFilter, ControlBytesXmlCannotHoldAreRefusedByNumber) {
   EXPECT_TRUE(XMLiosLatin1DataFilter::isWritable(0x7F));
 }
 
-TEST(XMLiosDataFilter, OnDefaultEscapeIsTheHookForOtherEscapes) {
-  struct Question : XMLiosDataFilter {
-    using XMLiosDataFilter::XMLiosDataFilter;
-    void onDefaultEscape(char, COLsink& sink) override { sink.write("?", 1); }
-  };
-  EXPECT_EQ(filtered<Question>("a\tb\xE9&"), "a?b?&amp;");
-}
-
 TEST(XMLiosDataFilter, LongTextPassesWhole) {
   // Longer than the filter's gathering buffer, with escapes on both sides of its edge.
   std::string Input;
@@ -111,28 +116,6 @@ TEST(XMLiosDataFilter, LongTextPassesWhole) {
     Expected += Index % 7 ? "x" : "&lt;";
   }
   EXPECT_EQ(filtered<XMLiosDataFilter>(Input).str(), Expected);
-}
-
-TEST(XMLiosAttributeDataFilter, BlanksAfterBlanksAreWrittenByNumber) {
-  EXPECT_EQ(filtered<XMLiosAttributeDataFilter>("a  b"), "a &#x20;b");
-  EXPECT_EQ(filtered<XMLiosAttributeDataFilter>("a   b c"), "a &#x20;&#x20;b c");
-  EXPECT_EQ(filtered<XMLiosAttributeDataFilter>("a > b"), "a > b");
-  // An escaped byte does not end a run of blanks.
-  EXPECT_EQ(filtered<XMLiosAttributeDataFilter>(" & "), " &amp;&#x20;");
-}
-
-TEST(XMLiosAttributeDataFilter, EscapesQuotesLineEndsAndHighBytes) {
-  EXPECT_EQ(filtered<XMLiosAttributeDataFilter>("'\"<&\t\n\r\xE9\x01"), "&apos;&quot;&lt;&amp;&#x09;&#x0A;&#x0D;&#xE9;\x01");
-  EXPECT_EQ(filtered<XMLiosAttributeDataFilter>("\xC3\xA9\t", true), "\xC3\xA9&#x09;");
-}
-
-TEST(XMLiosAttributeDataFilter, BlankRuleCarriesAcrossWrites) {
-  COLstring Out;
-  XMLiosAttributeDataFilter F(&Out);
-  F.write("a ", 2);
-  F.write(" b", 2);
-  EXPECT_EQ(Out, "a &#x20;b");
-  EXPECT_FALSE(F.spaceSeen());
 }
 
 }  // namespace

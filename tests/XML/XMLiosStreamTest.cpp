@@ -1,118 +1,68 @@
+// The XML stream as step cases (tests/support/TSTsteps.h), tests/data/XML/stream.test: a stream
+// over a string, as the converters use it.
+//
+//   put WORD... : each word written; ":start", ":end", ":data", ":attrdata", ":raw", ":esctag",
+//                 ":nl", ":flush" and ":delim" are the manipulators, ":int N", ":uint N",
+//                 ":short N" and ":real X" numbers, any other word text
+//   attr NAME VALUE | newline TEXT | xmldelim C | nodelimfilter | nullfilter | clear
+//   sink2 (the stream moves to a second string) | out | out2 | size -> the size of out | state
 #include <gtest/gtest.h>
+
+#include <map>
 
 #include "COLerror.h"
 #include "COLstring.h"
 #include "XMLiosStream.h"
 
+#include "../support/TSTsteps.h"
+
 namespace {
 
-// A stream over a string, as the converters use it.
-struct StreamFixture : ::testing::Test {
-  COLstring out;
-  XMLiosStream stream{'.', &out, false};
+class Streams : public TSTstepModel {
+  std::string step() override {
+    const std::string& Verb = word(0);
+    if (Verb == "put") {
+      static const std::map<std::string, XMLiosStream& (*)(XMLiosStream&)> Manipulators = {
+          {":start", startTag}, {":end", endTag},  {":data", elementData}, {":attrdata", attributeData},
+          {":raw", unescaped},  {":esctag", escapeTag}, {":nl", newline},  {":flush", flush},
+          {":delim", delimiter}};
+      for (size_t At = 1; At < Words.size(); ++At) {
+        const std::string& Word = Words[At];
+        if (Manipulators.count(Word)) Stream << Manipulators.at(Word);
+        else if (Word == ":int") Stream << static_cast<int>(integer(++At));
+        else if (Word == ":uint") Stream << static_cast<unsigned>(std::stoul(word(++At)));
+        else if (Word == ":short") Stream << static_cast<short>(integer(++At));
+        else if (Word == ":real") Stream << real(++At);
+        else Stream << Word.c_str();
+      }
+      return "";
+    }
+    if (Verb == "attr") return Stream.addAttribute(word(1).c_str(), word(2).c_str()), "";
+    if (Verb == "newline") return Stream.setNewLine(word(1).c_str()), "";
+    if (Verb == "xmldelim") return Stream.setXmlDelimiter(word(1)[0]), "";
+    if (Verb == "nodelimfilter") return Stream.setTagFilter(new XMLiosTagFilterNoDelimiter), "";
+    if (Verb == "nullfilter") return Stream.setDataFilter(new XMLiosNullDataFilter), "";
+    if (Verb == "clear") return Stream.clear(), "";
+    if (Verb == "sink2") return Stream.setSink(&Out2, false), "";
+    if (Verb == "out") return Out.str();
+    if (Verb == "out2") return Out2.str();
+    if (Verb == "size") return std::to_string(Out.size());
+    if (Verb == "state") return std::to_string(Stream.state());
+    unknown();
+  }
+
+  COLstring Out, Out2;
+  XMLiosStream Stream{'.', &Out, false};
 };
 
-using XMLiosStreamTest = StreamFixture;
+class XMLiosStreamData : public ::testing::TestWithParam<TSTdataCase> {};
 
-TEST_F(XMLiosStreamTest, TagsAreWrittenWhenTheNextManipulatorFlushesThem) {
-  stream << startTag << "name" << endTag << "name";
-  EXPECT_EQ(out, "<name>");
-  stream << newline;
-  EXPECT_EQ(out, "<name></name>\n");
-  EXPECT_EQ(stream.state(), XMLiosStream::StateElementData);
+TEST_P(XMLiosStreamData, Steps) {
+  TSTrunSteps(GetParam(), [] { return std::make_unique<Streams>(); });
 }
 
-TEST_F(XMLiosStreamTest, ElementWithTextAndCrLfLineEnds) {
-  stream.setNewLine("\r\n");
-  stream << "  " << startTag << "PID" << elementData << "a<b>&c" << endTag << "PID" << newline;
-  stream << startTag << "x" << endTag << "x" << newline;
-  EXPECT_EQ(out, "  <PID>a&lt;b&gt;&amp;c</PID>\r\n<x></x>\r\n");
-}
-
-TEST_F(XMLiosStreamTest, LeadingDigitOfATagIsOverwritten) {
-  stream << startTag << "3ABC" << endTag << "3ABC" << newline;
-  EXPECT_EQ(out, "<_ABC></_ABC>\n");
-}
-
-TEST_F(XMLiosStreamTest, DelimiterIsDroppedByTheFilterButNotByTheManipulator) {
-  stream << startTag << "PID.3" << elementData;
-  stream << startTag << "PID" << delimiter << 3 << elementData;
-  EXPECT_EQ(out, "<PID3><PID.3>");
-  stream.setXmlDelimiter('-');
-  stream << startTag << "PID.3-4" << delimiter << "x" << elementData;
-  EXPECT_EQ(out, "<PID3><PID.3><PID.34-x>");
-}
-
-TEST_F(XMLiosStreamTest, NoDelimiterFilterKeepsDotsWhateverTheDelimiter) {
-  stream.setTagFilter(new XMLiosTagFilterNoDelimiter);
-  stream << startTag << "PID.3" << elementData;
-  stream.setXmlDelimiter('.');
-  stream << startTag << "a b:c" << elementData;
-  EXPECT_EQ(out, "<PID.3><ab_c>");
-}
-
-TEST_F(XMLiosStreamTest, AttributesStandInsideTheStartTag) {
-  stream << startTag << "seg";
-  stream.addAttribute("id", "a  b\"<&");
-  stream.addAttribute("n", "  x");
-  stream << elementData << "v" << endTag << "seg" << newline;
-  EXPECT_EQ(out, "<seg id=\"a &#x20;b&quot;&lt;&amp;\" n=\" &#x20;x\">v</seg>\n");
-}
-
-TEST_F(XMLiosStreamTest, AttributeOutsideAStartTagIsRefused) {
-  EXPECT_THROW(stream.addAttribute("a", "b"), COLerror);
-  stream << startTag << "a" << endTag;
-  EXPECT_THROW(stream.addAttribute("a", "b"), COLerror);
-}
-
-TEST_F(XMLiosStreamTest, DelimiterIsRefusedInDataAndUnescapedStates) {
-  EXPECT_THROW(stream << delimiter, COLerror);
-  stream << unescaped;
-  EXPECT_THROW(stream << delimiter, COLerror);
-  stream << escapeTag;
-  EXPECT_NO_THROW(stream << delimiter);
-}
-
-TEST_F(XMLiosStreamTest, UnescapedAndEscapeTagWriteAsTheyStand) {
-  stream << unescaped << "<?xml version=\"1.0\"?>&" << escapeTag << "a:b" << elementData << "&";
-  EXPECT_EQ(out, "<?xml version=\"1.0\"?>&a_b&amp;");
-}
-
-TEST_F(XMLiosStreamTest, AttributeDataStateUsesTheAttributeFilter) {
-  stream << attributeData << "a\tb > c" << elementData << "\t";
-  EXPECT_EQ(out, "a&#x09;b > c&#x09;");
-}
-
-TEST_F(XMLiosStreamTest, NumbersAreFormattedLikeText) {
-  stream << -12 << ' ' << 4000000000u << ' ' << 1.5 << ' ' << static_cast<short>(7) << ' ' << 1e300;
-  EXPECT_EQ(out.view().substr(0, 27), "-12 4000000000 1.500000 7 1");
-  EXPECT_EQ(out.view().substr(out.size() - 7), ".000000");
-}
-
-TEST_F(XMLiosStreamTest, NullDataFilterPassesControlAndHighBytes) {
-  stream.setDataFilter(new XMLiosNullDataFilter);
-  stream << "a\tb\xE9<";
-  EXPECT_EQ(out, "a\tb\xE9&lt;");
-}
-
-TEST_F(XMLiosStreamTest, ClearForgetsAPendingTag) {
-  stream << startTag << "lost";
-  stream.clear();
-  stream << newline;
-  EXPECT_EQ(out, "\n");
-}
-
-TEST_F(XMLiosStreamTest, SetSinkMovesEveryFilterToTheNewSink) {
-  stream << "first";
-  COLstring Second;
-  stream << startTag << "pending";
-  stream.setSink(&Second, false);
-  stream << "d" << startTag << "t";
-  stream.addAttribute("a", "1");
-  stream << elementData << attributeData << "x" << flush;
-  EXPECT_EQ(out, "first");
-  EXPECT_EQ(Second, "d<t a=\"1\">x");
-}
+INSTANTIATE_TEST_SUITE_P(Cases, XMLiosStreamData, ::testing::ValuesIn(TSTreadDataFile("XML/stream.test")),
+                         TSTdataParamName);
 
 TEST(XMLiosStreamOwnership, AnOwnedSinkIsDeletedOnExchangeAndDestruction) {
   // Under the address sanitizer a leak or a double delete here fails the run.

@@ -33,37 +33,6 @@ void expectPrecondition(const std::function<void()>& action) {
   EXPECT_EQ(Error.description().view().substr(0, 21), "Failed precondition: ");
 }
 
-TEST(XMLschemaModel, NodesAndTypesReportTheirKindsAndStartAtOneOccurrence) {
-  XMLschemaElement Element("A", &XMLschemaSimple::String, true);
-  XMLschemaReference Reference(&Element);
-  XMLschemaSequence Sequence;
-  XMLschemaChoice Choice;
-  EXPECT_EQ(Element.nodeType(), 0u);
-  EXPECT_EQ(Reference.nodeType(), 1u);
-  EXPECT_EQ(Sequence.nodeType(), 2u);
-  EXPECT_EQ(Choice.nodeType(), 3u);
-  for (const XMLschemaNode* Node : {static_cast<const XMLschemaNode*>(&Element),
-                                    static_cast<const XMLschemaNode*>(&Reference),
-                                    static_cast<const XMLschemaNode*>(&Sequence),
-                                    static_cast<const XMLschemaNode*>(&Choice)}) {
-    EXPECT_EQ(Node->minOccurs(), 1u);
-    EXPECT_EQ(Node->maxOccurs(), 1u);
-  }
-  EXPECT_EQ(XMLschemaNode::OccursUnbounded, 0xFFFFFFFFu);
-  EXPECT_EQ(&Reference.element(), &Element);
-
-  EXPECT_EQ(XMLschemaSimple::String.simpleKind(), 0u);
-  EXPECT_EQ(XMLschemaSimple::Integer.simpleKind(), 1u);
-  EXPECT_EQ(XMLschemaSimple::Double.simpleKind(), 2u);
-  EXPECT_EQ(XMLschemaSimple::DateTime.simpleKind(), 3u);
-  EXPECT_EQ(XMLschemaSimple::DateTime.typeKind(), 0u);
-  EXPECT_EQ(XMLschemaEnumeration().typeKind(), 1u);
-  XMLschemaCollection Named("T");
-  EXPECT_EQ(Named.typeKind(), 2u);
-  EXPECT_EQ(Named.name(), "T");
-  EXPECT_TRUE(XMLschemaCollection().name().empty());
-}
-
 TEST(XMLschemaModel, ElementsDeleteOwnedTypesAndLeaveReferencedOnes) {
   DestroyedTypes = 0;
   CountedType Shared("Shared");
