@@ -163,17 +163,9 @@ TEST_F(ANTstandardDefinitionsTest, EachFileLoadsAndIsKeptInTheWritersLayout) {
     EXPECT_EQ(engine.config().sepCharInfo(3).sepCharDefault(), '&');
     EXPECT_EQ(engine.config().escapeDefault(), '\\');
     EXPECT_EQ(engine.messageByName("ACK"), engine.ackMessageIndex(0));
-    // Saving writes the very bytes that the generator wrote.
+    // Saving writes the very bytes that the generator wrote, so a reload gives the same model.
     EXPECT_TRUE(ANTsaveEngineToString(engine).str() == TSTreadFile(definitionPath(version)));
   }
-}
-
-TEST_F(ANTstandardDefinitionsTest, SavedAndReloadedModelIsEqual) {
-  QVMengineInternal& first = loaded("2.5.1");
-  COLstring text = ANTsaveEngineToString(first);
-  QVMengineInternal second;
-  ASSERT_EQ(QVLloadEngineFromMemory(second, text.data(), text.size()), QVLvmdTypeXml);
-  EXPECT_TRUE(ANTtestDump(second) == ANTtestDump(first));
 }
 
 TEST_F(ANTstandardDefinitionsTest, CountsMatchTheDataSet) {
