@@ -1,5 +1,6 @@
-// Outputs the system refuses: a read-only directory, a path through a regular file, a full
-// disk (a file size limit, or /dev/full for the flat output); and runs cut short by a signal.
+// Outputs the system refuses: a read-only directory, a path through a regular file, a full disk
+// (a file size limit, or /dev/full for the flat output); and runs cut short by a signal.  Paths
+// through a regular file for XML and schemas are data cases, tests/data/APP/outputs.test.
 // The real binary must name the fault, exit with status 1 (or die of the signal), and leave no
 // half-written file behind that looks like a result.
 #include <gtest/gtest.h>
@@ -86,16 +87,6 @@ protected:
   fs::path Dir;
 };
 
-TEST_F(APPoutputErrors, ToXmlThroughARegularFileNamesTheFileInTheWay) {
-  std::ofstream(Dir / "plain") << "not a directory";
-  const ToolRun Run = toXml(Dir / "plain" / "sub" / "m.xml");
-  EXPECT_EQ(Run.status, 1) << Run.output;
-  EXPECT_NE(Run.output.find("Error Code: "), std::string::npos) << Run.output;
-  EXPECT_NE(Run.output.find("plain"), std::string::npos) << Run.output;
-  EXPECT_EQ(Run.output.find("Elapsed time"), std::string::npos) << Run.output;
-  EXPECT_EQ(filesIn(Dir), 1u);
-}
-
 TEST_F(APPoutputErrors, ToXmlIntoAReadOnlyDirectoryIsRefused) {
   const fs::path Locked = Dir / "locked";
   fs::create_directories(Locked);
@@ -128,13 +119,6 @@ TEST_F(APPoutputErrors, ToXsdPastTheFileSizeLimitLeavesNoSchema) {
   EXPECT_EQ(Run.status, 1) << Run.output;
   EXPECT_NE(Run.output.find("s.xsd'. File too large."), std::string::npos) << Run.output;
   EXPECT_EQ(filesIn(Dir), 0u);
-}
-
-TEST_F(APPoutputErrors, ToXsdIntoAPathThroughARegularFileGivesTheReason) {
-  std::ofstream(Dir / "plain") << "not a directory";
-  const ToolRun Run = TSTrunBinary("--toxsd " + Examples + "adt_oru.vmd unused " + (Dir / "plain" / "s.xsd").string());
-  EXPECT_EQ(Run.status, 1) << Run.output;
-  EXPECT_NE(Run.output.find("is a file, not a directory"), std::string::npos) << Run.output;
 }
 
 TEST_F(APPoutputErrors, NewDirectoriesArePrivateWhateverTheUmask) {
