@@ -1,5 +1,6 @@
 #include "QVMsegmentGrammar.h"
 
+#include <atomic>
 #include <vector>
 
 #include "COLostream.h"
@@ -91,6 +92,8 @@ struct QVMsegmentGrammarPrivate {
   std::vector<std::unique_ptr<QVMsegmentIdentifier>> identifiers;
   bool hasDelimiters = true;
   QVMengineInternal* rootEngine = nullptr;
+  // Not copied: a copy derives its own.
+  mutable std::atomic<std::shared_ptr<const QVMsegmentScripts>> scripts;
 
   QVMsegmentGrammarPrivate() = default;
   QVMsegmentGrammarPrivate(const QVMsegmentGrammarPrivate& other)
@@ -141,6 +144,8 @@ LANengine* QVMsegmentGrammar::languageEngine() const {
 }
 
 void QVMsegmentGrammar::initValidationRules() {
+  // Called whenever fields come, go or move.
+  scriptsChanged();
   for (uint32_t fieldIndex = 0; fieldIndex < pMember->fields.size(); ++fieldIndex) {
     const QVMsegmentSubField& field = *pMember->fields[fieldIndex];
     for (uint32_t i = 0; i < field.countOfValidationRule(); ++i)
@@ -165,7 +170,10 @@ QVMsegmentSubField& QVMsegmentGrammar::checkedField(uint32_t fieldIndex) const {
   return *pMember->fields[fieldIndex];
 }
 
-QVMsegmentSubField* QVMsegmentGrammar::field(uint32_t fieldIndex) { return &checkedField(fieldIndex); }
+QVMsegmentSubField* QVMsegmentGrammar::field(uint32_t fieldIndex) {
+  scriptsChanged();
+  return &checkedField(fieldIndex);
+}
 const QVMsegmentSubField* QVMsegmentGrammar::field(uint32_t fieldIndex) const { return &checkedField(fieldIndex); }
 
 void QVMsegmentGrammar::insertField(uint32_t fieldIndex) {
@@ -212,6 +220,7 @@ void QVMsegmentGrammar::setFieldType(uint32_t fieldIndex, QVMcompositeGrammar* c
 uint32_t QVMsegmentGrammar::fieldWidth(uint32_t fieldIndex) const { return checkedField(fieldIndex).width(); }
 void QVMsegmentGrammar::setFieldWidth(uint32_t fieldIndex, uint32_t width) { checkedField(fieldIndex).setWidth(width); }
 LANfunction& QVMsegmentGrammar::fieldIncomingFunction(uint32_t fieldIndex) {
+  scriptsChanged();
   return checkedField(fieldIndex).incomingFunction();
 }
 const LANfunction& QVMsegmentGrammar::fieldIncomingFunction(uint32_t fieldIndex) const {
@@ -257,6 +266,7 @@ QVMsegmentValidationRule* QVMsegmentGrammar::addValidationRule(uint32_t fieldInd
   std::unique_ptr<QVMsegmentValidationRule> rule = QVMsegmentValidationRuleCreate(ruleType);
   QVMsegmentValidationRule* added = rule.get();
   pMember->fields[fieldIndex]->appendValidationRule(std::move(rule));
+  scriptsChanged();
   added->initializeNew(this, fieldIndex);
   if (pMember->rootEngine) added->setLanguageEngine(languageEngine());
   return added;
@@ -268,6 +278,23 @@ QVMsegmentValidationRule* QVMsegmentGrammar::getValidationRule(uint32_t fieldInd
 
 void QVMsegmentGrammar::removeValidationRule(uint32_t fieldIndex, uint32_t ruleIndex) {
   checkedField(fieldIndex).removeValidationRule(ruleIndex);
+  scriptsChanged();
+}
+
+void QVMsegmentGrammar::scriptsChanged() { pMember->scripts.store(nullptr, std::memory_order_release); }
+
+std::shared_ptr<const QVMsegmentScripts> QVMsegmentGrammar::scripts() const {
+  std::shared_ptr<const QVMsegmentScripts> Known = pMember->scripts.load(std::memory_order_acquire);
+  if (Known) return Known;
+  auto Built = std::make_shared<QVMsegmentScripts>();
+  for (uint32_t Index = 0; Index < pMember->fields.size(); ++Index) {
+    const QVMsegmentSubField& Field = *pMember->fields[Index];
+    if (Field.incomingFunction().state() != LANfunction::StateEmpty) Built->equationFields.push_back(Index);
+    Built->hasRules = Built->hasRules || Field.countOfValidationRule() != 0;
+  }
+  // Two parses may build it at once; both results are equal.
+  pMember->scripts.store(Built, std::memory_order_release);
+  return Built;
 }
 
 bool QVMsegmentGrammar::operator==(const QVMsegmentGrammar& other) const {

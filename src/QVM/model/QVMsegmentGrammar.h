@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <vector>
 
 #include "COLstring.h"
 #include "QVMlistedGrammar.h"
@@ -59,6 +60,14 @@ private:
   std::unique_ptr<QVMsegmentSubFieldPrivate> pMember;
 };
 
+// What the per-segment checks of a parse need to know of the fields' scripts, so that a segment
+// without any costs one test: the fields with an incoming equation, and whether any field has
+// validation rules.
+struct QVMsegmentScripts {
+  std::vector<uint32_t> equationFields;
+  bool hasRules = false;
+};
+
 class QVMsegmentGrammar : public QVMlistedGrammar {
 public:
   QVMsegmentGrammar();
@@ -83,6 +92,8 @@ public:
   void setHasDelimiters(bool value);
 
   uint32_t countOfField() const;
+  // The mutable accessors (this one, fieldIncomingFunction) drop scripts(): a script may be
+  // edited through what they return.
   QVMsegmentSubField* field(uint32_t fieldIndex);
   const QVMsegmentSubField* field(uint32_t fieldIndex) const;
   // Inserts a default field at `fieldIndex` (up to the count), its scripts on the engine.
@@ -119,12 +130,17 @@ public:
   QVMsegmentValidationRule* getValidationRule(uint32_t fieldIndex, uint32_t ruleIndex) const;
   void removeValidationRule(uint32_t fieldIndex, uint32_t ruleIndex);
 
+  // Derived from the fields on first use after an edit; safe to read from parses on any thread,
+  // while no edit runs.
+  std::shared_ptr<const QVMsegmentScripts> scripts() const;
+
   // Name, description and identifiers (by value and node address); fields do not count.
   bool operator==(const QVMsegmentGrammar& other) const;
   bool operator!=(const QVMsegmentGrammar& other) const { return !(*this == other); }
 
 private:
   QVMsegmentSubField& checkedField(uint32_t fieldIndex) const;
+  void scriptsChanged();
 
   std::unique_ptr<QVMsegmentGrammarPrivate> pMember;
 };

@@ -11,10 +11,15 @@
 
 QVMtableMapSet::QVMtableMapSet(QVMtableDefinitionInternal* table) { setTableDefinition(table); }
 
+// The plan is not copied: the copy derives its own.
+QVMtableMapSet::QVMtableMapSet(const QVMtableMapSet& other)
+    : m_Table(other.m_Table), m_Name(other.m_Name), m_Items(other.m_Items) {}
+
 QVMtableMapSet& QVMtableMapSet::operator=(const QVMtableMapSet& other) {
   if (this == &other) return *this;
   m_Name = other.m_Name;
   m_Items = other.m_Items;
+  itemsChanged();
   pad();
   return *this;
 }
@@ -35,6 +40,7 @@ const QVMmapItem& QVMtableMapSet::map(size_t MapIndex) const {
 }
 
 QVMmapItem& QVMtableMapSet::map(size_t MapIndex) {
+  itemsChanged();
   pad();
   COL_PRECONDITION_TEXT(MapIndex < m_Items.size(), "MapIndex < pMember->MapItem.size()");
   return m_Items[MapIndex];
@@ -43,6 +49,7 @@ QVMmapItem& QVMtableMapSet::map(size_t MapIndex) {
 void QVMtableMapSet::setMap(size_t MapIndex, const QVMmapItem& item) { map(MapIndex) = item; }
 
 void QVMtableMapSet::insertColumn(size_t ColumnIndex) {
+  itemsChanged();
   if (ColumnIndex == static_cast<size_t>(QVMtableDefinitionInternal::npos) || ColumnIndex == COLstring::npos) {
     m_Items.emplace_back();
   } else {
@@ -53,12 +60,14 @@ void QVMtableMapSet::insertColumn(size_t ColumnIndex) {
 }
 
 void QVMtableMapSet::removeColumn(size_t ColumnIndex) {
+  itemsChanged();
   COL_PRECONDITION_TEXT(ColumnIndex < m_Items.size(), "ColumnIndex < pMember->MapItem.size()");
   m_Items.erase(m_Items.begin() + ColumnIndex);
   pad();
 }
 
 void QVMtableMapSet::moveColumn(size_t FromIndex, size_t ToIndex) {
+  itemsChanged();
   pad();
   COL_PRECONDITION_TEXT(FromIndex < m_Items.size(), "FromIndex < pMember->MapItem.size()");
   COL_PRECONDITION_TEXT(ToIndex < m_Items.size(), "ToIndex < pMember->MapItem.size()");

@@ -37,7 +37,7 @@ private:
 class QVMtableMapSet {
 public:
   explicit QVMtableMapSet(QVMtableDefinitionInternal* table = nullptr);
-  QVMtableMapSet(const QVMtableMapSet&) = default;
+  QVMtableMapSet(const QVMtableMapSet& other);
   // Takes the name and the items; the table stays, and the items are padded to it.
   QVMtableMapSet& operator=(const QVMtableMapSet& other);
 
@@ -56,12 +56,22 @@ public:
   void removeColumn(size_t ColumnIndex);
   void moveColumn(size_t FromIndex, size_t ToIndex);
 
+  // What a parse derives from the items (its fill plan), kept here for it and dropped whenever
+  // an item may change: the mutable map() and every edit.  Read and filled while messages are
+  // parsed, on any thread; edits of the definition happen while none is.
+  std::shared_ptr<const void> planCache() const { return m_PlanCache.load(std::memory_order_acquire); }
+  void setPlanCache(std::shared_ptr<const void> cache) const {
+    m_PlanCache.store(std::move(cache), std::memory_order_release);
+  }
+
 private:
   void pad() const;
+  void itemsChanged() { m_PlanCache.store(nullptr, std::memory_order_release); }
 
   QVMtableDefinitionInternal* m_Table = nullptr;
   COLstring m_Name = "Mapset";
   mutable std::vector<QVMmapItem> m_Items;
+  mutable std::atomic<std::shared_ptr<const void>> m_PlanCache;
 };
 
 // The record of a table in one configuration; always at least one map set once tied to a table.

@@ -131,22 +131,19 @@ void QVJcheckParsedSegments(QVMengineInternal& Engine, bool Hl7Mode, LAGenvironm
     COL_PRECONDITION(Grammar != nullptr);
     SGMsegment& Segment = *Placed->segmentPointer();
     const unsigned Index = Placed->index();
-    // One look at the fields finds equations and rules; most segments have neither.
-    const uint32_t Fields = Grammar->countOfField();
-    bool HasRules = false;
-    for (uint32_t Field = 0; Field < Fields; ++Field) {
-      QVMsegmentSubField& Definition = *const_cast<QVMsegmentGrammar*>(Grammar)->field(Field);
-      LANfunction& Equation = Definition.incomingFunction();
-      // An equation that did not compile is run too, so that its error is reported.
-      if (Equation.state() != LANfunction::StateEmpty)
-        SGCexecuteOneSegmentEquation(Equation, &StringPool, &SegmentList, Index, Field, Environment,
-                                     Grammar->name() + "." + Definition.name());
-      HasRules = HasRules || Definition.countOfValidationRule() != 0;
+    // Most segments have neither equations nor rules: what the grammar holds of them is derived once.
+    const std::shared_ptr<const QVMsegmentScripts> Scripts = Grammar->scripts();
+    for (const uint32_t Field : Scripts->equationFields) {
+      const QVMsegmentSubField& Definition = *Grammar->field(Field);
+      // An equation that did not compile is run too, so that its error is reported.  Running
+      // leaves the script as it is; the call only takes it by reference.
+      SGCexecuteOneSegmentEquation(const_cast<LANfunction&>(Definition.incomingFunction()), &StringPool, &SegmentList,
+                                   Index, Field, Environment, Grammar->name() + "." + Definition.name());
     }
     SGCcheckAndReport(*Grammar, Segment, Index, Node, Escaper, Hl7Mode, StringPool, Separators, Reject);
-    if (!HasRules) continue;
-    for (uint32_t Field = 0; Field < Fields; ++Field) {
-      QVMsegmentSubField& Definition = *const_cast<QVMsegmentGrammar*>(Grammar)->field(Field);
+    if (!Scripts->hasRules) continue;
+    for (uint32_t Field = 0; Field < Grammar->countOfField(); ++Field) {
+      const QVMsegmentSubField& Definition = *Grammar->field(Field);
       for (uint32_t Rule = 0; Rule < Definition.countOfValidationRule(); ++Rule)
         // The parse holds the pool and the segment; the counted pointers only add a reference.
         SGCdoSegmentValidationRule(*Definition.validationRule(Rule), &StringPool, &Segment, Engine);

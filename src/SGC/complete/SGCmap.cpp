@@ -1,5 +1,9 @@
 #include "SGCmap.h"
 
+#include <algorithm>
+#include <memory>
+#include <vector>
+
 #include "COLerror.h"
 #include "COLostream.h"
 #include "LAGexecute.h"
@@ -94,6 +98,64 @@ const QVMtableMapSet* SGCmapSetOf(QVMtableGrammarInternal* Grammar) {
     MapSet = Definition->mapSet(Grammar->tableMapSetIndex());
   COL_PRECONDITION_TEXT(MapSet != nullptr, "pMapSet");
   return MapSet;
+}
+
+// The map set of a table rooted at a segment, laid out by the field each column reads, so that
+// filling a row visits the fields the segment has rather than every mapped column.  Addresses
+// that can reach no value (deeper than a sub-sub-field, or repeating below the field) are left
+// out: their cells stay null, as the lookup would leave them.
+struct SGCfillEntry {
+  unsigned column;
+  unsigned repeat;
+  QVMmessageNodeAddress address;
+};
+
+struct SGCfillPlan {
+  std::vector<SGCfillEntry> entries;  // by field
+  std::vector<unsigned> fieldBegin;   // entries of field F: [fieldBegin[F], fieldBegin[F + 1])
+};
+
+std::shared_ptr<const SGCfillPlan> SGCplanOf(const QVMtableMapSet& MapSet) {
+  if (std::shared_ptr<const void> Cached = MapSet.planCache())
+    return std::static_pointer_cast<const SGCfillPlan>(Cached);
+  auto Plan = std::make_shared<SGCfillPlan>();
+  std::vector<std::pair<unsigned, unsigned>> Order;  // field, column
+  for (unsigned Column = 0; Column < MapSet.countOfMap(); ++Column) {
+    const QVMmessageNodeAddress& Address = MapSet.map(Column).nodeAddress();
+    const unsigned Depth = Address.depth();
+    if (Depth == 0 || Depth > 3) continue;
+    if ((Depth > 1 && Address.repeatIndex(1) != 0) || (Depth > 2 && Address.repeatIndex(2) != 0)) continue;
+    Order.emplace_back(Address.nodeIndex(0), Column);
+  }
+  std::stable_sort(Order.begin(), Order.end(), [](const auto& A, const auto& B) { return A.first < B.first; });
+  const unsigned Fields = Order.empty() ? 0 : Order.back().first + 1;
+  Plan->fieldBegin.assign(Fields + 1, 0);
+  for (const auto& [Field, Column] : Order) {
+    const QVMmessageNodeAddress& Address = MapSet.map(Column).nodeAddress();
+    Plan->entries.push_back({Column, Address.repeatIndex(0), Address});
+    ++Plan->fieldBegin[Field + 1];
+  }
+  for (unsigned Field = 0; Field < Fields; ++Field) Plan->fieldBegin[Field + 1] += Plan->fieldBegin[Field];
+  MapSet.setPlanCache(Plan);
+  return Plan;
+}
+
+// The value a planned address reaches in one occurrence of its field, as SGCmapValueFromField.
+const SGMvalue* SGCplannedValue(SGMfield& Field, const QVMmessageNodeAddress& Address) {
+  const unsigned SubFields = Field.countOfSubField();
+  switch (Address.depth()) {
+    case 1:
+      return SubFields && Field.countOfSubSubField(0) ? &Field.value(0, 0) : nullptr;
+    case 2: {
+      const unsigned Sub = Address.nodeIndex(1);
+      return Sub < SubFields && Field.countOfSubSubField(Sub) ? &Field.value(Sub, 0) : nullptr;
+    }
+    default: {
+      const unsigned Sub = Address.nodeIndex(1);
+      const unsigned SubSub = Address.nodeIndex(2);
+      return Sub < SubFields && SubSub < Field.countOfSubSubField(Sub) ? &Field.value(Sub, SubSub) : nullptr;
+    }
+  }
 }
 
 unsigned SGCcolumnCount(QVMtableGrammarInternal* Grammar, QVMtableInternal& Table) {
@@ -192,6 +254,23 @@ void SGCmapRowAtField(QVMtableGrammarInternal* Grammar, SGCparsedSegment* Parsed
 void SGCmapFillTable(SGCparsed* Parsed, QVMtableGrammarInternal* Grammar, QVMtableInternal& Table, unsigned Row) {
   const QVMtableMapSet* MapSet = SGCmapSetOf(Grammar);
   const unsigned Columns = SGCcolumnCount(Grammar, Table);
+  if (SGCparsedSegment* Placed = Parsed->segment()) {
+    const std::shared_ptr<const SGCfillPlan> Plan = SGCplanOf(*MapSet);
+    SGMsegment& Raw = *Placed->segmentPointer();
+    const unsigned Fields = std::min<unsigned>(Raw.countOfField(), static_cast<unsigned>(Plan->fieldBegin.size()) - 1);
+    for (unsigned Field = 0; Field < Fields; ++Field) {
+      const unsigned Repeats = Raw.countOfFieldRepeat(Field);
+      for (unsigned Entry = Plan->fieldBegin[Field]; Entry < Plan->fieldBegin[Field + 1]; ++Entry) {
+        const SGCfillEntry& Planned = Plan->entries[Entry];
+        if (Planned.column >= Columns || Planned.repeat >= Repeats) continue;
+        // The row is new, so its cells are null already: only a value found needs its type.
+        const SGMvalue* Value = SGCplannedValue(Raw.field(Field, Planned.repeat), Planned.address);
+        if (!Value) continue;
+        SGCmapSetCell(Table, Planned.column, Row, Value, SGCtypeFromRule(Parsed->rule(), Planned.address));
+      }
+    }
+    return;
+  }
   for (unsigned Column = 0; Column < Columns && Column < MapSet->countOfMap(); ++Column) {
     const QVMmessageNodeAddress& Address = MapSet->map(Column).nodeAddress();
     if (Address.depth() == 0) continue;

@@ -29,6 +29,9 @@
 //   table column T add NAME TYPE [AT]|remove I|move I J|byid ID|unique I NAME, table columns T,
 //   table mapset T add|copy S|remove S|clear|name S NAME, table map T S K PATH, table maps T [C]
 //   (a set whose table is not T shows "?:")
+//   segment equation I F CODE (the field's incoming equation);  parse MESSAGE -> its table XML
+//   without indentation, lines joined by "|" (MESSAGE: segments joined by "\x0D"; one engine and
+//   parse context for the whole case, so an edit between two parses must reach the second)
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -43,6 +46,8 @@
 #include "QVMengineInternal.h"
 #include "QVMidentifier.h"
 #include "QVMsegmentValidationRule.h"
+#include "QVJparse.h"
+#include "QVJparseContext.h"
 
 #include "../../support/TSTsteps.h"
 #include "../../support/TSTfile.h"
@@ -173,6 +178,7 @@ private:
     if (kind == "message") return message();
     if (kind == "table") return table();
     if (kind == "tgrammar") return tableGrammar();
+    if (kind == "parse") return parse();
     const auto found = grammarKinds().find(kind);
     if (found == grammarKinds().end()) throw COLerror("no such step", 0);
     const GrammarKind& list = found->second;
@@ -240,7 +246,7 @@ private:
         {"f", QVMdateTimeGrammar::MaskFraction}, {"z", QVMdateTimeGrammar::MaskTimeZone}};
     static const std::set<std::string> verbs = {"items", "append", "insert", "move", "drop", "rule", "unrule", "rules",
                                                 "rulename", "param", "display", "identify", "unidentify", "identifier", "fullname",
-                                                "set", "valid", "required"};
+                                                "set", "valid", "required", "equation"};
     if (!verbs.count(verb)) return std::nullopt;
     const auto mask = [&](const std::string& word) {
       return masks.count(word) ? masks.at(word) : static_cast<QVMdateTimeGrammar::QVMdateTimeInternalMaskItem>(std::stoul(word));
@@ -260,6 +266,7 @@ private:
       if (verb == "insert") return segment.insertField(index(3)), "";
       if (verb == "move") return segment.moveField(index(3), index(4)), "";
       if (verb == "drop") return segment.removeField(index(3)), "";
+      if (verb == "equation") return segment.fieldIncomingFunction(index(3)).setCode(word(4).c_str()), "";
       if (verb == "rule") return segment.addValidationRule(index(3), index(4))->setName(word(5).c_str()), "";
       if (verb == "unrule") return segment.removeValidationRule(index(3), index(4)), "";
       if (verb == "rules") {
@@ -573,8 +580,31 @@ private:
     unknown();
   }
 
+  std::string parse() {
+    const std::string& Message = word(1);
+    if (!Context) Context = std::make_unique<QVJparseContext>(&Engine);
+    std::string Lines;
+    try {
+      Lines = QVJhl7ToXml(*Context, Message.c_str());
+    } catch (const COLerror& Error) {
+      // The report's description line alone.
+      std::string Text = Error.description().str();
+      if (const size_t At = Text.find("Description: "); At != std::string::npos) Text.erase(0, At + 13);
+      throw COLerror(Text.substr(0, Text.find_first_of("\r\n")).c_str(), 0);
+    }
+    std::string Joined;
+    std::istringstream In(Lines);
+    for (std::string Line; std::getline(In, Line);) {
+      Line.erase(0, Line.find_first_not_of(' '));
+      if (!Line.empty() && Line.back() == '\r') Line.pop_back();
+      if (!Line.empty()) Joined += (Joined.empty() ? "" : "|") + Line;
+    }
+    return Joined;
+  }
+
   QVMengineInternal Engine;
   std::optional<QVMengineConfig> Scratch;
+  std::unique_ptr<QVJparseContext> Context;
 };
 
 class QVMeditData : public ::testing::TestWithParam<TSTdataCase> {};
