@@ -2,8 +2,10 @@
 // texts they hand out stay valid until the next call on the same engine.
 #include "QVJparse.h"
 #include "QVJparseContext.h"
+#include "QVMidentifyMessage.h"
 #include "QVMhandleSupport.h"
 #include "QVMtableInternal.h"
+#include "QVMuntypedMessageTree.h"
 #include "QVPgenerateMessage.h"
 
 namespace {
@@ -32,6 +34,22 @@ void* _QVMengineParseMessageA(void* engine, const char* message, unsigned* messa
 
 void* _QVMengineParseMessageNoPostProcessA(void* engine, const char* message, unsigned* messageIndex, void* table) {
   return QVMhandleParseInto(engine, message, messageIndex, table, QVJengineInternalParseMessageNoPostProcess);
+}
+
+// The raw tree of the legacy tokeniser, each segment with its grammar: a new counted object the
+// caller releases (_QVMreferenceRelease). Its grammars are the engine's: it must not outlive it.
+void* _QVMengineSimpleParse(void* engine, const char* message, void** tree, unsigned* messageIndex) {
+  return QVMhandleGuard([&] {
+    QVMengineHandle& Engine = QVMhandleEngineObject(engine);
+    QVM_HANDLE_OUT(message);
+    QVM_HANDLE_OUT(tree);
+    QVM_HANDLE_OUT(messageIndex);
+    Engine.schema().resetLanguageEngine();
+    COLreferencePtr<QVMuntypedMessageTree> Result = new QVMuntypedMessageTree;
+    QVMengineInternalSimpleParse(Engine.schema(), Engine.parseContext().qvpParseContext(), message, *Result,
+                                 *messageIndex);
+    *tree = QVMhandleNew(Result.get());
+  });
 }
 
 void* _QVMenginePostProcessMessageA(void* engine, const char* message) {

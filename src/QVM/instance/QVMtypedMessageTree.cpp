@@ -337,6 +337,9 @@ QVMtypedMessageTree* QVMtypedMessageTree::parent() const { return pMember->paren
 
 // A kept node comes back as a new one would be, its type aside.
 void QVMtypedMessageTree::clear() {
+  // A node reused for the next message starts without the last one's segment.
+  if (pMember->label) pMember->label->clear();
+  pMember->segmentGrammar = nullptr;
   pMember->subNode.length = 0;
   pMember->repeatNode.length = 0;
   pMember->IsNull = true;

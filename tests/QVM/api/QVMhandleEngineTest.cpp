@@ -231,7 +231,7 @@ TEST_F(QVMhandleEngineFamily, SubsystemsNotBuiltYetSaySoAfterCheckingTheHandle) 
             "Failed precondition: Handle != NULL");
   unsigned index = 0;
   void* tree = nullptr;
-  EXPECT_EQ(QVMoutcome(_QVMengineSimpleParse(engine, "MSH|", &tree, &index)).text,
+  EXPECT_EQ(QVMoutcome(_QVMengineGetErrorTree(engine, &tree)).text,
             "Message parsing is not available yet in this build of the engine.");
   // A definition without messages gives a schema without messages.
   EXPECT_EQ(QVMoutcome(_QVMengineGetTibcoSchema(engine, &xml)).text, "");

@@ -5,7 +5,12 @@
 //   config            "KEY VALUE" lines changing the configuration (see applyConfig)
 //   message cr        the message
 //   raw               the raw tree as printed
-//   typed             the typed segments after the segment checks of parser version 0
+//   identify          the name of the message definition the raw tree is
+//   typed             the typed segments after the segment checks of parser version 0, on the
+//                     identified definition: a line per leaf, "PID.3.2 = 'text' (1)" with the
+//                     field and component counted from 1, "R1" after a field for its second
+//                     repeat, and how the value came in (dataPresent); a segment the
+//                     definition ignores is its name and "(no grammar)"
 //   error             "Error Code: 0x...", "Description: ..." and the parameters of the error
 // A case with an error section expects the first step that fails to fail with it.
 #include <gtest/gtest.h>
@@ -19,7 +24,10 @@
 #include "QVLvmdFile.h"
 #include "QVMconfig.h"
 #include "QVMengineInternal.h"
+#include "QVMidentifyMessage.h"
+#include "QVMmessageDefinitionInternal.h"
 #include "QVMparser.h"
+#include "QVMsegmentChecker.h"
 #include "QVMtypedMessageTree.h"
 #include "QVMuntypedMessageTree.h"
 #include "QVPparseContext.h"
@@ -71,6 +79,29 @@ void applyConfig(QVMconfig& Config, const std::string& Lines) {
   }
 }
 
+void printLeaves(const QVMtypedMessageTree& Node, const std::string& Path, std::string& Out) {
+  if (Node.isNode()) {
+    Out += Path + (Node.isNull() ? " null" : " = '" + std::string(Node.getAsStringValue().c_str()) + "'") + " (" +
+           std::to_string(Node.dataPresent()) + ")\n";
+    return;
+  }
+  for (unsigned Sub = 0; Sub < Node.countOfSubNode(); ++Sub)
+    for (unsigned Repeat = 0; Repeat < Node.node(Sub, 0)->countOfRepeat(); ++Repeat)
+      printLeaves(*Node.node(Sub, 0)->getRepeatedNode(Repeat),
+                  Path + "." + std::to_string(Sub + 1) + (Repeat ? "R" + std::to_string(Repeat) : ""), Out);
+}
+
+std::string printedSegments(const QVMtypedMessageTree& List) {
+  std::string Out;
+  for (unsigned Index = 0; Index < List.countOfSubNode(); ++Index) {
+    const QVMtypedMessageTree& Segment = *List.node(Index, 0);
+    const std::string Name = Segment.getLabel().c_str();
+    if (Segment.segmentGrammar() == nullptr) Out += Name + " (no grammar)\n";
+    else printLeaves(Segment, Name, Out);
+  }
+  return Out;
+}
+
 class QVMlegacyParserData : public ::testing::TestWithParam<TSTdataCase> {};
 
 TEST_P(QVMlegacyParserData, Case) {
@@ -89,6 +120,20 @@ TEST_P(QVMlegacyParserData, Case) {
     QVMrawParseMessage(Case.text("message"), Context.parser(), Context.escaper(), Context.rawSegmentList());
     if (Case.has("raw")) {
       EXPECT_EQ(printed(Context.rawSegmentList()), Case.text("raw"));
+    }
+    if (Case.has("identify") || Case.has("typed")) {
+      const unsigned Index = QVMengineInternalIdentifyMessage(*Engine, Context);
+      if (Case.has("identify")) {
+        EXPECT_EQ(std::string(Engine->message(Index)->name().c_str()) + "\n", Case.text("identify"));
+      }
+      if (Case.has("typed")) {
+        QVMengineInternalCheckSegments(*Engine, *Engine->message(Index), Context.parser(), Context.escaper(),
+                                       Context.rawSegmentList(), Context.typedSegmentList(),
+                                       Context.pythonEnvironment(), false, nullptr,
+                                       [](const QVMparser&, const QVMuntypedMessageTree&, const QVMsegmentGrammar&,
+                                          const COLstring&) {});
+        EXPECT_EQ(printedSegments(Context.typedSegmentList()), Case.text("typed"));
+      }
     }
   } catch (const COLerror& Error) {
     Outcome = reportOf(Error);
