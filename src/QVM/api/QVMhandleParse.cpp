@@ -2,6 +2,7 @@
 // texts they hand out stay valid until the next call on the same engine.
 #include "QVJparse.h"
 #include "QVJparseContext.h"
+#include "QVMengineMessageDiff.h"
 #include "QVMidentifyMessage.h"
 #include "QVMhandleSupport.h"
 #include "QVMtableInternal.h"
@@ -49,6 +50,20 @@ void* _QVMengineSimpleParse(void* engine, const char* message, void** tree, unsi
     QVMengineInternalSimpleParse(Engine.schema(), Engine.parseContext().qvpParseContext(), message, *Result,
                                  *messageIndex);
     *tree = QVMhandleNew(Result.get());
+  });
+}
+
+// The comparison as HTML table rows; the text stays valid until the engine's next parse.
+void* _QVMengineMessageDiff(void* engine, const char* first, const char* second, const char** html) {
+  return QVMhandleGuard([&] {
+    QVMengineHandle& Engine = QVMhandleEngineObject(engine);
+    QVM_HANDLE_OUT(first);
+    QVM_HANDLE_OUT(second);
+    QVM_HANDLE_OUT(html);
+    unsigned Differences = 0;
+    QVPparseContext& Context = Engine.parseContext().qvpParseContext();
+    Context.setLastFlatWire(QVMengineInternalMessageDiff(Engine.schema(), first, second, Differences));
+    *html = Context.lastFlatWire().c_str();
   });
 }
 

@@ -22,9 +22,6 @@ class QVMsegmentValidationRuleSituationalPython;
 class QVMtypedMessageTree;
 class QVMuntypedMessageTree;
 
-// True when every identifier of `Grammar` holds on the raw segment `Segment` (sub-node 0 its name).
-bool QVMsegmentGrammarMatchSegment(const QVMsegmentGrammar& Grammar, const QVMuntypedMessageTree& Segment);
-
 // Parser version 0 on a definition that ignores segment order: every top-level segment of the
 // grammar collects the typed segments of its grammar, in message order. Nothing is refused.
 class QVMsegmentOrderTolerantGrammarParser {

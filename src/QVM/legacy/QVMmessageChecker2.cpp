@@ -2,6 +2,7 @@
 #include "COLerror.h"
 #include "QVMidentifier.h"
 #include "QVMmessageChecker.h"
+#include "QVMsegmentChecker.h"
 #include "QVMmessageDefinitionInternal.h"
 #include "QVMmessageGrammar.h"
 #include "QVMsegmentGrammar.h"
@@ -23,23 +24,6 @@ COLstring QVMmessageCheckerRootName(const QVMmessageGrammar& Grammar) {
   const QVMmessageGrammar* Root = &Grammar;
   while (Root->parent()) Root = Root->parent();
   return Root->message() ? Root->message()->name() : Root->grammarName();
-}
-
-bool QVMsegmentGrammarMatchSegment(const QVMsegmentGrammar& Grammar, const QVMuntypedMessageTree& Segment) {
-  for (uint32_t Index = 0; Index < Grammar.countOfIdentifier(); ++Index) {
-    const QVMsegmentIdentifier& Identifier = *Grammar.identifier(Index);
-    const QVMmessageNodeAddress& Address = Identifier.nodeAddress();
-    if (Address.depth() == 0 || Address.nodeIndex(0) + 1 >= Segment.countOfSubNode()) return false;
-    const QVMuntypedMessageTree& Field = *Segment.node(Address.nodeIndex(0) + 1, 0);
-    if (Address.repeatIndex(0) >= Field.countOfRepeat()) return false;
-    COLstring Value;
-    if (QVMmessageNodeAddressGetValue(Address, Value, *Field.getRepeatedNode(Address.repeatIndex(0)), 1)) {
-      if (!Identifier.doesMatch(Value)) return false;
-    } else if (!Identifier.isNullMatchingValue()) {
-      return false;
-    }
-  }
-  return true;
 }
 
 // --- the order-tolerant parse

@@ -3,6 +3,7 @@
 // position climbs a level whenever the search fails there.
 #include "COLerror.h"
 #include "QVMmessageChecker.h"
+#include "QVMsegmentChecker.h"
 #include "QVMmessageGrammar.h"
 #include "QVMsegmentGrammar.h"
 #include "QVMsegmentValidationRule.h"
@@ -118,7 +119,7 @@ bool QVMmessageChecker3::checkMessage(const QVMmessageChecker3Hooks& Hooks, QVMm
     QVMuntypedMessageTree& Field = *Raw.node(0, 0)->node(2, 0);
     if (!Field.isNull()) {
       encodingChars = Field.getValue();
-      Field.setNull();
+      Field.setValue("");  // blank, not null: the strict check still finds the field
     }
   }
   Typed.clear();

@@ -113,7 +113,7 @@ void QVMengineInternalCheckSegments(QVMengineInternal& Engine, const QVMmessageD
   if (RawSegmentList.countOfSubNode() > 0 && RawSegmentList.node(0, 0)->countOfSubNode() > 2) {
     QVMuntypedMessageTree& Encoding = *RawSegmentList.node(0, 0)->node(2, 0);
     if (!Encoding.isNull()) EncodingCharacters = Encoding.getValue();
-    Encoding.setNull();
+    Encoding.setValue("");  // blank, not null: the strict check still finds the field
   }
   TypedSegmentList.clear();
   QVMsegmentChecker Checker;

@@ -1,4 +1,4 @@
-// Legacy message checkers as data: every case of tests/data/QVM/legacy/*.test loads a definition
+// Legacy message checkers as data: every case of tests/data/QVM/checker/*.test loads a definition
 // (`--- definition FILE`, from the repository's top), lays a message onto one of its messages and
 // prints the structured tree, or "error 0xCODE: TEXT".  Sections:
 //
@@ -26,6 +26,7 @@
 #include "QVMengineInternal.h"
 #include "QVMlegacyFill.h"
 #include "QVMmessageChecker.h"
+#include "QVMsegmentChecker.h"
 #include "QVMmessageDefinitionInternal.h"
 #include "QVMsegmentGrammar.h"
 #include "QVMsegmentValidationRule.h"
@@ -216,6 +217,6 @@ TEST_P(QVMcheckerData, Structure) {
   EXPECT_EQ(Checker.run(), GetParam().text("expect")) << GetParam().where();
 }
 
-INSTANTIATE_TEST_SUITE_P(Cases, QVMcheckerData, ::testing::ValuesIn(TSTreadDataArea("QVM/legacy")), TSTdataParamName);
+INSTANTIATE_TEST_SUITE_P(Cases, QVMcheckerData, ::testing::ValuesIn(TSTreadDataArea("QVM/checker")), TSTdataParamName);
 
 }  // namespace
