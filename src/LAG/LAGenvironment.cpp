@@ -76,7 +76,7 @@ void LAGenvironment::setSubField(unsigned index, unsigned repeat, const COLstrin
       Repeat.setNull();
       Repeat.node(0, 0)->setStringValue(Bare);
     }
-    Repeat.node(index, 0)->setStringValue(text);
+    Repeat.node(index, 0)->setFirstValue(text);
     return;
   }
   COL_PRECONDITION_TEXT(m_StringPool != nullptr, "Environment.stringPool() != NULL");

@@ -237,7 +237,11 @@ void LAGexecuteSegmentEquation(const LANfunction& function, QVMuntypedMessageTre
   } fieldReset{environment};
   LAGenvironmentBinding environmentBinding(engine.localDictionary(), environment);
   const COLstring text = field->getFirstValue();
+  PyObject* fieldModule = LAGimport("brelmont.QVMquovaneTreeFieldObject");
+  LANobjectPtr fieldHandle = LAGhandle(field), zero = PyLong_FromLong(0);
+  LANobjectPtr fieldObject = LAGcall(fieldModule, "QuovaneTreeFieldObject", fieldHandle.get(), zero.get());
   LANobjectPtr given = LANcheckCall(LANstringToPython(text));
+  LAGbinding fieldBinding(engine.localDictionary(), "field", fieldObject);
   LAGbinding valueBinding(engine.localDictionary(), "value", given);
   function.execute();
   const COLstring result = LAGtextOf(LAGresultValue(engine));

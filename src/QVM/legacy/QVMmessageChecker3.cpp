@@ -119,7 +119,7 @@ bool QVMmessageChecker3::checkMessage(const QVMmessageChecker3Hooks& Hooks, QVMm
     QVMuntypedMessageTree& Field = *Raw.node(0, 0)->node(2, 0);
     if (!Field.isNull()) {
       encodingChars = Field.getValue();
-      Field.setValue("");  // blank, not null: the strict check still finds the field
+      Field.setStringValue(COLstring());  // blank, not null: the strict check still finds the field
     }
   }
   Typed.clear();

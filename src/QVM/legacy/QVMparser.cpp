@@ -1,5 +1,6 @@
 #include "QVMparser.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "COLbuffer.h"

@@ -108,12 +108,12 @@ void QVMengineInternalCheckSegments(QVMengineInternal& Engine, const QVMmessageD
                                     QVMcheckUntypedSegmentFunction CheckFunction) {
   COL_PRECONDITION_TEXT(CheckFunction != nullptr, "pCheckUntypedTreeSegmentFunction != 0");
   // The header's encoding characters are no data to unescape: they are kept aside and put
-  // into the typed header as they stand.
+  // into the typed header as they stand. The strict check finds them behind the header's name.
   COLstring EncodingCharacters;
   if (RawSegmentList.countOfSubNode() > 0 && RawSegmentList.node(0, 0)->countOfSubNode() > 2) {
     QVMuntypedMessageTree& Encoding = *RawSegmentList.node(0, 0)->node(2, 0);
     if (!Encoding.isNull()) EncodingCharacters = Encoding.getValue();
-    Encoding.setValue("");  // blank, not null: the strict check still finds the field
+    Encoding.setStringValue(COLstring());
   }
   TypedSegmentList.clear();
   QVMsegmentChecker Checker;

@@ -5,12 +5,15 @@
 //   config            "KEY VALUE" lines changing the configuration (see applyConfig)
 //   message cr        the message
 //   raw               the raw tree as printed
+//   verified          the raw tree as printed after each segment got its grammar and its shape
+//   processed         the raw tree as printed after the outgoing field functions ran on each segment
 //   identify          the name of the message definition the raw tree is
 //   typed             the typed segments after the segment checks of parser version 0, on the
 //                     identified definition: a line per leaf, "PID.3.2 = 'text' (1)" with the
 //                     field and component counted from 1, "R1" after a field for its second
 //                     repeat, and how the value came in (dataPresent); a segment the
-//                     definition ignores is its name and "(no grammar)"
+//                     definition ignores is its name and "(no grammar)"; "typed strict" checks
+//                     each segment strictly first, as with rejectBadSegmentGrammar
 //   error             "Error Code: 0x...", "Description: ..." and the parameters of the error
 // A case with an error section expects the first step that fails to fail with it.
 #include <gtest/gtest.h>
@@ -28,8 +31,10 @@
 #include "QVMmessageDefinitionInternal.h"
 #include "QVMparser.h"
 #include "QVMsegmentChecker.h"
+#include "QVJlegacySegment.h"
 #include "QVMtypedMessageTree.h"
 #include "QVMuntypedMessageTree.h"
+#include "QVMverifySegment.h"
 #include "QVPparseContext.h"
 
 #include "../../support/TSTdataFile.h"
@@ -121,17 +126,29 @@ TEST_P(QVMlegacyParserData, Case) {
     if (Case.has("raw")) {
       EXPECT_EQ(printed(Context.rawSegmentList()), Case.text("raw"));
     }
+    if (Case.has("verified")) {
+      QVMuntypedMessageTree& Raw = Context.rawSegmentList();
+      for (unsigned Index = 0; Index < Raw.countOfSubNode(); ++Index)
+        QVMengineInternalAddSegmentGrammarAndVerify(*Engine, *Raw.node(Index, 0));
+      EXPECT_EQ(printed(Raw), Case.text("verified"));
+    }
+    if (Case.has("processed")) {
+      QVMuntypedMessageTree& Raw = Context.rawSegmentList();
+      for (unsigned Index = 0; Index < Raw.countOfSubNode(); ++Index)
+        QVMengineInternalProcessSegment(*Engine, *Raw.node(Index, 0), Context.pythonEnvironment());
+      EXPECT_EQ(printed(Raw), Case.text("processed"));
+    }
     if (Case.has("identify") || Case.has("typed")) {
       const unsigned Index = QVMengineInternalIdentifyMessage(*Engine, Context);
       if (Case.has("identify")) {
         EXPECT_EQ(std::string(Engine->message(Index)->name().c_str()) + "\n", Case.text("identify"));
       }
       if (Case.has("typed")) {
+        const bool Strict = Case.argument("typed") == "strict";
         QVMengineInternalCheckSegments(*Engine, *Engine->message(Index), Context.parser(), Context.escaper(),
                                        Context.rawSegmentList(), Context.typedSegmentList(),
-                                       Context.pythonEnvironment(), false, nullptr,
-                                       [](const QVMparser&, const QVMuntypedMessageTree&, const QVMsegmentGrammar&,
-                                          const COLstring&) {});
+                                       Context.pythonEnvironment(), Strict, QVJuntypedTreeSegmentAsString,
+                                       QVJcheckUntypedTreeSegment);
         EXPECT_EQ(printedSegments(Context.typedSegmentList()), Case.text("typed"));
       }
     }
