@@ -8,7 +8,7 @@
 #include "LAGexecute.h"
 #include "LANfunction.h"
 #include "QVJdiagnostics.h"
-#include "QVJlegacyCallbacks.h"
+#include "QVJlegacySegment.h"
 #include "QVJparseContext.h"
 #include "QVMconfig.h"
 #include "QVMoutgoingScripts.h"
