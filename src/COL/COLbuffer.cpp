@@ -11,6 +11,12 @@ COLbuffer::COLbuffer(const char* text) {
   m_Data.push_back('\0');
 }
 
+void COLbuffer::assign(const char* text, size_t size) {
+  m_Data.resize(size + 1);
+  if (size) std::memcpy(m_Data.data(), text, size);
+  m_Data[size] = '\0';
+}
+
 // --- COLsimpleBuffer
 
 size_t COLsimpleBuffer::write(const void* data, size_t size) {

@@ -15,6 +15,9 @@ public:
   COLbuffer() = default;
   explicit COLbuffer(size_t size) : m_Data(size) {}
   COLbuffer(const char* text);  // a copy of the text with its terminator
+  // Replaces the content by `size` bytes of `text` and a terminator; the block is kept, so a
+  // buffer reused from message to message stops allocating once it fits the largest.
+  void assign(const char* text, size_t size);
   char* data() { return m_Data.data(); }
   const char* data() const { return m_Data.data(); }
   size_t size() const { return m_Data.size(); }

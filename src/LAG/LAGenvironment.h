@@ -57,10 +57,16 @@ public:
   void setIncomingField(SGMfieldRepeats* field, SGMstringPool* pool) {
     m_Field = field;
     m_StringPool = pool;
+    m_TreeField = nullptr;
   }
+  // The field under a field equation of the legacy parser, or of an outgoing segment function:
+  // a raw tree node, whose repeats are the field's repeats and whose sub-nodes its sub fields.
+  QVMuntypedMessageTree* treeField() const { return m_TreeField; }
+  void setIncomingField(QVMuntypedMessageTree* field) { setTreeField(field); }
+  void setOutgoingField(QVMuntypedMessageTree* field) { setTreeField(field); }
 
-  // Field access for scripts, only under a field equation.  Indices are zero-based: sub field
-  // 0 of a repeat holds its first value.
+  // Field access for scripts, only under a field equation, on whichever kind of field is set.
+  // Indices are zero-based: sub field 0 of a repeat holds its first value.
   unsigned countOfSubfield() const;
   unsigned countOfRepeat() const;
   COLstring subfield(unsigned index, unsigned repeat) const;
@@ -83,6 +89,12 @@ public:
   void setCountOfGeneratedSegment(unsigned count) { m_CountOfGeneratedSegment = count; }
 
 private:
+  void setTreeField(QVMuntypedMessageTree* field) {
+    m_TreeField = field;
+    m_Field = nullptr;
+    m_StringPool = nullptr;
+  }
+
   LAGcontext m_Context = LAGglobalInbound;
   QVMengineInternal* m_Engine = nullptr;
   QVMtableGrammarInternal* m_TableGrammar = nullptr;
@@ -91,6 +103,7 @@ private:
   QVMuntypedMessageTree* m_SegmentList = nullptr;
   SGMfieldRepeats* m_Field = nullptr;
   SGMstringPool* m_StringPool = nullptr;
+  QVMuntypedMessageTree* m_TreeField = nullptr;
   unsigned m_CountOfSegmentInMessage = 0;
   unsigned m_CountOfGeneratedSegment = 0;
 };

@@ -12,6 +12,7 @@
 #include "LANenginePrivate.h"
 #include "LANfunction.h"
 #include "QVMtableInternal.h"
+#include "QVMuntypedMessageTree.h"
 #include "SGPYmodule.h"
 #include "SGMsegmentList.h"
 #include "SGMstringPool.h"
@@ -219,6 +220,32 @@ void LAGexecuteFieldEquation(const LANfunction& function, SGMstringPool& pool, S
   SGMfield& target = repeats.fieldRepeat(0);
   if (target.countOfSubField() == 0) target.setCountOfSubField(1);
   SGMstringPoolSetValue(target.value(0, 0), pool, result.data(), static_cast<uint32_t>(result.size()));
+}
+
+// --- the legacy parser, and outgoing segment functions
+
+void LAGexecuteSegmentEquation(const LANfunction& function, QVMuntypedMessageTree* field,
+                               LAGenvironment& environment) {
+  COL_PRECONDITION_TEXT(field != nullptr, "pField != NULL");
+  LANengine& engine = LAGengineOf(function);
+  LANengineSwap swap(engine);
+  LAGstandardPrep(function, LAGsegmentEquation, environment);
+  environment.setIncomingField(field);
+  struct FieldReset {
+    LAGenvironment& environment;
+    ~FieldReset() { environment.setIncomingField(static_cast<QVMuntypedMessageTree*>(nullptr)); }
+  } fieldReset{environment};
+  LAGenvironmentBinding environmentBinding(engine.localDictionary(), environment);
+  const COLstring text = field->getFirstValue();
+  PyObject* fieldModule = LAGimport("brelmont.QVMquovaneTreeFieldObject");
+  LANobjectPtr fieldHandle = LAGhandle(field), zero = PyLong_FromLong(0);
+  LANobjectPtr fieldObject = LAGcall(fieldModule, "QuovaneTreeFieldObject", fieldHandle.get(), zero.get());
+  LANobjectPtr given = LANcheckCall(LANstringToPython(text));
+  LAGbinding fieldBinding(engine.localDictionary(), "field", fieldObject);
+  LAGbinding valueBinding(engine.localDictionary(), "value", given);
+  function.execute();
+  const COLstring result = LAGtextOf(LAGresultValue(engine));
+  if (result != text) field->setFirstValue(result);
 }
 
 namespace {

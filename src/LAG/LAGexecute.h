@@ -13,6 +13,7 @@
 class LANengine;
 class LANfunction;
 class QVMtableInternal;
+class QVMuntypedMessageTree;
 class SGMsegment;
 class SGMstringPool;
 
@@ -45,6 +46,14 @@ void LAGexecutePythonValidationRule(const LANfunction& function, LANengine& engi
 void LAGexecuteTableEquation(const LANfunction& function, LANengine& engine, QVMtableInternal& table,
                              unsigned column, unsigned row, bool& removeRow, bool disablePythonNone,
                              LAGenvironment& environment);
+
+// --- the legacy parser's raw tree
+
+// A field equation, or an outgoing segment function, on a raw tree node: `value` is the node's
+// first value, and the environment's field functions work on the node while the script runs.
+// A changed text replaces the first value.
+void LAGexecuteSegmentEquation(const LANfunction& function, QVMuntypedMessageTree* field,
+                               LAGenvironment& environment);
 
 // --- variables and texts
 

@@ -8,6 +8,7 @@
 #include "LAGexecute.h"
 #include "LANfunction.h"
 #include "QVJdiagnostics.h"
+#include "QVJlegacySegment.h"
 #include "QVJparseContext.h"
 #include "QVMconfig.h"
 #include "QVMoutgoingScripts.h"
@@ -16,6 +17,7 @@
 #include "QVMuntypedMessageTree.h"
 #include "QVMxmlHl7Converter.h"
 #include "QVPgenerateMessage.h"
+#include "QVPparseMessage.h"
 #include "SGCcompleteParse.h"
 #include "SGXfromXmlFullTreeValidation.h"
 
@@ -74,13 +76,10 @@ void QVJengineInternalParseMessageNoPostProcess(QVJparseContext& Context, const 
         MessageIndex = SGCcompleteParse(Working, Engine, Context.currentSegmentList(), Environment, ResultTable);
         break;
       case QVMparserLegacy:
-      case QVMparserSegmentChecker3: {
-        COLstring Text;
-        COLostream(Text) << "Parser version " << static_cast<unsigned>(Config.parserVersion())
-                         << " (the legacy parser) is not available in this build of the engine; set the "
-                            "configuration's parser version to 2.";
-        throw COLerror(Text, COL_ERROR_PRECONDITION);
-      }
+      case QVMparserSegmentChecker3:
+        QVPengineInternalParseMessage(Shared, Working, MessageIndex, ResultTable, QVJuntypedTreeSegmentAsString,
+                                      QVJcheckUntypedTreeSegment);
+        break;
       default: {
         COLstring Text;
         COLostream(Text) << "Unknown Parser Version : " << static_cast<unsigned>(Config.parserVersion());

@@ -1,10 +1,12 @@
-// The functions of "sgpy" that the script objects of the current parser are built on: field
-// repeats, fields, values, string pools, segments and errors.
+// The functions of "sgpy" that the script objects are built on: field repeats, fields, values,
+// string pools and segments of the current parser, the raw tree nodes of the legacy parser, and
+// errors.
 #include "LANpython.h"
 
 #include <cstdint>
 
 #include "COLerror.h"
+#include "QVMuntypedMessageTree.h"
 #include "SGMsegmentList.h"
 #include "SGMstringPool.h"
 #include "SGPYmodule.h"
@@ -277,6 +279,113 @@ PyObject* errorGetKey(PyObject*, PyObject* args) {
   return LANstringToPython(error->key(static_cast<size_t>(index)));
 }
 
+// --- raw tree nodes of the legacy parser: a field node, its repeats, their sub-nodes
+
+PyObject* treeCountOfSubNode(PyObject*, PyObject* arg) {
+  auto* node = SGPYhandle<QVMuntypedMessageTree>(arg, "QVMuntypedMessageTree");
+  return node ? SGPYcount(node->countOfSubNode()) : nullptr;
+}
+
+PyObject* treeCountOfRepeat(PyObject*, PyObject* arg) {
+  auto* node = SGPYhandle<QVMuntypedMessageTree>(arg, "QVMuntypedMessageTree");
+  return node ? SGPYcount(node->countOfRepeat()) : nullptr;
+}
+
+// Repeat `repeat` of a field node; None where it has fewer, unless `grow`.
+PyObject* treeRepeat(PyObject*, PyObject* args) {
+  long handle = 0, repeat = 0;
+  int grow = 0;
+  if (!PyArg_ParseTuple(args, "lli", &handle, &repeat, &grow)) return nullptr;
+  auto* node = SGPYpointer<QVMuntypedMessageTree>(handle, "QVMuntypedMessageTree");
+  if (!node || !SGPYcountInRange(repeat)) return nullptr;
+  if (!grow && static_cast<unsigned long>(repeat) >= node->countOfRepeat()) return Py_NewRef(Py_None);
+  return LANguard([&] { return SGPYaddress(node->getRepeatedNode(static_cast<unsigned>(repeat))); });
+}
+
+// Sub-node `index`. Reading, a bare value is its own sub-node 0; growing, it moves into sub-node
+// 0 first, so that it keeps its place beside the new sub-node, as on the current parser's road.
+PyObject* treeSubNode(PyObject*, PyObject* args) {
+  long handle = 0, index = 0;
+  int grow = 0;
+  if (!PyArg_ParseTuple(args, "lli", &handle, &index, &grow)) return nullptr;
+  auto* node = SGPYpointer<QVMuntypedMessageTree>(handle, "QVMuntypedMessageTree");
+  if (!node || !SGPYcountInRange(index)) return nullptr;
+  const unsigned Index = static_cast<unsigned>(index);
+  if (!grow) {
+    if (Index < node->countOfSubNode()) return SGPYaddress(node->node(Index, 0));
+    return Index == 0 && node->countOfSubNode() == 0 ? SGPYaddress(node) : Py_NewRef(Py_None);
+  }
+  return LANguard([&] {
+    if (node->countOfSubNode() == 0 && !node->isNull() && Index > 0) {
+      const COLstring Bare = node->getValue();
+      node->setNull();
+      node->node(0, 0)->setStringValue(Bare);
+    }
+    return SGPYaddress(node->countOfSubNode() == 0 && Index == 0 ? node : node->node(Index, 0));
+  });
+}
+
+PyObject* treeGetValue(PyObject*, PyObject* arg) {
+  auto* node = SGPYhandle<QVMuntypedMessageTree>(arg, "QVMuntypedMessageTree");
+  return node ? LANstringToPython(COLstring(node->getFirstValue())) : nullptr;
+}
+
+PyObject* treeSetValue(PyObject*, PyObject* args) {
+  long handle = 0;
+  PyObject* text = nullptr;
+  if (!PyArg_ParseTuple(args, "lO", &handle, &text)) return nullptr;
+  auto* node = SGPYpointer<QVMuntypedMessageTree>(handle, "QVMuntypedMessageTree");
+  if (!node) return nullptr;
+  COLstring Value;
+  if (!LANstringFromPython(text, Value)) {
+    PyErr_SetString(PyExc_TypeError, "a field value must be a str of characters below 256");
+    return nullptr;
+  }
+  return LANguard([&] {
+    node->setFirstValue(Value);
+    return PyLong_FromLong(1);
+  });
+}
+
+PyObject* treeIsNull(PyObject*, PyObject* arg) {
+  auto* node = SGPYhandle<QVMuntypedMessageTree>(arg, "QVMuntypedMessageTree");
+  if (!node) return nullptr;
+  const QVMuntypedMessageTree* Leaf = node;
+  while (Leaf->countOfSubNode() > 0) Leaf = Leaf->node(0, 0);
+  return PyBool_FromLong(Leaf->isNull() || *Leaf->getValue() == '\0');
+}
+
+PyObject* treeSetCountOfSubNode(PyObject*, PyObject* args) {
+  long handle = 0, count = 0;
+  if (!PyArg_ParseTuple(args, "ll", &handle, &count)) return nullptr;
+  auto* node = SGPYpointer<QVMuntypedMessageTree>(handle, "QVMuntypedMessageTree");
+  if (!node || !SGPYcountInRange(count)) return nullptr;
+  return LANguard([&] {
+    node->setCountOfSubNode(static_cast<unsigned>(count));
+    return PyLong_FromLong(1);
+  });
+}
+
+PyObject* treeSetCountOfRepeat(PyObject*, PyObject* args) {
+  long handle = 0, count = 0;
+  if (!PyArg_ParseTuple(args, "ll", &handle, &count)) return nullptr;
+  auto* node = SGPYpointer<QVMuntypedMessageTree>(handle, "QVMuntypedMessageTree");
+  if (!node || !SGPYcountInRange(count)) return nullptr;
+  return LANguard([&] {
+    node->setCountOfRepeat(static_cast<unsigned>(count));
+    return PyLong_FromLong(1);
+  });
+}
+
+PyObject* treeClear(PyObject*, PyObject* arg) {
+  auto* node = SGPYhandle<QVMuntypedMessageTree>(arg, "QVMuntypedMessageTree");
+  if (!node) return nullptr;
+  return LANguard([&] {
+    node->clear();
+    return PyLong_FromLong(1);
+  });
+}
+
 PyMethodDef SgpyMethods[] = {
     {"SGMfieldRepeatsGetCountOfFieldRepeat", fieldRepeatsGetCountOfFieldRepeat, METH_O, nullptr},
     {"SGMfieldRepeatsSetCountOfFieldRepeat", fieldRepeatsSetCountOfFieldRepeat, METH_VARARGS, nullptr},
@@ -295,6 +404,16 @@ PyMethodDef SgpyMethods[] = {
     {"SGMsegmentGetCountOfField", segmentGetCountOfField, METH_O, nullptr},
     {"SGMsegmentGetFieldRepeats", segmentGetFieldRepeats, METH_VARARGS, nullptr},
     {"SGMsegmentGetField", segmentGetField, METH_VARARGS, nullptr},
+    {"QVMtreeCountOfSubNode", treeCountOfSubNode, METH_O, nullptr},
+    {"QVMtreeCountOfRepeat", treeCountOfRepeat, METH_O, nullptr},
+    {"QVMtreeRepeat", treeRepeat, METH_VARARGS, nullptr},
+    {"QVMtreeSubNode", treeSubNode, METH_VARARGS, nullptr},
+    {"QVMtreeGetValue", treeGetValue, METH_O, nullptr},
+    {"QVMtreeSetValue", treeSetValue, METH_VARARGS, nullptr},
+    {"QVMtreeIsNull", treeIsNull, METH_O, nullptr},
+    {"QVMtreeSetCountOfSubNode", treeSetCountOfSubNode, METH_VARARGS, nullptr},
+    {"QVMtreeSetCountOfRepeat", treeSetCountOfRepeat, METH_VARARGS, nullptr},
+    {"QVMtreeClear", treeClear, METH_O, nullptr},
     {"COLerrorCreate", errorCreate, METH_NOARGS, nullptr},
     {"COLerrorRelease", errorRelease, METH_O, nullptr},
     {"COLerrorGetDescription", errorGetDescription, METH_O, nullptr},

@@ -6,7 +6,8 @@
 //                         None and lets it give None back) and answers the value after, or "None"
 //   --- message cr, --- field N
 //                         a field equation on field N of the message's second segment; the answer
-//                         is that segment written back
+//                         is that segment written back.  Every such case runs twice: on the current
+//                         parser's segment, and on the legacy parser's raw tree, with one answer
 //   --- segments          the raw segments the environment holds, one a line, fields split at blanks
 //   --- host              "name=value" lines the host sets in the globals first
 //   (with no value or field the script runs plain and answers what it printed, less its last line end)
@@ -25,7 +26,9 @@
 #include "LANengine.h"
 #include "LANfunction.h"
 #include "QVMengineInternal.h"
+#include "QVMparser.h"
 #include "QVMuntypedMessageTree.h"
+#include "SCCescaper.h"
 #include "SGMoutput.h"
 #include "SGMstringPool.h"
 #include "SGPparser.h"
@@ -50,9 +53,11 @@ std::vector<std::string> lines(const std::string& Text) {
   return Lines;
 }
 
+enum class Road { Current, Legacy };
+
 class Script {
 public:
-  explicit Script(const TSTdataCase& Case) : Case(Case) {
+  Script(const TSTdataCase& Case, Road Way) : Case(Case), Way(Way) {
     Environment.setEngine(&Engine);
     Engine.setLogSink(&Printed, false);
     if (Case.has("segments")) {
@@ -74,6 +79,12 @@ public:
       Message = Case.text("message");
       if (Parser.parse(Message.data(), Message.size(), *Segments, Separators, SGPparserOptions()) != SGPparsed)
         ADD_FAILURE() << Case.where() << ": the message does not parse";
+      if (Way == Road::Legacy) {
+        Engine.config().setOutputTrailingSeparators(false);  // as the current parser's writer
+        QVMparser Legacy(Engine.config());
+        SCCescaper Escaper;
+        QVMrawParseMessage(Message, Legacy, Escaper, *Raw);
+      }
     }
   }
 
@@ -113,7 +124,10 @@ private:
     LANfunction Function(&Engine.LanguageEngine());
     Function.setCode(Code.c_str());
     if (Case.has("field")) {
-      LAGexecuteFieldEquation(Function, *Pool, Segments->segment(1), std::stoul(Case.argument("field")), Environment);
+      const unsigned Field = std::stoul(Case.argument("field"));
+      // Sub-node 0 of a raw segment is its name.
+      if (Way == Road::Legacy) LAGexecuteSegmentEquation(Function, Raw->node(1, 0)->node(Field + 1, 0), Environment);
+      else LAGexecuteFieldEquation(Function, *Pool, Segments->segment(1), Field, Environment);
       return segment();
     }
     if (!Case.has("value")) {
@@ -153,13 +167,19 @@ private:
 
   std::string segment() {
     COLstring Text;
+    if (Way == Road::Legacy) {
+      Raw->node(1, 0)->makeFlatWire(Text, Engine.config(), 1);
+      return Text.str();
+    }
     COLostream Stream(Text);
     SGMoutputSegment(Segments->segment(1), Separators, Stream);
     return Text.str();
   }
 
   const TSTdataCase& Case;
+  Road Way;
   QVMengineInternal Engine;
+  COLreferencePtr<QVMuntypedMessageTree> Raw = new QVMuntypedMessageTree;
   LAGenvironment Environment;
   COLstring Printed;
   QVMuntypedMessageTree List;
@@ -172,9 +192,8 @@ private:
 
 class LAGscriptData : public ::testing::TestWithParam<TSTdataCase> {};
 
-TEST_P(LAGscriptData, Runs) {
-  const TSTdataCase& Case = GetParam();
-  const std::string Answer = Script(Case).run();
+void expectAnswer(const TSTdataCase& Case, Road Way) {
+  const std::string Answer = Script(Case, Way).run();
   // The expected text's last line end is the file's, not the answer's.
   if (Case.has("expect")) {
     EXPECT_EQ(Answer + "\n", Case.text("expect")) << Case.where();
@@ -193,6 +212,20 @@ TEST_P(LAGscriptData, Runs) {
   }
 }
 
+TEST_P(LAGscriptData, Runs) { expectAnswer(GetParam(), Road::Current); }
+
+class LAGfieldEquationData : public ::testing::TestWithParam<TSTdataCase> {};
+
+TEST_P(LAGfieldEquationData, RunsOnTheLegacyTreeAlike) { expectAnswer(GetParam(), Road::Legacy); }
+
+std::vector<TSTdataCase> fieldEquationCases() {
+  std::vector<TSTdataCase> Cases;
+  for (TSTdataCase& Case : TSTreadDataArea("LAG"))
+    if (Case.has("field")) Cases.push_back(std::move(Case));
+  return Cases;
+}
+
 INSTANTIATE_TEST_SUITE_P(Cases, LAGscriptData, ::testing::ValuesIn(TSTreadDataArea("LAG")), TSTdataParamName);
+INSTANTIATE_TEST_SUITE_P(Cases, LAGfieldEquationData, ::testing::ValuesIn(fieldEquationCases()), TSTdataParamName);
 
 }  // namespace

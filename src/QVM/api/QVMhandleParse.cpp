@@ -2,8 +2,11 @@
 // texts they hand out stay valid until the next call on the same engine.
 #include "QVJparse.h"
 #include "QVJparseContext.h"
+#include "QVMengineMessageDiff.h"
+#include "QVMidentifyMessage.h"
 #include "QVMhandleSupport.h"
 #include "QVMtableInternal.h"
+#include "QVMuntypedMessageTree.h"
 #include "QVPgenerateMessage.h"
 
 namespace {
@@ -32,6 +35,36 @@ void* _QVMengineParseMessageA(void* engine, const char* message, unsigned* messa
 
 void* _QVMengineParseMessageNoPostProcessA(void* engine, const char* message, unsigned* messageIndex, void* table) {
   return QVMhandleParseInto(engine, message, messageIndex, table, QVJengineInternalParseMessageNoPostProcess);
+}
+
+// The raw tree of the legacy tokeniser, each segment with its grammar: a new counted object the
+// caller releases (_QVMreferenceRelease). Its grammars are the engine's: it must not outlive it.
+void* _QVMengineSimpleParse(void* engine, const char* message, void** tree, unsigned* messageIndex) {
+  return QVMhandleGuard([&] {
+    QVMengineHandle& Engine = QVMhandleEngineObject(engine);
+    QVM_HANDLE_OUT(message);
+    QVM_HANDLE_OUT(tree);
+    QVM_HANDLE_OUT(messageIndex);
+    Engine.schema().resetLanguageEngine();
+    COLreferencePtr<QVMuntypedMessageTree> Result = new QVMuntypedMessageTree;
+    QVMengineInternalSimpleParse(Engine.schema(), Engine.parseContext().qvpParseContext(), message, *Result,
+                                 *messageIndex);
+    *tree = QVMhandleNew(Result.get());
+  });
+}
+
+// The comparison as HTML table rows; the text stays valid until the engine's next parse.
+void* _QVMengineMessageDiff(void* engine, const char* first, const char* second, const char** html) {
+  return QVMhandleGuard([&] {
+    QVMengineHandle& Engine = QVMhandleEngineObject(engine);
+    QVM_HANDLE_OUT(first);
+    QVM_HANDLE_OUT(second);
+    QVM_HANDLE_OUT(html);
+    unsigned Differences = 0;
+    QVPparseContext& Context = Engine.parseContext().qvpParseContext();
+    Context.setLastFlatWire(QVMengineInternalMessageDiff(Engine.schema(), first, second, Differences));
+    *html = Context.lastFlatWire().c_str();
+  });
 }
 
 void* _QVMenginePostProcessMessageA(void* engine, const char* message) {

@@ -1,6 +1,6 @@
-// Handle functions whose work this build does not do yet: the simple parse and its error tree,
-// message comparison, transformation, acknowledgements, compiling a script apart from a
-// definition, database connections, and re-making parse contexts.  Each checks its handle like
+// Handle functions whose work this build does not do yet: the error tree of a parse,
+// transformation, acknowledgements, compiling a script apart from a definition, database
+// connections, and re-making parse contexts.  Each checks its handle like
 // the others, then returns an error handle that says what is missing.
 #include "QVMhandleSupport.h"
 
@@ -19,9 +19,7 @@ const char kParsing[] = "Message parsing";
 
 extern "C" {
 
-QVM_ENGINE_UNAVAILABLE(_QVMengineSimpleParse, kParsing, const char*, void**, unsigned*)
 QVM_ENGINE_UNAVAILABLE(_QVMengineGetErrorTree, kParsing, void**)
-QVM_ENGINE_UNAVAILABLE(_QVMengineMessageDiff, "Message comparison", const char*, const char*, const char**)
 QVM_ENGINE_UNAVAILABLE(_QVMengineTransformMessage, "Message transformation", const char*, unsigned, unsigned,
                        const char**, unsigned*, int)
 QVM_ENGINE_UNAVAILABLE(_QVMengineGenerateAckFromMessage, "Acknowledgement generation", const char*, const char**)

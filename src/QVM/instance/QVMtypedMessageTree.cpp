@@ -15,17 +15,14 @@ int64_t g_TotalNodeCount = 0;  // diagnostic only, not synchronised
 
 class QVMtypedTreePrivateType;
 
-// A list whose length can drop below its storage; kept objects are cleared on reuse.
+// A list whose length can drop below its storage; kept objects are cleared on reuse. A kept
+// node that shares its content with another tree (`replaceNode`) is dropped instead: clearing it
+// would clear that other tree's node too, which may be in use again already.
 struct QVMtypedSlots {
   std::vector<COLreferencePtr<QVMtypedMessageTree>> nodes;
   unsigned length = 0;
 
-  void growTo(unsigned Length) {
-    if (nodes.size() < Length) nodes.resize(Length);
-    for (unsigned i = length; i < Length; ++i)
-      if (nodes[i]) nodes[i]->clear();
-    length = Length;
-  }
+  void growTo(unsigned Length);
   QVMtypedMessageTree* filled(unsigned Index, QVMtypedMessageTree* Parent) {
     if (!nodes[Index]) nodes[Index] = new QVMtypedMessageTree(Parent);
     return nodes[Index].get();
@@ -53,6 +50,18 @@ public:
   QVMtypedSlots repeatNode;
   QVMtypedSlots subNode;
 };
+
+void QVMtypedSlots::growTo(unsigned Length) {
+  if (nodes.size() < Length) nodes.resize(Length);
+  for (unsigned i = length; i < Length; ++i) {
+    if (!nodes[i]) continue;
+    if (nodes[i]->pMember->countOfRef() > 1)
+      nodes[i] = nullptr;
+    else
+      nodes[i]->clear();
+  }
+  length = Length;
+}
 
 // Stateless, shared: how one data type keeps, resets and prints its value.
 class QVMtypedTreePrivateType {
@@ -337,6 +346,9 @@ QVMtypedMessageTree* QVMtypedMessageTree::parent() const { return pMember->paren
 
 // A kept node comes back as a new one would be, its type aside.
 void QVMtypedMessageTree::clear() {
+  // A node reused for the next message starts without the last one's segment.
+  if (pMember->label) pMember->label->clear();
+  pMember->segmentGrammar = nullptr;
   pMember->subNode.length = 0;
   pMember->repeatNode.length = 0;
   pMember->IsNull = true;

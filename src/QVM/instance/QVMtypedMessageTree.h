@@ -82,6 +82,7 @@ public:
   static int64_t totalNodeCount();
 
 private:
+  friend struct QVMtypedSlots;
   QVMtypedMessageTree* slot(unsigned SubNode, unsigned Repeat) const;
 
   COLreferencePtr<QVMtypedMessageTreePrivate> pMember;

@@ -76,6 +76,15 @@ public:
     if (buffer) buffer->Release();
   }
   unsigned type() const override { return QVMuntypedMessageTree::eLabelNode; }
+  // A node reused for the next message must not keep what the last one said of its segment;
+  // the buffer stays, for the next message's text.
+  void clear() override {
+    QVMuntypedMessageTreePrivate::clear();
+    segmentGrammar = nullptr;
+    label.clear();
+    errorCode.clear();
+    errorDescription.clear();
+  }
 
   const QVMsegmentGrammar* segmentGrammar = nullptr;
   COLbuffer* buffer = nullptr;

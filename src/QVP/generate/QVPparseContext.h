@@ -1,5 +1,6 @@
-// The state of one engine's translations that generation shares with parsing: the escaper,
-// the last text seen (results point into it), and the script environment.
+// The state of one engine's translations that generation shares with parsing: the parser and
+// escaper, the last text seen (results point into it), the script environment, and the trees
+// of the legacy parser, kept from message to message so their nodes are reused.
 #pragma once
 
 #include <memory>
@@ -9,6 +10,9 @@
 #include "SCCescaper.h"
 
 class QVMengineInternal;
+class QVMparser;
+class QVMtypedMessageTree;
+class QVMuntypedMessageTree;
 
 // Shared by both parser generations.
 class QVPparseContext {
@@ -21,8 +25,9 @@ public:
   QVMengineInternal* schema() const;
   // Also tells the environment which engine it serves.
   void setSchema(QVMengineInternal* Schema);
-  // Rebuilds the escaper from the present configuration, so a change applies at once.
+  // Rebuilds the parser and escaper from the present configuration, so a change applies at once.
   void initParser();
+  QVMparser& parser();
   SCCescaper& escaper();
   const COLstring& lastFlatWire() const;
   void setLastFlatWire(const COLstring& Text);
@@ -31,6 +36,14 @@ public:
   // Trades the last text for `Text`, buffers included.
   void swapLastFlatWire(COLstring& Text);
   LAGenvironment& pythonEnvironment();
+
+  // The legacy parser's message: raw segments (the environment's segment list), the typed
+  // segments, and the typed segments arranged by the message grammar.
+  QVMuntypedMessageTree& rawSegmentList();
+  QVMtypedMessageTree& typedSegmentList();
+  QVMtypedMessageTree& structuredMessage();
+  // Drops the arranged message for a fresh empty one.
+  void clearStructuredMessage();
 
 private:
   struct Private;

@@ -52,5 +52,7 @@ bool SGCextractDateTime(const SGMvalue& value, const QVMdateTimeGrammar& grammar
 
 // Reads the value by the grammar's mask.  Empty or "" gives a null result and true.  Throws
 // 0x80000600 when the text ends before a mask whose fields are all required.
+// The legacy parser reads a zone of one digit where only one character is left.
+enum class SGCzoneDigits { Two, OneAtEnd };
 bool SGCdateTimeGrammarConvertStringToDateTime(const QVMdateTimeGrammar& grammar, const SGMvalue& value,
-                                               QVMdateTimeInternal& result);
+                                               QVMdateTimeInternal& result, SGCzoneDigits zone = SGCzoneDigits::Two);

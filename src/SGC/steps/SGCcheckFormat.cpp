@@ -79,7 +79,7 @@ struct SGCdateTimeFields {
 
 // One mask item; false ends the reading with a bad value.
 bool SGCreadMaskItem(uint32_t item, const char* text, uint32_t length, uint32_t& position,
-                     SGCdateTimeFields& fields) {
+                     SGCdateTimeFields& fields, SGCzoneDigits zone) {
   switch (item) {
     case QVMdateTimeGrammar::MaskYear:
       return SGCevaluateInteger(text, length, position, 4, fields.Year);
@@ -107,7 +107,8 @@ bool SGCreadMaskItem(uint32_t item, const char* text, uint32_t length, uint32_t&
       if (Sign != '+' && Sign != '-') return false;
       ++position;
       int Zone = 0;
-      SGCevaluateInteger(text, length, position, 2, Zone);
+      const uint32_t Digits = zone == SGCzoneDigits::OneAtEnd && length - position == 1 ? 1 : 2;
+      SGCevaluateInteger(text, length, position, Digits, Zone);
       fields.Zone = Sign == '-' ? -Zone : Zone;
       // The minutes of the zone are not kept.
       position = length - position < 2 ? length : position + 2;
@@ -172,7 +173,7 @@ bool SGCextractDateTime(const SGMvalue& value, const QVMdateTimeGrammar& grammar
 }
 
 bool SGCdateTimeGrammarConvertStringToDateTime(const QVMdateTimeGrammar& grammar, const SGMvalue& value,
-                                               QVMdateTimeInternal& result) {
+                                               QVMdateTimeInternal& result, SGCzoneDigits zone) {
   const uint32_t Length = value.length();
   const char* Text = value.data();
   if (Length == 0 || (Length == 2 && Text[0] == '"' && Text[1] == '"')) {
@@ -185,7 +186,7 @@ bool SGCdateTimeGrammarConvertStringToDateTime(const QVMdateTimeGrammar& grammar
   uint32_t Item = 0;
   const uint32_t Items = grammar.countOfMaskItem();
   for (; Item < Items && Position < Length && Ok; ++Item)
-    Ok = SGCreadMaskItem(grammar.maskItem(Item), Text, Length, Position, Fields);
+    Ok = SGCreadMaskItem(grammar.maskItem(Item), Text, Length, Position, Fields, zone);
   if (Ok && Position >= Length && Item < Items && grammar.fieldsRequired()) {
     throw COLerror("Invalid date/time format '" + value.asString() + "'. " +
                        "It might be an idea to change the Date/Time format '" + grammar.name() +

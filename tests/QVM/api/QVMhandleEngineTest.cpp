@@ -12,7 +12,7 @@
 //   order -> message indexes in match order | move I POSITION | matchorder I | nextofstale | setack I
 //   setflag reject|passthru V | flag reject|dotnet|passthru | add table|datetime|enumeration|composite
 //   gettable I | removetable I | version | printable TEXT END | parseable TEXT|null END
-//   tostandardxml-nohandle | fromstandardxml XML | simpleparse TEXT | tibco | schema KIND | badhandle
+//   tostandardxml-nohandle | fromstandardxml XML | errortree | tibco | schema KIND | badhandle
 #include <fstream>
 #include <map>
 #include <vector>
@@ -153,7 +153,7 @@ private:
       return text(_QVMengineTranslateMessageToHl7StandardXml(nullptr, "x", &Text), Text);
     if (Verb == "fromstandardxml")
       return text(_QVMengineTranslateHl7StandardXmlToMessage(Engine, word(1).c_str(), &Text), Text);
-    if (Verb == "simpleparse") return call(_QVMengineSimpleParse(Engine, word(1).c_str(), &Object, &Index)), "";
+    if (Verb == "errortree") return call(_QVMengineGetErrorTree(Engine, &Object)), "";
     if (Verb == "tibco") return text(_QVMengineGetTibcoSchema(Engine, &Text), Text);
     if (Verb == "schema") return text(_QVMengineGenerateSchema(Engine, index(1), &Text), Text);
     if (Verb == "badhandle") return call(_QVMtableCountOfRow(reinterpret_cast<void*>(-1), &Index)), "";

@@ -54,6 +54,27 @@ TEST_F(QVMhandleParse, AFailedParseReportsTheDiagnosticsAndTheShortText) {
   EXPECT_HANDLE_OK(_QVMengineParseMessageA(engine, Admission, &index, table));
 }
 
+TEST_F(QVMhandleParse, ASimpleParseGivesTheRawTreeAndTheIndexWithoutATable) {
+  unsigned index = 99;
+  void* tree = nullptr;
+  EXPECT_HANDLE_OK(_QVMengineSimpleParse(engine, Admission, &tree, &index));
+  ASSERT_NE(tree, nullptr);
+  const char* name = nullptr;
+  EXPECT_HANDLE_OK(_QVMengineMessageName(engine, index, &name));
+  EXPECT_STREQ(name, "ADT_A01");
+  EXPECT_HANDLE_OK(_QVMreferenceRelease(tree));
+  // A message no definition claims is no error: its index is the count of messages.
+  unsigned count = 0;
+  EXPECT_HANDLE_OK(_QVMengineCountOfMessage(engine, &count));
+  EXPECT_HANDLE_OK(_QVMengineSimpleParse(engine, "MSH|^~\\&|||||||ZZZ\r", &tree, &index));
+  EXPECT_EQ(index, count);
+  EXPECT_HANDLE_OK(_QVMreferenceRelease(tree));
+  tree = nullptr;
+  const QVMhandleOutcome outcome = QVMoutcome(_QVMengineSimpleParse(engine, "MSH|", &tree, &index));
+  EXPECT_EQ(outcome.code, 0x80001100u);
+  EXPECT_EQ(tree, nullptr);
+}
+
 TEST_F(QVMhandleParse, ATableAndItsXmlGoBackToTheMessageAndFaultsGiveErrorHandles) {
   unsigned index = 99;
   EXPECT_HANDLE_OK(_QVMengineParseMessageA(engine, Admission, &index, table));

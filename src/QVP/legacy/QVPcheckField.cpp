@@ -1,0 +1,105 @@
+#include "QVPcheckField.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+
+#include "COLerror.h"
+#include "QVMcompositeGrammar.h"
+#include "QVMdateTimeInternal.h"
+#include "QVMtypedMessageTree.h"
+#include "QVMuntypedMessageTree.h"
+#include "SCCescaper.h"
+#include "SGCcheck.h"
+#include "SGMvalue.h"
+
+void QVPcheckComposite(QVMuntypedMessageTree& Raw, QVMtypedMessageTree& Typed, const QVMcompositeGrammar& Composite,
+                       const SCCescaper& Escaper, bool Strict) {
+  if (Composite.countOfField() == 1) {
+    QVPcheckField(Raw, Typed, Composite, 0, Escaper, Strict);
+    return;
+  }
+  if (Raw.countOfSubNode() > 0) {
+    // Components beyond the grammar are dropped without a word.
+    const unsigned Count = std::min<unsigned>(Raw.countOfSubNode(), Composite.countOfField());
+    for (unsigned Index = 0; Index < Count; ++Index)
+      QVPcheckField(*Raw.node(Index, 0), *Typed.makeNodeUpTo(Index, 0), Composite, Index, Escaper, Strict);
+  } else if (Raw.isNull()) {
+    Typed.setNull();
+  } else if (Composite.countOfField() > 0) {
+    QVPprocessSingleOccuranceOfSubNode(Raw, Typed, Composite, Escaper, Strict);
+  }
+}
+
+void QVPprocessSingleOccuranceOfSubNode(QVMuntypedMessageTree& Raw, QVMtypedMessageTree& Typed,
+                                        const QVMcompositeGrammar& Composite, const SCCescaper& Escaper, bool Strict) {
+  QVPcheckField(Raw, *Typed.makeNodeUpTo(0, 0), Composite, 0, Escaper, Strict);
+}
+
+void QVPcheckField(QVMuntypedMessageTree& Raw, QVMtypedMessageTree& Typed, const QVMcompositeGrammar& Composite,
+                   unsigned FieldIndex, const SCCescaper& Escaper, bool Strict) {
+  if (Composite.fieldDataType(FieldIndex) != QVMcompositeType) {
+    QVPcheckLeafGrammar(Raw, Composite, Typed, FieldIndex, Escaper, Strict);
+    return;
+  }
+  const QVMcompositeGrammar* Inner = Composite.fieldCompositeType(FieldIndex);
+  COL_PRECONDITION_TEXT(Inner != nullptr, "Grammar.fieldCompositeType(FieldIndex) != NULL");
+  QVPcheckComposite(Raw, Typed, *Inner, Escaper, Strict);
+}
+
+void QVPcheckLeafGrammar(QVMuntypedMessageTree& Raw, const QVMcompositeGrammar& Composite, QVMtypedMessageTree& Typed,
+                         unsigned FieldIndex, const SCCescaper& Escaper, bool Strict) {
+  const QVMdataType Type = Composite.fieldDataType(FieldIndex);
+  COL_PRECONDITION_TEXT(Type != QVMcompositeType, "Grammar.fieldDataType(FieldIndex) != QVMcompositeType");
+  // A leaf that came with components (a^b or a&b where the grammar wants one value) takes the
+  // first, however deep it stands.
+  const QVMuntypedMessageTree* Source = &Raw;
+  if (Raw.countOfSubNode() > 0) COL_PRECONDITION_TEXT(Raw.isNull(), "Node.isNull()");
+  while (Source->countOfSubNode() > 0) Source = Source->node(0, 0);
+  const char* Value = Source->isNull() ? nullptr : Source->getValue();
+  if (Value == nullptr || *Value == '\0') {
+    Typed.setDataPresent(QVMdataPresentEmpty);
+    return;
+  }
+  uint32_t Present = QVMdataPresentConverted;
+  switch (Type) {
+    case QVMintegerType:
+      Typed.setIntegerValue(std::atoi(Value));
+      break;
+    case QVMdoubleType:
+      Typed.setDoubleValue(std::strtod(Value, nullptr));
+      break;
+    case QVMdateTimeType: {
+      const QVMdateTimeGrammar* Grammar = Composite.fieldDateTimeGrammar(FieldIndex);
+      COL_PRECONDITION_TEXT(Grammar != nullptr, "NULL != Grammar.fieldDateTimeGrammar(FieldIndex)");
+      QVMdateTimeInternal DateTime;
+      if (!QVPdateTimeGrammarConvertStringToDateTime(*Grammar, Value, DateTime)) Present = QVMdataPresentNotConverted;
+      Typed.setDateTimeValue(DateTime);
+      break;
+    }
+    default: {  // string and enumeration
+      COLstring Text;
+      Escaper.unescapeString(Text, Value, Strict);
+      Typed.setStringValue(Text);
+      break;
+    }
+  }
+  if (std::strcmp(Value, "\"\"") == 0) Present = QVMdataPresentExplicitNull;
+  Typed.setDataPresent(Present);
+}
+
+bool QVPdateTimeGrammarConvertStringToDateTime(const QVMdateTimeGrammar& Grammar, const char* Value,
+                                               QVMdateTimeInternal& Result) {
+  SGMvalue Text;
+  Text.set(Value, static_cast<uint32_t>(std::strlen(Value)));
+  return SGCdateTimeGrammarConvertStringToDateTime(Grammar, Text, Result, SGCzoneDigits::OneAtEnd);
+}
+
+void QVPthrowGrammarException(const char* Text, unsigned Code, unsigned SegmentIndex, unsigned RepeatIndex,
+                              const char* SegmentName) {
+  COLerror Error(Text, Code);
+  Error.setParameter("MessageSegmentIndex", SegmentIndex + 1);
+  Error.setParameter("SegmentRepeatIndex", RepeatIndex);
+  if (SegmentName != nullptr) Error.setParameter("MessageSegmentName", SegmentName);
+  throw Error;
+}

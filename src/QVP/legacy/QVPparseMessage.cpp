@@ -1,0 +1,73 @@
+#include "QVPparseMessage.h"
+
+#include "COLerror.h"
+#include "COLostream.h"
+#include "LAGenvironment.h"
+#include "QVMconfig.h"
+#include "QVMengineInternal.h"
+#include "QVMidentifyMessage.h"
+#include "QVMlegacyFill.h"
+#include "QVMmessageChecker.h"
+#include "QVMmessageDefinitionInternal.h"
+#include "QVMparser.h"
+#include "QVMsegmentValidationRule.h"
+#include "QVMtableInternal.h"
+#include "QVMtypedMessageTree.h"
+#include "QVMuntypedMessageTree.h"
+#include "QVPparseContext.h"
+#include "QVPvalidationRule.h"
+
+void QVPengineInternalParseMessage(QVPparseContext& Context, const COLstring& Message, unsigned& MessageIndex,
+                                   QVMtableInternal& Table, QVMsegmentAsStringFunction AsStringFunction,
+                                   QVMcheckUntypedSegmentFunction CheckFunction) {
+  COL_PRECONDITION_TEXT(CheckFunction != nullptr, "pCheckUntypedTreeSegmentFunction != 0");
+  QVMengineInternal& Engine = *Context.schema();
+  const QVMconfig& Config = static_cast<const QVMengineInternal&>(Engine).config();
+  const unsigned Version = Config.parserVersion();
+  if (Version != QVMparserLegacy && Version != QVMparserSegmentChecker3) {
+    COLstring Text;
+    COLostream(Text) << "Unknown/Invalid Parser Version : " << Version;
+    throw COLerror(Text, COL_ERROR_PRECONDITION);
+  }
+  LAGenvironment& Environment = Context.pythonEnvironment();
+  QVMparser& Parser = Context.parser();
+  QVMuntypedMessageTree& Raw = Context.rawSegmentList();
+  QVMtypedMessageTree& Typed = Context.typedSegmentList();
+  QVMrawParseMessage(Message, Parser, Context.escaper(), Raw);
+  MessageIndex = QVMengineInternalIdentifyMessage(Engine, Context);
+  QVMmessageDefinitionInternal& Definition = *Engine.message(MessageIndex);
+  Environment.resetCountOfSegmentInMessage(Raw.countOfSubNode());
+  const bool Reject = Engine.rejectBadSegmentGrammar();
+  if (Version == QVMparserLegacy)
+    QVMengineInternalCheckSegments(Engine, Definition, Parser, Context.escaper(), Raw, Typed, Environment, Reject,
+                                   AsStringFunction, CheckFunction);
+
+  // Checker 3 types each segment once it has found its place.
+  QVMmessageChecker3Hooks Hooks;
+  Hooks.CheckSegment = [&](const QVMsegmentGrammar& Grammar, QVMuntypedMessageTree& Segment,
+                           QVMtypedMessageTree& TypedList) {
+    QVMsegmentChecker().checkSegment(Engine.LanguageEngine(), Segment, TypedList, Grammar, Context.escaper(),
+                                     Raw.getBuffer(), Environment);
+  };
+  Hooks.AsString = [&](QVMuntypedMessageTree& Segment) {
+    return AsStringFunction ? AsStringFunction(Parser, Segment) : COLstring();
+  };
+  Hooks.Check = [&](QVMuntypedMessageTree& Segment, const QVMsegmentGrammar& Grammar, const COLstring& Text) {
+    CheckFunction(Parser, Segment, Grammar, Text);
+  };
+  Hooks.RunRuleScript = [&](const LANfunction&, const void*, QVMsegmentValidationRuleSituationalPython&) {
+    throw COLerror("Script validation rules are not available on the legacy parser (parser version 0 or 1) in this "
+                   "build of the engine; set the configuration's parser version to 2.",
+                   COL_ERROR_PRECONDITION);
+  };
+  unsigned Flags = 0;
+  if (Reject) Flags |= QVMcheckerRejectBadSegmentGrammar;
+  if (Config.countOfHeaderFieldsToSkip() > 2) Flags |= QVMcheckerHasHeaderEncodingChars;
+  if (Config.disableUntypedTreeInException()) Flags |= QVMcheckerDisableUntypedTreeInException;
+  QVMengineInternalValidateAndSortSegments(Version, Definition, Hooks, Flags, Raw, Typed, Context.structuredMessage());
+
+  COL_PRECONDITION_TEXT(Definition.messageGrammar() != nullptr, "NULL != pMessageDef->messageGrammar()");
+  Table.makeEmptyTable(&Definition.tableGrammar());
+  QVMengineInternalFillTable(Engine, Table, Definition.tableGrammar(), *Definition.messageGrammar(),
+                             Context.structuredMessage(), nullptr, Environment);
+}
