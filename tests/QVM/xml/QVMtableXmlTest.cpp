@@ -209,7 +209,7 @@ TEST_F(QVMtableXml, ValuesWithControlBytesXmlCannotHoldAreRefusedByName) {
 // and a leading digit becomes "_".  The reader must find message and columns by the tag written,
 // in both tag forms, or its own output does not read back.
 TEST_F(QVMtableXml, NamesTheWriterHadToChangeReadBackInBothTagForms) {
-  Message->setName("ADT_\xC401");
+  Message->setName("ADT_\xC4" "01");
   Patient->setTableName("P\xE4tient");
   Patient->setColumnName(1, "N\xE4me");
   Patient->setColumnName(0, "1stId");
