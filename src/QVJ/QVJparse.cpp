@@ -70,6 +70,9 @@ void QVJengineInternalParseMessageNoPostProcess(QVJparseContext& Context, const 
     Shared.setLastFlatWire(Message);
     COLstring Working;
     const QVMconfig& Config = static_cast<const QVMengineInternal&>(Engine).config();
+    // Only the legacy parser builds a list of raw segments for the segment iterator of scripts; on
+    // the current road a script asking for one is told so rather than handed an empty list.
+    Environment.setSegmentList(Config.parserVersion() == QVMparserCurrent ? nullptr : &Shared.rawSegmentList());
     QVJconfigPreProcessMessage(Config, Message, Working, Environment);
     switch (Config.parserVersion()) {
       case QVMparserCurrent:

@@ -11,8 +11,9 @@
 //                         the log's bytes through a pipe; one run a
 //                         line (an empty section: no arguments), every run but the last must
 //                         succeed, the checks are on the last
-//   edit PATH [options]   the first line a text, the rest its replacement, made in {tmp}/PATH before
-//                         the last run; with no such file, in a copy of {src}/PATH as {tmp}/<its name>
+//   edit... PATH [options] keys starting "edit": the first line a text, the rest its replacement,
+//                         made in {tmp}/PATH before the last run, in the keys' order; with no such
+//                         file, in a copy of {src}/PATH as {tmp}/<its name>
 //   status                the exit status, default 0
 //   error                 the error report, from "Error Code:" up to "Diagnostic info follows:"
 //   output                everything printed: counters but the last taken out, times as "<seconds>",
@@ -98,18 +99,21 @@ TEST_P(APPdata, ToolRun) {
   int Status = 0;
   std::string Output;
   for (size_t Run = 0; Run < Lines.size(); ++Run) {
-    if (Run + 1 == Lines.size() && Case.has("edit")) {
-      const std::filesystem::path Path = Case.argument("edit"), Copy = Dir / Path.filename();
-      const std::filesystem::path Target = std::filesystem::exists(Dir / Path) ? Dir / Path : Copy;
-      std::string Text = readFile(Target == Copy ? MSGBRIDGE_SOURCE_DIR / Path : Target);
-      const std::string& Edit = Case.text("edit");  // the replacement may hold line ends of its own
-      const std::string From = Edit.substr(0, Edit.find('\n'));
-      const std::string To = Edit.substr(From.size() + 1, Edit.size() - From.size() - 2);
-      const size_t At = Text.find(From);
-      ASSERT_NE(At, std::string::npos) << From;
-      Text.replace(At, From.size(), To);
-      std::ofstream(Target, std::ios::binary) << Text;
-    }
+    if (Run + 1 == Lines.size())
+      for (const auto& [Key, Section] : Case.Sections) {
+        if (Key.rfind("edit", 0) != 0) continue;
+        const std::filesystem::path Path = Section.Argument, Copy = Dir / Path.filename();
+        const std::filesystem::path Target = std::filesystem::exists(Dir / Path) ? Dir / Path : Copy;
+        // A later edit of the same file works on the copy an earlier one made.
+        std::string Text = readFile(std::filesystem::exists(Target) ? Target : MSGBRIDGE_SOURCE_DIR / Path);
+        const std::string& Edit = Section.Text;  // the replacement may hold line ends of its own
+        const std::string From = Edit.substr(0, Edit.find('\n'));
+        const std::string To = Edit.substr(From.size() + 1, Edit.size() - From.size() - 2);
+        const size_t At = Text.find(From);
+        ASSERT_NE(At, std::string::npos) << From;
+        Text.replace(At, From.size(), To);
+        std::ofstream(Target, std::ios::binary) << Text;
+      }
     std::string Arguments = replaceAll(Lines[Run], "{definition}", Definition);
     Arguments = replaceAll(replaceAll(replaceAll(Arguments, "{log}", (Dir / "log").string()), "{tmp}", Dir.string()),
                            "{src}", MSGBRIDGE_SOURCE_DIR);
