@@ -1,4 +1,5 @@
-// The legacy road's incoming table equation: one column of one row, run as the row is filled.
+// The incoming table equation of one cell: the legacy road runs it as a row is filled, the current
+// road over the filled table.
 #pragma once
 
 class LAGenvironment;

@@ -18,6 +18,7 @@
 #include "QVMtableDefinitionInternal.h"
 #include "QVMtableGrammarInternal.h"
 #include "QVMtableInternal.h"
+#include "QVPtableEquation.h"
 #include "SGCcheck.h"
 #include "SGCparsed.h"
 #include "SGMsegmentList.h"
@@ -414,33 +415,11 @@ void SGCexecuteInboundTableEquations(QVMengineInternal& Engine, QVMtableInternal
   for (unsigned Column = 0; Column < Table.countOfColumn() && !Any; ++Column)
     Any = Definition.incomingFunction(Column).state() != LANfunction::StateEmpty;
   if (!Any) return;
-  const bool DisablePythonNone = static_cast<const QVMengineInternal&>(Engine).config().disablePythonNone();
   // All equations of a row run, then the row goes if one of them asked; the next row takes its index.
   for (unsigned Row = 0; Row < Table.countOfRow();) {
     bool RemoveRow = false;
-    for (unsigned Column = 0; Column < Table.countOfColumn(); ++Column) {
-      LANfunction& Function = Definition.incomingFunction(Column);
-      if (Function.state() == LANfunction::StateEmpty) continue;
-      try {
-        if (!Function.isSet()) Function.execute();
-        LANengineSwap Swap(*Function.engine());
-        LAGstandardPrep(Function, LAGtableEquation, Environment);
-        Environment.setTableDefinition(&Definition);
-        struct Reset {
-          LAGenvironment& environment;
-          ~Reset() { environment.setTableDefinition(nullptr); }
-        } ResetDefinition{Environment};
-        LAGexecuteTableEquation(Function, Engine.LanguageEngine(), Table, Column, Row, RemoveRow, DisablePythonNone,
-                                Environment);
-      } catch (const COLerror& Caught) {
-        COLstring Text;
-        COLostream(Text) << "The table equation of " << Definition.tableName() << "." << Definition.columnName(Column)
-                         << " (row " << (Row + 1) << ") failed:\r\n" << Caught.description() << flush;
-        COLerror Error(Caught);
-        Error.setDescription(Text);
-        throw Error;
-      }
-    }
+    for (unsigned Column = 0; Column < Table.countOfColumn(); ++Column)
+      QVPexecuteInboundTableEquation(Engine, Table, Column, Row, RemoveRow, Environment);
     if (RemoveRow)
       Table.removeRow(Row);
     else
