@@ -12,6 +12,7 @@
 #include "LANenginePrivate.h"
 #include "LANfunction.h"
 #include "QVMtableInternal.h"
+#include "QVMtypedMessageTree.h"
 #include "QVMuntypedMessageTree.h"
 #include "SGPYmodule.h"
 #include "SGMsegmentList.h"
@@ -273,24 +274,83 @@ std::optional<COLerror> LAGruleError(PyObject* exceptionModule, PyObject* value)
 
 }  // namespace
 
+namespace {
+
+// What every validation rule script sees besides its objects: qvmexception, bound in the globals
+// and in the module quovane, the exception class, and quovane's names.
+class LAGruleScope {
+public:
+  explicit LAGruleScope(PyObject* globals)
+      : m_ExceptionModule(LAGimport("brelmont.COLquovaneException")),
+        m_Exception(LAGcall(m_ExceptionModule, "CreateLegacyExceptionObject")) {
+    LANcheckStatus(PyDict_SetItemString(globals, "qvmexception", m_Exception));
+    PyObject* quovane = static_cast<PyObject*>(LAGfindQuovaneModule());
+    LANcheckStatus(PyDict_SetItemString(PyModule_GetDict(quovane), "qvmexception", m_Exception));
+    LANobjectPtr exceptionClass = LANcheckCall(PyObject_GetAttrString(m_ExceptionModule, "QuovaneException"));
+    m_ClassBinding.emplace(globals, "QuovaneException", exceptionClass);
+    LAGimportQuovaneNames(globals);
+  }
+
+  // Runs the rule; a raise of qvmexception comes back as the rule's COLerror, any other error as
+  // the Python error with its traceback.
+  void run(const LANfunction& function, PyObject* globals, PyObject* locals) {
+    LANobjectPtr result = PyEval_EvalCode(reinterpret_cast<PyObject*>(function.compiledModule()), globals, locals);
+    if (result && !PyErr_Occurred()) return;
+    PyObject *type = nullptr, *value = nullptr, *traceback = nullptr;
+    PyErr_Fetch(&type, &value, &traceback);
+    PyErr_NormalizeException(&type, &value, &traceback);
+    if (traceback != nullptr && value != nullptr) PyException_SetTraceback(value, traceback);
+    std::optional<COLerror> raised;
+    try {
+      raised = LAGruleError(m_ExceptionModule, value);
+    } catch (...) {
+      Py_XDECREF(type);
+      Py_XDECREF(value);
+      Py_XDECREF(traceback);
+      throw;
+    }
+    if (raised) {
+      Py_XDECREF(type);
+      Py_XDECREF(value);
+      Py_XDECREF(traceback);
+      throw *raised;
+    }
+    LANhandleError(type, value, traceback);
+  }
+
+private:
+  PyObject* m_ExceptionModule;
+  LANobjectPtr m_Exception;
+  std::optional<LAGbinding> m_ClassBinding;
+};
+
+// The owner of a rule's objects: once the rule has run they refuse every use, so a script that
+// keeps one in a global cannot reach a finished message or its grammar check.
+class LAGruleOwner {
+public:
+  explicit LAGruleOwner(LAGenvironment& environment)
+      : m_Object(LANcheckCall(LAGnewEnvironmentObject(&environment))) {}
+  ~LAGruleOwner() { LAGdetachEnvironmentObject(m_Object); }
+  LAGruleOwner(const LAGruleOwner&) = delete;
+  LAGruleOwner& operator=(const LAGruleOwner&) = delete;
+  PyObject* get() const { return m_Object.get(); }
+
+private:
+  LANobjectPtr m_Object;
+};
+
+}  // namespace
+
 void LAGexecutePythonValidationRule(const LANfunction& function, LANengine& engine, SGMstringPool& pool,
                                     SGMsegment& segment, unsigned fieldIndex) {
   COL_PRECONDITION_TEXT(function.isValidAndCompiled(), "Function.isValidAndCompiled()");
   LANengineSwap swap(engine);
   PyObject* globals = engine.globalDictionary();
   PyObject* locals = engine.localDictionary();
-  PyObject* exceptionModule = LAGimport("brelmont.COLquovaneException");
+  LAGruleScope scope(globals);
   PyObject* sgm = LAGimport("brelmont.SGM");
   PyObject* fieldModule = LAGimport("brelmont.SGMquovaneFieldObject");
   PyObject* segmentModule = LAGimport("brelmont.SGMquovaneSegmentObject");
-
-  LANobjectPtr qvmexception = LAGcall(exceptionModule, "CreateLegacyExceptionObject");
-  LANcheckStatus(PyDict_SetItemString(globals, "qvmexception", qvmexception));
-  PyObject* quovane = static_cast<PyObject*>(LAGfindQuovaneModule());
-  LANcheckStatus(PyDict_SetItemString(PyModule_GetDict(quovane), "qvmexception", qvmexception));
-  LANobjectPtr exceptionClass = LANcheckCall(PyObject_GetAttrString(exceptionModule, "QuovaneException"));
-  LAGbinding exceptionBinding(globals, "QuovaneException", exceptionClass);
-  LAGimportQuovaneNames(globals);
 
   LANobjectPtr poolHandle = LAGhandle(&pool), segmentHandle = LAGhandle(&segment);
   LANobjectPtr poolObject = LAGcall(sgm, "SGMstringPool", poolHandle.get());
@@ -306,29 +366,34 @@ void LAGexecutePythonValidationRule(const LANfunction& function, LANengine& engi
     field = Py_NewRef(Py_None);
   }
   LAGbinding fieldBinding(locals, "validation_field", field);
+  scope.run(function, globals, locals);
+}
 
-  LANobjectPtr result = PyEval_EvalCode(reinterpret_cast<PyObject*>(function.compiledModule()), globals, locals);
-  if (result && !PyErr_Occurred()) return;
-  PyObject *type = nullptr, *value = nullptr, *traceback = nullptr;
-  PyErr_Fetch(&type, &value, &traceback);
-  PyErr_NormalizeException(&type, &value, &traceback);
-  if (traceback != nullptr && value != nullptr) PyException_SetTraceback(value, traceback);
-  std::optional<COLerror> raised;
-  try {
-    raised = LAGruleError(exceptionModule, value);
-  } catch (...) {
-    Py_XDECREF(type);
-    Py_XDECREF(value);
-    Py_XDECREF(traceback);
-    throw;
+void LAGexecutePythonValidationRule(const LANfunction& function, QVMtypedMessageTree* segment, unsigned fieldIndex,
+                                    QVMmessageGrammar* grammar, LAGmessageGrammarListener* listener,
+                                    const QVMsegmentValidationRule* rule, LAGenvironment& environment) {
+  COL_PRECONDITION_TEXT(function.isValidAndCompiled(), "Function.isValidAndCompiled()");
+  COL_PRECONDITION(segment != nullptr);
+  LANengine& engine = LAGengineOf(function);
+  LANengineSwap swap(engine);
+  PyObject* globals = engine.globalDictionary();
+  PyObject* locals = engine.localDictionary();
+  LAGruleScope scope(globals);
+  LAGruleOwner owner(environment);
+
+  LANobjectPtr segmentObject = LANcheckCall(LAGnewTypedSegmentObject(owner.get(), segment));
+  LAGbinding segmentBinding(locals, "segment", segmentObject);
+  const bool hasField = fieldIndex < segment->countOfSubNode() && segment->node(fieldIndex, 0) != nullptr;
+  LANobjectPtr field = hasField ? LANcheckCall(LAGnewTypedFieldObject(owner.get(), segment->node(fieldIndex, 0)))
+                                : Py_NewRef(Py_None);
+  LAGbinding fieldBinding(locals, "validation_field", field);
+  // Only a situational rule stands on the message grammar; elsewhere the name stays unbound.
+  std::optional<LAGbinding> grammarBinding;
+  if (grammar != nullptr) {
+    LANobjectPtr iterator = LANcheckCall(LAGnewMessageGrammarIteratorObject(grammar, listener, rule, owner.get()));
+    grammarBinding.emplace(locals, "message_grammar_iterator", iterator);
   }
-  if (raised) {
-    Py_XDECREF(type);
-    Py_XDECREF(value);
-    Py_XDECREF(traceback);
-    throw *raised;
-  }
-  LANhandleError(type, value, traceback);
+  scope.run(function, globals, locals);
 }
 
 // --- table equations

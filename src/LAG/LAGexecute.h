@@ -1,5 +1,6 @@
 // LAGexecute: runs a compiled script of a definition with the fixed names bound ("environment",
-// "value", "field", "table", "segment", "validation_field", "qvmexception") and reads the result
+// "value", "field", "table", "segment", "validation_field", "qvmexception",
+// "message_grammar_iterator") and reads the result
 // back.  Bindings last for one call, errors included; a script's exception reaches the caller
 // as COLerror with the Python error and its traceback.
 #pragma once
@@ -12,6 +13,10 @@
 
 class LANengine;
 class LANfunction;
+class LAGmessageGrammarListener;
+class QVMmessageGrammar;
+class QVMsegmentValidationRule;
+class QVMtypedMessageTree;
 class QVMtableInternal;
 class QVMuntypedMessageTree;
 class SGMsegment;
@@ -54,6 +59,14 @@ void LAGexecuteTableEquation(const LANfunction& function, LANengine& engine, QVM
 // A changed text replaces the first value.
 void LAGexecuteSegmentEquation(const LANfunction& function, QVMuntypedMessageTree* field,
                                LAGenvironment& environment);
+
+// A validation rule on a segment the legacy parser typed: `segment` its typed segment object,
+// `validation_field` repeat 0 of field `fieldIndex` (None past the segment's fields).  With a
+// grammar, a situational rule's `message_grammar_iterator` starts there and tells `listener` what
+// the rule makes required.  Errors as the current parser's overload.
+void LAGexecutePythonValidationRule(const LANfunction& function, QVMtypedMessageTree* segment, unsigned fieldIndex,
+                                    QVMmessageGrammar* grammar, LAGmessageGrammarListener* listener,
+                                    const QVMsegmentValidationRule* rule, LAGenvironment& environment);
 
 // --- variables and texts
 

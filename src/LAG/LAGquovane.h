@@ -12,6 +12,7 @@ class QVMmessageGrammar;
 class QVMsegmentValidationRule;
 class QVMtableDefinitionInternal;
 class QVMtableInternal;
+class QVMtypedMessageTree;
 
 // A new environment object on `environment`, usable until it is detached.
 PyObject* LAGnewEnvironmentObject(LAGenvironment* environment);
@@ -38,11 +39,16 @@ public:
 };
 
 // The message grammar of a situational rule, and an iterator that starts at `grammar`; the
-// listener and rule may be null.
+// listener, rule and owner may be null.  The listener belongs to one message's check, so a rule's
+// objects are owned by an environment object that is detached when the rule has run.
 PyObject* LAGnewMessageGrammarObject(QVMmessageGrammar* grammar, LAGmessageGrammarListener* listener,
-                                     const QVMsegmentValidationRule* rule);
+                                     const QVMsegmentValidationRule* rule, PyObject* owner = nullptr);
 PyObject* LAGnewMessageGrammarIteratorObject(QVMmessageGrammar* grammar, LAGmessageGrammarListener* listener,
-                                             const QVMsegmentValidationRule* rule);
+                                             const QVMsegmentValidationRule* rule, PyObject* owner = nullptr);
+
+// A typed segment of the legacy parser, and one node of it as a field: read only.
+PyObject* LAGnewTypedSegmentObject(PyObject* owner, QVMtypedMessageTree* segment);
+PyObject* LAGnewTypedFieldObject(PyObject* owner, QVMtypedMessageTree* node);
 
 // --- plumbing shared by the object types
 

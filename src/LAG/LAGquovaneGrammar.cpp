@@ -54,7 +54,8 @@ PyMethodDef GrammarMethods[] = {
 };
 
 PyTypeObject LAGmessageGrammarType =
-    LAGmakeObjectType("MessageGrammar", sizeof(LAGquovaneMessageGrammarObject), GrammarMethods, nullptr);
+    LAGmakeObjectType("MessageGrammar", sizeof(LAGquovaneMessageGrammarObject), GrammarMethods,
+                      LAGdeallocOwned<Grammar>);
 
 // --- the iterator
 
@@ -97,7 +98,8 @@ PyObject* iteratorMoveToSubgrammar(PyObject* self, PyObject* args) {
 
 PyObject* iteratorMessageGrammar(PyObject* self, PyObject*) {
   return LAGmethod<Iterator>(self, [](Iterator& iterator) {
-    return LAGnewMessageGrammarObject(iterator.pCurrentMessageGrammar, iterator.pListener, iterator.pRule);
+    return LAGnewMessageGrammarObject(iterator.pCurrentMessageGrammar, iterator.pListener, iterator.pRule,
+                                      iterator.pOwner);
   });
 }
 
@@ -137,14 +139,14 @@ PyMethodDef IteratorMethods[] = {
 };
 
 PyTypeObject LAGmessageGrammarIteratorType = LAGmakeObjectType(
-    "MessageGrammarIterator", sizeof(LAGquovaneMessageGrammarIteratorObject), IteratorMethods, nullptr);
+    "MessageGrammarIterator", sizeof(LAGquovaneMessageGrammarIteratorObject), IteratorMethods, LAGdeallocOwned<Iterator>);
 
 }  // namespace
 
 PyObject* LAGnewMessageGrammarObject(QVMmessageGrammar* grammar, LAGmessageGrammarListener* listener,
-                                     const QVMsegmentValidationRule* rule) {
+                                     const QVMsegmentValidationRule* rule, PyObject* owner) {
   COL_PRECONDITION(grammar != nullptr);
-  auto* object = LAGnewOwned<Grammar>(LAGmessageGrammarType, nullptr);
+  auto* object = LAGnewOwned<Grammar>(LAGmessageGrammarType, owner);
   if (object == nullptr) return nullptr;
   object->pMessageGrammar = grammar;
   object->pListener = listener;
@@ -153,9 +155,9 @@ PyObject* LAGnewMessageGrammarObject(QVMmessageGrammar* grammar, LAGmessageGramm
 }
 
 PyObject* LAGnewMessageGrammarIteratorObject(QVMmessageGrammar* grammar, LAGmessageGrammarListener* listener,
-                                             const QVMsegmentValidationRule* rule) {
+                                             const QVMsegmentValidationRule* rule, PyObject* owner) {
   COL_PRECONDITION(grammar != nullptr);
-  auto* object = LAGnewOwned<Iterator>(LAGmessageGrammarIteratorType, nullptr);
+  auto* object = LAGnewOwned<Iterator>(LAGmessageGrammarIteratorType, owner);
   if (object == nullptr) return nullptr;
   object->pMessageGrammar = grammar;
   object->pCurrentMessageGrammar = grammar;

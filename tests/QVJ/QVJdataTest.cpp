@@ -9,12 +9,17 @@
 //                          the inbound post-process, outbound main and outbound post-process code
 //   column:TABLE.COLUMN    the column's outgoing equation
 //   field:SEGMENT.N        the outgoing equation of field N (from 1) of the segment
+//   rule:SEGMENT.N, rule-on-error:SEGMENT.N
+//                          the code of the script rule on field N, the on-error code of a
+//                          situational one
 //   message [options]      the message to parse
 //   xml [legacy]           with a message: its table XML (long tags with "legacy"); without one:
 //                          the table XML to generate from
 //   back                   the message generated from the tables of the message or XML
 //   error [CODE]           the short text of the error the road raised (and its code)
 //   error-start, error-has the full error text starts with this / holds every line of this
+//   next-message, next-xml a message parsed afterwards on the same engine, whatever became of
+//                          the first, and its table XML (long tags with "legacy")
 // Line ends of XML and error texts are compared as "\n".
 #include <gtest/gtest.h>
 
@@ -27,6 +32,7 @@
 #include "QVLvmdFile.h"
 #include "QVMengineInternal.h"
 #include "QVMsegmentGrammar.h"
+#include "QVMsegmentValidationRule.h"
 #include "QVMtableDefinitionInternal.h"
 #include "QVMtableInternal.h"
 #include "QVPgenerateMessage.h"
@@ -55,8 +61,17 @@ LANfunction& scriptOf(QVMengineInternal& Schema, const std::string& Key) {
     QVMtableDefinitionInternal& Table = *Schema.table(Schema.tableByName(Name.substr(0, Dot)));
     return Table.outgoingFunction(Table.columnIndex(Name.substr(Dot + 1)));
   }
-  return Schema.segment(Schema.segmentByName(Name.substr(0, Dot)))
-      ->fieldOutgoingFunction(std::stoul(Name.substr(Dot + 1)) - 1);
+  QVMsegmentGrammar& Segment = *Schema.segment(Schema.segmentByName(Name.substr(0, Dot)));
+  const uint32_t Field = std::stoul(Name.substr(Dot + 1)) - 1;
+  if (Key.rfind("field:", 0) == 0) return Segment.fieldOutgoingFunction(Field);
+  for (uint32_t Index = 0; Index < Segment.countOfValidationRules(Field); ++Index) {
+    QVMsegmentValidationRule& Rule = *Segment.getValidationRule(Field, Index);
+    if (Rule.classId() == QVMpythonRule) return static_cast<QVMsegmentValidationRulePython&>(Rule).pythonFunction();
+    if (Rule.classId() != QVMsituationalPythonRule) continue;
+    auto& Situational = static_cast<QVMsegmentValidationRuleSituationalPython&>(Rule);
+    return Key.rfind("rule-on-error:", 0) == 0 ? Situational.pythonCodeOnError() : Situational.pythonCode();
+  }
+  throw COLerror("no script rule on " + Name, 0);
 }
 
 class QVJdata : public ::testing::TestWithParam<TSTdataCase> {};
@@ -78,45 +93,57 @@ TEST_P(QVJdata, Road) {
     if (Key.find(':') != std::string::npos) scriptOf(Schema, Key).setCode(Section.Text.c_str());
 
   QVJparseContext& Context = Engine->parseContext();
-  std::string Xml, Back;
-  try {
-    if (Case.has("message")) {
-      const std::string Message = Case.text("message");
-      if (Case.has("xml"))
-        Xml = lineFeeds(Case.argument("xml") == "legacy" ? QVJhl7ToXmlLegacyTableFormat(Context, Message.c_str())
-                                                         : QVJhl7ToXml(Context, Message.c_str()));
-      QVMtableInternal Table;
-      unsigned Index = 0;
-      QVJengineInternalParseMessage(Context, Message.c_str(), Index, Table);
-      if (Case.has("back") || !Case.has("xml")) Back = QVPgenerateMessage(Context.qvpParseContext(), Index, Table);
-    } else {
-      Back = QVJxmlToHl7(Context, Case.text("xml").c_str());
-    }
-  } catch (const COLerror& Error) {
-    ASSERT_TRUE(Case.has("error") || Case.has("error-start") || Case.has("error-has"))
-        << "unexpected error: " << Error.description().str();
-    const std::string Full = lineFeeds(Error.description().str());
-    if (Case.has("error")) {
-      COLerror Copy(Error);
-      EXPECT_EQ(Copy.hasParameter("PlainError") ? Copy.parameter("PlainError").str() : Full,
-                chomped(Case.text("error")));
-      if (!Case.argument("error").empty()) {
-        EXPECT_EQ(Error.code(), std::stoul(Case.argument("error"), nullptr, 16));
+  const auto toXml = [&](const std::string& Message, const std::string& Form) {
+    return lineFeeds(Form == "legacy" ? QVJhl7ToXmlLegacyTableFormat(Context, Message.c_str())
+                                      : QVJhl7ToXml(Context, Message.c_str()));
+  };
+  [&] {
+    std::string Xml, Back;
+    try {
+      if (Case.has("message")) {
+        const std::string Message = Case.text("message");
+        if (Case.has("xml")) Xml = toXml(Message, Case.argument("xml"));
+        QVMtableInternal Table;
+        unsigned Index = 0;
+        QVJengineInternalParseMessage(Context, Message.c_str(), Index, Table);
+        if (Case.has("back") || !Case.has("xml")) Back = QVPgenerateMessage(Context.qvpParseContext(), Index, Table);
+      } else {
+        Back = QVJxmlToHl7(Context, Case.text("xml").c_str());
       }
+    } catch (const COLerror& Error) {
+      ASSERT_TRUE(Case.has("error") || Case.has("error-start") || Case.has("error-has"))
+          << "unexpected error: " << Error.description().str();
+      const std::string Full = lineFeeds(Error.description().str());
+      if (Case.has("error")) {
+        COLerror Copy(Error);
+        EXPECT_EQ(Copy.hasParameter("PlainError") ? Copy.parameter("PlainError").str() : Full,
+                  chomped(Case.text("error")));
+        if (!Case.argument("error").empty()) {
+          EXPECT_EQ(Error.code(), std::stoul(Case.argument("error"), nullptr, 16));
+        }
+      }
+      if (Case.has("error-start")) {
+        EXPECT_EQ(Full.rfind(chomped(Case.text("error-start")), 0), 0u) << Full;
+      }
+      std::istringstream Parts(Case.has("error-has") ? Case.text("error-has") : "");
+      for (std::string Part; std::getline(Parts, Part);) EXPECT_NE(Full.find(Part), std::string::npos) << Part << "\n" << Full;
+      return;
     }
-    if (Case.has("error-start")) {
-      EXPECT_EQ(Full.rfind(chomped(Case.text("error-start")), 0), 0u) << Full;
+    EXPECT_FALSE(Case.has("error") || Case.has("error-start") || Case.has("error-has")) << "no error raised";
+    if (Case.has("message") && Case.has("xml")) {
+      EXPECT_EQ(Xml, Case.text("xml"));
     }
-    std::istringstream Parts(Case.has("error-has") ? Case.text("error-has") : "");
-    for (std::string Part; std::getline(Parts, Part);) EXPECT_NE(Full.find(Part), std::string::npos) << Part << "\n" << Full;
-    return;
-  }
-  EXPECT_FALSE(Case.has("error") || Case.has("error-start") || Case.has("error-has")) << "no error raised";
-  if (Case.has("message") && Case.has("xml")) {
-    EXPECT_EQ(Xml, Case.text("xml"));
-  }
-  if (Case.has("back")) {
-    EXPECT_EQ(Back, Case.text("back"));
+    if (Case.has("back")) {
+      EXPECT_EQ(Back, Case.text("back"));
+    }
+  }();
+  // Whatever the first message did to the engine must not reach the next.
+  if (Case.has("next-message")) {
+    try {
+      EXPECT_EQ(toXml(Case.text("next-message"), Case.argument("next-xml")), Case.text("next-xml"));
+    } catch (const COLerror& Error) {
+      ADD_FAILURE() << "the next message failed: " << Error.description().str();
+    }
   }
 }
 

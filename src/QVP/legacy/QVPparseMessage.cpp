@@ -3,6 +3,7 @@
 #include "COLerror.h"
 #include "COLostream.h"
 #include "LAGenvironment.h"
+#include "LAGexecute.h"
 #include "QVMconfig.h"
 #include "QVMengineInternal.h"
 #include "QVMidentifyMessage.h"
@@ -55,10 +56,13 @@ void QVPengineInternalParseMessage(QVPparseContext& Context, const COLstring& Me
   Hooks.Check = [&](QVMuntypedMessageTree& Segment, const QVMsegmentGrammar& Grammar, const COLstring& Text) {
     CheckFunction(Parser, Segment, Grammar, Text);
   };
-  Hooks.RunRuleScript = [&](const LANfunction&, const void*, QVMsegmentValidationRuleSituationalPython&) {
-    throw COLerror("Script validation rules are not available on the legacy parser (parser version 0 or 1) in this "
-                   "build of the engine; set the configuration's parser version to 2.",
-                   COL_ERROR_PRECONDITION);
+  // A situational rule's on-error code, when the group it required is missing: it reads the
+  // segment the rule last ran on, and no longer stands on the grammar, whose check is over.
+  Hooks.RunRuleScript = [&](const LANfunction& Code, const void* Segment,
+                            QVMsegmentValidationRuleSituationalPython& Rule) {
+    if (!QVPruleScriptToRun(Code)) return;
+    auto* Typed = static_cast<QVMtypedMessageTree*>(const_cast<void*>(Segment));
+    LAGexecutePythonValidationRule(Code, Typed, Rule.fieldIndex(), nullptr, nullptr, &Rule, Environment);
   };
   unsigned Flags = 0;
   if (Reject) Flags |= QVMcheckerRejectBadSegmentGrammar;

@@ -1,6 +1,8 @@
 #include "QVPvalidationRule.h"
 
 #include "COLerror.h"
+#include "LAGexecute.h"
+#include "LAGquovane.h"
 #include "LANfunction.h"
 #include "QVMtypedMessageTree.h"
 #include "REXmatcher.h"
@@ -24,14 +26,14 @@ bool QVPmatches(const REXmatcher& Matcher, const COLstring& Text) {
   return Matcher.doesMatchWithLength(Text.data(), Text.size());
 }
 
-[[noreturn]] void QVPscriptRulesUnavailable() {
-  throw COLerror(
-      "Script validation rules are not available on the legacy parser (parser version 0 or 1) in this build of the "
-      "engine; set the configuration's parser version to 2.",
-      COL_ERROR_PRECONDITION);
-}
-
 }  // namespace
+
+bool QVPruleScriptToRun(const LANfunction& Code) {
+  if (Code.state() == LANfunction::StateEmpty) return false;
+  // A rule whose text did not compile must not pass unchecked: running it throws its error.
+  if (!Code.isSet()) Code.execute();
+  return true;
+}
 
 void QVPvalidateConditionalField(const QVMsegmentValidationRuleConditionalField& Rule,
                                  const QVMtypedMessageTree& Segment) {
@@ -66,15 +68,21 @@ void QVPvalidateRegExpPair(const QVMsegmentValidationRuleRegExpPair& Rule, const
   throw Error;
 }
 
-void QVPvalidatePython(QVMsegmentValidationRulePython& Rule, QVMtypedMessageTree&, LAGenvironment&) {
-  // The script objects over typed segments are not built yet; a rule must not pass unchecked.
-  if (Rule.pythonFunction().state() != LANfunction::StateEmpty) QVPscriptRulesUnavailable();
+void QVPvalidatePython(QVMsegmentValidationRulePython& Rule, QVMtypedMessageTree& Segment,
+                       LAGenvironment& Environment) {
+  if (QVPruleScriptToRun(Rule.pythonFunction()))
+    LAGexecutePythonValidationRule(Rule.pythonFunction(), &Segment, Rule.fieldIndex(), nullptr, nullptr, &Rule,
+                                   Environment);
 }
 
 void QVPvalidateSituationalPython(QVMsegmentValidationRuleSituationalPython& Rule, QVMtypedMessageTree& Segment,
-                                  LAGenvironment&) {
+                                  LAGenvironment& Environment) {
+  // The checker runs the rule's on-error code on this segment if the group it requires is missing.
   Rule.setLastSegment(&Segment);
-  if (Rule.pythonCode().state() != LANfunction::StateEmpty) QVPscriptRulesUnavailable();
+  if (QVPruleScriptToRun(Rule.pythonCode()))
+    LAGexecutePythonValidationRule(Rule.pythonCode(), &Segment, Rule.fieldIndex(), Rule.messageGrammar(),
+                                   static_cast<LAGmessageGrammarListener*>(Rule.messageGrammarListener()), &Rule,
+                                   Environment);
 }
 
 void QVPdoSegmentValidationRule(QVMsegmentValidationRule& Rule, QVMtypedMessageTree& Segment,

@@ -5,7 +5,11 @@
 #include "QVMsegmentValidationRule.h"
 
 class LAGenvironment;
+class LANfunction;
 class QVMtypedMessageTree;
+
+// False for a rule without code; a rule whose code did not compile throws its compile error.
+bool QVPruleScriptToRun(const LANfunction& Code);
 
 // Dispatches on the rule's class id; another id raises "Unknown validation rule type".
 void QVPdoSegmentValidationRule(QVMsegmentValidationRule& Rule, QVMtypedMessageTree& Segment,
