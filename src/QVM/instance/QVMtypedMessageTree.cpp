@@ -186,12 +186,20 @@ const QVMtypedMessageTree* QVMtypedMessageTree::node(unsigned SubNode, unsigned 
 
 QVMtypedMessageTree* QVMtypedMessageTree::makeNodeUpTo(unsigned SubNode, unsigned Repeat) {
   if (SubNode >= pMember->subNode.length) pMember->subNode.growTo(SubNode + 1);
-  QVMtypedMessageTree* sub = pMember->subNode.filled(SubNode, this);
+  QVMtypedMessageTree* sub = adopt(pMember->subNode.filled(SubNode, this));
   pMember->IsNull = false;
   if (Repeat == 0) return sub;
   QVMtypedSlots& repeats = sub->pMember->repeatNode;
   if (Repeat > repeats.length) repeats.growTo(Repeat);
-  return repeats.filled(Repeat - 1, this);
+  return adopt(repeats.filled(Repeat - 1, this));
+}
+
+// A node kept from the last message may have been made below a tree whose private this one
+// took over (a segment placed by `replaceNode`), and that tree may be gone: a node of its own is
+// made this one's child again.
+QVMtypedMessageTree* QVMtypedMessageTree::adopt(QVMtypedMessageTree* Node) {
+  if (Node->pMember->countOfRef() == 1) Node->pMember->parent = this;
+  return Node;
 }
 
 void QVMtypedMessageTree::insertNode(unsigned SubNode, unsigned Repeat, QVMtypedMessageTree* Node) {

@@ -84,6 +84,7 @@ public:
 private:
   friend struct QVMtypedSlots;
   QVMtypedMessageTree* slot(unsigned SubNode, unsigned Repeat) const;
+  QVMtypedMessageTree* adopt(QVMtypedMessageTree* Node);
 
   COLreferencePtr<QVMtypedMessageTreePrivate> pMember;
 };
