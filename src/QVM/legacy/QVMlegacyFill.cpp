@@ -21,6 +21,16 @@ void copyCell(QVMtableInternal& Table, unsigned Column, unsigned Row, const QVMt
     Table.setNull(Column, Row);
     return;
   }
+  // The explicit null and a text the typing could not read keep their states, as on the current road,
+  // rather than passing on the empty or zero value the typing left behind.
+  if (Value->dataPresent() == QVMdataPresentExplicitNull) {
+    Table.setPresentButNull(Column, Row);
+    return;
+  }
+  if (Value->dataPresent() == QVMdataPresentNotConverted) {
+    Table.setInvalid(Column, Row);
+    return;
+  }
   switch (Value->dataType()) {
     case QVMstringType: Table.setString(Column, Row, Value->getStringValue()); break;
     case QVMintegerType: Table.setInteger(Column, Row, Value->getIntegerValue()); break;
