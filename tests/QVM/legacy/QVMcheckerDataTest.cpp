@@ -157,8 +157,12 @@ private:
     QVMtypedMessageTree& Typed = *List.addNode();
     Typed.setLabel(Name);
     Typed.setSegmentGrammar(Grammar);
-    for (unsigned Field = 1; Field < Raw.countOfSubNode(); ++Field)
-      if (!Raw.node(Field, 0)->isNull()) Typed.makeNodeUpTo(Field - 1, 0)->setStringValue(Raw.node(Field, 0)->getValue());
+    for (unsigned Field = 1; Field < Raw.countOfSubNode(); ++Field) {
+      if (Raw.node(Field, 0)->isNull()) continue;
+      QVMtypedMessageTree& Value = *Typed.makeNodeUpTo(Field - 1, 0);
+      Value.setStringValue(Raw.node(Field, 0)->getValue());
+      Value.setDataPresent(QVMdataPresentConverted);
+    }
     for (auto& [Rule, Path] : Requirements) {
       if (Rule->segmentGrammar() != Grammar || Rule->messageGrammarListener() == nullptr) continue;
       Rule->setLastSegment(&Typed);
