@@ -51,6 +51,14 @@ void QVJsegmentOf(const QVMuntypedMessageTree& Tree, SGMsegment& Segment) {
   if (Segment.name().view() == "MSH" && Segment.countOfField() > 1) QVJdoSpecialMshHack(Segment);
 }
 
+// The copy's lists keep their size from segment to segment, so a warm parse copies without
+// allocating.  One per thread: neither printing nor checking runs a script that could parse
+// another message in between.
+SGMsegment& QVJscratchSegment() {
+  thread_local SGMsegment Segment;
+  return Segment;
+}
+
 }  // namespace
 
 void QVJcopyUntypedTreeToSegment(const QVMuntypedMessageTree& Tree, SGMsegment& Segment) {
@@ -79,7 +87,7 @@ void QVJextractDelimiters(const QVMparser& Parser, SGMseparatorCharacters& Separ
 }
 
 COLstring QVJuntypedTreeSegmentAsString(const QVMparser& Parser, const QVMuntypedMessageTree& Segment) {
-  SGMsegment Copy;
+  SGMsegment& Copy = QVJscratchSegment();
   QVJsegmentOf(Segment, Copy);
   SGMseparatorCharacters Separators;
   QVJextractDelimiters(Parser, Separators);
@@ -91,9 +99,14 @@ COLstring QVJuntypedTreeSegmentAsString(const QVMparser& Parser, const QVMuntype
   return Text;
 }
 
+COLstring QVJuntypedTreeSegmentCopyChecked(const QVMparser&, const QVMuntypedMessageTree& Segment) {
+  QVJsegmentOf(Segment, QVJscratchSegment());
+  return COLstring();
+}
+
 void QVJcheckUntypedTreeSegment(const QVMparser& Parser, const QVMuntypedMessageTree& Segment,
                                 const QVMsegmentGrammar& Grammar, const COLstring&) {
-  SGMsegment Copy;
+  SGMsegment& Copy = QVJscratchSegment();
   QVJsegmentOf(Segment, Copy);
   SGCerrorList Errors;
   SGCcheckSegment(Copy, 0, Grammar, Errors);
