@@ -43,7 +43,8 @@ public:
   void removeLastRepeat();
   QVMtypedMessageTree* getRepeatedNode(unsigned Index);
   const QVMtypedMessageTree* getRepeatedNode(unsigned Index) const;
-  // This handle shares the member of `Other` from now on.
+  // This handle shares the member of `Other` from now on; its own is kept aside and comes
+  // back when the node is reused for the next message.
   void replaceNode(QVMtypedMessageTree& Other);
   unsigned countOfSubNode() const;
   unsigned countOfRepeat() const;
@@ -86,6 +87,8 @@ private:
   QVMtypedMessageTree* slot(unsigned SubNode, unsigned Repeat) const;
 
   COLreferencePtr<QVMtypedMessageTreePrivate> pMember;
+  // Set while `pMember` is another node's (replaceNode).
+  COLreferencePtr<QVMtypedMessageTreePrivate> pOwn;
 };
 
 QVMtypedMessageTree* QVMmessageNodeAddressGetSubNode(const QVMmessageNodeAddress& Address,

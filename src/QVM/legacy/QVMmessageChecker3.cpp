@@ -140,7 +140,7 @@ bool QVMmessageChecker3::checkMessage(const QVMmessageChecker3Hooks& Hooks, QVMm
     Segment.setLabel(Segment.node(0, 0)->getValue());
   }
   // Segments behind the one that ended the walk are not part of the message.
-  Raw.setCountOfSubNode(Count);
+  Raw.cutSubNodesKeeping(Count);
   segmentIndex = 0;
   LastErredSubGrammar = nullptr;
   rejectBadSegmentGrammar = (Flags & QVMcheckerRejectBadSegmentGrammar) != 0;
