@@ -1,5 +1,6 @@
 #include "QVMtypedMessageTree.h"
 
+#include <initializer_list>
 #include <memory>
 #include <vector>
 
@@ -244,6 +245,18 @@ void QVMtypedMessageTree::replaceNode(QVMtypedMessageTree& Other) {
   if (!pOwn) pOwn = pMember;
   pMember = Other.pMember;
 }
+void QVMtypedMessageTree::returnTakenContents() {
+  for (QVMtypedSlots* Slots : {&pMember->subNode, &pMember->repeatNode})
+    for (COLreferencePtr<QVMtypedMessageTree>& Node : Slots->nodes) {
+      if (!Node) continue;
+      if (Node->pOwn) {
+        Node->pMember = Node->pOwn;
+        Node->pOwn = nullptr;
+      }
+      Node->returnTakenContents();
+    }
+}
+
 unsigned QVMtypedMessageTree::countOfSubNode() const { return pMember->subNode.length; }
 unsigned QVMtypedMessageTree::countOfRepeat() const { return pMember->repeatNode.length + 1; }
 
