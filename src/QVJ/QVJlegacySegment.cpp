@@ -100,7 +100,19 @@ COLstring QVJuntypedTreeSegmentAsString(const QVMparser& Parser, const QVMuntype
 }
 
 COLstring QVJuntypedTreeSegmentCopyChecked(const QVMparser&, const QVMuntypedMessageTree& Segment) {
-  QVJsegmentOf(Segment, QVJscratchSegment());
+  // The copy fails only where a value lies below a sub sub field: that is looked for alone.
+  for (unsigned Field = 1; Field < Segment.countOfSubNode(); ++Field) {
+    const QVMuntypedMessageTree& Node = *Segment.node(Field, 0);
+    for (unsigned Repeat = 0; Repeat < Node.countOfRepeat(); ++Repeat) {
+      const QVMuntypedMessageTree& Occurrence = *Node.getRepeatedNode(Repeat);
+      for (unsigned Sub = 0; Sub < Occurrence.countOfSubNode(); ++Sub) {
+        const QVMuntypedMessageTree& SubNode = *Occurrence.node(Sub, 0);
+        for (unsigned SubSub = 0; SubSub < SubNode.countOfSubNode(); ++SubSub)
+          if (SubNode.node(SubSub, 0)->countOfSubNode() > 0)
+            throw COLerror("Segment too deeply nested.", COL_ERROR_PRECONDITION);
+      }
+    }
+  }
   return COLstring();
 }
 

@@ -17,7 +17,7 @@ void QVJextractDelimiters(const QVMparser& Parser, SGMseparatorCharacters& Separ
 
 COLstring QVJuntypedTreeSegmentAsString(const QVMparser& Parser, const QVMuntypedMessageTree& Segment);
 // The text hook for QVJcheckUntypedTreeSegment, which does not read the text: fails where
-// QVJuntypedTreeSegmentAsString would, and prints nothing.
+// QVJuntypedTreeSegmentAsString would, and neither copies nor prints.
 COLstring QVJuntypedTreeSegmentCopyChecked(const QVMparser& Parser, const QVMuntypedMessageTree& Segment);
 // Raises the strict-grammar error (code 0x80002003) of the first fault; `Text` is not part of it.
 void QVJcheckUntypedTreeSegment(const QVMparser& Parser, const QVMuntypedMessageTree& Segment,
