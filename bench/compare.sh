@@ -131,7 +131,7 @@ measure() {
   rm -f "$work/copies.hl7"
   run "msgbridge library (C host)" library "identify, validate, tables, XML in memory" loop \
     "$benches/bench_c_host" "$vmd" "$log"
-  run "msgbridge library, parser version 1" legacy "the same on the legacy road" loop \
+  run "msgbridge library, parser v1" legacy "the same on the legacy road" loop \
     "$benches/bench_c_host" "$(legacy "$vmd")" "$log"
   run "msgbridge --toxml" toxml "identify, validate, tables, 1 XML file each" tool \
     "$tool" --toxml "$vmd" "$log" "$work/xml/m.xml"
