@@ -3,10 +3,12 @@
 // every message after them is counted.  operator new is counted by the tests' counting
 // operator new; malloc, calloc and realloc by hooks in front of the C library's own, so the
 // calls that bypass operator new (C strings, C libraries) count too.
-//   bench_allocations DEFINITION.vmd LOG [WARM_MESSAGES, default 500]
-// Prints "messages N new A malloc B per_message C" for the counted messages (B holds A: every
-// operator new is one malloc), then one line per message type ("type ADT^A01 messages N
-// per_message C").
+//   bench_allocations DEFINITION.vmd LOG [WARM_MESSAGES, default 500] [PARSER_VERSIONS, default 21]
+// Each parser version named (a digit each, e.g. "21": the current road, then the legacy one) is
+// set on a freshly loaded engine and measured in turn.  Prints per version "messages N new A
+// malloc B per_message C version V" for the counted messages (B holds A: every operator new is
+// one malloc), then one line per message type ("type ADT^A01 messages N per_message C version V").
+// A version whose road fails prints "failed version V: REASON" and the others still run.
 #include <atomic>
 #include <cstdio>
 #include <cstdlib>
@@ -17,6 +19,7 @@
 #include "BENCHlog.h"
 #include "QVJparse.h"
 #include "QVJparseContext.h"
+#include "QVMconfig.h"
 
 #include "../tests/support/TSTcountingNew.h"
 
@@ -54,22 +57,11 @@ std::string messageType(const std::string& Text) {
   return Text.substr(At + 1, End == std::string::npos ? std::string::npos : End - At - 1);
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
-  if (argc < 3) {
-    std::fprintf(stderr, "usage: bench_allocations DEFINITION.vmd LOG [WARM_MESSAGES]\n");
-    return 2;
-  }
-  const size_t Warm = argc > 3 ? std::strtoul(argv[3], nullptr, 10) : 500;
+// Counts one version's road over the log; false if it failed.
+bool measure(const char* Definition, const std::vector<std::string>& Messages, size_t Warm, unsigned Version) {
   try {
-    const std::vector<std::string> Messages = BENCHreadLog(argv[2]);
-    if (Messages.size() <= Warm) {
-      std::fprintf(stderr, "bench_allocations: the log has %zu messages, not more than the %zu warming ones\n",
-                   Messages.size(), Warm);
-      return 1;
-    }
-    COLreferencePtr<QVMengineInternal> Engine = BENCHloadEngine(argv[1]);
+    COLreferencePtr<QVMengineInternal> Engine = BENCHloadEngine(Definition);
+    Engine->config().setParserVersion(static_cast<QVMparserVersion>(Version));
     QVJparseContext Context(Engine.get());
     for (size_t Index = 0; Index < Warm; ++Index) QVJhl7ToXml(Context, Messages[Index].c_str());
 
@@ -96,14 +88,41 @@ int main(int argc, char** argv) {
       Total += Mallocs[Index];
     }
     const long Counted = static_cast<long>(Messages.size() - Warm);
-    std::printf("messages %ld new %ld malloc %ld per_message %.1f\n", Counted, News, Total,
-                static_cast<double>(Total) / static_cast<double>(Counted));
+    std::printf("messages %ld new %ld malloc %ld per_message %.1f version %u\n", Counted, News, Total,
+                static_cast<double>(Total) / static_cast<double>(Counted), Version);
     for (const auto& [Name, Type] : ByType)
-      std::printf("type %s messages %ld per_message %.1f\n", Name.c_str(), Type.Messages,
-                  static_cast<double>(Type.Mallocs) / static_cast<double>(Type.Messages));
+      std::printf("type %s messages %ld per_message %.1f version %u\n", Name.c_str(), Type.Messages,
+                  static_cast<double>(Type.Mallocs) / static_cast<double>(Type.Messages), Version);
+    return true;
   } catch (const COLerror& Error) {
-    std::fprintf(stderr, "bench_allocations: %s\n", Error.description().c_str());
+    std::printf("failed version %u: %s\n", Version, Error.description().c_str());
+    std::fprintf(stderr, "bench_allocations: version %u: %s\n", Version, Error.description().c_str());
+    return false;
+  }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  if (argc < 3) {
+    std::fprintf(stderr, "usage: bench_allocations DEFINITION.vmd LOG [WARM_MESSAGES] [PARSER_VERSIONS]\n");
+    return 2;
+  }
+  const size_t Warm = argc > 3 ? std::strtoul(argv[3], nullptr, 10) : 500;
+  const std::string Versions = argc > 4 ? argv[4] : "21";
+  for (const char Version : Versions)
+    if (Version < '0' || Version > '2') {
+      std::fprintf(stderr, "bench_allocations: parser versions are 0, 1 and 2, not '%c'\n", Version);
+      return 2;
+    }
+  const std::vector<std::string> Messages = BENCHreadLog(argv[2]);
+  if (Messages.size() <= Warm) {
+    std::fprintf(stderr, "bench_allocations: the log has %zu messages, not more than the %zu warming ones\n",
+                 Messages.size(), Warm);
     return 1;
   }
-  return 0;
+  bool Ok = true;
+  for (const char Version : Versions)
+    Ok = measure(argv[1], Messages, Warm, static_cast<unsigned>(Version - '0')) && Ok;
+  return Ok ? 0 : 1;
 }

@@ -9,12 +9,14 @@
 #include <map>
 #include <sstream>
 #include <string>
+#include <utility>
 
 #include "BENCHmessages.h"
 #include "COLerror.h"
 #include "QVJparse.h"
 #include "QVJparseContext.h"
 #include "QVLvmdFile.h"
+#include "QVMconfig.h"
 #include "QVMtableInternal.h"
 #include "QVMengineInternal.h"
 #include "QVMsegmentGrammar.h"
@@ -113,6 +115,38 @@ void BM_WholeRoadLargeOruExample(benchmark::State& State) {
   runWholeRoad(State, "examples/adt_oru.vmd", largeOru());
 }
 
+// The whole road to table XML in memory under the current parser (version 2) and the legacy
+// one (version 1, checker 3) of the same definition and messages: the range is the version.
+QVFengine& engineOfVersion(const char* Definition, int Version) {
+  static std::map<std::pair<std::string, int>, COLreferencePtr<QVFengine>> Engines;
+  COLreferencePtr<QVFengine>& Slot = Engines[{Definition, Version}];
+  if (!Slot) {
+    Slot = new QVFengine;
+    QVLloadEngine(Slot->schema(), (Root / Definition).string().c_str());
+    Slot->schema().config().setParserVersion(static_cast<QVMparserVersion>(Version));
+  }
+  return *Slot;
+}
+void runToXmlByVersion(benchmark::State& State, const char* Definition, const std::string& Text) {
+  QVFengine& Engine = engineOfVersion(Definition, static_cast<int>(State.range(0)));
+  try {
+    for (auto _ : State) benchmark::DoNotOptimize(QVJhl7ToXml(Engine.parseContext(), Text.c_str()));
+  } catch (const COLerror& Error) {
+    State.SkipWithError(Error.description().c_str());
+  }
+  State.SetItemsProcessed(State.iterations());
+  State.SetBytesProcessed(State.iterations() * static_cast<int64_t>(Text.size()));
+}
+void BM_ToXmlByVersionAdtExample(benchmark::State& State) {
+  runToXmlByVersion(State, "examples/adt_oru.vmd", AdtA01);
+}
+void BM_ToXmlByVersionOruExample(benchmark::State& State) {
+  runToXmlByVersion(State, "examples/adt_oru.vmd", OruR01);
+}
+void BM_ToXmlByVersionAdtStandard(benchmark::State& State) {
+  runToXmlByVersion(State, "definitions/hl7v2.5.1.vmd", AdtA01);
+}
+
 // Identification alone, against the definition with hundreds of messages: by the literal
 // index and by trying every definition in match order.
 // A message early in the match order, one late, and one that nothing matches.
@@ -143,6 +177,9 @@ BENCHMARK(BM_WholeRoadAdtExample);
 BENCHMARK(BM_WholeRoadAdtOneFieldEquation);
 BENCHMARK(BM_WholeRoadOruExample);
 BENCHMARK(BM_WholeRoadLargeOruExample);
+BENCHMARK(BM_ToXmlByVersionAdtExample)->Arg(2)->Arg(1);
+BENCHMARK(BM_ToXmlByVersionOruExample)->Arg(2)->Arg(1);
+BENCHMARK(BM_ToXmlByVersionAdtStandard)->Arg(2)->Arg(1);
 BENCHMARK(BM_IdentifyIndexed)->DenseRange(0, 2);
 BENCHMARK(BM_IdentifyInOrder)->DenseRange(0, 2);
 BENCHMARK_MAIN();

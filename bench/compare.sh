@@ -9,8 +9,9 @@
 #   - the ADT and ORU shapes of examples/messages.hl7 under examples/adt_oru.vmd.
 # The peers parse each message, read MSH-9, PID-3 and PID-5 and write the message back to text;
 # msgbridge identifies each message, parses it against its grammar, validates every segment
-# and field, fills the tables and writes XML.  The tables go to standard output as markdown,
-# progress to standard error.
+# and field, fills the tables and writes XML.  The library host runs again on a copy of the
+# definition set to parser version 1 (the legacy road) beside version 2 (the current one).
+# The tables go to standard output as markdown, progress to standard error.
 set -euo pipefail
 repo=$(cd "$(dirname "$0")/.." && pwd)
 count=${1:-20000}
@@ -47,7 +48,7 @@ else
 fi
 
 # run NAME ROLE WORK KIND COMMAND...: one row of the current table.  ROLE marks the rows the
-# ratios and targets use (peer, library, toxml, counting, other).  KIND "wall" takes the
+# ratios and targets use (peer, library, legacy, toxml, counting, other).  KIND "wall" takes the
 # process's wall time, "loop" the "messages seconds" line the command prints for its own loop,
 # "tool" the rate msgbridge prints for its message loop, "net" the wall time less start-up.
 # Loop rates leave out start-up and loading, as for every peer.  A failing command is reported
@@ -79,12 +80,14 @@ run() {
 }
 
 # table TITLE LOG BYTES: the markdown table of the rows; its ratios are to the fastest peer.
-# Leaves "library toxml peer peer_name" of the table in $work/rates for the targets.
+# Leaves "library toxml peer peer_name" of the table in $work/rates for the targets, and the
+# legacy road's rate in $work/rates.legacy.
 table() {
   printf '%s\n' "${rows[@]}" | awk -F'|' -v title="$1" -v count="$count" -v bytes="$2" -v rates="$work/rates" '
     { name[NR] = $1; role[NR] = $2; work[NR] = $3; rate[NR] = $6 / ($4 > 0 ? $4 : 0.001); rss[NR] = $5 / 1024
       if (role[NR] == "peer" && rate[NR] > peer) { peer = rate[NR]; peername = name[NR] }
       if (role[NR] == "library") lib = rate[NR]
+      if (role[NR] == "legacy") legacy = rate[NR]
       if (role[NR] == "toxml") toxml = rate[NR] }
     END {
       printf "#### %s: %d messages, %.1f MB\n\n", title, count, bytes / 1e6
@@ -96,7 +99,17 @@ table() {
       print ""
       if (peer) printf "Fastest peer: %s.\n\n", peername
       printf "%s %s %s %s\n", lib + 0, toxml + 0, peer + 0, peername > rates
+      printf "%s\n", legacy + 0 > (rates ".legacy")
     }'
+}
+
+# legacy DEFINITION: a copy of the definition whose configuration selects parser version 1.
+legacy() {
+  local copy
+  copy="$work/$(basename "$1" .vmd)_v1.vmd"
+  sed 's|<parser_version>[0-9]*</parser_version>|<parser_version>1</parser_version>|' "$1" >"$copy"
+  grep -q '<parser_version>1</parser_version>' "$copy" || echo "compare: $1 names no parser version" >&2
+  printf '%s\n' "$copy"
 }
 
 # measure TITLE LOG DEFINITION: every row of one log, its table, and its rates for the targets.
@@ -118,6 +131,8 @@ measure() {
   rm -f "$work/copies.hl7"
   run "msgbridge library (C host)" library "identify, validate, tables, XML in memory" loop \
     "$benches/bench_c_host" "$vmd" "$log"
+  run "msgbridge library, parser v1" legacy "the same on the legacy road" loop \
+    "$benches/bench_c_host" "$(legacy "$vmd")" "$log"
   run "msgbridge --toxml" toxml "identify, validate, tables, 1 XML file each" tool \
     "$tool" --toxml "$vmd" "$log" "$work/xml/m.xml"
   rm -rf "$work/xml" "$work/floor"
@@ -158,8 +173,10 @@ std="$repo/definitions/hl7v2.5.1.vmd"
 example="$repo/examples/adt_oru.vmd"
 measure "ADT^A01 log under definitions/hl7v2.5.1.vmd" "$work/adt.hl7" "$std"
 read -r std_lib std_toxml std_peer std_peer_name <"$work/rates"
+read -r std_legacy <"$work/rates.legacy"
 measure "Mixed ADT/ORU log under examples/adt_oru.vmd" "$work/mixed.hl7" "$example"
 read -r ex_lib ex_toxml ex_peer ex_peer_name <"$work/rates"
+read -r ex_legacy <"$work/rates.legacy"
 
 # The example definition's ADT alone, through the library: the target is per message.
 extra "library, ADT log under examples/adt_oru.vmd" "$benches/bench_c_host" "$example" "$work/adt.hl7"
@@ -191,7 +208,7 @@ printf '#### Heap allocations per message, whole road to table XML, after 500 wa
 printf '| %-44s | %12s | %-50s |\n' "Log" "allocations" "by message type"
 printf '|%s|%s|%s|\n' "----------------------------------------------" "-------------:" "----------------------------------------------------"
 allocations_row() {
-  extra "allocations, $1" "$benches/bench_allocations" "$2" "$3"
+  extra "allocations, $1" "$benches/bench_allocations" "$2" "$3" 500 "${4:-2}"
   awk -v logname="$1" '
     $1 == "messages" { total = $8 }
     $1 == "type" { types = types (types ? ", " : "") $2 " " $6 }
@@ -201,6 +218,10 @@ allocations_row "ADT^A01 log, hl7v2.5.1.vmd" "$std" "$work/adt.hl7"
 std_allocations=$(awk '$1 == "messages" { print $8 }' "$work/extra")
 allocations_row "Mixed log, adt_oru.vmd" "$example" "$work/mixed.hl7"
 ex_allocations=$(awk '$1 == "messages" { print $8 }' "$work/extra")
+allocations_row "ADT^A01 log, hl7v2.5.1.vmd, parser version 1" "$std" "$work/adt.hl7" 1
+std_legacy_allocations=$(awk '$1 == "messages" { print $8 }' "$work/extra")
+allocations_row "Mixed log, adt_oru.vmd, parser version 1" "$example" "$work/mixed.hl7" 1
+ex_legacy_allocations=$(awk '$1 == "messages" { print $8 }' "$work/extra")
 echo
 
 # target TEXT MEASURED MET: one line of the targets block; MET is 1, 0 or empty (not measured).
@@ -222,9 +243,18 @@ target "example ADT <= 3 µs/message (library, ADT log under adt_oru.vmd)" "${ad
 toxml_ratio=$(ratio "$std_toxml" "$std_peer")
 target "--toxml >= 1× the fastest peer on the 2.5.1 ADT log" \
   "${toxml_ratio:-?}× (mixed log: $(ratio "$ex_toxml" "$ex_peer")×)" "$(atleast "$toxml_ratio" 1)"
+legacy_factor() { awk -v a="$1" -v b="$2" 'BEGIN { if (a > 0 && b > 0) printf "%.2f", b / a }'; }
+std_legacy_factor=$(legacy_factor "$std_legacy" "$std_lib")
+ex_legacy_factor=$(legacy_factor "$ex_legacy" "$ex_lib")
+target "legacy road (parser version 1) <= 1.5× the time of version 2 (library host)" \
+  "${std_legacy_factor:-?}× on the 2.5.1 ADT log, ${ex_legacy_factor:-?}× on the mixed log" \
+  "$(awk -v a="$std_legacy_factor" -v b="$ex_legacy_factor" 'BEGIN { if (a != "" && b != "") print (a <= 1.5 && b <= 1.5 ? 1 : 0) }')"
 target "2 threads >= 1.8× one thread (wall clock)" \
   "${std_scaling:-?}× on the 2.5.1 ADT log, ${ex_scaling:-?}× on the mixed log" \
   "$(awk -v a="$std_scaling" -v b="$ex_scaling" 'BEGIN { if (a != "" && b != "") print (a >= 1.8 && b >= 1.8 ? 1 : 0) }')"
 target "heap allocations per message 0" \
   "${std_allocations:-?} on the 2.5.1 ADT log, ${ex_allocations:-?} on the mixed log" \
   "$(awk -v a="$std_allocations" -v b="$ex_allocations" 'BEGIN { if (a != "" && b != "") print (a == 0 && b == 0 ? 1 : 0) }')"
+target "heap allocations per message 0 on the legacy road (parser version 1)" \
+  "${std_legacy_allocations:-?} on the 2.5.1 ADT log, ${ex_legacy_allocations:-?} on the mixed log" \
+  "$(awk -v a="$std_legacy_allocations" -v b="$ex_legacy_allocations" 'BEGIN { if (a != "" && b != "") print (a == 0 && b == 0 ? 1 : 0) }')"

@@ -51,6 +51,14 @@ void QVJsegmentOf(const QVMuntypedMessageTree& Tree, SGMsegment& Segment) {
   if (Segment.name().view() == "MSH" && Segment.countOfField() > 1) QVJdoSpecialMshHack(Segment);
 }
 
+// The copy's lists keep their size from segment to segment, so a warm parse copies without
+// allocating.  One per thread: neither printing nor checking runs a script that could parse
+// another message in between.
+SGMsegment& QVJscratchSegment() {
+  thread_local SGMsegment Segment;
+  return Segment;
+}
+
 }  // namespace
 
 void QVJcopyUntypedTreeToSegment(const QVMuntypedMessageTree& Tree, SGMsegment& Segment) {
@@ -79,7 +87,7 @@ void QVJextractDelimiters(const QVMparser& Parser, SGMseparatorCharacters& Separ
 }
 
 COLstring QVJuntypedTreeSegmentAsString(const QVMparser& Parser, const QVMuntypedMessageTree& Segment) {
-  SGMsegment Copy;
+  SGMsegment& Copy = QVJscratchSegment();
   QVJsegmentOf(Segment, Copy);
   SGMseparatorCharacters Separators;
   QVJextractDelimiters(Parser, Separators);
@@ -91,9 +99,26 @@ COLstring QVJuntypedTreeSegmentAsString(const QVMparser& Parser, const QVMuntype
   return Text;
 }
 
+COLstring QVJuntypedTreeSegmentCopyChecked(const QVMparser&, const QVMuntypedMessageTree& Segment) {
+  // The copy fails only where a value lies below a sub sub field: that is looked for alone.
+  for (unsigned Field = 1; Field < Segment.countOfSubNode(); ++Field) {
+    const QVMuntypedMessageTree& Node = *Segment.node(Field, 0);
+    for (unsigned Repeat = 0; Repeat < Node.countOfRepeat(); ++Repeat) {
+      const QVMuntypedMessageTree& Occurrence = *Node.getRepeatedNode(Repeat);
+      for (unsigned Sub = 0; Sub < Occurrence.countOfSubNode(); ++Sub) {
+        const QVMuntypedMessageTree& SubNode = *Occurrence.node(Sub, 0);
+        for (unsigned SubSub = 0; SubSub < SubNode.countOfSubNode(); ++SubSub)
+          if (SubNode.node(SubSub, 0)->countOfSubNode() > 0)
+            throw COLerror("Segment too deeply nested.", COL_ERROR_PRECONDITION);
+      }
+    }
+  }
+  return COLstring();
+}
+
 void QVJcheckUntypedTreeSegment(const QVMparser& Parser, const QVMuntypedMessageTree& Segment,
                                 const QVMsegmentGrammar& Grammar, const COLstring&) {
-  SGMsegment Copy;
+  SGMsegment& Copy = QVJscratchSegment();
   QVJsegmentOf(Segment, Copy);
   SGCerrorList Errors;
   SGCcheckSegment(Copy, 0, Grammar, Errors);

@@ -16,6 +16,9 @@ void QVJcopyUntypedTreeToSegment(const QVMuntypedMessageTree& Tree, SGMsegment& 
 void QVJextractDelimiters(const QVMparser& Parser, SGMseparatorCharacters& Separators);
 
 COLstring QVJuntypedTreeSegmentAsString(const QVMparser& Parser, const QVMuntypedMessageTree& Segment);
+// The text hook for QVJcheckUntypedTreeSegment, which does not read the text: fails where
+// QVJuntypedTreeSegmentAsString would, and neither copies nor prints.
+COLstring QVJuntypedTreeSegmentCopyChecked(const QVMparser& Parser, const QVMuntypedMessageTree& Segment);
 // Raises the strict-grammar error (code 0x80002003) of the first fault; `Text` is not part of it.
 void QVJcheckUntypedTreeSegment(const QVMparser& Parser, const QVMuntypedMessageTree& Segment,
                                 const QVMsegmentGrammar& Grammar, const COLstring& Text);

@@ -80,7 +80,7 @@ void QVJengineInternalParseMessageNoPostProcess(QVJparseContext& Context, const 
         break;
       case QVMparserLegacy:
       case QVMparserSegmentChecker3:
-        QVPengineInternalParseMessage(Shared, Working, MessageIndex, ResultTable, QVJuntypedTreeSegmentAsString,
+        QVPengineInternalParseMessage(Shared, Working, MessageIndex, ResultTable, QVJuntypedTreeSegmentCopyChecked,
                                       QVJcheckUntypedTreeSegment);
         break;
       default: {

@@ -1,5 +1,6 @@
 #include "QVMtypedMessageTree.h"
 
+#include <initializer_list>
 #include <memory>
 #include <vector>
 
@@ -16,8 +17,9 @@ int64_t g_TotalNodeCount = 0;  // diagnostic only, not synchronised
 class QVMtypedTreePrivateType;
 
 // A list whose length can drop below its storage; kept objects are cleared on reuse. A kept
-// node that shares its content with another tree (`replaceNode`) is dropped instead: clearing it
-// would clear that other tree's node too, which may be in use again already.
+// node that took another tree's content (`replaceNode`) goes back to its own first. One whose
+// content is still shared with another tree is dropped instead: clearing it would clear that
+// other tree's node too, which may be in use again already.
 struct QVMtypedSlots {
   std::vector<COLreferencePtr<QVMtypedMessageTree>> nodes;
   unsigned length = 0;
@@ -55,7 +57,12 @@ void QVMtypedSlots::growTo(unsigned Length) {
   if (nodes.size() < Length) nodes.resize(Length);
   for (unsigned i = length; i < Length; ++i) {
     if (!nodes[i]) continue;
-    if (nodes[i]->pMember->countOfRef() > 1)
+    QVMtypedMessageTree& Node = *nodes[i];
+    if (Node.pOwn) {
+      Node.pMember = Node.pOwn;
+      Node.pOwn = nullptr;
+    }
+    if (Node.pMember->countOfRef() > 1)
       nodes[i] = nullptr;
     else
       nodes[i]->clear();
@@ -242,7 +249,22 @@ const QVMtypedMessageTree* QVMtypedMessageTree::getRepeatedNode(unsigned Index) 
   return const_cast<QVMtypedMessageTree*>(this)->getRepeatedNode(Index);
 }
 
-void QVMtypedMessageTree::replaceNode(QVMtypedMessageTree& Other) { pMember = Other.pMember; }
+void QVMtypedMessageTree::replaceNode(QVMtypedMessageTree& Other) {
+  if (!pOwn) pOwn = pMember;
+  pMember = Other.pMember;
+}
+void QVMtypedMessageTree::returnTakenContents() {
+  for (QVMtypedSlots* Slots : {&pMember->subNode, &pMember->repeatNode})
+    for (COLreferencePtr<QVMtypedMessageTree>& Node : Slots->nodes) {
+      if (!Node) continue;
+      if (Node->pOwn) {
+        Node->pMember = Node->pOwn;
+        Node->pOwn = nullptr;
+      }
+      Node->returnTakenContents();
+    }
+}
+
 unsigned QVMtypedMessageTree::countOfSubNode() const { return pMember->subNode.length; }
 unsigned QVMtypedMessageTree::countOfRepeat() const { return pMember->repeatNode.length + 1; }
 

@@ -43,8 +43,12 @@ public:
   void removeLastRepeat();
   QVMtypedMessageTree* getRepeatedNode(unsigned Index);
   const QVMtypedMessageTree* getRepeatedNode(unsigned Index) const;
-  // This handle shares the member of `Other` from now on.
+  // This handle shares the member of `Other` from now on; its own is kept aside and comes
+  // back when the node is reused for the next message.
   void replaceNode(QVMtypedMessageTree& Other);
+  // Every node below, kept or in use, that took another tree's content goes back to its own, so
+  // that the other tree can reuse its nodes: for a tree just cleared, before it is rebuilt.
+  void returnTakenContents();
   unsigned countOfSubNode() const;
   unsigned countOfRepeat() const;
 
@@ -87,6 +91,8 @@ private:
   QVMtypedMessageTree* adopt(QVMtypedMessageTree* Node);
 
   COLreferencePtr<QVMtypedMessageTreePrivate> pMember;
+  // Set while `pMember` is another node's (replaceNode).
+  COLreferencePtr<QVMtypedMessageTreePrivate> pOwn;
 };
 
 QVMtypedMessageTree* QVMmessageNodeAddressGetSubNode(const QVMmessageNodeAddress& Address,

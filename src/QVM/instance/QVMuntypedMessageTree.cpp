@@ -169,6 +169,10 @@ void QVMuntypedMessageTree::setCountOfSubNode(unsigned Count) {
   else pMember->subNode.cutTo(Count);
 }
 
+void QVMuntypedMessageTree::cutSubNodesKeeping(unsigned Count) {
+  if (Count < pMember->subNode.length) pMember->subNode.length = Count;
+}
+
 void QVMuntypedMessageTree::setCountOfRepeat(unsigned Count) {
   if (Count == 0) throw COLerror("Every field has a minimum on one repeat.", COL_ERROR_PRECONDITION);
   if (Count > countOfRepeat()) getRepeatedNode(Count - 1)->setValue(kEmptyText);

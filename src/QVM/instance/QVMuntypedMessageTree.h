@@ -37,6 +37,9 @@ public:
   unsigned countOfSubNode() const;
   unsigned countOfRepeat() const;
   void setCountOfSubNode(unsigned Count);
+  // Shortens to `Count` sub-nodes and keeps those past it for reuse, as clear() does: for a
+  // tree rebuilt every message, where setCountOfSubNode would drop them.
+  void cutSubNodesKeeping(unsigned Count);
   void setCountOfRepeat(unsigned Count);
 
   bool isNull() const;

@@ -139,6 +139,9 @@ private:
   COLstring encodingChars;
   std::map<QVMmessageGrammar*, messageGrammarState> affected;
   std::vector<QVMsegmentValidationRuleSituationalPython*> listening;
+  // The working paths of placeSegments and findInLeaf, kept from segment to segment.
+  Path address;
+  Path way;
 };
 
 // The leaf's nearest repeating ancestor and the way from that ancestor's parent down to the

@@ -210,6 +210,8 @@ void QVMengineInternalValidateAndSortSegments(unsigned ParserVersion, QVMmessage
   QVMmessageGrammar& Grammar = *Message.messageGrammar();
   const bool Lenient = Message.ignoreUnknownSegments();
   Structured.clear();
+  // The typed segments of the last message are then this message's to reuse.
+  Structured.returnTakenContents();
   if (ParserVersion == QVM_MESSAGE_CHECKER_2) {
     if (Message.ignoreSegmentOrder()) {
       QVMsegmentOrderTolerantGrammarParser().checkMessage(Grammar, Raw, Typed, Structured);

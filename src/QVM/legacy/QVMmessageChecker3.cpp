@@ -140,7 +140,7 @@ bool QVMmessageChecker3::checkMessage(const QVMmessageChecker3Hooks& Hooks, QVMm
     Segment.setLabel(Segment.node(0, 0)->getValue());
   }
   // Segments behind the one that ended the walk are not part of the message.
-  Raw.setCountOfSubNode(Count);
+  Raw.cutSubNodesKeeping(Count);
   segmentIndex = 0;
   LastErredSubGrammar = nullptr;
   rejectBadSegmentGrammar = (Flags & QVMcheckerRejectBadSegmentGrammar) != 0;
@@ -194,7 +194,8 @@ void QVMmessageChecker3::placeSegments(QVMtypedMessageTree& Structured) {
   };
   while (segmentIndex < pRawList->countOfSubNode()) {
     QVMuntypedMessageTree& Raw = *pRawList->node(segmentIndex, 0);
-    Path Address;
+    Path& Address = address;
+    Address.clear();
     bool OpenedRepeat = false;
     unsigned Depth = 0;
     if (!findSegment(G, Address, Raw, N, S, Continuation, OpenedRepeat, true, true, Depth)) {
@@ -340,7 +341,7 @@ bool QVMmessageChecker3::findInLeaf(QVMmessageGrammar* G, Path& Address, QVMtype
       }
       Address.back().second = Next;
     } else {
-      Path Way;
+      Path& Way = way;
       if (!hasRepeatingParent(Sub, Way) || I > FirstRequired) {
         Address.resize(Mark);
         return false;
