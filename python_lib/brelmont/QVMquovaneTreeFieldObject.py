@@ -2,12 +2,7 @@
 functions: the same interface as SGMquovaneFieldObject, over the node's repeats and sub-nodes.
 Reads never grow the message; writes make what they need."""
 import sgpy
-
-
-def _check_min(value, name):
-    if value < 0:
-        raise RuntimeError("Range index error. %s was %d when it should have been greater or equal to 0"
-                           % (name, value))
+from brelmont.SGMquovaneFieldObject import _check_min, _subfield_path
 
 
 class QuovaneTreeFieldObject:
@@ -49,14 +44,7 @@ class QuovaneTreeFieldObject:
         return self.value
 
     def subfield(self, index, subindex=None):
-        _check_min(index, "Subfield Index (first argument)")
-        if subindex is not None:
-            _check_min(subindex, "Subsubfield Index (second argument)")
-        base = self._path
-        if len(base) >= 2:
-            raise RuntimeError("A sub sub field has no sub fields")
-        path = base + (index,) if subindex is None or base else (index, subindex)
-        return QuovaneTreeFieldObject(self._field, self._repeat, path)
+        return QuovaneTreeFieldObject(self._field, self._repeat, _subfield_path(self._path, index, subindex))
 
     def count_of_subfield(self, repeat=0):
         _check_min(repeat, "Repeat Index (first argument)")

@@ -9,6 +9,16 @@ def _check_min(value, name):
                            % (name, value))
 
 
+def _subfield_path(base, index, subindex):
+    """The path of `subfield(index, subindex)` below a field object at `base`."""
+    _check_min(index, "Subfield Index (first argument)")
+    if subindex is not None:
+        _check_min(subindex, "Subsubfield Index (second argument)")
+    if len(base) >= 2:
+        raise RuntimeError("A sub sub field has no sub fields")
+    return base + (index,) if subindex is None or base else (index, subindex)
+
+
 class QuovaneFieldObject:
     # path: () the field repeat, (s,) a sub field, (s, ss) a sub sub field
     __slots__ = ("_pool", "_repeats", "_repeat", "_path")
@@ -71,14 +81,7 @@ class QuovaneFieldObject:
     # --- methods
 
     def subfield(self, index, subindex=None):
-        _check_min(index, "Subfield Index (first argument)")
-        if subindex is not None:
-            _check_min(subindex, "Subsubfield Index (second argument)")
-        base = self._path
-        if len(base) >= 2:
-            raise RuntimeError("A sub sub field has no sub fields")
-        path = base + (index,) if subindex is None or base else (index, subindex)
-        return QuovaneFieldObject(self._pool, self._repeats, self._repeat, path)
+        return QuovaneFieldObject(self._pool, self._repeats, self._repeat, _subfield_path(self._path, index, subindex))
 
     def count_of_subfield(self, repeat=0):
         _check_min(repeat, "Repeat Index (first argument)")
