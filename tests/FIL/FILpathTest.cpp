@@ -64,8 +64,12 @@ TEST(FILfilePath, RelativePathsResolveAgainstTheWorkingDirectory) {
   FILfilePath plain("out.xml");
   EXPECT_EQ(plain.fullDirectory(), FILaddPathSeparator(cwd == "/" ? COLstring("") : cwd));
   EXPECT_EQ(plain.fullFilename(), "out.xml");
+  // One past the depth of whatever directory the suite runs in.
+  const int beyond = static_cast<int>(plain.countOfDir()) + 1;
   COLstring out;
-  EXPECT_EQ(TSTraised([&] { plain.subFilePath(5, -1, out); }).code(), COL_ERROR_BAD_ARGUMENT);
+  EXPECT_EQ(TSTraised([&] { plain.subFilePath(beyond, -1, out); }).code(), COL_ERROR_BAD_ARGUMENT);
+  plain.subFilePath(static_cast<int>(plain.countOfDir()), -1, out);
+  EXPECT_EQ(out, "out.xml");
 }
 
 class FILpathFunctions : public FILtestDirectory {};
