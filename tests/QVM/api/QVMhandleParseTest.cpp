@@ -25,25 +25,6 @@ protected:
   void* table = nullptr;
 };
 
-TEST_F(QVMhandleParse, AMessageFillsATableHandle) {
-  unsigned index = 99;
-  EXPECT_HANDLE_OK(_QVMengineParseMessageA(engine, Admission, &index, table));
-  const char* name = nullptr;
-  EXPECT_HANDLE_OK(_QVMengineMessageName(engine, index, &name));
-  EXPECT_STREQ(name, "ADT_A01");
-
-  unsigned patientIndex = 0;
-  EXPECT_HANDLE_OK(_QVMtableGetSubTableIndex(table, "Patient", &patientIndex));
-  void* patient = nullptr;
-  // A sub-table handle is borrowed from its table: it is not released.
-  EXPECT_HANDLE_OK(_QVMtableGetSubTable(table, 0, patientIndex, &patient));
-  unsigned column = 0;
-  EXPECT_HANDLE_OK(_QVMtableColumnIndex(patient, "FamilyName", &column));
-  const char* value = nullptr;
-  EXPECT_HANDLE_OK(_QVMtableGetStringA(patient, column, 0, &value));
-  EXPECT_STREQ(value, "Okonkwo");
-}
-
 TEST_F(QVMhandleParse, AFailedParseReportsTheDiagnosticsAndTheShortText) {
   unsigned index = 0;
   const QVMhandleOutcome outcome = QVMoutcome(_QVMengineParseMessageA(engine, "MSH|^~\\&|||||||ZZZ\r", &index, table));

@@ -124,23 +124,3 @@ TEST_F(QVMhandleTableFamily, FailuresComeBackAsErrorHandles) {
   EXPECT_STREQ(name, "");
   EXPECT_HANDLE_OK(_QVMtableRelease(loose));
 }
-
-// The table keeps the engine whose grammar it follows, so a host may release them in any order.
-TEST(QVMhandleTable, TablesOutliveTheEngineHandle) {
-  void* engine = nullptr;
-  ASSERT_EQ(_QVMengineCreate(&engine), nullptr);
-  const TSTtableDefinition definition = TSTbuildTableDefinition(QVMhandleEngine(engine));
-  void* table = nullptr;
-  EXPECT_HANDLE_OK(_QVMengineCreateEmptyMessageTable(engine, definition.messageIndex, &table));
-  EXPECT_HANDLE_OK(_QVMengineRelease(engine));
-  unsigned row = 0, count = 0;
-  EXPECT_HANDLE_OK(_QVMtableAddRow(table, &row));
-  void* sub = nullptr;
-  EXPECT_HANDLE_OK(_QVMtableGetSubTable(table, 0, 0, &sub));
-  EXPECT_HANDLE_OK(_QVMtableAddRef(sub));
-  EXPECT_HANDLE_OK(_QVMtableRelease(table));
-  EXPECT_HANDLE_OK(_QVMtableAddRow(sub, &row));
-  EXPECT_HANDLE_OK(_QVMtableCountOfColumn(sub, &count));
-  EXPECT_EQ(count, 5u);
-  EXPECT_HANDLE_OK(_QVMtableRelease(sub));
-}
