@@ -18,6 +18,12 @@
 // with faults, its index and count, the report of its first fault and the words and place of
 // every further one.  In unescape.test the segments are unescaped strictly instead of checked.
 //
+// Numbers and date-times as the checks read them from a value's bytes (format.test): step cases
+// (tests/support/TSTsteps.h), each value lying in a longer text that goes on behind it:
+//   integer|double|datetime TEXT -> valid|invalid | tointeger|todouble TEXT -> the number, "-" or
+//   "changed" (refused, but the result was written) | mask ITEM... [required] (Y M D h m s f z) |
+//   convert|extract TEXT -> "Y-M-D h:m:s fraction zone", "null", "-" or "raises CODE TEXT"
+//
 // Validation rules (rules.test): "rule FIELD KIND" adds a rule of that kind to PID's field
 // FIELD (both counted from 0), its lines "Key=Value" setting its parameters, and a "code"
 // section its script.  Each segment of "runs" is run through it in turn; "report" holds each
@@ -47,7 +53,7 @@
 #include "SGCvalidationRule.h"
 #include "SGMoutput.h"
 
-#include "../support/TSTdataFile.h"
+#include "../support/TSTsteps.h"
 
 using namespace sgctest;
 
@@ -219,5 +225,77 @@ TEST_P(SGCruleData, Report) {
 INSTANTIATE_TEST_SUITE_P(Cases, SGCruleData, ::testing::ValuesIn(casesOf({"rules.test"})), TSTdataParamName);
 
 INSTANTIATE_TEST_SUITE_P(Cases, SGCcheckData, ::testing::ValuesIn(casesOf({"check.test", "unescape.test"})), TSTdataParamName);
+
+}  // namespace
+
+namespace {
+
+class Format : public TSTstepModel {
+  // The value of word 1 inside a text that is not NUL-terminated where the value ends.
+  const SGMvalue& value() {
+    Backing = word(1) + "|trailing";
+    Slice.set(Backing.data(), static_cast<uint32_t>(word(1).size()));
+    return Slice;
+  }
+  static std::string date(bool Converted, const QVMdateTimeInternal& Result) {
+    if (!Converted) return "-";
+    if (Result.isNull()) return "null";
+    char Text[64];
+    std::snprintf(Text, sizeof Text, "%d-%d-%d %d:%d:%d %g %d", Result.year(), Result.month(), Result.day(),
+                  Result.hour(), Result.minute(), Result.second(), Result.secondFraction(), Result.zone());
+    return Text;
+  }
+
+  std::string step() override {
+    const std::string& Verb = word(0);
+    if (Verb == "mask") {
+      static const std::map<std::string, QVMdateTimeGrammar::QVMdateTimeInternalMaskItem> Items = {
+          {"Y", QVMdateTimeGrammar::MaskYear},     {"M", QVMdateTimeGrammar::MaskMonth},
+          {"D", QVMdateTimeGrammar::MaskDay},      {"h", QVMdateTimeGrammar::MaskHour},
+          {"m", QVMdateTimeGrammar::MaskMinute},   {"s", QVMdateTimeGrammar::MaskSecond},
+          {"f", QVMdateTimeGrammar::MaskFraction}, {"z", QVMdateTimeGrammar::MaskTimeZone}};
+      Mask = QVMdateTimeGrammar();
+      Mask.setName("MASK");
+      for (size_t At = 1; At < Words.size(); ++At)
+        if (Words[At] == "required") Mask.setFieldsRequired(true);
+        else QVMdateTimeGrammarAddMaskItem(Mask, Items.at(Words[At]));
+      return "";
+    }
+    auto valid = [](bool Valid) { return Valid ? "valid" : "invalid"; };
+    int Integer = 99;
+    double Double = 99;
+    char Number[32];
+    QVMdateTimeInternal Result;
+    Result.setDate(2000, 1, 1);
+    if (Verb == "integer") return valid(SGCvalidInteger(value()));
+    if (Verb == "double") return valid(SGCvalidDouble(value()));
+    if (Verb == "datetime") return valid(SGCvalidDateTime(value(), Mask));
+    if (Verb == "tointeger")
+      return SGCextractInteger(value(), Integer) ? std::to_string(Integer) : Integer == 99 ? "-" : "changed";
+    if (Verb == "todouble" && SGCextractDouble(value(), Double))
+      return std::snprintf(Number, sizeof Number, "%g", Double), Number;
+    if (Verb == "todouble") return Double == 99 ? "-" : "changed";
+    if (Verb == "extract") return date(SGCextractDateTime(value(), Mask, Result), Result);
+    if (Verb != "convert") unknown();
+    try {
+      return date(SGCdateTimeGrammarConvertStringToDateTime(Mask, value(), Result), Result);
+    } catch (const COLerror& Error) {
+      std::snprintf(Number, sizeof Number, "0x%08X", static_cast<unsigned>(Error.code()));
+      return std::string("raises ") + Number + " " + Error.description().c_str();
+    }
+  }
+
+  std::string Backing;
+  SGMvalue Slice;
+  QVMdateTimeGrammar Mask;
+};
+
+class SGCformatData : public ::testing::TestWithParam<TSTdataCase> {};
+
+TEST_P(SGCformatData, Steps) {
+  TSTrunSteps(GetParam(), [] { return std::make_unique<Format>(); });
+}
+
+INSTANTIATE_TEST_SUITE_P(Cases, SGCformatData, ::testing::ValuesIn(casesOf({"format.test"})), TSTdataParamName);
 
 }  // namespace
