@@ -8,11 +8,17 @@
 //   span D h m s | spandays D | diff Y M D h m s (the date less that one)
 //   spanprinted | spanparts -> "D h m s" | spanstatus | spantotal -> seconds, to the microsecond
 //   dayname N short|long | monthname N short|long | dayofmonth N | meridian H formal|plain
-//   monthof NAME | shortname N
+//   monthof NAME | shortname N | timet | getfraction | zonetext MINUTES | formatsize N (of a
+//   format of N letters) | ole DAYS -> the date of that double, the double of that date
+//   than [DAYS] (the other date, null without) | is ==|<|<=|>|>= (against it) | setnull
+//   spanop +|-|+= DAYS|null, neg, *|/ FACTOR | spanof null|invalid | plusspan (the date plus the span)
+//   spanbefore DAYS (whether that span is less) | spanhours | spanin -> total minutes and hours
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
+#include <ctime>
 
 #include "COLdateTime.h"
 #include "COLostream.h"
@@ -73,6 +79,31 @@ class Dates : public TSTstepModel {
              " " + std::to_string(Span.seconds());
     if (Verb == "spanstatus") return statusName(Span.status());
     if (Verb == "spantotal") return shortest(std::round(Span.totalSeconds() * 1e6) / 1e6);  // to the microsecond
+    if (Verb == "timet") return std::to_string(static_cast<long long>(Time.asTimeT()));
+    if (Verb == "getfraction") return shortest(Time.secondFraction());
+    if (Verb == "zonetext") return COLformatZoneOffset(n(1)).str();
+    if (Verb == "formatsize") return std::to_string(Time.format(COLstring(index(1), 'x')).size());
+    if (Verb == "ole") return shortest(_COLDateFromDouble(real(1))) + " " + shortest(_COLDoubleFromDate(real(1)));
+    if (Verb == "than") return Other = Words.size() > 1 ? COLdateTime(real(1)) : COLdateTime(), "";
+    if (Verb == "setnull") return Time.setNull(), "";
+    if (Verb == "is") {
+      const std::string& Op = word(1);
+      return std::to_string(Op == "==" ? Time == Other : Op == "<" ? Time < Other : Op == "<=" ? Time <= Other
+                            : Op == ">" ? Time > Other : Time >= Other);
+    }
+    if (Verb == "spanop") {
+      COLdateTimeSpan By(Words.size() > 2 && word(2) != "null" ? real(2) : 0.0);
+      if (Words.size() > 2 && word(2) == "null") By.setStatus(COLdateTimeSpan::null);
+      const std::string& Op = word(1);
+      Span = Op == "+" ? Span + By : Op == "-" ? Span - By : Op == "neg" ? -Span : Op == "*" ? Span * real(2)
+             : Op == "/" ? Span / real(2) : (Span += By);
+      return "";
+    }
+    if (Verb == "spanof") return Span.setStatus(word(1) == "null" ? COLdateTimeSpan::null : COLdateTimeSpan::invalid), "";
+    if (Verb == "plusspan") return Time = Time + Span, "";
+    if (Verb == "spanbefore") return std::to_string(COLdateTimeSpan(real(1)) < Span);
+    if (Verb == "spanhours") return std::to_string(Span.hours());
+    if (Verb == "spanin") return shortest(Span.totalMinutes()) + " " + shortest(Span.totalHours());
     if (Verb == "dayname") return COLdateTime::dayOfWeekString(n(1), word(2) == "short").str();
     if (Verb == "monthname") return COLdateTime::monthString(n(1), word(2) == "short").str();
     if (Verb == "dayofmonth") return COLdateTime::dayOfMonthString(n(1)).str();
@@ -82,9 +113,19 @@ class Dates : public TSTstepModel {
     unknown();
   }
 
-  COLdateTime Time;
+  COLdateTime Time, Other;
   COLdateTimeSpan Span;
 };
+
+TEST(COLdateTime, TimeTAndCurrentTime) {
+  const COLdateTime now = COLdateTime::currentTime();
+  EXPECT_EQ(now.status(), COLdateTime::valid);
+  EXPECT_GE(now.year(), 2020);
+  EXPECT_LE(std::llabs(static_cast<long long>(now.asTimeT() - std::time(nullptr))), 3601);
+  const COLdateTime today = COLdateTime::currentDate();
+  EXPECT_EQ(today.day(), now.day());
+  EXPECT_EQ(today.hour() + today.minute() + today.second(), 0);
+}
 
 class COLdateTimeData : public ::testing::TestWithParam<TSTdataCase> {};
 
