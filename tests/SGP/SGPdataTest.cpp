@@ -3,16 +3,20 @@
 //   options    one setting a line: "field|subfield|subsubfield|repeat|escape C POSITION" (C
 //              "none" disables it), "segment C", "header NAME", "hl7 off"
 //   first      a message parsed into the same list before, to see nothing of it is left
-//   message    the message
+//   message    the message; or "message FILE [from N]", the file tests/data/SGP/FILE from byte N
 //   outcome    "parsed" and the separators (field, sub field, repeat, escape, sub sub field),
 //              or the error, its context and the context's offset when it points into the message
 //   segments   one segment a line: the name, then each field behind " | "; repeats are joined by
 //              " ~ ", sub fields by " ^ ", sub sub fields by " & "; values are quoted, a null one
 //              is drawn as null; bytes outside printable ASCII and '"' as \xHH
-//   written    the list written back with the options' segment delimiter
+//   written    the list written back with the options' segment delimiter; "written same [lf]":
+//              the message itself (with "lf", written with an LF behind each segment delimiter)
+//   values     lines "segments -> N", "S name|fields -> ...", "S F R subfields -> N" and
+//              "S F R SF SSF -> TEXT" (all indexes from 0)
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <iterator>
 #include <sstream>
 #include <string>
 
@@ -20,6 +24,7 @@
 #include "SGPparser.h"
 
 #include "../support/TSTdataFile.h"
+#include "../support/TSTfile.h"
 
 namespace {
 
@@ -80,6 +85,8 @@ SGPparserOptions optionsOf(const std::string& Text) {
   return Options;
 }
 
+const std::string Path = MSGBRIDGE_SOURCE_DIR "/tests/data/SGP/";
+
 class SGPparseData : public ::testing::TestWithParam<TSTdataCase> {};
 
 TEST_P(SGPparseData, Tokens) {
@@ -90,7 +97,10 @@ TEST_P(SGPparseData, Tokens) {
   SGMsegmentList List;
   SGMseparatorCharacters Separators;
   // Values point into the texts, so both stay alive to the end.
-  const std::string First = Case.has("first") ? Case.text("first") : "", Text = Case.text("message");
+  const std::string First = Case.has("first") ? Case.text("first") : "";
+  std::string Text = Case.text("message"), File, From;
+  if (std::istringstream(Case.argument("message")) >> File >> From >> From) Text = TSTreadFile(Path + File).substr(std::stoul(From));
+  else if (!File.empty()) Text = TSTreadFile(Path + File);
   if (Case.has("first")) {
     ASSERT_EQ(Parser.parse(First.data(), First.size(), List, Separators, Options), SGPparsed);
   }
@@ -114,9 +124,23 @@ TEST_P(SGPparseData, Tokens) {
     EXPECT_EQ(drawSegments(List), Case.text("segments"));
   }
   if (Case.has("written")) {
+    const bool Same = Case.argument("written").rfind("same", 0) == 0, Lf = Case.argument("written") == "same lf";
     COLstring Out;
-    SGMappendSegmentList(List, Separators, std::string(1, Options.segmentDelimiter()).c_str(), Out);
-    EXPECT_EQ(Out.str(), Case.text("written"));
+    SGMappendSegmentList(List, Separators, (std::string(1, Options.segmentDelimiter()) + (Lf ? "\n" : "")).c_str(), Out);
+    EXPECT_EQ(Out.str(), Same ? Text + (Lf ? "\n" : "") : Case.text("written"));
+  }
+  std::istringstream Values(Case.has("values") ? Case.text("values") : "");
+  for (std::string Line; std::getline(Values, Line);) {
+    std::istringstream Words(Line.substr(0, Line.find(" -> ")));
+    std::vector<std::string> W{std::istream_iterator<std::string>(Words), {}};
+    auto at = [&](size_t I) { return static_cast<uint32_t>(std::stoul(W[I])); };
+    std::string Got;
+    if (W[0] == "segments") Got = std::to_string(List.countOfSegment());
+    else if (W[1] == "name") Got = List.segment(at(0)).name().view();
+    else if (W[1] == "fields") Got = std::to_string(List.segment(at(0)).countOfField());
+    else if (W[3] == "subfields") Got = std::to_string(List.segment(at(0)).field(at(1), at(2)).countOfSubField());
+    else Got = List.segment(at(0)).field(at(1), at(2)).value(at(3), at(4)).view();
+    EXPECT_EQ(Got, Line.substr(Line.find(" -> ") + 4)) << Line;
   }
 }
 
