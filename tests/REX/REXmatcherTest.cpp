@@ -28,50 +28,18 @@ TEST(REXmatcher, FindFromPastTheEndRaises) {
   EXPECT_EQ(0x80000101u, error.code());
   EXPECT_EQ(COLstring("Failed postcondition:ReturnCode >= -1"), error.description());
 }
-TEST(REXmatcher, BadPatternIsKeptWithItsErrorAndRefusesToMatch) {
-  REXmatcher matcher;
-  const COLstring result = matcher.init("MSH(A|B", 0);
-  EXPECT_FALSE(result.empty());
-  EXPECT_EQ(result, matcher.lastCompileError());
-  EXPECT_NE(COLstring::npos, result.find("parenthesis")) << result.c_str();
-  EXPECT_EQ(7u, matcher.errorOffset());
-  EXPECT_EQ(COLstring("MSH(A|B"), matcher.pattern());
-  EXPECT_FALSE(matcher.isExpressionValid());
-
-  REXmatcher copy(matcher);
-  EXPECT_FALSE(copy.isExpressionValid());
-  EXPECT_EQ(matcher.lastCompileError(), copy.lastCompileError());
-  EXPECT_EQ(7u, copy.errorOffset());
-  EXPECT_TRUE(copy == matcher);
-
-  for (const REXmatcher* subject : {&matcher, &copy}) {
-    COLerror error = TSTraised([subject] { subject->doesMatch("MSH"); });
-    EXPECT_EQ(0x80000100u, error.code());
-    EXPECT_EQ(COLstring("Failed precondition: pMember->pCompiledExpression != NULL"), error.description());
-  }
+// Bad patterns and options, kept with their errors, are in tests/data/REX.
+TEST(REXmatcher, ABadPatternRefusesFindAndReplaceAndALaterGoodOneClearsTheError) {
+  REXmatcher matcher("MSH(A|B");
   size_t first = 0, last = 0;
   EXPECT_THROW(matcher.findMatch("x", 0, first, last), COLerror);
   COLstring text("abc");
   EXPECT_THROW(matcher.regexReplace(text, "x"), COLerror);
-
-  // A later good pattern clears the error.
   EXPECT_TRUE(matcher.init("MSH", 0).empty());
   EXPECT_TRUE(matcher.isExpressionValid());
   EXPECT_TRUE(matcher.lastCompileError().empty());
   EXPECT_EQ(0u, matcher.errorOffset());
   EXPECT_TRUE(matcher.doesMatch("MSH|"));
-}
-
-TEST(REXmatcher, BadOptionsAreKeptAsAnError) {
-  REXmatcher unknown("a", 0x80);
-  EXPECT_FALSE(unknown.isExpressionValid());
-  EXPECT_FALSE(unknown.lastCompileError().empty());
-  REXmatcher newline("a", REX_NEWLINE_CRLF | REX_NEWLINE_ANY);
-  EXPECT_FALSE(newline.isExpressionValid());
-  // An unknown escape such as "\y" is an error only when asked for.
-  REXmatcher strict("\\y", REX_EXTRA);
-  EXPECT_FALSE(strict.isExpressionValid());
-  EXPECT_FALSE(strict.lastCompileError().empty());
 }
 
 TEST(REXmatcher, NeverInitialisedMatcherHasNothingToMatch) {
@@ -124,24 +92,6 @@ TEST(REXmatcher, PrintsItsPattern) {
   COLostream stream(text);
   stream << REXmatcher("A|B");
   EXPECT_EQ(COLstring("Regex: 'A|B'"), text);
-}
-
-TEST(REXmatcher, ReplaceRaisesForMissingGroupAndLeavesTextAlone) {
-  COLstring text("abab");
-  COLerror error = TSTraised([&text] { REXmatcher("b").regexReplace(text, "$1"); });
-  EXPECT_EQ(COLstring("Error finding back reference"), error.description());
-  EXPECT_EQ(0x80000101u, error.code());
-  EXPECT_EQ(COLstring("abab"), text);
-
-  // A group that did not take part before the last one that did is empty; a trailing one
-  // does not exist, as the classic library had it.
-  text = "b";
-  REXmatcher alternatives("(a)|(b)");
-  EXPECT_EQ(1u, alternatives.regexReplace(text, "[$1$2]"));
-  EXPECT_EQ(COLstring("[b]"), text);
-  text = "a";
-  EXPECT_THROW(alternatives.regexReplace(text, "[$1$2]"), COLerror);
-  EXPECT_EQ(COLstring("a"), text);
 }
 
 TEST(REXmatcher, ReplaceFunctionSeesGapsAndGroupsButNotReplacement) {
