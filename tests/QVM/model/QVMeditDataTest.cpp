@@ -180,9 +180,27 @@ private:
              "";
     if (verb == "unidentify") return segment.removeIdentifier(index(3)), "";
     if (verb == "identifier") return segment.identifier(index(3))->value().str();
+    if (verb == "matches") {  // "valid" or "invalid", "null" when it matches no text, then each text's match
+      const QVMsegmentIdentifier& identifier = *segment.identifier(index(3));
+      std::string text = std::string(identifier.isRegexValid() ? "valid" : "invalid") +
+                         (identifier.isNullMatchingValue() ? " null" : "");
+      for (size_t at = 4; at < Words.size(); ++at)
+        text += " " + std::to_string(word(at) == "null" ? identifier.doesMatch(static_cast<const char*>(nullptr))
+                                                        : identifier.doesMatch(word(at).c_str()));
+      return text;
+    }
+    if (verb == "maxrepeat") return segment.setFieldMaxRepeat(index(3), index(4)), "";
     if (verb == "fullname") return QVMsegmentGrammarFullName(segment).str();
     if (verb == "set")
       return segment.setFieldType(index(3), config.composite(config.compositeByName(word(4).c_str()))), "";
+    if (verb == "print" && Words.size() > 3) {
+      COLstring text;
+      COLostream stream(text);
+      QVMsegmentGrammarPrintOn(segment, stream, word(3).c_str());
+      std::string lines = text.str();
+      std::replace(lines.begin(), lines.end(), '\n', '|');
+      return lines;
+    }
     if (verb == "print") return printed(segment);
     if (verb == "show")
       return each(segment.countOfField(), ",", [&](size_t f) {
