@@ -56,7 +56,7 @@ uint64_t SGPYregistry::addRoot(void* object, COLreference* counted, SGPYkind kin
   New.counted = counted;
   New.kind = kind;
   New.origin = origin;
-  m_Handles[reinterpret_cast<uintptr_t>(object)] = Entry{kind, Id};
+  m_Handles[reinterpret_cast<uintptr_t>(object)] = Entry{kind, Id, &New};
   return Id;
 }
 
@@ -110,10 +110,10 @@ void SGPYregistry::removeRoot(uint64_t id) {
 void SGPYregistry::addPart(const void* parent, const void* part, SGPYkind kind) {
   const auto Parent = m_Handles.find(reinterpret_cast<uintptr_t>(parent));
   COL_PRECONDITION(Parent != m_Handles.end());
-  const uint64_t Id = Parent->second.root;
-  const auto [At, Inserted] = m_Handles.try_emplace(reinterpret_cast<uintptr_t>(part), Entry{kind, Id});
+  const Entry Owner = Parent->second;
+  const auto [At, Inserted] = m_Handles.try_emplace(reinterpret_cast<uintptr_t>(part), Entry{kind, Owner.root, Owner.owner});
   (void)At;
-  if (Inserted) m_Roots.at(Id).parts.push_back(reinterpret_cast<uintptr_t>(part));
+  if (Inserted) Owner.owner->parts.push_back(reinterpret_cast<uintptr_t>(part));
 }
 
 void SGPYregistry::dropParts(const void* handle) {
@@ -130,7 +130,7 @@ void SGPYregistry::dropParts(const void* handle) {
 const SGPYregistry::Root& SGPYregistry::rootOf(const void* handle) const {
   const auto Found = m_Handles.find(reinterpret_cast<uintptr_t>(handle));
   COL_PRECONDITION(Found != m_Handles.end());
-  return m_Roots.at(Found->second.root);
+  return *Found->second.owner;
 }
 
 SGPYregistry::Root& SGPYregistry::rootOf(const void* handle) {
@@ -140,7 +140,7 @@ SGPYregistry::Root& SGPYregistry::rootOf(const void* handle) {
 bool SGPYregistry::isCreatedRoot(const void* handle) const {
   const auto Found = m_Handles.find(reinterpret_cast<uintptr_t>(handle));
   if (Found == m_Handles.end()) return false;
-  const Root& Owner = m_Roots.at(Found->second.root);
+  const Root& Owner = *Found->second.owner;
   return Owner.origin == Origin::Created && Owner.object == handle;
 }
 

@@ -82,9 +82,11 @@ public:
   size_t countOfCreatedRoot() const;
 
 private:
+  struct Root;
   struct Entry {
     SGPYkind kind;
     uint64_t root;
+    Root* owner;  // m_Roots[root]: its nodes stay where they are until erased
   };
   struct Root {
     void* object = nullptr;
