@@ -135,7 +135,8 @@ bool SGPYinRange(long index, uint32_t count, const char* what) {
 }
 
 bool SGPYcountInRange(long count) {
-  if (count >= 0 && count <= 0xFFFFFF) return true;
+  // No message has more of anything at one level; growing to millions of objects only costs memory.
+  if (count >= 0 && count <= 0x10000) return true;
   PyErr_Format(PyExc_ValueError, "count %ld is out of range", count);
   return false;
 }
