@@ -75,8 +75,6 @@ PyObject* LAGcall(PyObject* module, const char* name, Arguments... arguments) {
   return LANcheckCall(PyObject_CallFunctionObjArgs(callable, static_cast<PyObject*>(arguments)..., nullptr));
 }
 
-PyObject* LAGhandle(const void* address) { return LANcheckCall(PyLong_FromVoidPtr(const_cast<void*>(address))); }
-
 // What "from quovane import *" does: the module's public names into the globals.
 void LAGimportQuovaneNames(PyObject* globals) {
   PyObject* module = static_cast<PyObject*>(LAGfindQuovaneModule());
@@ -206,7 +204,8 @@ void LAGexecuteFieldEquation(const LANfunction& function, SGMstringPool& pool, S
 
   PyObject* sgm = LAGimport("brelmont.SGM");
   PyObject* fieldModule = LAGimport("brelmont.SGMquovaneFieldObject");
-  LANobjectPtr poolHandle = LAGhandle(&pool), repeatsHandle = LAGhandle(&repeats), zero = PyLong_FromLong(0);
+  SGPYlentObjects lent;
+  LANobjectPtr poolHandle = lent.lend(pool), repeatsHandle = lent.lend(repeats), zero = PyLong_FromLong(0);
   LANobjectPtr poolObject = LAGcall(sgm, "SGMstringPool", poolHandle.get());
   LANobjectPtr repeatsObject = LAGcall(sgm, "SGMfieldRepeats", repeatsHandle.get());
   LANobjectPtr field = LAGcall(fieldModule, "QuovaneFieldObject", poolObject.get(), repeatsObject.get(), zero.get());
@@ -239,7 +238,8 @@ void LAGexecuteSegmentEquation(const LANfunction& function, QVMuntypedMessageTre
   LAGenvironmentBinding environmentBinding(engine.localDictionary(), environment);
   const COLstring text = field->getFirstValue();
   PyObject* fieldModule = LAGimport("brelmont.QVMquovaneTreeFieldObject");
-  LANobjectPtr fieldHandle = LAGhandle(field), zero = PyLong_FromLong(0);
+  SGPYlentObjects lent;
+  LANobjectPtr fieldHandle = lent.lend(*field), zero = PyLong_FromLong(0);
   LANobjectPtr fieldObject = LAGcall(fieldModule, "QuovaneTreeFieldObject", fieldHandle.get(), zero.get());
   LANobjectPtr given = LANcheckCall(LANstringToPython(text));
   LAGbinding fieldBinding(engine.localDictionary(), "field", fieldObject);
@@ -263,11 +263,7 @@ std::optional<COLerror> LAGruleError(PyObject* exceptionModule, PyObject* value)
   if (PyObject_IsTrue(accepted) != 1) return std::nullopt;
   LANobjectPtr exceptionClass = LANcheckCall(PyObject_GetAttrString(exceptionModule, "QuovaneException"));
   LANobjectPtr handle = LAGcall(exceptionClass, "colErrorHandle", candidate.get());
-  auto* native = static_cast<COLerror*>(PyLong_AsVoidPtr(handle));
-  LANcheckCall();
-  COL_PRECONDITION(native != nullptr);
-  COLerror copy(*native);
-  native->Release();
+  COLerror copy = SGPYtakeError(handle);
   copy.setCode(COL_ERROR_VALIDATION_RULE);
   return copy;
 }
@@ -352,14 +348,15 @@ void LAGexecutePythonValidationRule(const LANfunction& function, LANengine& engi
   PyObject* fieldModule = LAGimport("brelmont.SGMquovaneFieldObject");
   PyObject* segmentModule = LAGimport("brelmont.SGMquovaneSegmentObject");
 
-  LANobjectPtr poolHandle = LAGhandle(&pool), segmentHandle = LAGhandle(&segment);
+  SGPYlentObjects lent;
+  LANobjectPtr poolHandle = lent.lend(pool), segmentHandle = lent.lend(segment);
   LANobjectPtr poolObject = LAGcall(sgm, "SGMstringPool", poolHandle.get());
   LANobjectPtr segmentObject = LAGcall(segmentModule, "QuovaneSegmentObject", poolObject.get(),
                                        LANobjectPtr(LAGcall(sgm, "SGMsegment", segmentHandle.get())).get());
   LAGbinding segmentBinding(locals, "segment", segmentObject);
   LANobjectPtr field;
   if (fieldIndex < segment.countOfField()) {
-    LANobjectPtr repeatsHandle = LAGhandle(&segment.fieldRepeats(fieldIndex)), zero = PyLong_FromLong(0);
+    LANobjectPtr repeatsHandle = lent.lend(segment.fieldRepeats(fieldIndex)), zero = PyLong_FromLong(0);
     LANobjectPtr repeatsObject = LAGcall(sgm, "SGMfieldRepeats", repeatsHandle.get());
     field = LAGcall(fieldModule, "QuovaneFieldObject", poolObject.get(), repeatsObject.get(), zero.get());
   } else {

@@ -1,41 +1,133 @@
-// The functions of "sgpy" that the script objects are built on: field repeats, fields, values,
-// string pools and segments of the current parser, the raw tree nodes of the legacy parser, and
-// errors.
+// The module "sgpy": one registry of live handles per interpreter, kept in the module's state,
+// the handle checks that every function goes through, and what the host lends for a call.
 #include "LANpython.h"
 
-#include <cstdint>
+#include <vector>
 
 #include "COLerror.h"
-#include "QVMuntypedMessageTree.h"
-#include "SGMsegmentList.h"
-#include "SGMstringPool.h"
+#include "SGPYinternal.h"
 #include "SGPYmodule.h"
 
 namespace {
 
-// One handle argument: an integer other than 0.
-template <class T>
-T* SGPYhandle(PyObject* object, const char* typeName) {
-  if (!PyLong_Check(object)) {
-    PyErr_Format(PyExc_TypeError, "%s index must be integer", typeName);
+const char TestMessage[] =
+    "MSH|^~\\&|ADMIT|GENHOSP|ENGINE|GENHOSP|20240105083000||ADT^A01|MSG00001|P|2.4\r"
+    "EVN|A01|20240105083000\r"
+    "PID|1||123456^^^GENHOSP^MR~987654^^^STATE^SS||Doe^Jane^Q||19700412|F|||"
+    "12 Elm St^Apt 4&Rear^Springfield^IL^62701^USA^H||(555)0100-1234\r"
+    "NK1|1|Doe^John|SPO|||||20240101\r"
+    "PV1|1|I|WARD1^101^A^GENHOSP||||D1234^Smith^Adam^^^DR|||MED\r";
+
+int execModule(PyObject* module);
+void freeModule(void* module);
+
+PyModuleDef_Slot Slots[] = {{Py_mod_exec, reinterpret_cast<void*>(execModule)}, {0, nullptr}};
+
+std::vector<PyMethodDef>& functionTable() {
+  static std::vector<PyMethodDef> Table = [] {
+    std::vector<PyMethodDef> Functions;
+    SGPYaddSegmentFunctions(Functions);
+    SGPYaddErrorFunctions(Functions);
+    SGPYaddTreeFunctions(Functions);
+    Functions.push_back({nullptr, nullptr, 0, nullptr});
+    return Functions;
+  }();
+  return Table;
+}
+
+PyModuleDef SgpyModule = {
+    PyModuleDef_HEAD_INIT,
+    "sgpy",
+    "Handles on the tokenised message for script objects.",
+    sizeof(SGPYregistry*),
+    nullptr,  // set from functionTable() before the first use
+    Slots,
+    nullptr,
+    nullptr,
+    freeModule,
+};
+
+SGPYregistry*& registrySlot(PyObject* module) { return *static_cast<SGPYregistry**>(PyModule_GetState(module)); }
+
+int execModule(PyObject* module) {
+  try {
+    registrySlot(module) = new SGPYregistry;
+  } catch (...) {
+    PyErr_NoMemory();
+    return -1;
+  }
+  return PyModule_AddStringConstant(module, "test_message", TestMessage);
+}
+
+void freeModule(void* module) {
+  auto* state = static_cast<SGPYregistry**>(PyModule_GetState(static_cast<PyObject*>(module)));
+  if (state == nullptr) return;
+  delete *state;
+  *state = nullptr;
+}
+
+// The module of the current interpreter, a new reference.
+PyObject* currentModule() {
+  LANobjectPtr name = LANcheckCall(PyUnicode_FromString("sgpy"));
+  PyObject* module = PyImport_GetModule(name);
+  if (module == nullptr && !PyErr_Occurred()) module = PyImport_Import(name);
+  LANcheckCall(module);
+  if (PyModule_GetDef(module) != &SgpyModule || registrySlot(module) == nullptr) {
+    Py_DECREF(module);
+    throw COLerror("The module sgpy of this interpreter is not the built-in one", COL_ERROR_PRECONDITION);
+  }
+  return module;
+}
+
+}  // namespace
+
+SGPYregistry& SGPYregistryOf(PyObject* module) { return *registrySlot(module); }
+
+void* SGPYcheckHandle(PyObject* module, PyObject* handle, SGPYkind kind) {
+  const char* TypeName = SGPYkindName(kind);
+  if (!PyLong_Check(handle)) {
+    PyErr_Format(PyExc_TypeError, "%s index must be integer", TypeName);
     return nullptr;
   }
-  void* address = PyLong_AsVoidPtr(object);
-  if (address == nullptr && !PyErr_Occurred()) PyErr_Format(PyExc_ValueError, "%s handle is 0", typeName);
-  return static_cast<T*>(address);
+  void* Address = PyLong_AsVoidPtr(handle);
+  if (Address == nullptr && PyErr_Occurred()) PyErr_Clear();  // out of range: no handle either
+  SGPYregistry::Lookup Result = SGPYregistry::Lookup::Unknown;
+  SGPYkind Actual = kind;
+  void* Object = SGPYregistryOf(module).find(reinterpret_cast<uintptr_t>(Address), kind, Result, Actual);
+  if (Result == SGPYregistry::Lookup::OtherKind) {
+    PyErr_Format(PyExc_ValueError, "%s handle %S is the handle of a %s", TypeName, handle, SGPYkindName(Actual));
+  } else if (Result == SGPYregistry::Lookup::Unknown) {
+    PyErr_Format(PyExc_ValueError, "%s handle %S is not a live handle", TypeName, handle);
+  }
+  return Object;
 }
 
-template <class T>
-T* SGPYpointer(long handle, const char* typeName) {
-  if (handle == 0) PyErr_Format(PyExc_ValueError, "%s handle is 0", typeName);
-  return reinterpret_cast<T*>(static_cast<intptr_t>(handle));
+PyObject* SGPYaddRef(PyObject* module, PyObject* handle, SGPYkind kind) {
+  void* Object = SGPYcheckHandle(module, handle, kind);
+  if (Object == nullptr) return nullptr;
+  SGPYregistry& Registry = SGPYregistryOf(module);
+  if (!Registry.isCreatedRoot(Object)) {
+    PyErr_Format(PyExc_ValueError, "%s handle %S was not made by %sCreate", SGPYkindName(kind), handle,
+                 SGPYkindName(kind));
+    return nullptr;
+  }
+  Registry.addRef(Object);
+  return PyLong_FromLong(1);
 }
 
-PyObject* SGPYaddress(const void* object) { return PyLong_FromVoidPtr(const_cast<void*>(object)); }
+PyObject* SGPYrelease(PyObject* module, PyObject* handle, SGPYkind kind) {
+  void* Object = SGPYcheckHandle(module, handle, kind);
+  if (Object == nullptr) return nullptr;
+  SGPYregistry& Registry = SGPYregistryOf(module);
+  if (!Registry.isCreatedRoot(Object)) {
+    PyErr_Format(PyExc_ValueError, "%s handle %S was not made by %sCreate", SGPYkindName(kind), handle,
+                 SGPYkindName(kind));
+    return nullptr;
+  }
+  Registry.release(Object);
+  return PyLong_FromLong(1);
+}
 
-PyObject* SGPYcount(uint32_t count) { return PyLong_FromUnsignedLong(count); }
-
-// An index must name an existing item; the native lists assert, scripts get an IndexError.
 bool SGPYinRange(long index, uint32_t count, const char* what) {
   if (index >= 0 && static_cast<unsigned long>(index) < count) return true;
   PyErr_Format(PyExc_IndexError, "%s index %ld is out of range (count %u)", what, index, count);
@@ -43,182 +135,10 @@ bool SGPYinRange(long index, uint32_t count, const char* what) {
 }
 
 bool SGPYcountInRange(long count) {
-  if (count >= 0 && count <= 0xFFFFFF) return true;
+  // No message has more of anything at one level; growing to millions of objects only costs memory.
+  if (count >= 0 && count <= 0x10000) return true;
   PyErr_Format(PyExc_ValueError, "count %ld is out of range", count);
   return false;
-}
-
-// --- field repeats
-
-PyObject* fieldRepeatsGetCountOfFieldRepeat(PyObject*, PyObject* arg) {
-  auto* repeats = SGPYhandle<SGMfieldRepeats>(arg, "SGMfieldRepeats");
-  return repeats ? SGPYcount(repeats->countOfFieldRepeat()) : nullptr;
-}
-
-PyObject* fieldRepeatsSetCountOfFieldRepeat(PyObject*, PyObject* args) {
-  long handle = 0, count = 0;
-  if (!PyArg_ParseTuple(args, "ll", &handle, &count)) return nullptr;
-  auto* repeats = SGPYpointer<SGMfieldRepeats>(handle, "SGMfieldRepeats");
-  if (!repeats || !SGPYcountInRange(count)) return nullptr;
-  return LANguard([&] {
-    repeats->setCountOfFieldRepeat(static_cast<uint32_t>(count));
-    // A new repeat reads as one empty value, as a parsed one does.
-    for (uint32_t r = 0; r < repeats->countOfFieldRepeat(); ++r)
-      if (repeats->fieldRepeat(r).countOfSubField() == 0) repeats->fieldRepeat(r).setCountOfSubField(1);
-    return PyLong_FromLong(1);
-  });
-}
-
-PyObject* fieldRepeatsGetFieldRepeat(PyObject*, PyObject* args) {
-  long handle = 0, repeat = 0;
-  if (!PyArg_ParseTuple(args, "ll", &handle, &repeat)) return nullptr;
-  auto* repeats = SGPYpointer<SGMfieldRepeats>(handle, "SGMfieldRepeats");
-  if (!repeats || !SGPYinRange(repeat, repeats->countOfFieldRepeat(), "Repeat")) return nullptr;
-  return SGPYaddress(&repeats->fieldRepeat(static_cast<uint32_t>(repeat)));
-}
-
-// --- fields
-
-PyObject* fieldGetCountOfSubField(PyObject*, PyObject* arg) {
-  auto* field = SGPYhandle<SGMfield>(arg, "SGMfield");
-  return field ? SGPYcount(field->countOfSubField()) : nullptr;
-}
-
-PyObject* fieldSetCountOfSubField(PyObject*, PyObject* args) {
-  long handle = 0, count = 0;
-  if (!PyArg_ParseTuple(args, "ll", &handle, &count)) return nullptr;
-  auto* field = SGPYpointer<SGMfield>(handle, "SGMfield");
-  if (!field || !SGPYcountInRange(count)) return nullptr;
-  return LANguard([&] {
-    field->setCountOfSubField(static_cast<uint32_t>(count));
-    return PyLong_FromLong(1);
-  });
-}
-
-PyObject* fieldGetCountOfSubSubField(PyObject*, PyObject* args) {
-  long handle = 0, subField = 0;
-  if (!PyArg_ParseTuple(args, "ll", &handle, &subField)) return nullptr;
-  auto* field = SGPYpointer<SGMfield>(handle, "SGMfield");
-  if (!field || !SGPYinRange(subField, field->countOfSubField(), "Sub field")) return nullptr;
-  return SGPYcount(field->countOfSubSubField(static_cast<uint32_t>(subField)));
-}
-
-PyObject* fieldSetCountOfSubSubField(PyObject*, PyObject* args) {
-  long handle = 0, subField = 0, count = 0;
-  if (!PyArg_ParseTuple(args, "lll", &handle, &subField, &count)) return nullptr;
-  auto* field = SGPYpointer<SGMfield>(handle, "SGMfield");
-  if (!field || !SGPYinRange(subField, field->countOfSubField(), "Sub field") || !SGPYcountInRange(count))
-    return nullptr;
-  return LANguard([&] {
-    field->setCountOfSubSubField(static_cast<uint32_t>(subField), static_cast<uint32_t>(count));
-    return PyLong_FromLong(1);
-  });
-}
-
-PyObject* fieldGetValue(PyObject*, PyObject* args) {
-  long handle = 0, subField = 0, subSubField = 0;
-  if (!PyArg_ParseTuple(args, "l|ll", &handle, &subField, &subSubField)) return nullptr;
-  auto* field = SGPYpointer<SGMfield>(handle, "SGMfield");
-  if (!field || !SGPYinRange(subField, field->countOfSubField(), "Sub field") ||
-      !SGPYinRange(subSubField, field->countOfSubSubField(static_cast<uint32_t>(subField)), "Sub sub field"))
-    return nullptr;
-  return SGPYaddress(&field->value(static_cast<uint32_t>(subField), static_cast<uint32_t>(subSubField)));
-}
-
-PyObject* fieldClear(PyObject*, PyObject* arg) {
-  auto* field = SGPYhandle<SGMfield>(arg, "SGMfield");
-  if (!field) return nullptr;
-  return LANguard([&] {
-    field->clear();
-    return PyLong_FromLong(1);
-  });
-}
-
-// --- values and pools
-
-PyObject* valueGetData(PyObject*, PyObject* arg) {
-  auto* value = SGPYhandle<SGMvalue>(arg, "SGMvalue");
-  return value ? LANstringToPython(value->data() ? value->data() : "", value->length()) : nullptr;
-}
-
-PyObject* valueGetSize(PyObject*, PyObject* arg) {
-  auto* value = SGPYhandle<SGMvalue>(arg, "SGMvalue");
-  return value ? SGPYcount(value->length()) : nullptr;
-}
-
-PyObject* valueIsNull(PyObject*, PyObject* arg) {
-  auto* value = SGPYhandle<SGMvalue>(arg, "SGMvalue");
-  return value ? PyLong_FromLong(value->isNull() ? 1 : 0) : nullptr;
-}
-
-PyObject* stringPoolSetValue(PyObject*, PyObject* args) {
-  long poolHandle = 0, valueHandle = 0;
-  PyObject* text = nullptr;
-  if (!PyArg_ParseTuple(args, "llO", &poolHandle, &valueHandle, &text)) return nullptr;
-  auto* pool = SGPYpointer<SGMstringPool>(poolHandle, "SGMstringPool");
-  auto* value = pool ? SGPYpointer<SGMvalue>(valueHandle, "SGMvalue") : nullptr;
-  if (!value) return nullptr;
-  COLstring bytes;
-  if (!LANstringFromPython(text, bytes)) {
-    PyErr_SetString(PyExc_TypeError, "a value must be a str of characters below 256");
-    return nullptr;
-  }
-  return LANguard([&] {
-    SGMstringPoolSetValue(*value, *pool, bytes.data(), static_cast<uint32_t>(bytes.size()));
-    return PyLong_FromLong(1);
-  });
-}
-
-// --- segments
-
-PyObject* segmentGetName(PyObject*, PyObject* arg) {
-  auto* segment = SGPYhandle<SGMsegment>(arg, "SGMsegment");
-  return segment ? SGPYaddress(&segment->name()) : nullptr;
-}
-
-PyObject* segmentGetCountOfField(PyObject*, PyObject* arg) {
-  auto* segment = SGPYhandle<SGMsegment>(arg, "SGMsegment");
-  return segment ? SGPYcount(segment->countOfField()) : nullptr;
-}
-
-PyObject* segmentGetFieldRepeats(PyObject*, PyObject* args) {
-  long handle = 0, field = 0;
-  if (!PyArg_ParseTuple(args, "ll", &handle, &field)) return nullptr;
-  auto* segment = SGPYpointer<SGMsegment>(handle, "SGMsegment");
-  if (!segment || !SGPYinRange(field, segment->countOfField(), "Field")) return nullptr;
-  return SGPYaddress(&segment->fieldRepeats(static_cast<uint32_t>(field)));
-}
-
-PyObject* segmentGetField(PyObject*, PyObject* args) {
-  long handle = 0, field = 0, repeat = 0;
-  if (!PyArg_ParseTuple(args, "ll|l", &handle, &field, &repeat)) return nullptr;
-  auto* segment = SGPYpointer<SGMsegment>(handle, "SGMsegment");
-  if (!segment || !SGPYinRange(field, segment->countOfField(), "Field") ||
-      !SGPYinRange(repeat, segment->countOfFieldRepeat(static_cast<uint32_t>(field)), "Repeat"))
-    return nullptr;
-  return SGPYaddress(&segment->field(static_cast<uint32_t>(field), static_cast<uint32_t>(repeat)));
-}
-
-// --- errors
-
-PyObject* errorCreate(PyObject*, PyObject*) {
-  return LANguard([&] {
-    auto* error = new COLerror("", COL_ERROR_PRECONDITION);
-    error->AddRef();
-    return SGPYaddress(error);
-  });
-}
-
-PyObject* errorRelease(PyObject*, PyObject* arg) {
-  auto* error = SGPYhandle<COLerror>(arg, "COLerror");
-  if (!error) return nullptr;
-  error->Release();
-  return PyLong_FromLong(1);
-}
-
-PyObject* errorGetDescription(PyObject*, PyObject* arg) {
-  auto* error = SGPYhandle<COLerror>(arg, "COLerror");
-  return error ? LANstringToPython(error->description()) : nullptr;
 }
 
 bool SGPYtext(PyObject* object, COLstring& out) {
@@ -227,216 +147,56 @@ bool SGPYtext(PyObject* object, COLstring& out) {
   return false;
 }
 
-PyObject* errorSetDescription(PyObject*, PyObject* args) {
-  long handle = 0;
-  PyObject* text = nullptr;
-  if (!PyArg_ParseTuple(args, "lO", &handle, &text)) return nullptr;
-  auto* error = SGPYpointer<COLerror>(handle, "COLerror");
-  COLstring bytes;
-  if (!error || !SGPYtext(text, bytes)) return nullptr;
-  return LANguard([&] {
-    error->setDescription(bytes);
-    return PyLong_FromLong(1);
-  });
+const char* SGPYtestMessage() { return TestMessage; }
+
+PyObject* SGPYcreateModule() {
+  SgpyModule.m_methods = functionTable().data();
+  return PyModuleDef_Init(&SgpyModule);
 }
-
-PyObject* errorGetParameter(PyObject*, PyObject* args) {
-  long handle = 0;
-  PyObject* key = nullptr;
-  if (!PyArg_ParseTuple(args, "lO", &handle, &key)) return nullptr;
-  auto* error = SGPYpointer<COLerror>(handle, "COLerror");
-  COLstring name;
-  if (!error || !SGPYtext(key, name)) return nullptr;
-  return LANguard([&] {
-    return error->hasParameter(name) ? LANstringToPython(error->parameter(name)) : LANstringToPython("", 0);
-  });
-}
-
-PyObject* errorSetParameter(PyObject*, PyObject* args) {
-  long handle = 0;
-  PyObject* key = nullptr;
-  PyObject* value = nullptr;
-  if (!PyArg_ParseTuple(args, "lOO", &handle, &key, &value)) return nullptr;
-  auto* error = SGPYpointer<COLerror>(handle, "COLerror");
-  COLstring name, text;
-  if (!error || !SGPYtext(key, name) || !SGPYtext(value, text)) return nullptr;
-  return LANguard([&] {
-    error->setParameter(name, text);
-    return PyLong_FromLong(1);
-  });
-}
-
-PyObject* errorGetCountOfParameter(PyObject*, PyObject* arg) {
-  auto* error = SGPYhandle<COLerror>(arg, "COLerror");
-  return error ? PyLong_FromSize_t(error->CountOfParameter()) : nullptr;
-}
-
-PyObject* errorGetKey(PyObject*, PyObject* args) {
-  long handle = 0, index = 0;
-  if (!PyArg_ParseTuple(args, "ll", &handle, &index)) return nullptr;
-  auto* error = SGPYpointer<COLerror>(handle, "COLerror");
-  if (!error || !SGPYinRange(index, static_cast<uint32_t>(error->CountOfParameter()), "Parameter")) return nullptr;
-  return LANstringToPython(error->key(static_cast<size_t>(index)));
-}
-
-// --- raw tree nodes of the legacy parser: a field node, its repeats, their sub-nodes
-
-PyObject* treeCountOfSubNode(PyObject*, PyObject* arg) {
-  auto* node = SGPYhandle<QVMuntypedMessageTree>(arg, "QVMuntypedMessageTree");
-  return node ? SGPYcount(node->countOfSubNode()) : nullptr;
-}
-
-PyObject* treeCountOfRepeat(PyObject*, PyObject* arg) {
-  auto* node = SGPYhandle<QVMuntypedMessageTree>(arg, "QVMuntypedMessageTree");
-  return node ? SGPYcount(node->countOfRepeat()) : nullptr;
-}
-
-// Repeat `repeat` of a field node; None where it has fewer, unless `grow`.
-PyObject* treeRepeat(PyObject*, PyObject* args) {
-  long handle = 0, repeat = 0;
-  int grow = 0;
-  if (!PyArg_ParseTuple(args, "lli", &handle, &repeat, &grow)) return nullptr;
-  auto* node = SGPYpointer<QVMuntypedMessageTree>(handle, "QVMuntypedMessageTree");
-  if (!node || !SGPYcountInRange(repeat)) return nullptr;
-  if (!grow && static_cast<unsigned long>(repeat) >= node->countOfRepeat()) return Py_NewRef(Py_None);
-  return LANguard([&] { return SGPYaddress(node->getRepeatedNode(static_cast<unsigned>(repeat))); });
-}
-
-// Sub-node `index`. Reading, a bare value is its own sub-node 0; growing, it moves into sub-node
-// 0 first, so that it keeps its place beside the new sub-node, as on the current parser's road.
-PyObject* treeSubNode(PyObject*, PyObject* args) {
-  long handle = 0, index = 0;
-  int grow = 0;
-  if (!PyArg_ParseTuple(args, "lli", &handle, &index, &grow)) return nullptr;
-  auto* node = SGPYpointer<QVMuntypedMessageTree>(handle, "QVMuntypedMessageTree");
-  if (!node || !SGPYcountInRange(index)) return nullptr;
-  const unsigned Index = static_cast<unsigned>(index);
-  if (!grow) {
-    if (Index < node->countOfSubNode()) return SGPYaddress(node->node(Index, 0));
-    return Index == 0 && node->countOfSubNode() == 0 ? SGPYaddress(node) : Py_NewRef(Py_None);
-  }
-  return LANguard([&] {
-    if (node->countOfSubNode() == 0 && !node->isNull() && Index > 0) {
-      const COLstring Bare = node->getValue();
-      node->setNull();
-      node->node(0, 0)->setStringValue(Bare);
-    }
-    return SGPYaddress(node->countOfSubNode() == 0 && Index == 0 ? node : node->node(Index, 0));
-  });
-}
-
-PyObject* treeGetValue(PyObject*, PyObject* arg) {
-  auto* node = SGPYhandle<QVMuntypedMessageTree>(arg, "QVMuntypedMessageTree");
-  return node ? LANstringToPython(COLstring(node->getFirstValue())) : nullptr;
-}
-
-PyObject* treeSetValue(PyObject*, PyObject* args) {
-  long handle = 0;
-  PyObject* text = nullptr;
-  if (!PyArg_ParseTuple(args, "lO", &handle, &text)) return nullptr;
-  auto* node = SGPYpointer<QVMuntypedMessageTree>(handle, "QVMuntypedMessageTree");
-  if (!node) return nullptr;
-  COLstring Value;
-  if (!LANstringFromPython(text, Value)) {
-    PyErr_SetString(PyExc_TypeError, "a field value must be a str of characters below 256");
-    return nullptr;
-  }
-  return LANguard([&] {
-    node->setFirstValue(Value);
-    return PyLong_FromLong(1);
-  });
-}
-
-PyObject* treeIsNull(PyObject*, PyObject* arg) {
-  auto* node = SGPYhandle<QVMuntypedMessageTree>(arg, "QVMuntypedMessageTree");
-  if (!node) return nullptr;
-  const QVMuntypedMessageTree* Leaf = node;
-  while (Leaf->countOfSubNode() > 0) Leaf = Leaf->node(0, 0);
-  return PyBool_FromLong(Leaf->isNull() || *Leaf->getValue() == '\0');
-}
-
-PyObject* treeSetCountOfSubNode(PyObject*, PyObject* args) {
-  long handle = 0, count = 0;
-  if (!PyArg_ParseTuple(args, "ll", &handle, &count)) return nullptr;
-  auto* node = SGPYpointer<QVMuntypedMessageTree>(handle, "QVMuntypedMessageTree");
-  if (!node || !SGPYcountInRange(count)) return nullptr;
-  return LANguard([&] {
-    node->setCountOfSubNode(static_cast<unsigned>(count));
-    return PyLong_FromLong(1);
-  });
-}
-
-PyObject* treeSetCountOfRepeat(PyObject*, PyObject* args) {
-  long handle = 0, count = 0;
-  if (!PyArg_ParseTuple(args, "ll", &handle, &count)) return nullptr;
-  auto* node = SGPYpointer<QVMuntypedMessageTree>(handle, "QVMuntypedMessageTree");
-  if (!node || !SGPYcountInRange(count)) return nullptr;
-  return LANguard([&] {
-    node->setCountOfRepeat(static_cast<unsigned>(count));
-    return PyLong_FromLong(1);
-  });
-}
-
-PyObject* treeClear(PyObject*, PyObject* arg) {
-  auto* node = SGPYhandle<QVMuntypedMessageTree>(arg, "QVMuntypedMessageTree");
-  if (!node) return nullptr;
-  return LANguard([&] {
-    node->clear();
-    return PyLong_FromLong(1);
-  });
-}
-
-PyMethodDef SgpyMethods[] = {
-    {"SGMfieldRepeatsGetCountOfFieldRepeat", fieldRepeatsGetCountOfFieldRepeat, METH_O, nullptr},
-    {"SGMfieldRepeatsSetCountOfFieldRepeat", fieldRepeatsSetCountOfFieldRepeat, METH_VARARGS, nullptr},
-    {"SGMfieldRepeatsGetFieldRepeat", fieldRepeatsGetFieldRepeat, METH_VARARGS, nullptr},
-    {"SGMfieldGetCountOfSubField", fieldGetCountOfSubField, METH_O, nullptr},
-    {"SGMfieldSetCountOfSubField", fieldSetCountOfSubField, METH_VARARGS, nullptr},
-    {"SGMfieldGetCountOfSubSubField", fieldGetCountOfSubSubField, METH_VARARGS, nullptr},
-    {"SGMfieldSetCountOfSubSubField", fieldSetCountOfSubSubField, METH_VARARGS, nullptr},
-    {"SGMfieldGetValue", fieldGetValue, METH_VARARGS, nullptr},
-    {"SGMfieldClear", fieldClear, METH_O, nullptr},
-    {"SGMvalueGetData", valueGetData, METH_O, nullptr},
-    {"SGMvalueGetSize", valueGetSize, METH_O, nullptr},
-    {"SGMvalueIsNull", valueIsNull, METH_O, nullptr},
-    {"SGMstringPoolSetValue", stringPoolSetValue, METH_VARARGS, nullptr},
-    {"SGMsegmentGetName", segmentGetName, METH_O, nullptr},
-    {"SGMsegmentGetCountOfField", segmentGetCountOfField, METH_O, nullptr},
-    {"SGMsegmentGetFieldRepeats", segmentGetFieldRepeats, METH_VARARGS, nullptr},
-    {"SGMsegmentGetField", segmentGetField, METH_VARARGS, nullptr},
-    {"QVMtreeCountOfSubNode", treeCountOfSubNode, METH_O, nullptr},
-    {"QVMtreeCountOfRepeat", treeCountOfRepeat, METH_O, nullptr},
-    {"QVMtreeRepeat", treeRepeat, METH_VARARGS, nullptr},
-    {"QVMtreeSubNode", treeSubNode, METH_VARARGS, nullptr},
-    {"QVMtreeGetValue", treeGetValue, METH_O, nullptr},
-    {"QVMtreeSetValue", treeSetValue, METH_VARARGS, nullptr},
-    {"QVMtreeIsNull", treeIsNull, METH_O, nullptr},
-    {"QVMtreeSetCountOfSubNode", treeSetCountOfSubNode, METH_VARARGS, nullptr},
-    {"QVMtreeSetCountOfRepeat", treeSetCountOfRepeat, METH_VARARGS, nullptr},
-    {"QVMtreeClear", treeClear, METH_O, nullptr},
-    {"COLerrorCreate", errorCreate, METH_NOARGS, nullptr},
-    {"COLerrorRelease", errorRelease, METH_O, nullptr},
-    {"COLerrorGetDescription", errorGetDescription, METH_O, nullptr},
-    {"COLerrorSetDescription", errorSetDescription, METH_VARARGS, nullptr},
-    {"COLerrorGetParameter", errorGetParameter, METH_VARARGS, nullptr},
-    {"COLerrorSetParameter", errorSetParameter, METH_VARARGS, nullptr},
-    {"COLerrorGetCountOfParameter", errorGetCountOfParameter, METH_O, nullptr},
-    {"COLerrorGetKey", errorGetKey, METH_VARARGS, nullptr},
-    {nullptr, nullptr, 0, nullptr},
-};
-
-PyModuleDef_Slot NoSlots[] = {{0, nullptr}};
-
-PyModuleDef SgpyModule = {
-    PyModuleDef_HEAD_INIT, "sgpy", "Handles on the tokenised message for script objects.", 0, SgpyMethods, NoSlots,
-    nullptr,               nullptr, nullptr,
-};
-
-}  // namespace
-
-PyObject* SGPYcreateModule() { return PyModuleDef_Init(&SgpyModule); }
 
 void SGPYinitModule() {
   static bool done = false;
   if (!done) done = PyImport_AppendInittab("sgpy", SGPYcreateModule) == 0;
+}
+
+// --- what the host lends
+
+SGPYlentObjects::SGPYlentObjects() : m_Module(currentModule()), m_Registry(&SGPYregistryOf(m_Module)) {}
+
+SGPYlentObjects::~SGPYlentObjects() {
+  for (auto At = m_Lent.rbegin(); At != m_Lent.rend(); ++At) m_Registry->withdraw(*At);
+  Py_DECREF(m_Module);
+}
+
+PyObject* SGPYlentObjects::lend(void* object, int kind) {
+  m_Lent.reserve(m_Lent.size() + 1);
+  LANobjectPtr Handle = LANcheckCall(PyLong_FromVoidPtr(object));
+  m_Registry->lend(object, static_cast<SGPYkind>(kind));
+  m_Lent.push_back(object);
+  return Handle.release();
+}
+
+PyObject* SGPYlentObjects::lend(SGMstringPool& pool) { return lend(&pool, static_cast<int>(SGPYkind::StringPool)); }
+PyObject* SGPYlentObjects::lend(SGMsegment& segment) { return lend(&segment, static_cast<int>(SGPYkind::Segment)); }
+PyObject* SGPYlentObjects::lend(SGMfieldRepeats& repeats) {
+  return lend(&repeats, static_cast<int>(SGPYkind::FieldRepeats));
+}
+PyObject* SGPYlentObjects::lend(QVMuntypedMessageTree& node) { return lend(&node, static_cast<int>(SGPYkind::Tree)); }
+
+COLerror SGPYtakeError(PyObject* handle) {
+  LANobjectPtr Module(currentModule());
+  auto* Error = SGPYhandle<COLerror>(Module.get(), handle);
+  if (Error != nullptr && !SGPYregistryOf(Module.get()).isCreatedRoot(Error)) {
+    PyErr_Format(PyExc_ValueError, "COLerror handle %S was not made by COLerrorCreate", handle);
+    Error = nullptr;
+  }
+  if (Error == nullptr) LANhandleError();
+  COLerror Copy(*Error);
+  SGPYregistryOf(Module.get()).release(Error);
+  return Copy;
+}
+
+size_t SGPYcountOfCreatedObject() {
+  LANobjectPtr Module(currentModule());
+  return SGPYregistryOf(Module.get()).countOfCreatedRoot();
 }

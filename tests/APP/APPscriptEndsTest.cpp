@@ -33,7 +33,7 @@ protected:
     std::stringstream Text;
     Text << In.rdbuf();
     std::string Vmd = Text.str();
-    const std::string Anchor = "value = value.replace('|ADT^A28|'";
+    const std::string Anchor = "from brelmont.SGM import";
     const size_t At = Vmd.find(Anchor);
     EXPECT_NE(At, std::string::npos);
     Vmd.insert(At, Lines);

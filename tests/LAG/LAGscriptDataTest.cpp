@@ -12,6 +12,10 @@
 //   --- host              "name=value" lines the host sets in the globals first
 //   (with no value or field the script runs plain and answers what it printed, less its last line end)
 //   --- expect            the calls' answers, a line apart; an error as "error: " and its text
+//   --- expect tokeniser  the answer is the tokeniser's own view of sgpy's test_message: a line
+//                         "s name: X" per segment, "s f r sf ssf: X" per value
+//   --- created N         objects the scripts made through sgpy and still hold at the end
+//                         (without it: none, the references must balance)
 //   --- error             lines the answers hold, in order: an error's text, "key: value" for each of
 //                         its parameters, "code: 0x...", and for a field equation "segment: " and the
 //                         segment; without this section no call may raise
@@ -31,6 +35,7 @@
 #include "SCCescaper.h"
 #include "SGMoutput.h"
 #include "SGMstringPool.h"
+#include "SGPYmodule.h"
 #include "SGPparser.h"
 
 #include "../support/TSTdataFile.h"
@@ -119,6 +124,12 @@ public:
     return Answer;
   }
 
+  // What the scripts made through sgpy and still hold.
+  size_t countOfCreated() {
+    LANengineSwap Swap(Engine.LanguageEngine());
+    return SGPYcountOfCreatedObject();
+  }
+
 private:
   std::string call(const std::string& Code) {
     LANfunction Function(&Engine.LanguageEngine());
@@ -192,12 +203,40 @@ private:
 
 class LAGscriptData : public ::testing::TestWithParam<TSTdataCase> {};
 
+// The segment list of sgpy's test_message as the tokeniser cut it, every value on a line.
+std::string tokeniserView() {
+  const std::string Message = SGPYtestMessage();
+  COLreferencePtr<SGMsegmentList> List = new SGMsegmentList;
+  SGMseparatorCharacters Separators;
+  SGPparser Parser;
+  if (Parser.parse(Message.data(), Message.size(), *List, Separators, SGPparserOptions()) != SGPparsed)
+    ADD_FAILURE() << "test_message does not parse";
+  std::ostringstream View;
+  for (uint32_t S = 0; S < List->countOfSegment(); ++S) {
+    const SGMsegment& Segment = List->segment(S);
+    View << S << " name: " << Segment.name().view() << "\n";
+    for (uint32_t F = 0; F < Segment.countOfField(); ++F)
+      for (uint32_t R = 0; R < Segment.countOfFieldRepeat(F); ++R) {
+        const SGMfield& Field = Segment.field(F, R);
+        for (uint32_t Sub = 0; Sub < Field.countOfSubField(); ++Sub)
+          for (uint32_t SubSub = 0; SubSub < Field.countOfSubSubField(Sub); ++SubSub)
+            View << S << " " << F << " " << R << " " << Sub << " " << SubSub << ": " << Field.value(Sub, SubSub).view()
+                 << "\n";
+      }
+  }
+  return View.str();
+}
+
 void expectAnswer(const TSTdataCase& Case, Road Way) {
-  const std::string Answer = Script(Case, Way).run();
+  Script Run(Case, Way);
+  const std::string Answer = Run.run();
   // The expected text's last line end is the file's, not the answer's.
-  if (Case.has("expect")) {
+  if (Case.has("expect") && Case.argument("expect") == "tokeniser") {
+    EXPECT_EQ(Answer + "\n", tokeniserView()) << Case.where();
+  } else if (Case.has("expect")) {
     EXPECT_EQ(Answer + "\n", Case.text("expect")) << Case.where();
   }
+  EXPECT_EQ(Run.countOfCreated(), Case.has("created") ? std::stoul(Case.argument("created")) : 0u) << Case.where();
   if (!Case.has("error")) {
     EXPECT_EQ(Answer.find("error: "), std::string::npos) << Case.where() << ": " << Answer;
     return;
