@@ -133,6 +133,60 @@ void roundTripEveryType(DBdatabaseOdbc& database, const Mode& mode) {
   EXPECT_EQ(wide->value(0, "small"), DBvariant(2.0f));
 }
 
+// A join, a where tree with a sub-select, and a cast, written by the generators and run on the
+// tables the round trip left; with `unionToo` a union as well (SQLite takes no parenthesised
+// union members).
+void queriesWithTheGeneratedClauses(DBdatabaseOdbc& database, bool unionToo) {
+  DBsqlSelect joined;
+  joined.addColumn("r.name", "n");
+  DBsqlSelectJoin& join = joined.addJoinClause();
+  join.setJoinType(DBsqlSelectJoin::INNER);
+  join.setLeftTable("round_trip", "r");
+  join.setRightTable("wide", "w");
+  DBsqlWhereCondition& on = join.addOnExpression().addCondition("r.id", DBsqlWhereCondition::EQUAL);
+  on.addRightOperandValue(DBvariant("w.id"));
+  on.setRightOperandIsColumnFlag(true);
+  const DBresultSetPtr pair = database.executeSqlSelect(joined, 0, 0);
+  ASSERT_EQ(pair->countOfRow(), 1u);
+  EXPECT_EQ(pair->value(0, "N"), DBvariant("plain"));
+
+  DBsqlSelect filtered;
+  filtered.addColumn("id", "", DB_STRING);
+  filtered.addTable("round_trip");
+  DBsqlWhere& where = filtered.addWhereClause();
+  DBsqlWhere& both = where.addItem().setItemAsNestedWhere();
+  DBsqlWhereCondition& range = both.addCondition("id", DBsqlWhereCondition::BETWEEN);
+  range.addRightOperandValue(DBvariant(1));
+  range.addRightOperandValue(DBvariant(3));
+  both.addCombiner(DBsqlWhereItem::AND);
+  both.addCondition("name", DBsqlWhereCondition::IS_NULL).setNegateFlag(true);
+  where.addCombiner(DBsqlWhereItem::OR);
+  DBsqlSelect& inWide = where.addCondition("id", DBsqlWhereCondition::IN_SELECT).addRightOperandSelectQuery();
+  inWide.addColumn("id");
+  inWide.addTable("wide");
+  filtered.addOrderByColumn("id", true);
+  const DBresultSetPtr ids = database.executeSqlSelect(filtered, 0, 0);
+  ASSERT_EQ(ids->countOfRow(), 2u);
+  EXPECT_EQ(ids->value(0, "id"), DBvariant("2"));  // cast to a string, under its own name
+  EXPECT_EQ(ids->value(1, "id"), DBvariant("1"));
+
+  if (!unionToo) return;
+  DBsqlSelectUnion both2;
+  DBsqlSelect& low = both2.addSelectQuery();
+  low.addColumn("id");
+  low.addTable("round_trip");
+  low.addWhereClause().addCondition("id", DBsqlWhereCondition::LESS_THAN).addRightOperandValue(DBvariant(2));
+  DBsqlSelect& high = both2.addSelectQuery();
+  high.addColumn("id");
+  high.addTable("round_trip");
+  high.addWhereClause().addCondition("id", DBsqlWhereCondition::GREATER_THAN_OR_EQUAL).addRightOperandValue(DBvariant(3));
+  both2.addOrderByColumn("id", true);
+  const DBresultSetPtr united = database.executeSqlSelectUnion(both2, 0, 0);
+  ASSERT_GE(united->countOfRow(), 2u);
+  EXPECT_EQ(united->value(united->countOfRow() - 1, 0), DBvariant(1));
+  EXPECT_EQ(united->value(united->countOfRow() - 2, 0), DBvariant(3));
+}
+
 // Ten rows, of which a window is kept; all are counted.
 void fetchesAWindowAndCountsEveryRow(DBdatabaseOdbc& database) {
   database.executeSqlString("DROP TABLE IF EXISTS counted", 0, 0);
@@ -215,6 +269,7 @@ TEST_F(DBsqlite, EveryTypeRoundTripsOnEachRoad) {
   // No Unicode road: SQLite takes no N'' literals.
   reporting([&] {
     for (const Mode& mode : {Binding, Text}) roundTripEveryType(*database, mode);
+    queriesWithTheGeneratedClauses(*database, false);
   });
 }
 
@@ -338,6 +393,7 @@ TEST_F(DBpostgres, EveryTypeRoundTripsOnEachRoad) {
   reporting([&] {
     database.connect(server->connectionString().c_str(), "msgbridge", "");
     for (const Mode& mode : {Binding, Text}) roundTripEveryType(database, mode);
+    queriesWithTheGeneratedClauses(database, true);
     fetchesAWindowAndCountsEveryRow(database);
     DBdatabaseOdbcPostgreSql wide;
     wide.connect(server->connectionString(true).c_str(), "msgbridge", "");
