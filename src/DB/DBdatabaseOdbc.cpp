@@ -232,16 +232,15 @@ DBresultSetPtr DBdatabaseOdbc::executeSqlInsert(const DBsqlInsert& command) {
 }
 
 DBresultSetPtr DBdatabaseOdbc::executeSqlUpdate(const DBsqlUpdate& command) {
+  // An update made into an insert runs as one.
+  if (command.commandType() == DBsqlCommand::INSERT) return executeSqlInsert(command);
   COLstring sql;
   COLostream stream(sql);
   if (!useBinding()) {
     DBdatabaseOdbcCreateSqlUpdateWithoutBinding(command, stream);
     return executeSqlString(sql, 0, 0);
   }
-  if (command.commandType() == DBsqlCommand::INSERT)
-    createSqlInsert(command, stream);
-  else
-    createSqlUpdate(command, stream);
+  createSqlUpdate(command, stream);
   return executeSqlBind(command, sql);
 }
 

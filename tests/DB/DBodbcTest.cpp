@@ -124,7 +124,13 @@ void roundTripEveryType(DBdatabaseOdbc& database, const Mode& mode) {
   update.addColumn("small", DBvariant(2.0f));
   update.addWhereClause().addCondition("id", DBsqlWhereCondition::EQUAL).addRightOperandValue(DBvariant(1));
   database.executeSqlCommand(update, 0, 0);
-  const DBresultSetPtr wide = database.executeSqlString("SELECT big, flag, small FROM wide", 0, 0);
+  // The same update made into an insert adds a row and ignores its where clause.
+  DBsqlUpdate asInsert = update;
+  asInsert.addColumn("id", DBvariant(7));
+  asInsert.setMakeIntoInsert();
+  database.executeSqlUpdate(asInsert);
+  EXPECT_EQ(database.executeSqlString("SELECT small FROM wide WHERE id = 7", 0, 0)->countOfRow(), 1u);
+  const DBresultSetPtr wide = database.executeSqlString("SELECT big, flag, small FROM wide WHERE id = 1", 0, 0);
   ASSERT_TRUE(wide);
   ASSERT_EQ(wide->countOfRow(), 1u);
   EXPECT_EQ(wide->value(0, "big").type(), DB_LARGE_INTEGER);
