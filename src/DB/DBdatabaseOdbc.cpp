@@ -399,7 +399,7 @@ COLstring DBdatabaseOdbc::readString(DBodbcStatement& statement, const COLstring
   COLstring text;
   if (wide) {
     std::vector<DButf16> units(bytes.size() / unit);
-    std::memcpy(units.data(), bytes.data(), units.size() * unit);
+    if (!units.empty()) std::memcpy(units.data(), bytes.data(), units.size() * unit);
     text = DBconvertUtf16ToUtf8(units.data(), units.size());
   } else {
     text = COLstring(std::move(bytes));
