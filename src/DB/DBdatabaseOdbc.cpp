@@ -317,7 +317,10 @@ DBresultSetPtr DBdatabaseOdbc::fetchOdbcResultSet(DBodbcStatement& statement, co
   return result;
 }
 
-DBdataType DBdatabaseOdbc::variantType(SQLSMALLINT sqlType, const COLstring& sql, const COLstring& column) {
+namespace {
+
+// The variant type that holds a value of an ODBC SQL type; null for the types it cannot hold.
+DBdataType dataTypeOfSqlType(SQLSMALLINT sqlType) {
   switch (sqlType) {
     case SQL_WLONGVARCHAR: case SQL_WCHAR: case SQL_LONGVARCHAR: case SQL_CHAR: case SQL_VARCHAR:
       return DB_STRING;
@@ -328,8 +331,15 @@ DBdataType DBdatabaseOdbc::variantType(SQLSMALLINT sqlType, const COLstring& sql
     case SQL_REAL: case SQL_DOUBLE: return DB_DOUBLE;
     case SQL_DATE: case SQL_TIMESTAMP: case SQL_TYPE_DATE: case SQL_TYPE_TIME: case SQL_TYPE_TIMESTAMP:
       return DB_DATETIME;
-    default: break;
+    default: return DB_NULL;
   }
+}
+
+}  // namespace
+
+DBdataType DBdatabaseOdbc::variantType(SQLSMALLINT sqlType, const COLstring& sql, const COLstring& column) {
+  const DBdataType type = dataTypeOfSqlType(sqlType);
+  if (type != DB_NULL) return type;
   COLstring text = "Unsupported database type encountered while executing SQL query:\n" + sql + "\nColumn: " +
                    column + "\nDatabase Type: ";
   // The driver's name for the type, when it can tell.
@@ -659,8 +669,11 @@ DBresultSetPtr DBdatabaseOdbc::fetchDatabaseTableColumns(const COLstring& tableN
     const size_t at = result->addRow();
     const COLstring name = answer->value(row, "COLUMN_NAME").toString();
     result->setValue(at, 0, DBvariant(name));
-    // The product's own name for the type, as the catalogue gives it.
-    result->setValue(at, 1, answer->value(row, "TYPE_NAME"));
+    // As a DBdataType, null for a type no variant holds.
+    const DBvariant& sqlType = answer->value(row, "DATA_TYPE");
+    result->setValue(at, 1, DBvariant(static_cast<int>(
+                                sqlType.type() == DB_INTEGER ? dataTypeOfSqlType(static_cast<SQLSMALLINT>(sqlType.integer32()))
+                                                             : DB_NULL)));
     result->setValue(at, 2, answer->value(row, "COLUMN_DEF"));
     result->setValue(at, 3, answer->value(row, "COLUMN_SIZE"));
     const DBvariant& nullable = answer->value(row, "NULLABLE");

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <memory>
+#include <ostream>
 #include <string>
 
 #include "COLerror.h"
@@ -38,3 +39,8 @@ private:
 };
 
 std::unique_ptr<DBdatabase> DBmakeTextDialect(const std::string& name);
+
+// A failed comparison of two variants shows their types and texts.
+inline void PrintTo(const DBvariant& value, std::ostream* out) {
+  *out << DBvariantTypeShortName(value.type()) << " \"" << value.toString().str() << "\"";
+}

@@ -9,6 +9,7 @@
 #include <thread>
 
 #include "COLostream.h"
+#include "DBdialects.h"
 #include "DBdatabaseOdbcDialects.h"
 #include "DBservers.h"
 #include "LANengine.h"
@@ -338,6 +339,9 @@ TEST_F(DBsqlite, CatalogueAndTransactions) {
   EXPECT_EQ(columns->value(0, "PRIMARY_KEY"), DBvariant(true));
   EXPECT_EQ(columns->value(1, "PRIMARY_KEY"), DBvariant(false));
   EXPECT_EQ(columns->value(1, "LENGTH"), DBvariant(20));
+  EXPECT_EQ(columns->value(0, "DATA_TYPE"), DBvariant(static_cast<int>(DB_INTEGER)));
+  EXPECT_EQ(columns->value(1, "DATA_TYPE"), DBvariant(static_cast<int>(DB_STRING)));
+  EXPECT_EQ(columns->value(1, "DEFAULT_VALUE"), DBvariant("x"));  // as the driver gives it
 
   database->beginTransaction();
   database->executeSqlString("INSERT INTO people (id) VALUES (1)", 0, 0);

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "COLostream.h"
+#include "DBdialects.h"
 #include "DBresultSet.h"
 #include "DButf.h"
 #include "DBvariant.h"
