@@ -6,6 +6,7 @@
 #include <chrono>
 #include <future>
 #include <mutex>
+#include <sstream>
 #include <thread>
 
 #include "COLostream.h"
@@ -15,6 +16,7 @@
 #include "LANengine.h"
 
 #include "../LAN/LANtestSupport.h"
+#include "../support/TSTdataFile.h"
 #include "../support/TSTraised.h"
 
 namespace {
@@ -457,6 +459,32 @@ TEST_F(DBpostgres, RefusedAndLostConnectionsAreNamedInFull) {
   // Connecting again with the same texts makes a new connection, since the old one is gone.
   victim.connect(server->connectionString().c_str(), "msgbridge", "");
   EXPECT_TRUE(victim.isConnected());
+}
+
+// The PostgreSQL dialect's cases as the server sees them: every text that binds nothing runs,
+// after the case's setup, in an empty schema.
+TEST_F(DBpostgres, TheDialectCasesRunOnTheServer) {
+  DB_REQUIRE_POSTGRES(server);
+  DBdatabaseOdbcPostgreSql database;
+  database.connect(server->connectionString().c_str(), "msgbridge", "");
+  const std::vector<TSTdataCase> cases = TSTreadDataFile("DB/sql/postgresql.test");
+  size_t ran = 0;
+  for (const TSTdataCase& Case : cases) {
+    if (Case.has("server")) continue;
+    database.executeSqlString("DROP SCHEMA public CASCADE; CREATE SCHEMA public", 0, 0);
+    if (Case.has("setup")) database.executeSqlString(Case.text("setup").c_str(), 0, 0);
+    std::istringstream lines(Case.text("steps"));
+    for (std::string line; std::getline(lines, line);) {
+      const size_t open = line.find(" postgresql -> [");
+      if (open == std::string::npos || line.back() != ']') continue;
+      const std::string sql = line.substr(open + 16, line.size() - open - 17);
+      if (sql.find('?') != std::string::npos) continue;
+      const std::string failure = TSTerrorText([&] { database.executeSqlString(sql.c_str(), 0, 0); });
+      EXPECT_EQ(failure, "no error") << Case.where() << " " << sql;
+      ++ran;
+    }
+  }
+  EXPECT_GE(ran, 7u);
 }
 
 // Two threads with engines of their own take turns on one connection; each gives the
