@@ -6,6 +6,9 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <cerrno>
+#include <csignal>
+
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -54,6 +57,21 @@ std::string serverPrograms() {
     if (version > bestVersion && std::filesystem::exists(bin + "/pg_ctl")) best = bin, bestVersion = version;
   }
   return best;
+}
+
+// A test program that died before its end left its server running: stop the servers whose
+// program is gone, found by the process number each one's directory keeps.
+void stopOrphans(const std::string& runAs, const std::string& bin) {
+  std::error_code error;
+  for (const auto& entry : std::filesystem::directory_iterator("/tmp", error)) {
+    const std::string root = entry.path().string();
+    if (entry.path().filename().string().rfind("msgbridge-pg-", 0) != 0) continue;
+    std::ifstream in(root + "/owner.pid");
+    long owner = 0;
+    if (!(in >> owner) || owner <= 0 || kill(static_cast<pid_t>(owner), 0) == 0 || errno != ESRCH) continue;
+    run(runAs + bin + "/pg_ctl -D " + quoted(root + "/data") + " -m immediate -w stop", "/dev/null");
+    std::filesystem::remove_all(root, error);
+  }
 }
 
 // Stops the server when the program's tests are done.
@@ -116,6 +134,8 @@ bool DBpostgresServer::start(std::string& why) {
     if (chown(m_Root.c_str(), user->pw_uid, user->pw_gid) != 0) return why = "cannot hand " + m_Root + " over", false;
     m_RunAs = "runuser -u postgres -- ";
   }
+  stopOrphans(m_RunAs, m_Bin);
+  std::ofstream(m_Root + "/owner.pid") << getpid() << "\n";
   m_Port = freePort();
   if (m_Port == 0) return why = "no free loopback port", false;
   const std::string data = m_Root + "/data";
