@@ -8,6 +8,9 @@ PACKAGES=(
   libgtest-dev libgmock-dev googletest libbenchmark-dev
   libexpat1-dev pkgconf libpcre2-dev libbz2-dev libpython3-dev python3
   libxml2-utils
+  # the database layer's tests: the ODBC driver manager, its SQLite and PostgreSQL drivers, and a
+  # PostgreSQL server that the tests start on their own
+  unixodbc-dev libsqliteodbc odbc-postgresql postgresql
   # bench/compare.sh and bench/memory.sh: peak RSS by GNU time, and a Python HL7 peer
   time python3-hl7
 )
