@@ -90,6 +90,10 @@ SCCescaper& QVPparseContext::escaper() {
 
 const COLstring& QVPparseContext::lastFlatWire() const { return pMember->lastFlatWire; }
 void QVPparseContext::setLastFlatWire(const COLstring& Text) { pMember->lastFlatWire = Text; }
+void QVPparseContext::setLastFlatWire(const char* Text) {
+  if (Text) pMember->lastFlatWire.str().assign(Text);
+  else pMember->lastFlatWire.clear();
+}
 void QVPparseContext::setLastFlatWire(COLstring&& Text) { pMember->lastFlatWire = std::move(Text); }
 void QVPparseContext::swapLastFlatWire(COLstring& Text) { pMember->lastFlatWire.str().swap(Text.str()); }
 LAGenvironment& QVPparseContext::pythonEnvironment() { return pMember->pythonEnvironment; }
