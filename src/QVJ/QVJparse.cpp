@@ -73,14 +73,19 @@ void QVJengineInternalParseMessageNoPostProcess(QVJparseContext& Context, const 
     // Only the legacy parser builds a list of raw segments for the segment iterator of scripts; on
     // the current road a script asking for one is told so rather than handed an empty list.
     Environment.setSegmentList(Config.parserVersion() == QVMparserCurrent ? nullptr : &Shared.rawSegmentList());
-    QVJconfigPreProcessMessage(Config, Message, Working, Environment);
+    // Without a pre-process script the message is parsed as it came, with no copy.
+    const COLstring* Text = &Message;
+    if (Config.mainFunction().isSet()) {
+      QVJconfigPreProcessMessage(Config, Message, Working, Environment);
+      Text = &Working;
+    }
     switch (Config.parserVersion()) {
       case QVMparserCurrent:
-        MessageIndex = SGCcompleteParse(Working, Engine, Context.currentSegmentList(), Environment, ResultTable);
+        MessageIndex = SGCcompleteParse(*Text, Engine, Context.currentSegmentList(), Environment, ResultTable);
         break;
       case QVMparserLegacy:
       case QVMparserSegmentChecker3:
-        QVPengineInternalParseMessage(Shared, Working, MessageIndex, ResultTable, QVJuntypedTreeSegmentCopyChecked,
+        QVPengineInternalParseMessage(Shared, *Text, MessageIndex, ResultTable, QVJuntypedTreeSegmentCopyChecked,
                                       QVJcheckUntypedTreeSegment);
         break;
       default: {
@@ -100,6 +105,12 @@ void QVJengineInternalParseMessage(QVJparseContext& Context, const COLstring& Me
   LAGresultTableScope ScriptsSeeTheTable(Context.qvpParseContext().pythonEnvironment(), ResultTable);
   QVJengineInternalParseMessageNoPostProcess(Context, Message, MessageIndex, ResultTable);
   QVJenginePostProcessMessage(Context, Message);
+}
+
+void QVJengineInternalParseMessage(QVJparseContext& Context, const char* Message, unsigned& MessageIndex,
+                                   QVMtableInternal& ResultTable) {
+  QVJparseContext::MessageText Text(Context, Message);
+  QVJengineInternalParseMessage(Context, Text.text(), MessageIndex, ResultTable);
 }
 
 const char* QVJhl7ToXmlLegacyTableFormat(QVJparseContext& Context, const char* Message) {

@@ -18,6 +18,9 @@ void QVJengineInternalParseMessageNoPostProcess(QVJparseContext& Context, const 
 // The parse, then the post-process script, with the same message.
 void QVJengineInternalParseMessage(QVJparseContext& Context, const COLstring& Message, unsigned& MessageIndex,
                                    QVMtableInternal& ResultTable);
+// As above for a C text, copied once into a buffer the context keeps from message to message.
+void QVJengineInternalParseMessage(QVJparseContext& Context, const char* Message, unsigned& MessageIndex,
+                                   QVMtableInternal& ResultTable);
 
 // The message as table XML with long tags; the result lives until the next call on the context.
 const char* QVJhl7ToXmlLegacyTableFormat(QVJparseContext& Context, const char* Message);

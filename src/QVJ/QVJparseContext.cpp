@@ -11,6 +11,8 @@ struct QVJparseContext::Private {
   std::unique_ptr<QVMxmlHl7Converter> converter;
   QVMtableInternal messageTable;
   COLstring spareText;
+  COLstring messageText;
+  bool messageTextInUse = false;
   explicit Private(QVMengineInternal* Schema) : context(Schema) {}
 };
 
@@ -29,6 +31,27 @@ QVMxmlHl7Converter& QVJparseContext::converter(const COLstring& Name) {
     pMember->converterName = Name;
   }
   return *pMember->converter;
+}
+
+QVMxmlHl7Converter& QVJparseContext::converter(const char* Name) {
+  // Compared in place: the names are longer than a string holds without the heap.
+  if (Name && pMember->converter && pMember->converterName.str() == Name) return *pMember->converter;
+  return converter(COLstring(Name));
+}
+
+QVJparseContext::MessageText::MessageText(QVJparseContext& Context, const char* Text)
+    : m_Context(Context), m_Text(&m_Own) {
+  if (!Context.pMember->messageTextInUse) {
+    Context.pMember->messageTextInUse = true;
+    m_Borrowed = true;
+    m_Text = &Context.pMember->messageText;
+  }
+  if (Text) m_Text->str().assign(Text);
+  else m_Text->clear();
+}
+
+QVJparseContext::MessageText::~MessageText() {
+  if (m_Borrowed) m_Context.pMember->messageTextInUse = false;
 }
 
 QVFengine::QVFengine() : m_Schema(new QVMengineInternal), m_Context(std::make_unique<QVJparseContext>(m_Schema.get())) {}

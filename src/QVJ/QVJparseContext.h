@@ -31,6 +31,24 @@ public:
   QVMtableInternal& messageTable();
   // A text buffer kept between messages for the next document.
   COLstring& spareText();
+  // A message's text in the context's buffer while it is parsed; a parse that a script starts
+  // meanwhile on the same context gets a copy of its own.
+  class MessageText {
+  public:
+    MessageText(QVJparseContext& Context, const char* Text);
+    ~MessageText();
+    MessageText(const MessageText&) = delete;
+    MessageText& operator=(const MessageText&) = delete;
+    const COLstring& text() const { return *m_Text; }
+
+  private:
+    QVJparseContext& m_Context;
+    COLstring* m_Text;
+    COLstring m_Own;
+    bool m_Borrowed = false;
+  };
+  // The dialect's converter as above, for a name as the configuration gives it.
+  QVMxmlHl7Converter& converter(const char* Name);
 
 private:
   struct Private;

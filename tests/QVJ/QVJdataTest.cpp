@@ -20,6 +20,9 @@
 //   error-start, error-has the full error text starts with this / holds every line of this
 //   next-message, next-xml a message parsed afterwards on the same engine, whatever became of
 //                          the first, and its table XML (long tags with "legacy")
+//   next-back              the message generated from the tables of the next message
+//   next-config            edits of the configuration made between the two messages, a line
+//                          each: "escape-code LEVEL C" (the code letter of the level's delimiter)
 // Line ends of XML and error texts are compared as "\n".
 #include <gtest/gtest.h>
 
@@ -30,6 +33,7 @@
 #include "QVJparse.h"
 #include "QVJparseContext.h"
 #include "QVLvmdFile.h"
+#include "QVMconfig.h"
 #include "QVMengineInternal.h"
 #include "QVMsegmentGrammar.h"
 #include "QVMsegmentValidationRule.h"
@@ -72,6 +76,22 @@ LANfunction& scriptOf(QVMengineInternal& Schema, const std::string& Key) {
     return Key.rfind("rule-on-error:", 0) == 0 ? Situational.pythonCodeOnError() : Situational.pythonCode();
   }
   throw COLerror("no script rule on " + Name, 0);
+}
+
+void editConfig(QVMconfig& Config, const std::string& Lines) {
+  std::istringstream In(Lines);
+  for (std::string Line; std::getline(In, Line);) {
+    std::istringstream Words(Line);
+    std::string Key, Value;
+    Words >> Key;
+    if (Key == "escape-code") {
+      unsigned Level = 0;
+      Words >> Level >> Value;
+      Config.sepCharInfo(Level).setSepCharEscape(Value.at(0));
+    } else {
+      ADD_FAILURE() << "unknown configuration edit " << Key;
+    }
+  }
 }
 
 class QVJdata : public ::testing::TestWithParam<TSTdataCase> {};
@@ -139,8 +159,17 @@ TEST_P(QVJdata, Road) {
   }();
   // Whatever the first message did to the engine must not reach the next.
   if (Case.has("next-message")) {
+    if (Case.has("next-config")) editConfig(Schema.config(), Case.text("next-config"));
     try {
-      EXPECT_EQ(toXml(Case.text("next-message"), Case.argument("next-xml")), Case.text("next-xml"));
+      if (Case.has("next-xml")) {
+        EXPECT_EQ(toXml(Case.text("next-message"), Case.argument("next-xml")), Case.text("next-xml"));
+      }
+      if (Case.has("next-back")) {
+        QVMtableInternal Table;
+        unsigned Index = 0;
+        QVJengineInternalParseMessage(Context, Case.text("next-message").c_str(), Index, Table);
+        EXPECT_EQ(std::string(QVPgenerateMessage(Context.qvpParseContext(), Index, Table)), Case.text("next-back"));
+      }
     } catch (const COLerror& Error) {
       ADD_FAILURE() << "the next message failed: " << Error.description().str();
     }

@@ -30,7 +30,9 @@ void* QVMhandleParseInto(void* engine, const char* message, unsigned* messageInd
 extern "C" {
 
 void* _QVMengineParseMessageA(void* engine, const char* message, unsigned* messageIndex, void* table) {
-  return QVMhandleParseInto(engine, message, messageIndex, table, QVJengineInternalParseMessage);
+  return QVMhandleParseInto(engine, message, messageIndex, table,
+                            [](QVJparseContext& Context, const COLstring& Text, unsigned& Index,
+                               QVMtableInternal& Table) { QVJengineInternalParseMessage(Context, Text, Index, Table); });
 }
 
 void* _QVMengineParseMessageNoPostProcessA(void* engine, const char* message, unsigned* messageIndex, void* table) {

@@ -77,6 +77,11 @@ public:
   virtual QVMdataType type() const = 0;
   virtual void destroyValue(QVMtypedMessageTreePrivate*) const {}
   virtual void initialize(QVMtypedMessageTreePrivate* Member) const = 0;
+  // As destroyValue then initialize, for a node kept for the next message.
+  virtual void resetValue(QVMtypedMessageTreePrivate* Member) const {
+    destroyValue(Member);
+    initialize(Member);
+  }
   virtual void valueAsString(QVMtypedMessageTreePrivate* Member, COLostream& Stream) const = 0;
 
   static const QVMtypedTreePrivateType* instance(QVMdataType Type);
@@ -119,6 +124,7 @@ public:
     Member->value.pDouble = nullptr;
   }
   void initialize(QVMtypedMessageTreePrivate* Member) const override { Member->value.pDouble = new double(0.0); }
+  void resetValue(QVMtypedMessageTreePrivate* Member) const override { *Member->value.pDouble = 0.0; }
   void valueAsString(QVMtypedMessageTreePrivate* Member, COLostream& Stream) const override {
     Stream << *Member->value.pDouble;
   }
@@ -133,6 +139,9 @@ public:
   }
   void initialize(QVMtypedMessageTreePrivate* Member) const override {
     Member->value.pDateTime = new QVMdateTimeInternal;  // null until set
+  }
+  void resetValue(QVMtypedMessageTreePrivate* Member) const override {
+    *Member->value.pDateTime = COLdateTime();
   }
   void valueAsString(QVMtypedMessageTreePrivate* Member, COLostream& Stream) const override {
     Member->value.pDateTime->printOn(Stream);
@@ -384,8 +393,7 @@ void QVMtypedMessageTree::clear() {
   pMember->IsNull = true;
   pMember->isPresent = false;
   pMember->dataPresent = QVMdataPresentNotConverted;
-  pMember->pType->destroyValue(pMember.get());
-  pMember->pType->initialize(pMember.get());
+  pMember->pType->resetValue(pMember.get());
 }
 
 void QVMtypedMessageTree::printOn(COLostream& Stream, const COLstring& Indent, const char* Name) const {

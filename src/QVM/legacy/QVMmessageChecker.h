@@ -85,7 +85,7 @@ enum QVMmessageChecker3Flags : unsigned {
 // that situational rules can change what the rest of the message needs.
 class QVMmessageChecker3 : public LAGmessageGrammarListener {
 public:
-  QVMmessageChecker3() = default;
+  QVMmessageChecker3();
   QVMmessageChecker3(const QVMmessageChecker3&) = delete;
   QVMmessageChecker3& operator=(const QVMmessageChecker3&) = delete;
   ~QVMmessageChecker3() override;

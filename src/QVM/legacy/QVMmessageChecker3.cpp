@@ -86,10 +86,34 @@ bool hasRepeatingParent(const QVMmessageGrammar& Leaf, QVMmessageChecker3::Path&
   return true;
 }
 
+namespace {
+
+// The working paths' storage outlives the checker, which lives for one message: the next
+// message's checker on this thread takes it over without allocating.
+QVMmessageChecker3::Path& spareAddress() {
+  thread_local QVMmessageChecker3::Path Spare;
+  return Spare;
+}
+QVMmessageChecker3::Path& spareWay() {
+  thread_local QVMmessageChecker3::Path Spare;
+  return Spare;
+}
+
+}  // namespace
+
+QVMmessageChecker3::QVMmessageChecker3() {
+  address.swap(spareAddress());
+  way.swap(spareWay());
+}
+
 QVMmessageChecker3::~QVMmessageChecker3() {
   // A checker left by any road gives back what its rules changed.
   restoreAffectedGrammars();
   stopListening();
+  address.clear();
+  way.clear();
+  address.swap(spareAddress());
+  way.swap(spareWay());
 }
 
 bool QVMmessageChecker3::IsSegmentDefined(const QVMuntypedMessageTree& Segment, const QVMmessageGrammar& Grammar) {

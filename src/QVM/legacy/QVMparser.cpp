@@ -23,6 +23,10 @@ public:
   std::vector<char> RepChar;  // 0: no repeat character at that level
   char Escape = 0;
   const QVMconfig& config;
+  // Kept between messages, so that a warm parse allocates nothing.
+  SCCescaperSettings escaperSettings;
+  QVMtokeniser tokeniser;
+  QVPbuilder builder;
 };
 
 void QVMparserPrivate::useDefaultSepChars() {
@@ -68,11 +72,14 @@ void QVMparserPrivate::parseSepChars(const COLstring& Message, SCCescaper& Escap
   }
   COL_POSTCONDITION_TEXT(SepChar.size() == RepChar.size(), "SepChar.size() == RepChar.size()");
   COL_POSTCONDITION_TEXT(SepChar.size() == config.countOfLevel(), "SepChar.size() == pConfig->countOfLevel()");
-  Escaper.resetUnescapeChar(SepChar, RepChar, Escape, SGCescaperSettings(config));
+  SGCescaperSettings(config, escaperSettings);
+  Escaper.resetUnescapeChar(SepChar, RepChar, Escape, escaperSettings);
 }
 
 QVMparser::QVMparser(const QVMconfig& Config) : pMember(std::make_unique<QVMparserPrivate>(Config)) {}
 QVMparser::~QVMparser() = default;
+
+void QVMparser::useConfiguredDelimiters() { pMember->useDefaultSepChars(); }
 
 unsigned QVMparser::countOfDelimiter() const { return static_cast<unsigned>(pMember->SepChar.size()); }
 
@@ -120,9 +127,8 @@ void QVMparser::parse(const COLstring& Message, QVMuntypedMessageTree& Result, S
   char* Text = Buffer->data();
   const size_t Start = ProtectHeader ? std::min<size_t>(QVMconfigCalculateMinMessageSize(Config), Message.size()) : 0;
 
-  QVMtokeniser Tokeniser;
-  Tokeniser.tokenise(Text + Start, Member.SepChar, Member.RepChar);
-  QVPbuilder().build(Result, Tokeniser, Config.countOfHeaderFieldsToSkip());
+  Member.tokeniser.tokenise(Text + Start, Member.SepChar, Member.RepChar);
+  Member.builder.build(Result, Member.tokeniser, Config.countOfHeaderFieldsToSkip());
 
   if (ProtectHeader) {
     Text[FirstDelimiter] = '\0';

@@ -21,6 +21,8 @@ public:
   QVMparser(const QVMparser&) = delete;
   QVMparser& operator=(const QVMparser&) = delete;
 
+  // Back to the configured delimiters, as a parser just made: for a parser kept between messages.
+  void useConfiguredDelimiters();
   // `Result` must be empty. With delimiters read from the message, `Escaper` is taught them.
   void parse(const COLstring& Message, QVMuntypedMessageTree& Result, SCCescaper& Escaper);
 

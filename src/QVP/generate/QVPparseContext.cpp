@@ -11,6 +11,13 @@ struct QVPparseContext::Private {
   QVMengineInternal* schema = nullptr;
   std::unique_ptr<QVMparser> parser;
   std::unique_ptr<SCCescaper> escaper;
+  // What the parser and escaper were made from: they are made again only when the
+  // configuration differs, and the escaper, which a message teaches its delimiters, starts
+  // every message as made.
+  const QVMconfig* builtFor = nullptr;
+  SCCescaperSettings builtSettings;
+  SCCescaperSettings presentSettings;
+  SCCescaper builtEscaper;
   COLstring lastFlatWire;
   LAGenvironment pythonEnvironment;
   COLreferencePtr<QVMuntypedMessageTree> rawSegmentList = new QVMuntypedMessageTree;
@@ -31,11 +38,44 @@ void QVPparseContext::setSchema(QVMengineInternal* Schema) {
   pMember->pythonEnvironment.setEngine(Schema);
 }
 
+namespace {
+
+bool sameSettings(const SCCescaperSettings& Left, const SCCescaperSettings& Right) {
+  if (Left.levels.size() != Right.levels.size()) return false;
+  for (size_t Level = 0; Level < Left.levels.size(); ++Level) {
+    const SCCdelimiterLevel& A = Left.levels[Level];
+    const SCCdelimiterLevel& B = Right.levels[Level];
+    if (A.sepCharDefault != B.sepCharDefault || A.repeatCharDefault != B.repeatCharDefault ||
+        A.sepCharEscape != B.sepCharEscape || A.repeatCharEscape != B.repeatCharEscape ||
+        A.sepCharPosition != B.sepCharPosition || A.repeatCharPosition != B.repeatCharPosition)
+      return false;
+  }
+  return Left.escapeDefault == Right.escapeDefault && Left.escapeEscapeChar == Right.escapeEscapeChar &&
+         Left.escapePosition == Right.escapePosition && Left.lowestNonEscapedChar == Right.lowestNonEscapedChar &&
+         Left.highestNonEscapedChar == Right.highestNonEscapedChar;
+}
+
+}  // namespace
+
 void QVPparseContext::initParser() {
   COL_PRECONDITION(pMember->schema != nullptr);
-  const QVMengineInternal& Schema = *pMember->schema;
-  pMember->parser = std::make_unique<QVMparser>(Schema.config());
-  pMember->escaper = std::make_unique<SCCescaper>(SGCescaperSettings(Schema.config()));
+  Private& Member = *pMember;
+  const QVMconfig& Config = static_cast<const QVMengineInternal&>(*Member.schema).config();
+  // Read from the configuration on every message, so an edit counts from the next one.
+  SGCescaperSettings(Config, Member.presentSettings);
+  if (Member.parser == nullptr || Member.builtFor != &Config ||
+      !sameSettings(Member.presentSettings, Member.builtSettings)) {
+    Member.parser.reset();
+    Member.builtFor = nullptr;
+    Member.parser = std::make_unique<QVMparser>(Config);
+    Member.builtEscaper = SCCescaper(Member.presentSettings);
+    Member.builtSettings = Member.presentSettings;
+    Member.builtFor = &Config;
+  } else {
+    Member.parser->useConfiguredDelimiters();
+  }
+  if (Member.escaper == nullptr) Member.escaper = std::make_unique<SCCescaper>(Member.builtEscaper);
+  else *Member.escaper = Member.builtEscaper;
 }
 
 QVMparser& QVPparseContext::parser() {
@@ -50,6 +90,10 @@ SCCescaper& QVPparseContext::escaper() {
 
 const COLstring& QVPparseContext::lastFlatWire() const { return pMember->lastFlatWire; }
 void QVPparseContext::setLastFlatWire(const COLstring& Text) { pMember->lastFlatWire = Text; }
+void QVPparseContext::setLastFlatWire(const char* Text) {
+  if (Text) pMember->lastFlatWire.str().assign(Text);
+  else pMember->lastFlatWire.clear();
+}
 void QVPparseContext::setLastFlatWire(COLstring&& Text) { pMember->lastFlatWire = std::move(Text); }
 void QVPparseContext::swapLastFlatWire(COLstring& Text) { pMember->lastFlatWire.str().swap(Text.str()); }
 LAGenvironment& QVPparseContext::pythonEnvironment() { return pMember->pythonEnvironment; }

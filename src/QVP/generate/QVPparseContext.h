@@ -31,6 +31,8 @@ public:
   SCCescaper& escaper();
   const COLstring& lastFlatWire() const;
   void setLastFlatWire(const COLstring& Text);
+  // Copied into the buffer the last text left: no allocation once it is large enough.
+  void setLastFlatWire(const char* Text);
   // Takes the text over without copying it; a translation builds its result once.
   void setLastFlatWire(COLstring&& Text);
   // Trades the last text for `Text`, buffers included.

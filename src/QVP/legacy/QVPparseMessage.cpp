@@ -45,10 +45,12 @@ void QVPengineInternalParseMessage(QVPparseContext& Context, const COLstring& Me
 
   // Checker 3 types each segment once it has found its place.
   QVMmessageChecker3Hooks Hooks;
-  Hooks.CheckSegment = [&](const QVMsegmentGrammar& Grammar, QVMuntypedMessageTree& Segment,
-                           QVMtypedMessageTree& TypedList) {
-    QVMsegmentChecker().checkSegment(Engine.LanguageEngine(), Segment, TypedList, Grammar, Context.escaper(),
-                                     Raw.getBuffer(), Environment);
+  // One pointer captured: std::function keeps it without allocating.
+  Hooks.CheckSegment = [&Context](const QVMsegmentGrammar& Grammar, QVMuntypedMessageTree& Segment,
+                                  QVMtypedMessageTree& TypedList) {
+    QVMsegmentChecker().checkSegment(Context.schema()->LanguageEngine(), Segment, TypedList, Grammar,
+                                     Context.escaper(), Context.rawSegmentList().getBuffer(),
+                                     Context.pythonEnvironment());
   };
   Hooks.AsString = [&](QVMuntypedMessageTree& Segment) {
     return AsStringFunction ? AsStringFunction(Parser, Segment) : COLstring();

@@ -68,16 +68,20 @@ void SGCcopyEscaper(const QVMconfig& Config, const SGMseparatorCharacters& Found
 
 SCCescaperSettings SGCescaperSettings(const QVMconfig& Config) {
   SCCescaperSettings Settings;
-  Settings.levels.clear();
+  SGCescaperSettings(Config, Settings);
+  return Settings;
+}
+
+void SGCescaperSettings(const QVMconfig& Config, SCCescaperSettings& Settings) {
+  Settings.levels.resize(Config.countOfLevel());
   for (size_t Level = 0; Level < Config.countOfLevel(); ++Level) {
     const QVMsepInfo& Info = Config.sepCharInfo(Level);
-    Settings.levels.push_back({Info.sepCharDefault(), Info.repeatCharDefault(), Info.sepCharEscape(),
-                               Info.repeatCharEscape(), Info.sepCharPosition(), Info.repeatCharPosition()});
+    Settings.levels[Level] = {Info.sepCharDefault(),  Info.repeatCharDefault(), Info.sepCharEscape(),
+                              Info.repeatCharEscape(), Info.sepCharPosition(),   Info.repeatCharPosition()};
   }
   Settings.escapeDefault = Config.escapeDefault();
   Settings.escapeEscapeChar = Config.escapeEscapeChar();
   Settings.escapePosition = Config.escapePosition();
   Settings.lowestNonEscapedChar = Config.lowestNonEscapedChar();
   Settings.highestNonEscapedChar = Config.highestNonEscapedChar();
-  return Settings;
 }

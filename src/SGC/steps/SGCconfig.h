@@ -17,3 +17,5 @@ void SGCcopyDelimiters(const QVMconfig& Config, SGMseparatorCharacters& Separato
 void SGCcopyEscaper(const QVMconfig& Config, const SGMseparatorCharacters& Found, SCCescaper& Escaper);
 // The escaper's settings as the configuration states them.
 SCCescaperSettings SGCescaperSettings(const QVMconfig& Config);
+// The same into `Settings`, whose storage is reused: no allocation once it has held as many levels.
+void SGCescaperSettings(const QVMconfig& Config, SCCescaperSettings& Settings);
