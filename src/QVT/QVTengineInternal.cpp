@@ -16,6 +16,7 @@ namespace {
 // The version text a file of this program carries; readers don't interpret it.
 constexpr const char* WriterVersion = "5.1.12";
 using Guard = std::lock_guard<COLcriticalSection>;
+constexpr uint16_t MaximumConfigs = 1000;
 
 [[noreturn]] void damagedFrame(const COLstring& why) {
   throw COLerror(COLstring("The reflected binary file is damaged: ") + why, COL_ERROR_PRECONDITION);
@@ -51,6 +52,10 @@ void QVTengineInternal::postLoad() {
     damagedFrame(COLstring("its root object is a ") +
                  (m_Root.instance().type() ? m_Root.instance().type()->name() : COLstring("(no type)")) +
                  ", not a definition (VMD).");
+  // Each configuration becomes a whole configuration of the model; no definition has this many.
+  if (countOfConfig() > MaximumConfigs)
+    damagedFrame("it has " + std::to_string(countOfConfig()) + " configurations, more than " +
+                 std::to_string(MaximumConfigs) + ".");
   if (!vmd().child(QVTvmd::Plugin).isA("ConfigPluginBase"))
     damagedFrame("its configuration part is not a ConfigPluginBase.");
 }

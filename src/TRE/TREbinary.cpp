@@ -1,6 +1,7 @@
 #include "TREbinary.h"
 
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include "COLerror.h"
@@ -89,7 +90,12 @@ private:
     return id;
   }
 
-  uint16_t typeId(const TREtypeComplex* type) const { return type ? m_TypeIds.at(type) : 0xFFFF; }
+  uint16_t typeId(const TREtypeComplex* type) const {
+    if (!type) return 0xFFFF;
+    auto found = m_TypeIds.find(type);
+    COL_PRECONDITION_TEXT(found != m_TypeIds.end(), "TypeTable.has(Type)");
+    return found->second;
+  }
 
   void writeSlot(TREinstanceSimple& slot) {
     if (TREinstanceComplex* complex = slot.complex())
@@ -278,6 +284,8 @@ private:
   }
 
   void readSlot(TREinstanceSimple& slot, unsigned depth) {
+    // A member named twice would read over data that other versions already point into.
+    if (!m_Read.insert(&slot).second) damaged("a member stands twice in its object", m_Reader.position());
     if (TREinstanceComplex* complex = slot.complex())
       readComplex(*complex, depth + 1);
     else if (TREinstanceVector* vector = slot.vector())
@@ -446,6 +454,7 @@ private:
   uint16_t m_Versions = 1;
   size_t m_SlotBudget;
   std::vector<FileType> m_Types;
+  std::unordered_set<const TREinstanceSimple*> m_Read;
 };
 }  // namespace
 

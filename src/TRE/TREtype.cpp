@@ -33,6 +33,8 @@ TREtypeComplex& TREtypeComplex::getType(const COLstring& name, TREcreateCppClass
 void TREtypeComplex::addMember(const COLstring& name, uint32_t minOccurs, uint32_t maxOccurs, const TREtype& type,
                                bool identity, bool global) {
   Guard guard(TREnamespace::instance().criticalSection());
+  // Derived types number their own members after the base's: the base can't grow under them.
+  COL_PRECONDITION_TEXT(m_Derived.empty(), "countOfDerivedType() == 0");
   if (m_CountOfMember == 0xFFFF) throw COLerror("A type can't have more than 65534 members.", COL_ERROR_PRECONDITION);
   TREtypeComplexMember member;
   member.name = name;
@@ -73,6 +75,7 @@ void TREtypeComplex::setBaseType(TREtypeComplex& base) {
   // A base that is this type or derives from it would make the chain a loop.
   COL_PRECONDITION_TEXT(!base.isDerivedFrom(*this), "!Base.isDerivedFrom(*this)");
   COL_PRECONDITION_TEXT(m_Members.empty(), "countOfOwnMember() == 0");
+  COL_PRECONDITION_TEXT(m_Derived.empty(), "countOfDerivedType() == 0");
   m_Base = &base;
   m_CountOfBaseMember = base.countOfMember();
   m_CountOfMember = uint16_t(m_CountOfMember + m_CountOfBaseMember);

@@ -16,6 +16,7 @@
 
 #include "../support/TSTfile.h"
 #include "../support/TSTraised.h"
+#include "../support/TSTtoolRun.h"
 
 namespace {
 const std::string Source = MSGBRIDGE_SOURCE_DIR;
@@ -64,6 +65,38 @@ INSTANTIATE_TEST_SUITE_P(Definitions, CTTroundTrip, ::testing::ValuesIn(definiti
                              if (!std::isalnum(static_cast<unsigned char>(c))) c = '_';
                            return name;
                          });
+
+// The tool translates the examples' messages to the same XML under either kind of file.
+TEST(CTTtranslation, SameXmlUnderBothKinds) {
+  const std::pair<const char*, const char*> Runs[] = {
+      {"/examples/adt_oru.vmd", "/examples/messages.hl7"},
+      {"/examples/scripted.vmd", "/examples/scripted.hl7"},
+      {"/examples/x12_850_997.vmd", "/examples/x12_interchange.x12"},
+      {"/definitions/hl7v2.5.1.vmd", "/examples/hl7v2.5.1_sample.hl7"}};
+  for (const auto& [definition, messages] : Runs) {
+    QVMengineInternal model;
+    QVLloadEngine(model, (Source + definition).c_str());
+    std::string reflected = reflectedCopy(model, "translate.vmd");
+    std::string outputs[2];
+    int statuses[2];
+    for (int kind = 0; kind < 2; ++kind) {
+      std::string directory = TSTscratchDirectory("ctt_xml_" + std::to_string(kind));
+      std::filesystem::remove_all(directory);
+      std::filesystem::create_directories(directory);
+      statuses[kind] = TSTrunBinary("--toxml " + (kind ? reflected : Source + definition) + " " + Source + messages +
+                                    " " + directory + "/m.xml")
+                           .status;
+      std::vector<std::string> files;
+      for (const auto& entry : std::filesystem::directory_iterator(directory)) files.push_back(entry.path().string());
+      std::sort(files.begin(), files.end());
+      for (const std::string& file : files)
+        outputs[kind] += std::filesystem::path(file).filename().string() + "\n" + TSTreadFile(file);
+    }
+    EXPECT_EQ(statuses[1], statuses[0]) << definition;
+    EXPECT_FALSE(outputs[0].empty()) << definition;
+    EXPECT_TRUE(outputs[1] == outputs[0]) << definition << ": the XML differs";
+  }
+}
 
 // The pinned file: tests/data/CTT/full_model.vmd, written from tests/data/ANT/full_model.vmd by
 //   MSGBRIDGE_REGENERATE=1 build/tests/test_CTT --gtest_filter='CTTpinnedFile.*'
