@@ -6,6 +6,7 @@
 #include <unordered_map>
 
 #include "COLerror.h"
+#include "LANfunction.h"
 #include "QVMengineInternal.h"
 #include "QVMsegmentValidationRule.h"
 #include "QVTengineInternal.h"
@@ -26,6 +27,12 @@ T* find(const Lookup<T>& lookup, QVTobject object) {
 }
 
 uint32_t index32(int64_t value) { return uint32_t(value); }
+
+// A script is compiled when its code is set; the model's functions start empty, so an empty
+// code is left unset rather than compiled thousands of times.
+void setCode(LANfunction& function, const COLstring& code) {
+  if (!code.empty() || !function.code().empty()) function.setCode(code);
+}
 
 class CTTcopier {
 public:
@@ -223,8 +230,8 @@ void CTTcopier::copySegmentField(QVTobject field, QVMsegmentGrammar& segment) {
   segment.setFieldMaxRepeat(k, index32(field.number(QVTsegmentField::MaxRepeats)));
   segment.setIsFieldRequired(k, field.flag(QVTsegmentField::IsRequired));
   segment.setFieldWidth(k, index32(field.number(QVTsegmentField::Width)));
-  segment.fieldIncomingFunction(k).setCode(field.child(QVTsegmentField::IncomingFunction).text(QVTfunction::Code));
-  segment.fieldOutgoingFunction(k).setCode(field.child(QVTsegmentField::OutgoingFunction).text(QVTfunction::Code));
+  setCode(segment.fieldIncomingFunction(k), field.child(QVTsegmentField::IncomingFunction).text(QVTfunction::Code));
+  setCode(segment.fieldOutgoingFunction(k), field.child(QVTsegmentField::OutgoingFunction).text(QVTfunction::Code));
   if (QVMcompositeGrammar* type = find(m_Composites, field.target(QVTsegmentField::FieldType)))
     segment.setFieldType(k, type);
   for (size_t r = 0; r < field.count(QVTsegmentField::ValidationRule); ++r)
@@ -300,10 +307,10 @@ void CTTcopier::copySettings(QVTobject from) {
   to.setStubFileDir(from.text(QVTconfig::StubFileDir));
   to.setStubFileLanguage(from.text(QVTconfig::StubFileLanguage));
   to.setStubFilePrefix(from.text(QVTconfig::StubFilePrefix));
-  to.mainFunction().setCode(from.text(QVTconfig::MainFunction));
-  to.outgoingMainFunction().setCode(from.text(QVTconfig::OutgoingMainFunction));
-  to.outgoingPostProcessFunction().setCode(from.text(QVTconfig::OutgoingPostProcessFunction));
-  to.postProcessFunction().setCode(from.text(QVTconfig::PostProcessFunction));
+  setCode(to.mainFunction(), from.text(QVTconfig::MainFunction));
+  setCode(to.outgoingMainFunction(), from.text(QVTconfig::OutgoingMainFunction));
+  setCode(to.outgoingPostProcessFunction(), from.text(QVTconfig::OutgoingPostProcessFunction));
+  setCode(to.postProcessFunction(), from.text(QVTconfig::PostProcessFunction));
   to.setParserVersion(from.flag(QVTconfig::UseSegmentChecker3) ? QVMparserSegmentChecker3 : QVMparserLegacy);
   if (from.isSet(QVTconfig::ParserVersion) && from.number(QVTconfig::ParserVersion) <= QVMparserCurrent)
     to.setParserVersion(QVMparserVersion(from.number(QVTconfig::ParserVersion)));
@@ -368,8 +375,10 @@ void CTTcopier::copyTables() {
       QVMtableDefinitionInternal& to = *m_To.table(t);
       for (size_t k = 0; k < from.count(QVTtable::Column) && k < to.countOfColumn(); ++k) {
         QVTobject column = from.item(QVTtable::Column, k);
-        to.setIncomingFunctionCode(c, k, column.child(QVTcolumn::InFunction).text(QVTfunction::Code));
-        to.setOutgoingFunctionCode(c, k, column.child(QVTcolumn::OutFunction).text(QVTfunction::Code));
+        COLstring in = column.child(QVTcolumn::InFunction).text(QVTfunction::Code);
+        COLstring out = column.child(QVTcolumn::OutFunction).text(QVTfunction::Code);
+        if (!in.empty()) to.setIncomingFunctionCode(c, k, in);
+        if (!out.empty()) to.setOutgoingFunctionCode(c, k, out);
       }
       size_t sets = from.count(QVTtable::MapSet);
       if (sets == 0) continue;
@@ -429,8 +438,8 @@ void CTTcopier::copyMessageConfig(QVTobject from, QVMmessageDefinitionInternal& 
   QVMmessageConfig& record = to.config(c);
   record.setIgnoreUnknownSegments(from.flag(QVTmessage::IgnoreUnknownSegments));
   record.setIgnoreSegmentOrder(from.flag(QVTmessage::IgnoreSegmentOrder));
-  record.inFunction().setCode(from.child(QVTmessage::IncomingFunction).text(QVTfunction::Code));
-  record.outFunction().setCode(from.child(QVTmessage::OutgoingFunction).text(QVTfunction::Code));
+  setCode(record.inFunction(), from.child(QVTmessage::IncomingFunction).text(QVTfunction::Code));
+  setCode(record.outFunction(), from.child(QVTmessage::OutgoingFunction).text(QVTfunction::Code));
   if (from.isSet(QVTmessage::SegmentListHookName))
     record.segmentListFunctionHook().setName(from.text(QVTmessage::SegmentListHookName));
   if (from.isSet(QVTmessage::SegmentListHookModule))

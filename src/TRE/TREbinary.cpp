@@ -1,7 +1,6 @@
 #include "TREbinary.h"
 
 #include <unordered_map>
-#include <unordered_set>
 #include <vector>
 
 #include "COLerror.h"
@@ -285,7 +284,7 @@ private:
 
   void readSlot(TREinstanceSimple& slot, unsigned depth) {
     // A member named twice would read over data that other versions already point into.
-    if (!m_Read.insert(&slot).second) damaged("a member stands twice in its object", m_Reader.position());
+    if (!slot.markRead()) damaged("a member stands twice in its object", m_Reader.position());
     if (TREinstanceComplex* complex = slot.complex())
       readComplex(*complex, depth + 1);
     else if (TREinstanceVector* vector = slot.vector())
@@ -454,7 +453,6 @@ private:
   uint16_t m_Versions = 1;
   size_t m_SlotBudget;
   std::vector<FileType> m_Types;
-  std::unordered_set<const TREinstanceSimple*> m_Read;
 };
 }  // namespace
 

@@ -486,11 +486,16 @@ void TREinstanceVector::setVectorIndexForVersion(uint16_t version, uint16_t vect
 
 TRErootInstance::TRErootInstance() { clear(); }
 
-TRErootInstance::~TRErootInstance() { m_Instance.reset(); }
+// The id maps go first, so that the objects of a tree that goes whole don't each look
+// themselves up to leave them.
+TRErootInstance::~TRErootInstance() {
+  m_Objects.clear();
+  m_Instance.reset();
+}
 
 void TRErootInstance::clear() {
-  m_Instance.reset();
   m_Objects.clear();
+  m_Instance.reset();
   m_Instance = std::make_unique<TREinstanceComplex>();
   m_Instance->m_Root = this;
   m_CountOfVersion = 1;

@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <memory>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "TREtype.h"
@@ -30,6 +31,8 @@ public:
   TRErootInstance* root() const { return m_Root; }
   bool isGlobal() const { return m_Global; }
   bool isCascade() const { return m_Cascade; }
+  // For a stream reader: true the first time, false when the node was read before.
+  bool markRead() { return !std::exchange(m_Read, true); }
 
   // The instance a slot holds, or the slot itself when it holds a simple value.
   static TREinstance& toInstance(TREinstanceSimple& simple);
@@ -46,6 +49,7 @@ protected:
   EClassType m_Class;
   bool m_Global = false;
   bool m_Cascade = false;
+  bool m_Read = false;
   TREinstance* m_Parent = nullptr;
   TRErootInstance* m_Root = nullptr;
 
