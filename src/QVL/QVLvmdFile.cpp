@@ -4,10 +4,12 @@
 #include <cstring>
 
 #include "ANTengine.h"
+#include "CTTcopy.h"
 #include "COLbuffer.h"
 #include "COLerror.h"
 #include "FILbinaryFile.h"
 #include "QVMengineInternal.h"
+#include "QVTengineInternal.h"
 
 namespace {
 constexpr size_t ProbeSize = 100;
@@ -28,15 +30,11 @@ QVLvmdType probe(const COLsimpleBuffer& buffer) {
 
 [[noreturn]] void raise(const COLstring& text) { throw COLerror(text, COL_ERROR_PRECONDITION); }
 
-COLstring kindName(QVLvmdType kind) {
-  return kind == QVLvmdTypeArc ? COLstring("an archive (ARC)") : COLstring("a reflected binary (TREBIN)");
-}
-
-// The readers of the two binary kinds are not part of this build: the file is recognised
-// and refused by name.
-[[noreturn]] void refuseBinary(const COLstring& what, QVLvmdType kind) {
-  raise(what + " is " + kindName(kind) + " definition; this build reads only the version-one (XML) kind. " +
-        "Save the definition in the version-one kind and load that file.");
+// The reader of the archive kind is not part of this build: the file is recognised and
+// refused by name.
+[[noreturn]] void refuseArchive(const COLstring& what) {
+  raise(what + " is an archive (ARC) definition; this build reads only the version-one (XML) and reflected "
+               "binary (TREBIN) kinds. Save the definition in the version-one kind and load that file.");
 }
 
 COLsimpleBuffer readProbe(FILbinaryFile& file) {
@@ -100,9 +98,16 @@ QVLvmdType loadFile(QVMengineInternal& engine, const COLstring& path) {
       return QVLvmdTypeXml;
     }
     case QVLvmdTypeArc:
-      refuseBinary(COLstring("VMD file ") + path, QVLvmdTypeArc);
-    case QVLvmdTypeTreBin:
-      refuseBinary(COLstring("VMD file ") + path, QVLvmdTypeTreBin);
+      refuseArchive(COLstring("VMD file ") + path);
+    case QVLvmdTypeTreBin: {
+      file.close();
+      // The reflected form lives only until the model has been copied.
+      QVTengineInternal reflected;
+      QVTloadTreBinVmdFile(reflected, path);
+      CTTcopy(reflected, engine);
+      engine.postLoad();
+      return QVLvmdTypeTreBin;
+    }
     default:
       raise(COLstring("VMD file format of ") + path + " is not supported.");
   }
@@ -118,7 +123,7 @@ QVLvmdType loadMemory(QVMengineInternal& engine, const void* data, size_t size) 
       engine.postLoad();
       return QVLvmdTypeXml;
     case QVLvmdTypeArc:
-      refuseBinary("The VMD in memory", QVLvmdTypeArc);
+      refuseArchive("The VMD in memory");
     case QVLvmdTypeTreBin:
       raise("This VMD file format is not in the format required by this version of Quovane.  Please load into "
             "Quovane and resave to adjust the file.");

@@ -7,6 +7,7 @@
 #include <cstdint>
 
 #include "COLstring.h"
+#include "QVTfileId.h"
 
 class COLsimpleBuffer;
 class QVMengineInternal;
@@ -18,9 +19,8 @@ enum QVLvmdType : uint32_t {
   QVLvmdTypeXml = 3,     // version one: text of nested <engine> elements
 };
 
-// 0x84463460, little-endian, starts an archive; 0xFF455254 ("TRE" and 0xFF) a reflected binary.
+// 0x84463460, little-endian, starts an archive; QVT_BINARY_TRE_ID a reflected binary.
 inline constexpr uint32_t QVL_ARC_ID = 0x84463460;
-inline constexpr uint32_t QVT_BINARY_TRE_ID = 0xFF455254;
 
 // "NONE", "ARC", "TREBIN", "XML"; any other value "bad_value".
 const char* QVLvmdTypeString(uint32_t kind);

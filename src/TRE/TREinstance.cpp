@@ -1,0 +1,579 @@
+#include "TREinstance.h"
+
+#include <algorithm>
+
+#include "COLerror.h"
+
+namespace {
+[[noreturn]] void raise(const COLstring& text) { throw COLerror(text, COL_ERROR_PRECONDITION); }
+
+// Walks every node of a subtree, all versions' data included.
+template <class SimpleFn, class ComplexFn, class VectorFn>
+void walk(TREinstanceSimple& slot, SimpleFn& simple, ComplexFn& complex, VectorFn& vector);
+
+template <class SimpleFn, class ComplexFn, class VectorFn>
+void walkComplex(TREinstanceComplex& node, SimpleFn& simple, ComplexFn& complex, VectorFn& vector) {
+  complex(node);
+  for (uint16_t i = 0; i < node.defaultCountOfMember(); ++i) walk(node.defaultChild(i), simple, complex, vector);
+}
+
+template <class SimpleFn, class ComplexFn, class VectorFn>
+void walk(TREinstanceSimple& slot, SimpleFn& simple, ComplexFn& complex, VectorFn& vector) {
+  if (TREinstanceComplex* contained = slot.complex()) {
+    walkComplex(*contained, simple, complex, vector);
+  } else if (TREinstanceVector* items = slot.vector()) {
+    vector(*items);
+    for (uint16_t i = 0; i < items->defaultSize(); ++i) walk(items->defaultChild(i), simple, complex, vector);
+  } else {
+    simple(slot);
+  }
+}
+
+// How many entries of a per-version list point at `index`.
+size_t users(const std::vector<uint16_t>& versions, uint16_t index) {
+  return size_t(std::count(versions.begin(), versions.end(), index));
+}
+}  // namespace
+
+// --- TREinstance
+
+TREinstance& TREinstance::toInstance(TREinstanceSimple& simple) {
+  if (TREinstanceComplex* complex = simple.complex()) return *complex;
+  if (TREinstanceVector* vector = simple.vector()) return *vector;
+  return simple;
+}
+
+bool TREinstance::isUnversioned() const { return !m_Root || m_Root->countOfVersion() < 2 || m_Global; }
+uint16_t TREinstance::currentVersion() const { return m_Root ? m_Root->currentVersion() : 0; }
+
+// --- TREinstanceSimple
+
+void TREinstanceSimple::initInstance(EClassType classType, const TREtype* type, TRErootInstance* root,
+                                     TREinstance* parent, bool global) {
+  m_Root = root;
+  m_Parent = parent;
+  m_Global = global || (parent && parent->m_Cascade && parent->m_Global);
+  m_Cascade = (parent && parent->m_Cascade) || (type && type->isCascadeLock());
+  switch (classType) {
+    case eComplex: {
+      COL_PRECONDITION_TEXT(type && type->classType() == TREtype::eComplex, "Type.classType() == eComplex");
+      m_Class = eComplex;
+      if (!m_Value.complex()) m_Value.attachComplex(new TREinstanceComplex());
+      TREinstanceComplex& complex = *m_Value.complex();
+      complex.fixupBase(root, this, m_Global, m_Cascade);
+      if (!complex.m_Type) {
+        complex.m_Type = const_cast<TREtypeComplex*>(static_cast<const TREtypeComplex*>(type));
+        complex.m_GenericType = true;
+      }
+      break;
+    }
+    case eVector: {
+      m_Class = eVector;
+      if (!m_Value.vector()) m_Value.attachVector(new TREinstanceVector());
+      TREinstanceVector& vector = *m_Value.vector();
+      vector.m_Root = root;
+      vector.m_Parent = this;
+      vector.m_Global = m_Global;
+      vector.m_Cascade = m_Cascade;
+      vector.m_ItemType = type;
+      break;
+    }
+    case eSimple:
+      COL_PRECONDITION_TEXT(!type || type->classType() == TREtype::eSimple, "Type.classType() == eSimple");
+      m_Class = eSimple;
+      break;
+    default: raise("Incorrect data type.");
+  }
+}
+
+const TREvariant& TREinstanceSimple::value() const {
+  if (m_Versions) {
+    uint16_t version = currentVersion();
+    if (version < m_Versions->versions.size()) {
+      uint16_t index = m_Versions->versions[version];
+      if (index != TREnoIndex) return m_Versions->values[index];
+    }
+  }
+  return m_Value;
+}
+
+TREvariant& TREinstanceSimple::writableValue() {
+  beforeWrite();
+  return const_cast<TREvariant&>(value());
+}
+
+void TREinstanceSimple::assign(const TREvariant& newValue) {
+  const TREvariant& present = value();
+  if (present.baseType() == newValue.baseType() && present.compare(newValue) == 0) return;
+  setValue(newValue);
+}
+
+TREvariant& TREinstanceSimple::value(uint16_t index) {
+  COL_PRECONDITION_TEXT(m_Versions != nullptr, "pVersions != NULL");
+  COL_PRECONDITION_TEXT(index < m_Versions->values.size(), "ValueIndex < Values.size()");
+  return m_Versions->values[index];
+}
+
+TREvariant& TREinstanceSimple::addValue() {
+  ensureVersionsInitialized();
+  if (m_Versions->values.size() >= TREnoIndex) raise("A value can't have more than 65534 versions of its own.");
+  return m_Versions->values.emplace_back();
+}
+
+uint16_t TREinstanceSimple::valueIndexFromVersion(uint16_t version) const {
+  COL_PRECONDITION_TEXT(m_Versions != nullptr, "pVersions != NULL");
+  return version < m_Versions->versions.size() ? m_Versions->versions[version] : TREnoIndex;
+}
+
+void TREinstanceSimple::setValueIndexForVersion(uint16_t version, uint16_t index) {
+  ensureVersionsInitialized();
+  COL_PRECONDITION_TEXT(version < m_Versions->versions.size(), "Version < Versions.size()");
+  COL_PRECONDITION_TEXT(index == TREnoIndex || index < m_Versions->values.size(),
+                        "ValueIndex == 0xFFFF || ValueIndex < Values.size()");
+  m_Versions->versions[version] = index;
+}
+
+void TREinstanceSimple::ensureVersionsInitialized() {
+  if (m_Versions) return;
+  m_Versions = std::make_unique<Versions>();
+  m_Versions->versions.assign(m_Root ? m_Root->countOfVersion() : 1, TREnoIndex);
+}
+
+bool TREinstanceSimple::isValueShared(uint16_t index) const {
+  return m_Versions && users(m_Versions->versions, index) >= 2;
+}
+
+void TREinstanceSimple::beforeWrite() { beforeWrite(currentVersion()); }
+
+void TREinstanceSimple::beforeWrite(uint16_t version) {
+  if (m_Root) m_Root->setDirty();
+  if (isUnversioned()) return;
+  ensureVersionsInitialized();
+  if (version == TREnoIndex || version >= m_Versions->versions.size()) return;
+  uint16_t index = m_Versions->versions[version];
+  if (!isValueShared(index)) return;
+  const TREvariant& shared = index == TREnoIndex ? m_Value : m_Versions->values[index];
+  TREvariant copy = shared;
+  addValue() = std::move(copy);
+  m_Versions->versions[version] = uint16_t(m_Versions->values.size() - 1);
+}
+
+// --- TREinstanceComplex
+
+TREinstanceComplex::~TREinstanceComplex() {
+  if (m_ObjectId && m_Root) m_Root->removeInstance(*this);
+}
+
+void TREinstanceComplex::fixupBase(TRErootInstance* root, TREinstance* parent, bool global, bool cascade) {
+  m_Root = root;
+  m_Parent = parent;
+  m_Global = global;
+  m_Cascade = cascade || (m_Type && m_Type->isCascadeLock());
+}
+
+TREtypeComplex* TREinstanceComplex::type() const {
+  if (m_Versions && !m_Versions->types.empty()) {
+    uint16_t version = currentVersion();
+    if (version < m_Versions->versions.size()) return m_Versions->types[m_Versions->versions[version]].type;
+  }
+  return m_Type;
+}
+
+void TREinstanceComplex::setDefaultType(TREtypeComplex& type) {
+  m_Type = &type;
+  m_GenericType = false;
+  if (type.isCascadeLock()) m_Cascade = true;
+}
+
+void TREinstanceComplex::setType(TREtypeComplex& newType) {
+  if (m_Root) m_Root->setDirty();
+  if (!m_Versions || m_Versions->types.empty()) {
+    // A node that still has the type its member declared takes its first real type for all
+    // versions, as one that had no type at all.
+    if (!m_Type || m_Type == &newType || isUnversioned() || m_GenericType) {
+      m_GenericType = false;
+      setDefaultType(newType);
+      return;
+    }
+    ensureVersionsInitialized();
+  }
+  uint16_t entry = initializeType(newType, false);
+  m_Versions->versions[currentVersion()] = entry;
+}
+
+void TREinstanceComplex::ensureVersionsInitialized() {
+  if (m_Versions && !m_Versions->types.empty()) return;
+  if (!m_Versions) m_Versions = std::make_unique<Versions>();
+  ensureChildrenOf(*m_Type);
+  uint16_t entry = initializeType(*m_Type, true);
+  m_Versions->versions.assign(m_Root ? m_Root->countOfVersion() : 1, entry);
+}
+
+uint16_t TREinstanceComplex::initializeType(TREtypeComplex& type, bool keepSlots) {
+  for (size_t i = 0; i < m_Versions->types.size(); ++i)
+    if (m_Versions->types[i].type == &type) return uint16_t(i);
+  uint16_t baseEntry = type.baseType() ? initializeType(*type.baseType(), keepSlots) : TREnoIndex;
+  TypeInfo info{&type, baseEntry, {}};
+  for (uint16_t k = 0; k < type.countOfOwnMember(); ++k) {
+    uint16_t slot = uint16_t(type.countOfBaseMember() + k);
+    if (!keepSlots) {
+      if (m_Children.size() >= TREnoIndex) raise("A complex instance can't have more than 65534 slots.");
+      slot = uint16_t(m_Children.size());
+      m_Children.push_back(std::make_unique<TREinstanceSimple>());
+      setMember(slot, type.ownMember(k));
+    }
+    info.slots.push_back(slot);
+  }
+  m_Versions->types.push_back(std::move(info));
+  return uint16_t(m_Versions->types.size() - 1);
+}
+
+uint16_t TREinstanceComplex::addType(TREtypeComplex& type) {
+  if (!m_Versions) m_Versions = std::make_unique<Versions>();
+  if (m_Versions->types.size() >= TREnoIndex) raise("A complex instance can't have more than 65534 types.");
+  uint16_t baseEntry = TREnoIndex;
+  if (type.baseType())
+    for (size_t i = 0; i < m_Versions->types.size(); ++i)
+      if (m_Versions->types[i].type == type.baseType()) baseEntry = uint16_t(i);
+  m_Versions->types.push_back(TypeInfo{&type, baseEntry, std::vector<uint16_t>(type.countOfOwnMember(), TREnoIndex)});
+  if (m_Versions->versions.empty()) m_Versions->versions.assign(m_Root ? m_Root->countOfVersion() : 1, 0);
+  return uint16_t(m_Versions->types.size() - 1);
+}
+
+bool TREinstanceComplex::setMemberSlot(uint16_t typeIndex, uint16_t own, uint16_t slot) {
+  COL_PRECONDITION_TEXT(m_Versions && typeIndex < m_Versions->types.size(), "TypeIndex < Types.size()");
+  TypeInfo& info = m_Versions->types[typeIndex];
+  COL_PRECONDITION_TEXT(own < info.slots.size(), "MemberIndex < countOfOwnMember()");
+  COL_PRECONDITION_TEXT(slot < TREnoIndex, "Slot < 0xFFFF");
+  while (m_Children.size() <= slot) m_Children.push_back(std::make_unique<TREinstanceSimple>());
+  if (info.slots[own] != TREnoIndex || m_Children[slot]->m_Parent) return false;
+  info.slots[own] = slot;
+  setMember(slot, info.type->ownMember(own));
+  return true;
+}
+
+void TREinstanceComplex::completeType(uint16_t typeIndex) {
+  TypeInfo& info = m_Versions->types[typeIndex];
+  for (uint16_t own = 0; own < info.slots.size(); ++own) {
+    if (info.slots[own] != TREnoIndex) continue;
+    if (m_Children.size() >= TREnoIndex) raise("A complex instance can't have more than 65534 slots.");
+    setMemberSlot(typeIndex, own, uint16_t(m_Children.size()));
+  }
+}
+
+void TREinstanceComplex::setTypeIndexForVersion(uint16_t version, uint16_t typeIndex) {
+  COL_PRECONDITION_TEXT(m_Versions && typeIndex < m_Versions->types.size(), "TypeIndex < Types.size()");
+  COL_PRECONDITION_TEXT(version < m_Versions->versions.size(), "Version < Versions.size()");
+  m_Versions->versions[version] = typeIndex;
+}
+
+uint16_t TREinstanceComplex::slotOfMember(uint16_t typeIndex, uint16_t memberIndex) const {
+  const TypeInfo& info = m_Versions->types[typeIndex];
+  uint16_t baseCount = info.type->countOfBaseMember();
+  if (memberIndex < baseCount) {
+    COL_PRECONDITION_TEXT(info.baseEntry != TREnoIndex, "BaseEntry != 0xFFFF");
+    return slotOfMember(info.baseEntry, memberIndex);
+  }
+  uint16_t own = uint16_t(memberIndex - baseCount);
+  COL_PRECONDITION_TEXT(own < info.slots.size(), "MemberIndex < Slots.size()");
+  return info.slots[own];
+}
+
+void TREinstanceComplex::setMember(uint16_t slot, const TREtypeComplexMember& member) {
+  TREinstanceSimple& child = *m_Children[slot];
+  // A slot made before keeps its kind and content.
+  if (child.m_Parent) return;
+  const TREtype& memberType = member.type();
+  bool global = member.global || (m_Cascade && m_Global);
+  if (member.isCollection())
+    child.initInstance(eVector, &memberType, m_Root, this, global);
+  else if (memberType.classType() == TREtype::eComplex)
+    child.initInstance(eComplex, &memberType, m_Root, this, global);
+  else
+    child.initInstance(eSimple, &memberType, m_Root, this, global);
+}
+
+void TREinstanceComplex::ensureChildrenOf(const TREtypeComplex& type) {
+  if (m_Children.size() >= type.countOfMember()) return;
+  size_t first = m_Children.size();
+  while (m_Children.size() < type.countOfMember()) m_Children.push_back(std::make_unique<TREinstanceSimple>());
+  for (size_t slot = first; slot < m_Children.size(); ++slot) setMember(uint16_t(slot), type.member(uint16_t(slot)));
+}
+
+void TREinstanceComplex::initializeChildren(uint16_t count) {
+  if (m_Type) ensureChildrenOf(*m_Type);
+  while (m_Children.size() < count) {
+    m_Children.push_back(std::make_unique<TREinstanceSimple>());
+    m_Children.back()->initInstance(eSimple, nullptr, m_Root, this, m_Cascade && m_Global);
+  }
+}
+
+uint16_t TREinstanceComplex::countOfMember() const {
+  const TREtypeComplex* current = type();
+  return current ? current->countOfMember() : 0;
+}
+
+TREinstanceSimple& TREinstanceComplex::member(uint16_t index) {
+  TREtypeComplex* current = type();
+  COL_PRECONDITION_TEXT(current != nullptr, "hasType()");
+  COL_PRECONDITION_TEXT(index < current->countOfMember(), "MemberIndex < countOfMember()");
+  if (m_Versions && !m_Versions->types.empty())
+    return *m_Children[slotOfMember(m_Versions->versions[currentVersion()], index)];
+  ensureChildrenOf(*current);
+  return *m_Children[index];
+}
+
+TREinstanceSimple* TREinstanceComplex::member(const COLstring& name) {
+  TREtypeComplex* current = type();
+  uint16_t index = current ? current->memberIndex(name) : TREtypeComplex::npos;
+  return index == TREtypeComplex::npos ? nullptr : &member(index);
+}
+
+bool TREinstanceComplex::hasMember(const COLstring& name) const {
+  const TREtypeComplex* current = type();
+  return current && current->memberIndex(name) != TREtypeComplex::npos;
+}
+
+TREinstanceComplex& TREinstanceComplex::complexMember(uint16_t index) {
+  TREinstanceComplex* complex = member(index).complex();
+  COL_PRECONDITION_TEXT(complex != nullptr, "Member.classType() == eComplex");
+  return *complex;
+}
+
+TREinstanceVector& TREinstanceComplex::vectorMember(uint16_t index) {
+  TREinstanceVector* vector = member(index).vector();
+  COL_PRECONDITION_TEXT(vector != nullptr, "Member.classType() == eVector");
+  return *vector;
+}
+
+uint32_t TREinstanceComplex::ensureHasObjectId() {
+  COL_PRECONDITION_TEXT(m_Root != nullptr, "root() != NULL");
+  if (!m_ObjectId) setObjectId(m_Root->nextObjectId(type()->name()));
+  return m_ObjectId;
+}
+
+void TREinstanceComplex::setObjectId(uint32_t id) {
+  COL_PRECONDITION_TEXT(m_Root != nullptr, "root() != NULL");
+  if (m_ObjectId) m_Root->removeInstance(*this);
+  m_ObjectId = id;
+  if (id) m_Root->addInstance(*this);
+}
+
+// --- TREinstanceVector
+
+size_t TREinstanceVector::size() const {
+  if (m_Versions) {
+    uint16_t version = currentVersion();
+    if (version < m_Versions->versions.size()) return m_Versions->vectors[m_Versions->versions[version]].size();
+  }
+  return m_Pool.size();
+}
+
+std::vector<uint16_t>* TREinstanceVector::currentList() {
+  if (!m_Versions) return nullptr;
+  uint16_t version = currentVersion();
+  return version < m_Versions->versions.size() ? &m_Versions->vectors[m_Versions->versions[version]] : nullptr;
+}
+
+TREinstanceSimple& TREinstanceVector::operator[](size_t i) {
+  COL_PRECONDITION_TEXT(i < size(), "Index < size()");
+  std::vector<uint16_t>* list = currentList();
+  return *m_Pool[list ? (*list)[i] : i];
+}
+
+TREinstanceComplex& TREinstanceVector::complexItem(size_t i) {
+  TREinstanceComplex* complex = (*this)[i].complex();
+  COL_PRECONDITION_TEXT(complex != nullptr, "Item.classType() == eComplex");
+  return *complex;
+}
+
+void TREinstanceVector::ensureVersionsInitialized() {
+  if (m_Versions) return;
+  m_Versions = std::make_unique<Versions>();
+  std::vector<uint16_t> identity(m_Pool.size());
+  for (size_t i = 0; i < identity.size(); ++i) identity[i] = uint16_t(i);
+  m_Versions->vectors.push_back(std::move(identity));
+  m_Versions->versions.assign(m_Root ? m_Root->countOfVersion() : 1, 0);
+}
+
+void TREinstanceVector::beforeWrite() {
+  if (m_Root) m_Root->setDirty();
+  if (isUnversioned()) return;
+  ensureVersionsInitialized();
+  uint16_t version = currentVersion();
+  uint16_t index = m_Versions->versions[version];
+  if (users(m_Versions->versions, index) < 2) return;
+  if (m_Versions->vectors.size() >= TREnoIndex) raise("A collection can't have more than 65534 versions of its own.");
+  m_Versions->vectors.push_back(m_Versions->vectors[index]);
+  m_Versions->versions[version] = uint16_t(m_Versions->vectors.size() - 1);
+}
+
+uint16_t TREinstanceVector::newPoolSlot() {
+  if (m_Pool.size() >= TREnoIndex) raise("A collection can't hold more than 65534 items.");
+  m_Pool.push_back(std::make_unique<TREinstanceSimple>());
+  TREinstanceSimple& slot = *m_Pool.back();
+  bool complexItems = m_ItemType && m_ItemType->classType() == TREtype::eComplex;
+  slot.initInstance(complexItems ? eComplex : eSimple, m_ItemType, m_Root, this, false);
+  return uint16_t(m_Pool.size() - 1);
+}
+
+TREinstanceSimple& TREinstanceVector::push_back() { return insert(size()); }
+
+TREinstanceSimple& TREinstanceVector::insert(size_t i) {
+  COL_PRECONDITION_TEXT(i <= size(), "Index <= size()");
+  beforeWrite();
+  uint16_t slot = newPoolSlot();
+  if (std::vector<uint16_t>* list = currentList()) {
+    list->insert(list->begin() + ptrdiff_t(i), slot);
+  } else if (i + 1 != m_Pool.size()) {
+    std::rotate(m_Pool.begin() + ptrdiff_t(i), m_Pool.end() - 1, m_Pool.end());
+  }
+  return (*this)[i];
+}
+
+void TREinstanceVector::remove(size_t i) {
+  COL_PRECONDITION_TEXT(i < size(), "Index < size()");
+  beforeWrite();
+  if (std::vector<uint16_t>* list = currentList())
+    list->erase(list->begin() + ptrdiff_t(i));
+  else
+    m_Pool.erase(m_Pool.begin() + ptrdiff_t(i));
+}
+
+void TREinstanceVector::resize(size_t n) {
+  if (n == size()) return;
+  while (size() > n) remove(size() - 1);
+  while (size() < n) push_back();
+}
+
+void TREinstanceVector::clear() {
+  if (size() == 0) return;
+  beforeWrite();
+  if (std::vector<uint16_t>* list = currentList())
+    list->clear();
+  else
+    m_Pool.clear();
+}
+
+void TREinstanceVector::defaultResize(uint16_t n) {
+  while (m_Pool.size() > n) m_Pool.pop_back();
+  while (m_Pool.size() < n) newPoolSlot();
+}
+
+uint16_t TREinstanceVector::addVector() {
+  if (!m_Versions) {
+    m_Versions = std::make_unique<Versions>();
+    m_Versions->versions.assign(m_Root ? m_Root->countOfVersion() : 1, 0);
+  }
+  if (m_Versions->vectors.size() >= TREnoIndex) raise("A collection can't have more than 65534 versions of its own.");
+  m_Versions->vectors.emplace_back();
+  return uint16_t(m_Versions->vectors.size() - 1);
+}
+
+void TREinstanceVector::addVectorValueIndex(uint16_t vector, uint16_t poolIndex) {
+  COL_PRECONDITION_TEXT(m_Versions && vector < m_Versions->vectors.size(), "VectorIndex < Vectors.size()");
+  COL_PRECONDITION_TEXT(poolIndex < m_Pool.size(), "ValueIndex < Children.size()");
+  m_Versions->vectors[vector].push_back(poolIndex);
+}
+
+void TREinstanceVector::setVectorIndexForVersion(uint16_t version, uint16_t vector) {
+  COL_PRECONDITION_TEXT(m_Versions && vector < m_Versions->vectors.size(), "VectorIndex < Vectors.size()");
+  COL_PRECONDITION_TEXT(version < m_Versions->versions.size(), "Version < Versions.size()");
+  m_Versions->versions[version] = vector;
+}
+
+// --- TRErootInstance
+
+TRErootInstance::TRErootInstance() { clear(); }
+
+// The id maps go first, so that the objects of a tree that goes whole don't each look
+// themselves up to leave them.
+TRErootInstance::~TRErootInstance() {
+  m_Objects.clear();
+  m_Instance.reset();
+}
+
+void TRErootInstance::clear() {
+  m_Objects.clear();
+  m_Instance.reset();
+  m_Instance = std::make_unique<TREinstanceComplex>();
+  m_Instance->m_Root = this;
+  m_CountOfVersion = 1;
+  m_CurrentVersion = 0;
+}
+
+void TRErootInstance::setVersion(uint16_t version) {
+  COL_PRECONDITION_TEXT(version < m_CountOfVersion, "NewVersionIndex < CountOfVersion");
+  m_CurrentVersion = version;
+}
+
+void TRErootInstance::setVersionCount(uint16_t count) {
+  COL_PRECONDITION_TEXT(count >= 1, "CountOfVersion >= 1");
+  m_CountOfVersion = count;
+  if (m_CurrentVersion >= count) m_CurrentVersion = 0;
+}
+
+void TRErootInstance::addVersion(uint16_t from) {
+  COL_PRECONDITION_TEXT(from < m_CountOfVersion, "FromVersion < CountOfVersion");
+  if (m_CountOfVersion == TREnoIndex) raise("A tree can't have more than 65534 versions.");
+  ++m_CountOfVersion;
+  auto simple = [from](TREinstanceSimple& node) {
+    if (node.m_Versions) node.m_Versions->versions.push_back(node.m_Versions->versions[from]);
+  };
+  auto complex = [from](TREinstanceComplex& node) {
+    if (node.m_Versions && !node.m_Versions->versions.empty())
+      node.m_Versions->versions.push_back(node.m_Versions->versions[from]);
+  };
+  auto vector = [from](TREinstanceVector& node) {
+    if (node.m_Versions) node.m_Versions->versions.push_back(node.m_Versions->versions[from]);
+  };
+  walkComplex(*m_Instance, simple, complex, vector);
+}
+
+void TRErootInstance::deleteVersion(uint16_t version) {
+  COL_PRECONDITION_TEXT(version < m_CountOfVersion && m_CountOfVersion > 1, "VersionIndex < CountOfVersion");
+  --m_CountOfVersion;
+  if (m_CurrentVersion >= m_CountOfVersion) m_CurrentVersion = uint16_t(m_CountOfVersion - 1);
+  auto erase = [version](std::vector<uint16_t>& versions) {
+    if (version < versions.size()) versions.erase(versions.begin() + version);
+  };
+  auto simple = [&](TREinstanceSimple& node) { if (node.m_Versions) erase(node.m_Versions->versions); };
+  auto complex = [&](TREinstanceComplex& node) { if (node.m_Versions) erase(node.m_Versions->versions); };
+  auto vector = [&](TREinstanceVector& node) { if (node.m_Versions) erase(node.m_Versions->versions); };
+  walkComplex(*m_Instance, simple, complex, vector);
+}
+
+void TRErootInstance::addInstance(TREinstanceComplex& complex) {
+  const TREtypeComplex* type = complex.type();
+  COL_PRECONDITION_TEXT(type != nullptr, "hasType()");
+  auto [entry, added] = m_Objects[type->name()].byId.emplace(complex.objectId(), &complex);
+  if (!added && entry->second != &complex)
+    raise(COLstring("Two objects of type ") + type->name() + " have the id " + std::to_string(complex.objectId()) +
+          ".");
+}
+
+void TRErootInstance::removeInstance(TREinstanceComplex& complex) {
+  for (auto& [name, objects] : m_Objects) {
+    auto found = objects.byId.find(complex.objectId());
+    if (found != objects.byId.end() && found->second == &complex) {
+      objects.byId.erase(found);
+      return;
+    }
+  }
+}
+
+TREinstanceComplex* TRErootInstance::instanceGlobal(const COLstring& typeName, uint32_t id) const {
+  auto objects = m_Objects.find(typeName);
+  if (objects == m_Objects.end()) return nullptr;
+  auto found = objects->second.byId.find(id);
+  return found == objects->second.byId.end() ? nullptr : found->second;
+}
+
+uint32_t TRErootInstance::nextObjectId(const COLstring& typeName) { return ++m_Objects[typeName].next; }
+
+uint32_t TRErootInstance::peekObjectId(const COLstring& typeName) const {
+  auto objects = m_Objects.find(typeName);
+  return objects == m_Objects.end() ? 0 : objects->second.next;
+}
+
+void TRErootInstance::setNextObjectId(const COLstring& typeName, uint32_t id) { m_Objects[typeName].next = id; }
