@@ -1,6 +1,7 @@
 #include "QVMtreeXmlFormatter.h"
 
 #include <cctype>
+#include <charconv>
 #include <cstdio>
 
 #include "COLerror.h"
@@ -29,10 +30,11 @@ const XMLiosTagFilterNoDelimiter& QVMtreeTagFilter() {
 
 constexpr const char* kInvalidDateTime = " (INVALID - not specified in the grammar)";
 
+// Every field tag carries a number: written without a format string.
 void QVMappendNumber(std::string& Out, unsigned long long Number) {
   char Text[24];
-  const int Length = std::snprintf(Text, sizeof Text, "%llu", Number);
-  Out.append(Text, static_cast<size_t>(Length));
+  const std::to_chars_result End = std::to_chars(Text, Text + sizeof Text, Number);
+  Out.append(Text, End.ptr);
 }
 
 // The date-time grammar of a field: through the first field of composites down to one that is
@@ -57,8 +59,9 @@ bool QVMtypedValueText(const QVMtypedMessageTree& Node, const QVMcompositeGramma
       return true;
     case QVMintegerType: {
       char Number[24];
-      std::snprintf(Number, sizeof Number, "%i", static_cast<int>(Node.getIntegerValue()));
-      Text = Number;
+      const std::to_chars_result End =
+          std::to_chars(Number, Number + sizeof Number, static_cast<int>(Node.getIntegerValue()));
+      Text.str().assign(Number, End.ptr);
       return true;
     }
     case QVMdoubleType: {
