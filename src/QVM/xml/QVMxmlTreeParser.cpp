@@ -21,14 +21,18 @@ namespace {
 
 bool QVMisDigit(char C) { return C >= '0' && C <= '9'; }
 
-// A number read as atoi reads it, but one too large for a field of any message is no number.
+// No segment or composite of any message has this many parts: a larger number in a tag would
+// only make the tree grow empty slots up to it.
+constexpr unsigned long long kMostParts = 999;
+
+// A number read as atoi reads it; one beyond kMostParts is no number (0).
 unsigned QVMreadNumber(const char* Text) {
   unsigned long long Value = 0;
   size_t At = 0;
   while (Text[At] == ' ' || Text[At] == '\t') ++At;
   for (; QVMisDigit(Text[At]); ++At) {
     Value = Value * 10 + static_cast<unsigned>(Text[At] - '0');
-    if (Value > 0xFFFFFF) return 0;
+    if (Value > kMostParts) return 0;
   }
   return static_cast<unsigned>(Value);
 }
@@ -321,11 +325,14 @@ bool QVMxmlTreeParserStandard::isListTag(const char* Tag) {
 unsigned QVMxmlTreeParserStandard::extractIndexFromTag(const char* Tag) {
   const char* Dot = std::strrchr(Tag, '.');
   const char* Digits = Dot ? Dot + 1 : Tag;
-  for (const char* At = Digits; *At; ++At)
-    if (!QVMisDigit(*At))
-      throw COLerror(COLstring("The tag <") + Tag + "> is not formed correctly.  It should be of the format XXX.digit.",
-                     COL_ERROR_PRECONDITION);
-  return QVMreadNumber(Digits);
+  bool Formed = *Digits != '\0';
+  for (const char* At = Digits; *At; ++At) Formed = Formed && QVMisDigit(*At);
+  // Parts are numbered from 1: a 0 (or a number beyond any part) has no place.
+  const unsigned Index = Formed ? QVMreadNumber(Digits) : 0;
+  if (Index == 0)
+    throw COLerror(COLstring("The tag <") + Tag + "> is not formed correctly.  It should be of the format XXX.digit.",
+                   COL_ERROR_PRECONDITION);
+  return Index;
 }
 
 namespace {
@@ -433,11 +440,13 @@ unsigned QVMxmlTreeParser::extractIndexFromTag(const char* Tag) const {
     const size_t Before = Text.rfind(m_Delimiter, Last - 1);
     Number = Before == std::string_view::npos ? std::string_view() : Text.substr(Before + 1, Last - Before - 1);
   }
-  if (!allDigits(Number))
+  // Parts are numbered from 1: a 0 (or a number beyond any part) has no place.
+  const unsigned Index = allDigits(Number) ? QVMreadNumber(std::string(Number).c_str()) : 0;
+  if (Index == 0)
     throw COLerror(COLstring("The tag <") + Tag + "> is not formed correctly.  It should be of the format XXX" +
                        Delimiter + "digit or XXX" + Delimiter + "digit" + Delimiter + "YYY.",
                    COL_ERROR_PRECONDITION);
-  return QVMreadNumber(std::string(Number).c_str());
+  return Index;
 }
 
 namespace {
