@@ -5,7 +5,8 @@
 //   definition PATH        the definition, relative to the repository (a fresh engine per case)
 //   dialect NAME           the XML dialect, in place of the definition's own
 //   options                words: "lenient" (no content checks), "trailing-separators",
-//                          "segment-line-feed", "no-xml-validation", "no-xml-escapes"
+//                          "segment-line-feed", "no-xml-validation", "no-xml-escapes",
+//                          "xmlns=NAMESPACE" (the namespace tree XML names)
 //   script:in-post, script:out-main, script:out-post
 //                          the inbound post-process, outbound main and outbound post-process code
 //   column:TABLE.COLUMN    the column's outgoing equation
@@ -93,6 +94,7 @@ TEST_P(QVJdata, Road) {
     else if (Word == "segment-line-feed") Schema.config().setOutputSegmentLineFeed(true);
     else if (Word == "no-xml-validation") Schema.config().setValidateDataForXmlToHL7(false);
     else if (Word == "no-xml-escapes") Schema.config().setEscapeDataForXmlToHL7(false);
+    else if (Word.rfind("xmlns=", 0) == 0) Schema.config().xmlSchemaProperties().xmlNamespace = Word.substr(6).c_str();
     else ADD_FAILURE() << "unknown option " << Word;
   }
   for (const auto& [Key, Section] : Case.Sections)
