@@ -112,6 +112,16 @@ legacy() {
   printf '%s\n' "$copy"
 }
 
+# tree DEFINITION: a copy of the definition whose configuration selects the default XML dialect,
+# "STANDARD VER 2", which writes the whole message from the legacy road instead of the tables.
+tree() {
+  local copy
+  copy="$work/$(basename "$1" .vmd)_tree.vmd"
+  sed 's|<xml_translation_type>[^<]*</xml_translation_type>|<xml_translation_type>STANDARD VER 2</xml_translation_type>|' \
+    "$1" >"$copy"
+  printf '%s\n' "$copy"
+}
+
 # measure TITLE LOG DEFINITION: every row of one log, its table, and its rates for the targets.
 measure() {
   local title=$1 log=$2 vmd=$3 bytes
@@ -133,6 +143,8 @@ measure() {
     "$benches/bench_c_host" "$vmd" "$log"
   run "msgbridge library, parser v1" legacy "the same on the legacy road" loop \
     "$benches/bench_c_host" "$(legacy "$vmd")" "$log"
+  run "msgbridge library, STANDARD VER 2" other "identify, validate, the whole message as XML" loop \
+    "$benches/bench_c_host" "$(tree "$vmd")" "$log"
   run "msgbridge --toxml" toxml "identify, validate, tables, 1 XML file each" tool \
     "$tool" --toxml "$vmd" "$log" "$work/xml/m.xml"
   rm -rf "$work/xml" "$work/floor"

@@ -56,7 +56,7 @@ export LSAN_OPTIONS="suppressions=$repo/tools/lsan-python.supp${LSAN_OPTIONS:+:$
 # run tries this many times its share of seconds.
 pace() {
   case "$1" in
-    fuzz_escaper) echo 7000 ;; fuzz_xml) echo 5000 ;; fuzz_full_tree_xml) echo 5000 ;;
+    fuzz_escaper) echo 7000 ;; fuzz_xml) echo 5000 ;; fuzz_full_tree_xml) echo 5000 ;; fuzz_tree_xml) echo 5000 ;;
     fuzz_table_xml) echo 2300 ;; fuzz_readers) echo 1000 ;; fuzz_vmd) echo 500 ;;
     fuzz_tokeniser) echo 360 ;; fuzz_parse) echo 270 ;; *) echo 500 ;;
   esac

@@ -13,6 +13,9 @@
 #include "QVMconfig.h"
 #include "QVMoutgoingScripts.h"
 #include "QVMengineInternal.h"
+#include "QVMidentifyMessage.h"
+#include "QVMparser.h"
+#include "QVMverifySegment.h"
 #include "QVMtableInternal.h"
 #include "QVMuntypedMessageTree.h"
 #include "QVMxmlHl7Converter.h"
@@ -126,6 +129,52 @@ const char* QVJhl7ToXmlLegacyTableFormat(QVJparseContext& Context, const char* M
   return Shared.lastFlatWire().c_str();
 }
 
+namespace {
+
+// The tree dialects: the legacy tokeniser and checker lay the message onto its grammar (or,
+// for a dialect that wants no definitions, only give each raw segment its grammar), whatever
+// the parser version, and the converter prints the tree.
+void QVJtreeToXml(QVJparseContext& Context, QVMxmlHl7Converter& Converter, const char* Message, COLstring& Xml) {
+  QVPparseContext& Shared = Context.qvpParseContext();
+  QVMengineInternal& Engine = QVJschema(Context);
+  QVMconfig& Config = Engine.config();
+  LAGenvironment& Environment = Shared.pythonEnvironment();
+  Environment.setSegmentList(&Shared.rawSegmentList());
+  COLstring Working;
+  QVJconfigPreProcessMessage(Config, Message, Working, Environment);
+  Converter.setConfig(&Config);
+  if (Converter.isStandard()) {
+    const unsigned MessageIndex =
+        QVPengineInternalStructureMessage(Shared, Working, Config.parserVersion(), QVJuntypedTreeSegmentCopyChecked,
+                                          QVJcheckUntypedTreeSegment);
+    Converter.treeInXml(Shared.structuredMessage(), Engine.message(MessageIndex), Engine.currentConfig(), Xml,
+                        Config.xmlDelimiter());
+    return;
+  }
+  QVMuntypedMessageTree& Raw = Shared.rawSegmentList();
+  QVMrawParseMessage(Working, Shared.parser(), Shared.escaper(), Raw);
+  for (unsigned Index = 0; Index < Raw.countOfSubNode(); ++Index) {
+    QVMuntypedMessageTree& Segment = *Raw.node(Index, 0);
+    if (Segment.countOfSubNode() == 0 && Segment.isNull()) break;
+    QVMengineInternalAddSegmentGrammarAndVerify(Engine, Segment);
+  }
+  const unsigned MessageIndex = QVMengineInternalIdentifyMessage(Engine, Shared);
+  Converter.setCurrentMessageDefinition(Engine.message(MessageIndex));
+  // The header's encoding characters are no data to unescape: they are kept aside meanwhile.
+  const bool HasEncodingCharacters = Config.countOfHeaderFieldsToSkip() > 2 && Raw.countOfSubNode() > 0 &&
+                                     Raw.node(0, 0)->countOfSubNode() > 2 && !Raw.node(0, 0)->node(2, 0)->isNull();
+  COLstring EncodingCharacters;
+  if (HasEncodingCharacters) {
+    EncodingCharacters = Raw.node(0, 0)->node(2, 0)->getValue();
+    Raw.node(0, 0)->node(2, 0)->setStringValue(COLstring());
+  }
+  Raw.unescapeValues(Shared.escaper(), Engine.rejectBadSegmentGrammar());
+  if (HasEncodingCharacters) Raw.node(0, 0)->node(2, 0)->setStringValue(EncodingCharacters);
+  Converter.treeInXml(static_cast<const QVMuntypedMessageTree&>(Raw), Xml, Shared.escaper(), Config.xmlDelimiter());
+}
+
+}  // namespace
+
 const char* QVJhl7ToXml(QVJparseContext& Context, const char* Message) {
   QVPparseContext& Shared = Context.qvpParseContext();
   QVMengineInternal& Engine = QVJschema(Context);
@@ -148,10 +197,7 @@ const char* QVJhl7ToXml(QVJparseContext& Context, const char* Message) {
       Converter->setConfig(&Config);
       Converter->outputTableInXml(Xml, Table);
     } else {
-      throw COLerror(COLstring("The XML dialect '") + Converter->name() +
-                         "' is not available in this build of the engine: choose a table dialect (\"TABLE - Short "
-                         "Tags\" or \"TABLE - Long Tags\") as the configuration's XML translation type.",
-                     COL_ERROR_PRECONDITION);
+      QVJtreeToXml(Context, *Converter, Message, Xml);
     }
     QVMconfigPostProcessOutgoingMessage(Config, Xml, Shared.pythonEnvironment());
     // The document is written once, straight into this string, and handed over without a copy;
@@ -185,7 +231,8 @@ const char* QVJxmlToHl7validate(QVJparseContext& Context, const COLstring& Xml, 
   QVMengineInternal& Engine = QVJschema(Context);
   Shared.initParser();
   QVMconfig& Config = Engine.config();
-  std::unique_ptr<QVMxmlHl7Converter> Converter = QVMxmlHl7Converter::getConverter(Config.xmlTranslationType());
+  // Kept by the context with its reader, for the next document of the same dialect.
+  QVMxmlHl7Converter* Converter = &Context.converter(Config.xmlTranslationType());
   Converter->setConfig(&Config);
   if (Converter->isTable()) return QVJtableXmlToHl7(Context, *Converter, Xml);
   Shared.setLastFlatWire(COLstring());

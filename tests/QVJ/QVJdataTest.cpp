@@ -3,8 +3,10 @@
 //
 // Sections of a case:
 //   definition PATH        the definition, relative to the repository (a fresh engine per case)
+//   dialect NAME           the XML dialect, in place of the definition's own
 //   options                words: "lenient" (no content checks), "trailing-separators",
-//                          "segment-line-feed"
+//                          "segment-line-feed", "no-xml-validation", "no-xml-escapes",
+//                          "xmlns=NAMESPACE" (the namespace tree XML names)
 //   script:in-post, script:out-main, script:out-post
 //                          the inbound post-process, outbound main and outbound post-process code
 //   column:TABLE.COLUMN    the column's outgoing equation
@@ -16,6 +18,7 @@
 //   xml [legacy]           with a message: its table XML (long tags with "legacy"); without one:
 //                          the table XML to generate from
 //   back                   the message generated from the tables of the message or XML
+//   fromxml                with a message: what the XML written for it reads back as
 //   error [CODE]           the short text of the error the road raised (and its code)
 //   error-start, error-has the full error text starts with this / holds every line of this
 //   next-message, next-xml a message parsed afterwards on the same engine, whatever became of
@@ -26,6 +29,7 @@
 // Line ends of XML and error texts are compared as "\n".
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <sstream>
 #include <string>
 
@@ -102,31 +106,41 @@ TEST_P(QVJdata, Road) {
   COLreferencePtr<QVFengine> Engine(new QVFengine);
   QVMengineInternal& Schema = Engine->schema();
   QVLloadEngine(Schema, std::string(MSGBRIDGE_SOURCE_DIR) + "/" + Case.argument("definition"));
+  if (Case.has("dialect")) Schema.config().setXmlTranslationType(Case.argument("dialect").c_str());
   std::istringstream Options(Case.has("options") ? Case.text("options") : "");
   for (std::string Word; Options >> Word;) {
     if (Word == "lenient") Schema.setRejectBadSegmentGrammar(false);
     else if (Word == "trailing-separators") Schema.config().setOutputTrailingSeparators(true);
     else if (Word == "segment-line-feed") Schema.config().setOutputSegmentLineFeed(true);
+    else if (Word == "no-xml-validation") Schema.config().setValidateDataForXmlToHL7(false);
+    else if (Word == "no-xml-escapes") Schema.config().setEscapeDataForXmlToHL7(false);
+    else if (Word.rfind("xmlns=", 0) == 0) Schema.config().xmlSchemaProperties().xmlNamespace = Word.substr(6).c_str();
     else ADD_FAILURE() << "unknown option " << Word;
   }
   for (const auto& [Key, Section] : Case.Sections)
     if (Key.find(':') != std::string::npos) scriptOf(Schema, Key).setCode(Section.Text.c_str());
 
   QVJparseContext& Context = Engine->parseContext();
+  std::string Written;
   const auto toXml = [&](const std::string& Message, const std::string& Form) {
-    return lineFeeds(Form == "legacy" ? QVJhl7ToXmlLegacyTableFormat(Context, Message.c_str())
-                                      : QVJhl7ToXml(Context, Message.c_str()));
+    Written = Form == "legacy" ? QVJhl7ToXmlLegacyTableFormat(Context, Message.c_str())
+                               : QVJhl7ToXml(Context, Message.c_str());
+    return lineFeeds(Written);
   };
   [&] {
-    std::string Xml, Back;
+    std::string Xml, Back, FromXml;
     try {
       if (Case.has("message")) {
         const std::string Message = Case.text("message");
         if (Case.has("xml")) Xml = toXml(Message, Case.argument("xml"));
-        QVMtableInternal Table;
-        unsigned Index = 0;
-        QVJengineInternalParseMessage(Context, Message.c_str(), Index, Table);
-        if (Case.has("back") || !Case.has("xml")) Back = QVPgenerateMessage(Context.qvpParseContext(), Index, Table);
+        if (Case.has("fromxml")) FromXml = QVJxmlToHl7(Context, Written.c_str());
+        // A tree dialect's message goes no further than its XML.
+        if (!Case.has("dialect")) {
+          QVMtableInternal Table;
+          unsigned Index = 0;
+          QVJengineInternalParseMessage(Context, Message.c_str(), Index, Table);
+          if (Case.has("back") || !Case.has("xml")) Back = QVPgenerateMessage(Context.qvpParseContext(), Index, Table);
+        }
       } else {
         Back = QVJxmlToHl7(Context, Case.text("xml").c_str());
       }
@@ -155,6 +169,14 @@ TEST_P(QVJdata, Road) {
     }
     if (Case.has("back")) {
       EXPECT_EQ(Back, Case.text("back"));
+    }
+    if (Case.has("fromxml")) {
+      EXPECT_EQ(FromXml, Case.text("fromxml"));
+    }
+    // Tree XML ends every line in CR LF, the last one too.
+    if (Case.has("dialect") && !Written.empty()) {
+      EXPECT_EQ(Written.size() - Xml.size(), static_cast<size_t>(std::count(Xml.begin(), Xml.end(), '\n')));
+      EXPECT_EQ(Written.substr(Written.size() - 2), "\r\n");
     }
   }();
   // Whatever the first message did to the engine must not reach the next.

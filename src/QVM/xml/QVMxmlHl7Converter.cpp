@@ -2,6 +2,8 @@
 
 #include "COLerror.h"
 #include "QVMtableXmlFormatter.h"
+#include "QVMtreeXmlFormatter.h"
+#include "QVMxmlTreeParser.h"
 #include "QVMxmlTableParser.h"
 #include "QVXconverter.h"
 
@@ -27,12 +29,6 @@ const QVMconfig& QVMxmlHl7Converter::config() const {
 void QVMxmlHl7Converter::setCurrentMessageDefinition(const QVMmessageDefinitionInternal* Definition) {
   COL_PRECONDITION_TEXT(isStandard() == false, "isStandard() == false");
   m_CurrentMessageDefinition = Definition;
-}
-
-void QVMxmlHl7Converter::notAvailable(const char* Operation) const {
-  throw COLerror(COLstring("The XML dialect '") + name() + "' cannot " + Operation +
-                     " in this build of the engine: only the table dialects are available.",
-                 COL_ERROR_PRECONDITION);
 }
 
 unsigned QVMxmlHl7Converter::countOfConverter() { return QVXcountOfConverter(); }
@@ -62,21 +58,49 @@ COLstring& QVMxmlTableConverter::outputTableInXml(COLstring& Out, const QVMtable
 
 // --- tree dialects
 
-COLstring& QVMxmlTreeConverter::treeInXml(const QVMuntypedMessageTree&, COLstring&, SCCescaper&, char) const {
-  notAvailable("print messages");
+QVMxmlTreeConverter::QVMxmlTreeConverter(QVMxmlTreeParserBase* Parser) : m_Parser(Parser) {}
+QVMxmlTreeConverter::~QVMxmlTreeConverter() = default;
+
+void QVMxmlTreeConverter::getTree(const COLstring& Xml, const QVMengineInternal& Engine,
+                                  const QVPparseContext& Context, unsigned& MessageIndex,
+                                  QVMuntypedMessageTree& Tree) {
+  m_Parser->getTree(Xml, Engine, Context, MessageIndex, Tree);
 }
-COLstring& QVMxmlTreeConverter::treeInXml(const QVMtypedMessageTree&, const QVMmessageDefinitionInternal*, unsigned,
-                                          COLstring&, char) {
-  notAvailable("print messages");
+
+QVMxmlHl7ConverterStandard::QVMxmlHl7ConverterStandard()
+    : QVMxmlTreeConverter(new QVMxmlTreeParserStandard), m_Formatter(std::make_unique<QVMtreeXmlFormatterStandard>()) {}
+QVMxmlHl7ConverterStandard::~QVMxmlHl7ConverterStandard() = default;
+
+COLstring& QVMxmlHl7ConverterStandard::treeInXml(const QVMtypedMessageTree& Tree,
+                                                 const QVMmessageDefinitionInternal* Definition, unsigned ConfigIndex,
+                                                 COLstring& Out, char) {
+  return m_Formatter->treeInXml(Tree, Definition, ConfigIndex, Out);
 }
-void QVMxmlTreeConverter::getTree(const COLstring&, const QVMengineInternal&, const QVPparseContext&, unsigned&,
-                                  QVMuntypedMessageTree&) {
-  throw COLerror(COLstring("Reading XML of the dialect '") + name() +
-                     "' back into a message is not available in this build of the engine: choose a table dialect "
-                     "(\"TABLE - Short Tags\" or \"TABLE - Long Tags\"), or \"Full Tree Validation\" with "
-                     "validation of XML to HL7 on, as the configuration's XML translation type.",
-                 COL_ERROR_PRECONDITION);
+
+QVMxmlHl7ConverterOracle::QVMxmlHl7ConverterOracle()
+    : QVMxmlTreeConverter(new QVMxmlTreeParser), m_Formatter(std::make_unique<QVMtreeXmlFormatter>()) {}
+QVMxmlHl7ConverterOracle::~QVMxmlHl7ConverterOracle() = default;
+
+COLstring& QVMxmlHl7ConverterOracle::treeInXml(const QVMuntypedMessageTree& Tree, COLstring& Out,
+                                               SCCescaper& Escaper, char Delimiter) const {
+  return m_Formatter->treeInXml(Tree, currentMessageDefinition(), Out, true, &Escaper, Delimiter, &config());
 }
+
+QVMxmlX12Converter::QVMxmlX12Converter() : QVMxmlX12Converter(new QVMtreeXmlFormatterX12, new QVMxmlX12TreeParser) {}
+QVMxmlX12Converter::QVMxmlX12Converter(QVMtreeXmlFormatterX12* Formatter, QVMxmlTreeParserBase* Parser)
+    : QVMxmlTreeConverter(Parser), m_Formatter(Formatter) {}
+QVMxmlX12Converter::~QVMxmlX12Converter() = default;
+
+COLstring& QVMxmlX12Converter::treeInXml(const QVMtypedMessageTree& Tree,
+                                         const QVMmessageDefinitionInternal* Definition, unsigned ConfigIndex,
+                                         COLstring& Out, char) {
+  return treeXmlFormatter()->treeInXml(Tree, Definition, ConfigIndex, Out, &config());
+}
+
+QVMxmlHl7ConverterStandard2::QVMxmlHl7ConverterStandard2()
+    : QVMxmlX12Converter(new QVMtreeXmlFormatterStandard2, new QVMxmlTreeParserStandard2) {}
+
+QVMxmlHl7ConverterStandard24::QVMxmlHl7ConverterStandard24() : QVMxmlTreeConverter(new QVMxmlTreeParserStandard24) {}
 
 COLstring& QVMxmlHl7ConverterStandard24::treeInXml(const QVMuntypedMessageTree&, COLstring&, SCCescaper&,
                                                    char) const {

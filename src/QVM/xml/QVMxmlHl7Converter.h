@@ -49,10 +49,6 @@ public:
   // A new converter; an unknown name raises "Unknown XML converter ...".
   static std::unique_ptr<QVMxmlHl7Converter> getConverter(const COLstring& Name);
 
-protected:
-  // A dialect whose road is not part of this build says so instead of producing nothing.
-  [[noreturn]] void notAvailable(const char* Operation) const;
-
 private:
   const QVMconfig* m_Config = nullptr;
   const QVMmessageDefinitionInternal* m_CurrentMessageDefinition = nullptr;
@@ -90,61 +86,102 @@ public:
   bool isLongTags() const override { return true; }
 };
 
-// The tree dialects: named and described here; their formatters and parsers come with the
-// tree XML road.
+class QVMtreeXmlFormatter;
+class QVMtreeXmlFormatterStandard;
+class QVMtreeXmlFormatterX12;
+class QVMxmlTreeParserBase;
+
+// The tree dialects: the message's whole structure, each with its writer and its reader, made
+// with the converter and used for every message after.
 class QVMxmlTreeConverter : public QVMxmlHl7Converter {
 public:
-  COLstring& treeInXml(const QVMuntypedMessageTree& Tree, COLstring& Out, SCCescaper& Escaper,
-                       char Delimiter) const override;
-  COLstring& treeInXml(const QVMtypedMessageTree& Tree, const QVMmessageDefinitionInternal* Definition,
-                       unsigned ConfigIndex, COLstring& Out, char Delimiter) override;
+  ~QVMxmlTreeConverter() override;
   void getTree(const COLstring& Xml, const QVMengineInternal& Engine, const QVPparseContext& Context,
                unsigned& MessageIndex, QVMuntypedMessageTree& Tree) override;
-  void generateSchema(const QVMengineInternal& Engine, const QVMmessageDefinitionInternal& Definition,
-                      XMLschema& Schema) override;
   bool isTable() const override { return false; }
+
+protected:
+  explicit QVMxmlTreeConverter(QVMxmlTreeParserBase* Parser);
+
+private:
+  std::unique_ptr<QVMxmlTreeParserBase> m_Parser;
 };
 
 class QVMxmlHl7ConverterStandard : public QVMxmlTreeConverter {
 public:
+  QVMxmlHl7ConverterStandard();
+  ~QVMxmlHl7ConverterStandard() override;
+  COLstring& treeInXml(const QVMtypedMessageTree& Tree, const QVMmessageDefinitionInternal* Definition,
+                       unsigned ConfigIndex, COLstring& Out, char Delimiter) override;
+  void generateSchema(const QVMengineInternal& Engine, const QVMmessageDefinitionInternal& Definition,
+                      XMLschema& Schema) override;
   const char* name() const override { return QVMconfigXmlFormatTypeAsString(QVMxmlStandard); }
   const char* description() const override { return "Official XML Encoding of HL7"; }
   bool isStandard() const override { return true; }
   QVMxmlHl7Converter* clone() const override { return new QVMxmlHl7ConverterStandard; }
+
+private:
+  std::unique_ptr<QVMtreeXmlFormatterStandard> m_Formatter;
 };
 
 class QVMxmlHl7ConverterOracle : public QVMxmlTreeConverter {
 public:
+  QVMxmlHl7ConverterOracle();
+  ~QVMxmlHl7ConverterOracle() override;
+  COLstring& treeInXml(const QVMuntypedMessageTree& Tree, COLstring& Out, SCCescaper& Escaper,
+                       char Delimiter) const override;
+  void generateSchema(const QVMengineInternal& Engine, const QVMmessageDefinitionInternal& Definition,
+                      XMLschema& Schema) override;
   const char* name() const override { return QVMconfigXmlFormatTypeAsString(QVMxmlExpanded); }
   const char* description() const override { return "Expanded HL7 XML encoding."; }
   bool isStandard() const override { return false; }
   QVMxmlHl7Converter* clone() const override { return new QVMxmlHl7ConverterOracle; }
+
+private:
+  std::unique_ptr<QVMtreeXmlFormatter> m_Formatter;
 };
 
 class QVMxmlX12Converter : public QVMxmlTreeConverter {
 public:
+  QVMxmlX12Converter();
+  ~QVMxmlX12Converter() override;
+  COLstring& treeInXml(const QVMtypedMessageTree& Tree, const QVMmessageDefinitionInternal* Definition,
+                       unsigned ConfigIndex, COLstring& Out, char Delimiter) override;
+  void generateSchema(const QVMengineInternal& Engine, const QVMmessageDefinitionInternal& Definition,
+                      XMLschema& Schema) override;
   const char* name() const override { return QVMconfigXmlFormatTypeAsString(QVMxmlFullTreeValidation); }
   const char* description() const override { return "XML Encoding of Full Tree Validation"; }
   bool isStandard() const override { return true; }
   QVMxmlHl7Converter* clone() const override { return new QVMxmlX12Converter; }
+  virtual QVMtreeXmlFormatterX12* treeXmlFormatter() { return m_Formatter.get(); }
+
+protected:
+  QVMxmlX12Converter(QVMtreeXmlFormatterX12* Formatter, QVMxmlTreeParserBase* Parser);
+
+private:
+  std::unique_ptr<QVMtreeXmlFormatterX12> m_Formatter;
 };
 
 class QVMxmlHl7ConverterStandard2 : public QVMxmlX12Converter {
 public:
+  QVMxmlHl7ConverterStandard2();
   const char* name() const override { return QVMconfigXmlFormatTypeAsString(QVMxmlStandardVer2); }
   const char* description() const override { return "Official XML Encoding of HL7 Version 2"; }
   QVMxmlHl7Converter* clone() const override { return new QVMxmlHl7ConverterStandard2; }
 };
 
+// Read only.
 class QVMxmlHl7ConverterStandard24 : public QVMxmlTreeConverter {
 public:
+  QVMxmlHl7ConverterStandard24();
   const char* name() const override { return "EXPANDED 2.4"; }
   const char* description() const override { return "Official XML Encoding of HL7 2.4"; }
   bool isStandard() const override { return false; }
   QVMxmlHl7Converter* clone() const override { return new QVMxmlHl7ConverterStandard24; }
-  // This dialect is only read.
   COLstring& treeInXml(const QVMuntypedMessageTree& Tree, COLstring& Out, SCCescaper& Escaper,
                        char Delimiter) const override;
   COLstring& treeInXml(const QVMtypedMessageTree& Tree, const QVMmessageDefinitionInternal* Definition,
                        unsigned ConfigIndex, COLstring& Out, char Delimiter) override;
+  void generateSchema(const QVMengineInternal& Engine, const QVMmessageDefinitionInternal& Definition,
+                      XMLschema& Schema) override;
 };

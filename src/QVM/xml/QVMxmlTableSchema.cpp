@@ -131,7 +131,3 @@ void QVMxmlTableConverter::generateSchema(const QVMengineInternal&, const QVMmes
     Step.subGrammars(Grammar, QVMcollectionOf(*Message).mainSequence());
   }
 }
-
-void QVMxmlTreeConverter::generateSchema(const QVMengineInternal&, const QVMmessageDefinitionInternal&, XMLschema&) {
-  notAvailable("describe messages in a schema");
-}

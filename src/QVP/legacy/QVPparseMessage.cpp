@@ -30,12 +30,27 @@ void QVPengineInternalParseMessage(QVPparseContext& Context, const COLstring& Me
     COLostream(Text) << "Unknown/Invalid Parser Version : " << Version;
     throw COLerror(Text, COL_ERROR_PRECONDITION);
   }
+  MessageIndex = QVPengineInternalStructureMessage(Context, Message, Version, AsStringFunction, CheckFunction);
+  QVMmessageDefinitionInternal& Definition = *Engine.message(MessageIndex);
+  COL_PRECONDITION_TEXT(Definition.messageGrammar() != nullptr, "NULL != pMessageDef->messageGrammar()");
+  Table.makeEmptyTable(&Definition.tableGrammar());
+  QVMengineInternalFillTable(Engine, Table, Definition.tableGrammar(), *Definition.messageGrammar(),
+                             Context.structuredMessage(), nullptr, Context.pythonEnvironment());
+}
+
+unsigned QVPengineInternalStructureMessage(QVPparseContext& Context, const COLstring& Message, unsigned Version,
+                                           QVMsegmentAsStringFunction AsStringFunction,
+                                           QVMcheckUntypedSegmentFunction CheckFunction) {
+  COL_PRECONDITION_TEXT(CheckFunction != nullptr, "pCheckUntypedTreeSegmentFunction != 0");
+  QVMengineInternal& Engine = *Context.schema();
+  const QVMconfig& Config = static_cast<const QVMengineInternal&>(Engine).config();
+  if (Version != QVMparserLegacy) Version = QVMparserSegmentChecker3;
   LAGenvironment& Environment = Context.pythonEnvironment();
   QVMparser& Parser = Context.parser();
   QVMuntypedMessageTree& Raw = Context.rawSegmentList();
   QVMtypedMessageTree& Typed = Context.typedSegmentList();
   QVMrawParseMessage(Message, Parser, Context.escaper(), Raw);
-  MessageIndex = QVMengineInternalIdentifyMessage(Engine, Context);
+  const unsigned MessageIndex = QVMengineInternalIdentifyMessage(Engine, Context);
   QVMmessageDefinitionInternal& Definition = *Engine.message(MessageIndex);
   Environment.resetCountOfSegmentInMessage(Raw.countOfSubNode());
   const bool Reject = Engine.rejectBadSegmentGrammar();
@@ -71,9 +86,5 @@ void QVPengineInternalParseMessage(QVPparseContext& Context, const COLstring& Me
   if (Config.countOfHeaderFieldsToSkip() > 2) Flags |= QVMcheckerHasHeaderEncodingChars;
   if (Config.disableUntypedTreeInException()) Flags |= QVMcheckerDisableUntypedTreeInException;
   QVMengineInternalValidateAndSortSegments(Version, Definition, Hooks, Flags, Raw, Typed, Context.structuredMessage());
-
-  COL_PRECONDITION_TEXT(Definition.messageGrammar() != nullptr, "NULL != pMessageDef->messageGrammar()");
-  Table.makeEmptyTable(&Definition.tableGrammar());
-  QVMengineInternalFillTable(Engine, Table, Definition.tableGrammar(), *Definition.messageGrammar(),
-                             Context.structuredMessage(), nullptr, Environment);
+  return MessageIndex;
 }

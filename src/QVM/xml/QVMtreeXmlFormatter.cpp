@@ -1,0 +1,776 @@
+#include "QVMtreeXmlFormatter.h"
+
+#include <cctype>
+#include <charconv>
+#include <cstdio>
+
+#include "COLerror.h"
+#include "COLostream.h"
+#include "QVMcompositeGrammar.h"
+#include "QVMconfig.h"
+#include "QVMdateTimeGrammar.h"
+#include "QVMdateTimeInternal.h"
+#include "QVMengineInternal.h"
+#include "QVMlistXmlIndexGrammar.h"
+#include "QVMmessageDefinitionInternal.h"
+#include "QVMmessageGrammar.h"
+#include "QVMsegmentGrammar.h"
+#include "QVMtypedMessageTree.h"
+#include "QVMuntypedMessageTree.h"
+#include "QVPcompositeGenerator.h"
+#include "SCCescaper.h"
+#include "SGXfromXmlFullTreeValidation.h"
+
+namespace {
+
+const XMLiosTagFilterNoDelimiter& QVMtreeTagFilter() {
+  static const XMLiosTagFilterNoDelimiter Filter;
+  return Filter;
+}
+
+constexpr const char* kInvalidDateTime = " (INVALID - not specified in the grammar)";
+
+// Every field tag carries a number: written without a format string.
+void QVMappendNumber(std::string& Out, unsigned long long Number) {
+  char Text[24];
+  const std::to_chars_result End = std::to_chars(Text, Text + sizeof Text, Number);
+  Out.append(Text, End.ptr);
+}
+
+// The date-time grammar of a field: through the first field of composites down to one that is
+// no composite.
+const QVMdateTimeGrammar* QVMdateTimeGrammarOf(const QVMcompositeGrammar* Grammar, unsigned FieldIndex) {
+  for (unsigned Depth = 0; Grammar && FieldIndex < Grammar->countOfField() && Depth < 64; ++Depth) {
+    if (Grammar->fieldDataType(FieldIndex) != QVMcompositeType) return Grammar->fieldDateTimeGrammar(FieldIndex);
+    Grammar = Grammar->fieldCompositeType(FieldIndex);
+    FieldIndex = 0;
+  }
+  return nullptr;
+}
+
+// The text of a typed leaf; false for a type that has no text here.
+bool QVMtypedValueText(const QVMtypedMessageTree& Node, const QVMcompositeGrammar* Grammar, unsigned FieldIndex,
+                       COLstring& Text, bool& Invalid) {
+  Invalid = false;
+  switch (Node.dataType()) {
+    case QVMstringType:
+    case QVMenumerationType:
+      Text = Node.getAsStringValue();
+      return true;
+    case QVMintegerType: {
+      char Number[24];
+      const std::to_chars_result End =
+          std::to_chars(Number, Number + sizeof Number, static_cast<int>(Node.getIntegerValue()));
+      Text.str().assign(Number, End.ptr);
+      return true;
+    }
+    case QVMdoubleType: {
+      // "%f" of a huge value has over 300 digits.
+      char Number[400];
+      std::snprintf(Number, sizeof Number, "%f", Node.getDoubleValue());
+      Text = Number;
+      return true;
+    }
+    case QVMdateTimeType:
+      if (const QVMdateTimeGrammar* Mask = QVMdateTimeGrammarOf(Grammar, FieldIndex)) {
+        Text.clear();
+        QVPdateTimeGrammarConvertDateTimeToString(*Mask, Node.getDateTimeValue(), Text);
+      } else {
+        Text = Node.getAsStringValue();
+        Invalid = true;
+      }
+      return true;
+    default:
+      return false;
+  }
+}
+
+}  // namespace
+
+// --- the shared writer
+
+void QVMtreeXmlWriter::begin(COLstring& Out) {
+  Out.clear();
+  m_Out = &Out;
+  m_Values.setSink(&Out);
+}
+
+void QVMtreeXmlWriter::end() {
+  m_Values.setSink(nullptr);
+  m_Out = nullptr;
+}
+
+void QVMtreeXmlWriter::appendFiltered(std::string& Out, std::string_view Name) {
+  const XMLiosTagFilter& Filter = QVMtreeTagFilter();
+  for (const char Byte : Name)
+    if (const char Kept = Filter.translate(static_cast<unsigned char>(Byte))) Out += Kept;
+}
+
+void QVMtreeXmlWriter::tag(const char* Open, std::string_view Tag) {
+  m_Tag.clear();
+  appendFiltered(m_Tag, Tag);
+  if (m_Tag.empty()) return;
+  // A name may not start with a digit.
+  if (m_Tag[0] >= '0' && m_Tag[0] <= '9') m_Tag[0] = '_';
+  std::string& Out = out();
+  Out += Open;
+  Out += m_Tag;
+  Out += '>';
+}
+
+void QVMtreeXmlWriter::data(std::string_view Text) {
+  try {
+    m_Values.write(Text.data(), Text.size());
+  } catch (const COLerror& Cause) {
+    // Name the value: a control byte XML cannot carry is the usual cause.
+    COLstring Shown;
+    for (const char C : Text) {
+      const auto Byte = static_cast<unsigned char>(C);
+      if (XMLiosLatin1DataFilter::isWritable(Byte)) {
+        Shown += C;
+      } else {
+        char Hex[8];
+        std::snprintf(Hex, sizeof Hex, "\\x%02X", Byte);
+        Shown += Hex;
+      }
+    }
+    throw COLerror("The value '" + Shown + "' cannot be written as XML: " + Cause.description(), Cause.code());
+  }
+}
+
+void QVMtreeXmlWriter::declarationAndRoot(std::string_view Root, const QVMconfig* Config) {
+  std::string& Out = out();
+  Out += "<?xml version=\"1.0\"?>\r\n";
+  m_Tag.clear();
+  appendFiltered(m_Tag, Root);
+  if (!m_Tag.empty() && m_Tag[0] >= '0' && m_Tag[0] <= '9') m_Tag[0] = '_';
+  Out += '<';
+  Out += m_Tag;
+  if (Config && !Config->xmlSchemaProperties().xmlNamespace.empty()) {
+    Out += " xmlns=\"";
+    XMLiosAttributeDataFilter Filter(m_Out);
+    const COLstring& Namespace = Config->xmlSchemaProperties().xmlNamespace;
+    Filter.write(Namespace.data(), Namespace.size());
+    Out += '"';
+  }
+  Out += ">\r\n";
+}
+
+// --- "Full Tree Validation" and "STANDARD VER 2"
+
+COLstring& QVMtreeXmlFormatterX12::tagAt(std::vector<COLstring>& Tags, size_t Level) {
+  if (Tags.size() <= Level) Tags.resize(Level + 1);
+  return Tags[Level];
+}
+
+void QVMtreeXmlFormatterX12::onGroupTag(const QVMmessageGrammar* Grammar, const QVMmessageDefinitionInternal*,
+                                        const COLstring&, COLstring& Out) {
+  Out = Grammar->grammarName();
+}
+
+void QVMtreeXmlFormatterX12::onMessageTag(const QVMmessageDefinitionInternal* Definition, COLstring& Out) {
+  Out = Definition->name();
+}
+
+void QVMtreeXmlFormatterX12::onSegmentTag(const QVMsegmentGrammar* Grammar, COLstring& Out) {
+  Out = SGXfromXmlFullTreeValidationSegmentName(QVMtreeTagFilter(), *Grammar);
+}
+
+void QVMtreeXmlFormatterX12::onSegmentFieldTag(const QVMsegmentGrammar* Grammar, unsigned FieldIndex, COLstring& Out) {
+  Out = SGXfromXmlFullTreeValidationFieldName(QVMtreeTagFilter(), *Grammar, FieldIndex);
+}
+
+void QVMtreeXmlFormatterX12::onCompositeTag(const QVMcompositeGrammar* Grammar, COLstring& Out) {
+  Out = SGXfromXmlFullTreeValidationCompositeGrammarName(QVMtreeTagFilter(), *Grammar);
+}
+
+void QVMtreeXmlFormatterX12::onCompositeFieldTag(const QVMcompositeGrammar* Grammar, unsigned FieldIndex,
+                                                 COLstring& Out) {
+  Out = SGXfromXmlFullTreeValidationSubFieldName(QVMtreeTagFilter(), *Grammar, FieldIndex);
+}
+
+bool QVMtreeXmlFormatterX12::onOutputCompositeHeaderTag() { return true; }
+
+COLstring& QVMtreeXmlFormatterX12::treeInXml(const QVMtypedMessageTree& Tree,
+                                             const QVMmessageDefinitionInternal* Definition, unsigned ConfigIndex,
+                                             COLstring& Out, const QVMconfig* Config) {
+  COL_PRECONDITION(Definition != nullptr);
+  COL_PRECONDITION_TEXT(Definition->rootEngine() == nullptr || ConfigIndex == Definition->rootEngine()->currentConfig(),
+                        "ConfigIndex == pMessageDefinition->rootEngine()->currentConfig()");
+  begin(Out);
+  m_Definition = Definition;
+  onMessageTag(Definition, m_MessageTag);
+  declarationAndRoot(m_MessageTag.view(), Config);
+  const QVMmessageGrammar* Grammar = Definition->messageGrammar();
+  COL_PRECONDITION_TEXT(Grammar != nullptr, "NULL != pMessageDef->messageGrammar()");
+  try {
+    grammarStep(Tree, 0, *Grammar, true);
+  } catch (...) {
+    end();
+    throw;
+  }
+  closeTag(m_MessageTag.view());
+  newLine();
+  end();
+  return Out;
+}
+
+void QVMtreeXmlFormatterX12::grammarStep(const QVMtypedMessageTree& Tree, size_t Indent,
+                                         const QVMmessageGrammar& Grammar, bool IsRoot) {
+  if (Tree.countOfSubNode() == 0 && Tree.isNull()) return;
+  if (Grammar.isNode()) {
+    segmentStep(Tree, Indent, Grammar.segment());
+    return;
+  }
+  COLstring& Tag = tagAt(m_GroupTags, Indent / 2);
+  onGroupTag(&Grammar, m_Definition, m_MessageTag, Tag);
+  if (Tree.isSubTreeEmpty()) return;
+  if (!IsRoot) {
+    indent(Indent);
+    openTag(Tag.view());
+    newLine();
+  }
+  const size_t Count = std::min<size_t>(Grammar.countOfSubGrammar(), Tree.countOfSubNode());
+  for (unsigned Index = 0; Index < Count; ++Index) {
+    const unsigned Repeats = Tree.node(Index, 0)->countOfRepeat();
+    for (unsigned Repeat = 0; Repeat < Repeats; ++Repeat)
+      grammarStep(*Tree.node(Index, Repeat), Indent + 2, *Grammar.subGrammar(Index), false);
+  }
+  if (!IsRoot) {
+    // Deeper groups have buffers of their own, so the tag is still this group's; the list of
+    // buffers may have grown meanwhile, so it is looked up again.
+    indent(Indent);
+    closeTag(tagAt(m_GroupTags, Indent / 2).view());
+    newLine();
+  }
+}
+
+void QVMtreeXmlFormatterX12::segmentStep(const QVMtypedMessageTree& Tree, size_t Indent,
+                                         const QVMsegmentGrammar* Grammar) {
+  COL_PRECONDITION_TEXT(Grammar != nullptr, "pSegmentGrammar != NULL");
+  onSegmentTag(Grammar, m_SegmentTag);
+  indent(Indent);
+  openTag(m_SegmentTag.view());
+  newLine();
+  const unsigned Count = std::min<unsigned>(Grammar->countOfField(), Tree.countOfSubNode());
+  for (unsigned Field = 0; Field < Count; ++Field) {
+    const QVMtypedMessageTree& First = *Tree.node(Field, 0);
+    if (First.countOfSubNode() == 0 && First.isNull() && First.countOfRepeat() == 0) continue;
+    for (unsigned Repeat = 0; Repeat < First.countOfRepeat(); ++Repeat) {
+      onSegmentFieldTag(Grammar, Field, m_FieldTag);
+      const QVMtypedMessageTree& Node = *Tree.node(Field, Repeat);
+      if (Node.countOfSubNode() == 0 && Node.isNull()) continue;
+      indent(Indent + 3);
+      openTag(m_FieldTag.view());
+      if (Node.countOfSubNode() > 0) {
+        newLine();
+        compositeStep(Node, Grammar->fieldType(Field), Indent + 6, 1);
+        onSegmentFieldTag(Grammar, Field, m_FieldTag);
+        indent(Indent + 3);
+      } else {
+        valueStep(Node, Grammar->fieldType(Field), 0);
+      }
+      closeTag(m_FieldTag.view());
+      newLine();
+    }
+  }
+  onSegmentTag(Grammar, m_SegmentTag);
+  indent(Indent);
+  closeTag(m_SegmentTag.view());
+  newLine();
+}
+
+void QVMtreeXmlFormatterX12::compositeStep(const QVMtypedMessageTree& Tree, const QVMcompositeGrammar* Grammar,
+                                           size_t Indent, int Depth) {
+  // A field typed by no composite has nothing to name its parts by.
+  if (!Grammar) return;
+  const bool Header = onOutputCompositeHeaderTag();
+  const size_t Level = static_cast<size_t>(Depth);
+  COLstring& CompositeTag = tagAt(m_CompositeTags, Level);
+  onCompositeTag(Grammar, CompositeTag);
+  if (Header) {
+    indent(Indent);
+    openTag(CompositeTag.view());
+    newLine();
+  }
+  const bool Flat = Header && Depth <= 0;
+  const size_t Inner = Flat ? Indent + 3 : Indent + 6;
+  const unsigned Count = std::min<unsigned>(Tree.countOfSubNode(), Grammar->countOfField());
+  for (unsigned Index = 0; Index < Count; ++Index) {
+    const QVMtypedMessageTree& Node = *Tree.node(Index, 0);
+    if ((Node.countOfSubNode() == 0 && Node.isNull()) || Node.isSubTreeEmpty()) continue;
+    if (Node.countOfSubNode() == 0) {
+      singleFieldStep(Node, Grammar, Indent + 3, Index);
+      continue;
+    }
+    COLstring& FieldTag = tagAt(m_CompositeFieldTags, Level);
+    onCompositeFieldTag(Grammar, Index, FieldTag);
+    if (!Flat) {
+      indent(Indent + 3);
+      openTag(FieldTag.view());
+      newLine();
+    }
+    compositeStep(Node, Grammar->fieldCompositeType(Index), Inner, Depth + 1);
+    if (!Flat) {
+      indent(Indent + 3);
+      closeTag(tagAt(m_CompositeFieldTags, Level).view());
+      newLine();
+    }
+  }
+  if (Header) {
+    indent(Indent);
+    closeTag(tagAt(m_CompositeTags, Level).view());
+    newLine();
+  }
+}
+
+void QVMtreeXmlFormatterX12::singleFieldStep(const QVMtypedMessageTree& Node, const QVMcompositeGrammar* Grammar,
+                                             size_t Indent, unsigned FieldIndex) {
+  COLstring& Tag = m_FieldTag;
+  onCompositeFieldTag(Grammar, FieldIndex, Tag);
+  const QVMcompositeGrammar* Type =
+      Grammar->fieldDataType(FieldIndex) == QVMcompositeType ? Grammar->fieldCompositeType(FieldIndex) : nullptr;
+  if (onOutputCompositeHeaderTag() && Type && Type->countOfField() > 1) {
+    // A lone value where a composite of several parts belongs: framed by the composite's element.
+    COLstring& CompositeTag = m_SegmentTag;
+    onCompositeTag(Grammar, CompositeTag);
+    indent(Indent);
+    openTag(CompositeTag.view());
+    newLine();
+    indent(Indent + 4);
+    openTag(Tag.view());
+    valueStep(Node, Grammar, FieldIndex);
+    closeTag(Tag.view());
+    newLine();
+    indent(Indent);
+    closeTag(CompositeTag.view());
+    return;
+  }
+  indent(Indent);
+  openTag(Tag.view());
+  valueStep(Node, Grammar, FieldIndex);
+  closeTag(Tag.view());
+  newLine();
+}
+
+void QVMtreeXmlFormatterX12::valueStep(const QVMtypedMessageTree& Node, const QVMcompositeGrammar* Grammar,
+                                       unsigned FieldIndex) {
+  if (Node.dataPresent() == QVMdataPresentExplicitNull) {
+    data("\"\"");
+    return;
+  }
+  bool Invalid = false;
+  if (!QVMtypedValueText(Node, Grammar, FieldIndex, m_Value, Invalid))
+    COL_PRECONDITION_TEXT(false, "a value of type string, integer, double or date-time");
+  data(m_Value.view());
+  if (Invalid) data(kInvalidDateTime);
+}
+
+void QVMstandard2FieldTag(const COLstring& Owner, unsigned FieldIndex, COLstring& Out) {
+  std::string& Tag = Out.str();
+  Tag.assign(Owner.view());
+  Tag += '.';
+  QVMappendNumber(Tag, FieldIndex + 1ull);
+}
+
+void QVMtreeXmlFormatterStandard2::onGroupTag(const QVMmessageGrammar* Grammar,
+                                              const QVMmessageDefinitionInternal*, const COLstring& MessageTag,
+                                              COLstring& Out) {
+  std::string& Tag = Out.str();
+  Tag.assign(MessageTag.view());
+  if (!Grammar->parent()) return;
+  Tag += '.';
+  for (const char Byte : Grammar->grammarName().view()) {
+    const char Upper = Byte == ' ' ? '_' : static_cast<char>(std::toupper(static_cast<unsigned char>(Byte)));
+    if (const char Kept = QVMtreeTagFilter().translate(static_cast<unsigned char>(Upper))) Tag += Kept;
+  }
+}
+
+void QVMtreeXmlFormatterStandard2::onMessageTag(const QVMmessageDefinitionInternal* Definition, COLstring& Out,
+                                                unsigned) {
+  QVMtreeXmlFormatterX12::onMessageTag(Definition, Out);
+}
+
+void QVMtreeXmlFormatterStandard2::onSegmentTag(const QVMsegmentGrammar* Grammar, COLstring& Out) {
+  Out = Grammar->name();
+}
+
+void QVMtreeXmlFormatterStandard2::onSegmentFieldTag(const QVMsegmentGrammar* Grammar, unsigned FieldIndex,
+                                                     COLstring& Out) {
+  QVMstandard2FieldTag(Grammar->name(), FieldIndex, Out);
+}
+
+void QVMtreeXmlFormatterStandard2::onCompositeTag(const QVMcompositeGrammar*, COLstring& Out) { Out.clear(); }
+
+void QVMtreeXmlFormatterStandard2::onCompositeFieldTag(const QVMcompositeGrammar* Grammar, unsigned FieldIndex,
+                                                       COLstring& Out) {
+  QVMstandard2FieldTag(Grammar->name(), FieldIndex, Out);
+}
+
+// --- "STANDARD"
+
+namespace {
+
+// Numbers the repeating nodes of the grammar in pre-order, the root left out.
+void QVMnumberLists(const QVMmessageGrammar& Grammar, QVMlistXmlIndexGrammar& Index, unsigned& Count) {
+  for (size_t Sub = 0; Sub < Grammar.countOfSubGrammar() && Sub < Index.countOfSubGrammar(); ++Sub) {
+    const QVMmessageGrammar& Child = *Grammar.subGrammar(Sub);
+    QVMlistXmlIndexGrammar& ChildIndex = Index.subgrammar(Sub);
+    if (Child.isRepeating()) ChildIndex.setListIndex(++Count);
+    QVMnumberLists(Child, ChildIndex, Count);
+  }
+}
+
+}  // namespace
+
+COLstring& QVMtreeXmlFormatterStandard::treeInXml(const QVMtypedMessageTree& Tree,
+                                                  const QVMmessageDefinitionInternal* Definition,
+                                                  unsigned ConfigIndex, COLstring& Out) {
+  COL_PRECONDITION(Definition != nullptr);
+  COL_PRECONDITION_TEXT(Definition->rootEngine() == nullptr || ConfigIndex == Definition->rootEngine()->currentConfig(),
+                        "ConfigIndex == pMessageDefinition->rootEngine()->currentConfig()");
+  const QVMmessageGrammar* Grammar = Definition->messageGrammar();
+  COL_PRECONDITION_TEXT(Grammar != nullptr, "NULL != pMessageDef->messageGrammar()");
+  begin(Out);
+  m_ListCount = m_GroupCount = 0;
+  COLreferencePtr<QVMlistXmlIndexGrammar> Index(new QVMlistXmlIndexGrammar(*Grammar));
+  QVMnumberLists(*Grammar, *Index, m_ListCount);
+  m_ListTotal = m_ListCount + 1;
+  if (Definition->countOfIdentifier() == 0) {
+    end();
+    throw COLerror("XML translation requires at least one message identifier", COL_ERROR_PRECONDITION);
+  }
+  m_MessageTag.clear();
+  for (size_t Identifier = 0; Identifier < Definition->countOfIdentifier(); ++Identifier) {
+    if (Identifier) m_MessageTag += '_';
+    m_MessageTag += Definition->identifierValue(Identifier);
+  }
+  openTag(m_MessageTag.view());
+  newLine();
+  try {
+    listStep(Tree, 0, *Grammar, *Index, true);
+  } catch (...) {
+    end();
+    throw;
+  }
+  closeTag(m_MessageTag.view());
+  newLine();
+  end();
+  return Out;
+}
+
+void QVMtreeXmlFormatterStandard::listStep(const QVMtypedMessageTree& Tree, size_t Indent,
+                                           const QVMmessageGrammar& Grammar, const QVMlistXmlIndexGrammar& Index,
+                                           bool IsRoot) {
+  if (Tree.countOfSubNode() == 0 && Tree.isNull()) return;
+  if (Grammar.isNode()) {
+    COL_PRECONDITION_TEXT(Grammar.segment() != nullptr, "pSegmentGrammar != NULL");
+    segmentStep(Tree, Indent, *Grammar.segment());
+    return;
+  }
+  const size_t Count = std::min<size_t>(Grammar.countOfSubGrammar(), Tree.countOfSubNode());
+  for (unsigned Sub = 0; Sub < Count; ++Sub) {
+    const QVMlistXmlIndexGrammar& ChildIndex = Index.subgrammar(Sub);
+    const bool IsList = ChildIndex.listIndex() != QVMlistXmlIndexGrammar::NoIndex;
+    const unsigned ListNumber = IsList ? m_ListTotal - ChildIndex.listIndex() : 0;
+    const auto writeTag = [&](const char* Kind, unsigned Number, bool Open) {
+      m_Tag.assign(m_MessageTag.view());
+      m_Tag += Kind;
+      QVMappendNumber(m_Tag, Number);
+      indent(Indent);
+      if (Open) openTag(m_Tag); else closeTag(m_Tag);
+      newLine();
+    };
+    if (IsList) writeTag(".LST.", ListNumber, true);
+    const unsigned Group = IsRoot ? 0 : ++m_GroupCount;
+    const unsigned Repeats = Tree.node(Sub, 0)->countOfRepeat();
+    for (unsigned Repeat = 0; Repeat < Repeats; ++Repeat) {
+      if (!IsRoot) writeTag(".GRP.", Group, true);
+      listStep(*Tree.node(Sub, Repeat), Indent + 2, *Grammar.subGrammar(Sub), ChildIndex, false);
+      if (!IsRoot) writeTag(".GRP.", Group, false);
+    }
+    if (IsList) writeTag(".LST.", ListNumber, false);
+  }
+}
+
+void QVMtreeXmlFormatterStandard::segmentStep(const QVMtypedMessageTree& Tree, size_t Indent,
+                                              const QVMsegmentGrammar& Grammar) {
+  const COLstring& Name = Grammar.name();
+  indent(Indent);
+  openTag(Name.view());
+  newLine();
+  const unsigned Count = std::min<unsigned>(Grammar.countOfField(), Tree.countOfSubNode());
+  for (unsigned Field = 0; Field < Count; ++Field) {
+    const QVMtypedMessageTree& First = *Tree.node(Field, 0);
+    if (First.countOfSubNode() == 0 && First.isNull() && First.countOfRepeat() == 0) continue;
+    const bool IsList = Grammar.fieldMaxRepeat(Field) != 0;
+    const auto fieldTag = [&](const char* Suffix) {
+      m_Tag.assign(Name.view());
+      m_Tag += '.';
+      QVMappendNumber(m_Tag, Field + 1ull);
+      m_Tag += Suffix;
+    };
+    if (IsList) {
+      indent(Indent + 3);
+      fieldTag(".LST");
+      openTag(m_Tag);
+      newLine();
+    }
+    const size_t FieldIndent = IsList ? Indent + 3 : Indent;
+    const QVMcompositeGrammar* Type = Grammar.fieldType(Field);
+    for (unsigned Repeat = 0; Repeat < First.countOfRepeat(); ++Repeat) {
+      const QVMtypedMessageTree& Node = *Tree.node(Field, Repeat);
+      if (Node.countOfSubNode() == 0 && Node.isNull()) continue;
+      indent(FieldIndent + 3);
+      fieldTag("");
+      openTag(m_Tag);
+      if (!Type || Type->countOfField() < 2) {
+        valueStep(Node, Type, 0);
+      } else {
+        newLine();
+        compositeStep(Node, *Type, FieldIndent + 6);
+        indent(FieldIndent + 3);
+      }
+      fieldTag("");
+      closeTag(m_Tag);
+      newLine();
+    }
+    if (IsList) {
+      indent(Indent + 3);
+      fieldTag(".LST");
+      closeTag(m_Tag);
+      newLine();
+    }
+  }
+  indent(Indent);
+  closeTag(Name.view());
+  newLine();
+}
+
+void QVMtreeXmlFormatterStandard::compositeStep(const QVMtypedMessageTree& Tree, const QVMcompositeGrammar& Grammar,
+                                                size_t Indent) {
+  const auto componentTag = [&](unsigned Number) {
+    m_Tag.assign(Grammar.name().view());
+    m_Tag += '.';
+    QVMappendNumber(m_Tag, Number);
+  };
+  if (Tree.countOfSubNode() == 0) {
+    if (Tree.isNull()) return;
+    indent(Indent);
+    componentTag(1);
+    openTag(m_Tag);
+    valueStep(Tree, &Grammar, 0);
+    componentTag(1);
+    closeTag(m_Tag);
+    newLine();
+    return;
+  }
+  const unsigned Count = std::min<unsigned>(Tree.countOfSubNode(), Grammar.countOfField());
+  for (unsigned Index = 0; Index < Count; ++Index) {
+    const QVMtypedMessageTree& Node = *Tree.node(Index, 0);
+    if (Node.countOfSubNode() == 0 && Node.isNull()) continue;
+    indent(Indent);
+    componentTag(Index + 1);
+    openTag(m_Tag);
+    if (Node.countOfSubNode() > 0) {
+      newLine();
+      const QVMcompositeGrammar* Type =
+          Grammar.fieldDataType(Index) == QVMcompositeType ? Grammar.fieldCompositeType(Index) : nullptr;
+      if (Type) compositeStep(Node, *Type, Indent + 3);
+      else data("NONAMEFIELD!!");
+      indent(Indent);
+    } else {
+      valueStep(Node, &Grammar, Index);
+    }
+    componentTag(Index + 1);
+    closeTag(m_Tag);
+    newLine();
+  }
+}
+
+void QVMtreeXmlFormatterStandard::valueStep(const QVMtypedMessageTree& Node, const QVMcompositeGrammar* Grammar,
+                                            unsigned FieldIndex) {
+  bool Invalid = false;
+  if (!QVMtypedValueText(Node, Grammar, FieldIndex, m_Value, Invalid))
+    COL_PRECONDITION_TEXT(false, "a value of type string, integer, double or date-time");
+  data(m_Value.view());
+  if (Invalid) data(kInvalidDateTime);
+}
+
+// --- "EXPANDED"
+
+COLstring& QVMtreeXmlFormatter::treeInXml(const QVMuntypedMessageTree& Tree,
+                                          const QVMmessageDefinitionInternal* Definition, COLstring& Out,
+                                          bool NamedFields, const SCCescaper* Escaper, char Delimiter,
+                                          const QVMconfig* Config) {
+  COL_PRECONDITION_TEXT(Config != nullptr, "pConfig != 0");
+  COL_PRECONDITION(Definition != nullptr);
+  begin(Out);
+  m_NamedFields = NamedFields;
+  m_Escaper = Escaper;
+  m_Delimiter = Delimiter;
+  m_SkipHeaderFields = Config->countOfHeaderFieldsToSkip() > 2;
+  declarationAndRoot(Definition->name().view(), Config);
+  try {
+    for (unsigned Segment = 0; Segment < Tree.countOfSubNode(); ++Segment) segmentStep(*Tree.node(Segment, 0));
+  } catch (...) {
+    end();
+    throw;
+  }
+  closeTag(Definition->name().view());
+  newLine();
+  end();
+  return Out;
+}
+
+void QVMtreeXmlFormatter::fieldTag(std::string& Tag, std::string_view Owner, unsigned Number,
+                                   const COLstring* Name) const {
+  // Names lose the delimiter and whatever else the filter drops; the joints are the delimiter.
+  Tag.clear();
+  const XMLiosTagFilter& Filter = QVMtreeTagFilter();
+  const auto appendName = [&](std::string_view Part) {
+    for (const char Byte : Part)
+      if (Byte != m_Delimiter && Byte != '.')
+        if (const char Kept = Filter.translate(static_cast<unsigned char>(Byte))) Tag += Kept;
+  };
+  appendName(Owner);
+  Tag += m_Delimiter;
+  QVMappendNumber(Tag, Number);
+  if (Name) {
+    Tag += m_Delimiter;
+    appendName(Name->view());
+  }
+}
+
+void QVMtreeXmlFormatter::value(const char* Text, bool Unescape) {
+  if (!Text) return;
+  if (Unescape && m_Escaper) {
+    m_Escaper->unescapeString(m_Unescaped, Text, false);
+    data(m_Unescaped.view());
+  } else {
+    data(Text);
+  }
+}
+
+void QVMtreeXmlFormatter::segmentStep(const QVMuntypedMessageTree& Segment) {
+  const QVMsegmentGrammar* Grammar = Segment.segmentGrammar();
+  const char* First = Segment.countOfSubNode() ? Segment.node(0, 0)->getValue() : Segment.getValue();
+  if (!Grammar) {
+    COLstring Shown;
+    COLostream Stream(Shown);
+    Segment.printOn(Stream, COLstring(), "");
+    Stream.flush();
+    throw COLerror("There is no segment defined for this part of the HL7 message. \"" + Shown +
+                       ".  You must define a segment for " + (First ? First : "") + ".",
+                   COL_ERROR_PRECONDITION);
+  }
+  const bool IsHeader = First && std::string_view(First) == "MSH";
+  const COLstring& Name = Grammar->name();
+  std::string Tag;
+  openTag(Name.view());
+  newLine();
+  const size_t Indent = 3;
+  const unsigned Fields = Grammar->countOfField();
+  if (Segment.countOfSubNode() > 0 && Fields < Segment.countOfSubNode() - 1) {
+    COLstring Text;
+    COLostream(Text) << "Segment: " << Name << " has only " << Fields
+                     << " fields defined.  But the HL7 message here has instances of this segment with "
+                     << Segment.countOfSubNode() - 1 << " fields defined.  Please add "
+                     << Segment.countOfSubNode() - 1 - Fields << " extra fields to this segment.";
+    throw COLerror(Text, COL_ERROR_PRECONDITION);
+  }
+  for (unsigned Field = 1; Field < Segment.countOfSubNode(); ++Field) {
+    const QVMuntypedMessageTree& FirstRepeat = *Segment.node(Field, 0);
+    const QVMcompositeGrammar* Type = Grammar->fieldType(Field - 1);
+    fieldTag(Tag, Name.view(), Field, m_NamedFields ? &Grammar->fieldName(Field - 1) : nullptr);
+    for (unsigned Repeat = 0; Repeat < FirstRepeat.countOfRepeat(); ++Repeat) {
+      const QVMuntypedMessageTree& Node = *Segment.node(Field, Repeat);
+      if (Node.countOfSubNode() == 0 && Node.isNull()) {
+        // An absent repeat among others keeps its place.
+        if (FirstRepeat.countOfRepeat() >= 2) {
+          indent(Indent);
+          openTag(Tag);
+          closeTag(Tag);
+          newLine();
+        }
+        continue;
+      }
+      indent(Indent);
+      openTag(Tag);
+      if (Node.countOfSubNode() == 0 && (!Type || Type->countOfField() < 2)) {
+        value(Node.getValue(), !(m_SkipHeaderFields && IsHeader && Field == 2));
+      } else if (Type) {
+        compositeStep(Node, *Type, Indent + 3);
+      }
+      closeTag(Tag);
+      newLine();
+    }
+  }
+  closeTag(Name.view());
+  newLine();
+}
+
+void QVMtreeXmlFormatter::compositeStep(const QVMuntypedMessageTree& Tree, const QVMcompositeGrammar& Grammar,
+                                        size_t Indent) {
+  if (Grammar.countOfField() == 1) {
+    const QVMuntypedMessageTree* Node = Tree.countOfSubNode() ? Tree.node(0, 0) : &Tree;
+    value(Node->isNull() ? nullptr : Node->getValue(), false);
+    return;
+  }
+  newLine();
+  indent(Indent);
+  openTag(Grammar.name().view());
+  newLine();
+  std::string Tag;
+  if (Tree.countOfSubNode() > 0) {
+    if (Grammar.countOfField() < Tree.countOfSubNode()) {
+      COLstring Text;
+      COLostream(Text) << "Composite: " << Grammar.name() << " has only " << Grammar.countOfField()
+                       << " fields defined.  But the HL7 message here has instances of this composite with "
+                       << Tree.countOfSubNode() << " fields defined.  Please add "
+                       << Tree.countOfSubNode() - Grammar.countOfField() << " extra fields to this composite.";
+      throw COLerror(Text, COL_ERROR_PRECONDITION);
+    }
+    for (unsigned Index = 0; Index < Tree.countOfSubNode(); ++Index) {
+      const QVMuntypedMessageTree& Node = *Tree.node(Index, 0);
+      if (Node.countOfSubNode() == 0 && Node.isNull()) continue;
+      const QVMcompositeGrammar* Type =
+          Grammar.fieldDataType(Index) == QVMcompositeType ? Grammar.fieldCompositeType(Index) : nullptr;
+      if (Node.countOfSubNode() > 0 && !Type) {
+        COLstring Shown, Whole;
+        COLostream NodeStream(Shown), TreeStream(Whole);
+        Node.printOn(NodeStream, COLstring(), "");
+        Tree.printOn(TreeStream, COLstring(), "");
+        NodeStream.flush();
+        TreeStream.flush();
+        COLstring Text;
+        COLostream(Text) << "There is no composite defined for this part of the HL7 message. " << Shown
+                         << " in field " << Index << " in " << Whole
+                         << "Use the message browser to look at the area.  Then edit the composite "
+                         << "definition to correct the problem.";
+        throw COLerror(Text, COL_ERROR_PRECONDITION);
+      }
+      fieldTag(Tag, Grammar.name().view(), Index + 1, m_NamedFields ? &Grammar.fieldName(Index) : nullptr);
+      indent(Indent + 3);
+      openTag(Tag);
+      // The tree's values were unescaped when it was made.
+      if (Type && (Node.countOfSubNode() > 0 || Type->countOfField() == 1)) compositeStep(Node, *Type, Indent + 3);
+      else value(Node.getValue(), false);
+      fieldTag(Tag, Grammar.name().view(), Index + 1, m_NamedFields ? &Grammar.fieldName(Index) : nullptr);
+      closeTag(Tag);
+      newLine();
+    }
+  } else {
+    fieldTag(Tag, Grammar.name().view(), 1, m_NamedFields ? &Grammar.fieldName(0) : nullptr);
+    indent(Indent + 3);
+    openTag(Tag);
+    value(Tree.isNull() ? nullptr : Tree.getValue(), false);
+    closeTag(Tag);
+    newLine();
+  }
+  indent(Indent);
+  closeTag(Grammar.name().view());
+  newLine();
+  // The end tag of the enclosing field stands where that field's start tag stood.
+  if (Indent >= 3) indent(Indent - 3);
+}

@@ -1,0 +1,150 @@
+// The tree XML writers: a parsed message as XML that keeps its whole structure, every repeat,
+// component, group occurrence and explicit null.  Three typed dialects walk the message laid
+// onto its grammar ("STANDARD VER 2", "Full Tree Validation", "STANDARD"); "EXPANDED" walks
+// the raw segments.  They read the definition and the tree and never change either.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "COLstring.h"
+#include "XMLiosFilter.h"
+
+class QVMcompositeGrammar;
+class QVMconfig;
+class QVMlistXmlIndexGrammar;
+class QVMmessageDefinitionInternal;
+class QVMmessageGrammar;
+class QVMsegmentGrammar;
+class QVMtypedMessageTree;
+class QVMuntypedMessageTree;
+class SCCescaper;
+
+// What the writers share: one document appended to the caller's string, tags through the tag
+// filter, values as 8-bit text written as UTF-8 with the five entities, lines ending "\r\n".
+class QVMtreeXmlWriter {
+protected:
+  void begin(COLstring& Out);
+  void end();
+  std::string& out() { return m_Out->str(); }
+  void indent(size_t Count) { m_Out->str().append(Count, ' '); }
+  void newLine() { m_Out->str() += "\r\n"; }
+  // "<tag>" or "</tag>" of `Tag` as the tag filter leaves it (a leading digit made "_").
+  void openTag(std::string_view Tag) { tag("<", Tag); }
+  void closeTag(std::string_view Tag) { tag("</", Tag); }
+  void data(std::string_view Text);
+  // The declaration and the root's start tag with the namespace of `Config`, if it has one.
+  void declarationAndRoot(std::string_view Root, const QVMconfig* Config);
+
+  // `Name` as the tag filter leaves it: blanks and punctuation gone, "." kept.
+  static void appendFiltered(std::string& Out, std::string_view Name);
+
+private:
+  void tag(const char* Open, std::string_view Tag);
+  COLstring* m_Out = nullptr;
+  XMLiosLatin1DataFilter m_Values;
+  std::string m_Tag;
+};
+
+// "Full Tree Validation": segments and composites named with their descriptions, fields with
+// their numbers and names ("PID.PatientIdentification", "PID.5.PatientName").  The tag hooks
+// let "STANDARD VER 2" reuse the walk with its short names.
+class QVMtreeXmlFormatterX12 : protected QVMtreeXmlWriter {
+public:
+  QVMtreeXmlFormatterX12() = default;
+  virtual ~QVMtreeXmlFormatterX12() = default;
+  QVMtreeXmlFormatterX12(const QVMtreeXmlFormatterX12&) = delete;
+  QVMtreeXmlFormatterX12& operator=(const QVMtreeXmlFormatterX12&) = delete;
+
+  // Replaces `Out` with the document of `Tree`, the message laid onto `Definition`'s grammar.
+  COLstring& treeInXml(const QVMtypedMessageTree& Tree, const QVMmessageDefinitionInternal* Definition,
+                       unsigned ConfigIndex, COLstring& Out, const QVMconfig* Config);
+
+  virtual void onGroupTag(const QVMmessageGrammar* Grammar, const QVMmessageDefinitionInternal* Definition,
+                          const COLstring& MessageTag, COLstring& Out);
+  virtual void onMessageTag(const QVMmessageDefinitionInternal* Definition, COLstring& Out);
+  virtual void onSegmentTag(const QVMsegmentGrammar* Grammar, COLstring& Out);
+  virtual void onSegmentFieldTag(const QVMsegmentGrammar* Grammar, unsigned FieldIndex, COLstring& Out);
+  virtual void onCompositeTag(const QVMcompositeGrammar* Grammar, COLstring& Out);
+  virtual void onCompositeFieldTag(const QVMcompositeGrammar* Grammar, unsigned FieldIndex, COLstring& Out);
+  // Whether a composite is framed by an element of its own.
+  virtual bool onOutputCompositeHeaderTag();
+
+private:
+  void grammarStep(const QVMtypedMessageTree& Tree, size_t Indent, const QVMmessageGrammar& Grammar, bool IsRoot);
+  void segmentStep(const QVMtypedMessageTree& Tree, size_t Indent, const QVMsegmentGrammar* Grammar);
+  void compositeStep(const QVMtypedMessageTree& Tree, const QVMcompositeGrammar* Grammar, size_t Indent, int Depth);
+  void singleFieldStep(const QVMtypedMessageTree& Node, const QVMcompositeGrammar* Grammar, size_t Indent,
+                       unsigned FieldIndex);
+  void valueStep(const QVMtypedMessageTree& Node, const QVMcompositeGrammar* Grammar, unsigned FieldIndex);
+
+  // The tag buffer of a nesting level of the walk, kept from message to message so that a
+  // steady stream of messages composes its tags without allocating.
+  COLstring& tagAt(std::vector<COLstring>& Tags, size_t Level);
+
+  const QVMmessageDefinitionInternal* m_Definition = nullptr;
+  COLstring m_MessageTag;
+  COLstring m_SegmentTag, m_FieldTag, m_Value;
+  std::vector<COLstring> m_GroupTags, m_CompositeTags, m_CompositeFieldTags;
+};
+
+// "STANDARD VER 2", the default dialect: "PID", "PID.3", "CX.1", groups "ADT_A01.PATIENT_VISIT",
+// composites without an element of their own.
+class QVMtreeXmlFormatterStandard2 : public QVMtreeXmlFormatterX12 {
+public:
+  void onGroupTag(const QVMmessageGrammar* Grammar, const QVMmessageDefinitionInternal* Definition,
+                  const COLstring& MessageTag, COLstring& Out) override;
+  using QVMtreeXmlFormatterX12::onMessageTag;
+  // The message name, as the inherited hook gives it.
+  void onMessageTag(const QVMmessageDefinitionInternal* Definition, COLstring& Out, unsigned);
+  void onSegmentTag(const QVMsegmentGrammar* Grammar, COLstring& Out) override;
+  void onSegmentFieldTag(const QVMsegmentGrammar* Grammar, unsigned FieldIndex, COLstring& Out) override;
+  void onCompositeTag(const QVMcompositeGrammar* Grammar, COLstring& Out) override;
+  void onCompositeFieldTag(const QVMcompositeGrammar* Grammar, unsigned FieldIndex, COLstring& Out) override;
+  bool onOutputCompositeHeaderTag() override { return false; }
+};
+
+// "STANDARD": root named by the message's identifier values, lists as "ROOT.LST.n" numbered
+// downwards through the grammar, groups as "ROOT.GRP.n", repeating fields in "PID.3.LST".
+class QVMtreeXmlFormatterStandard : protected QVMtreeXmlWriter {
+public:
+  COLstring& treeInXml(const QVMtypedMessageTree& Tree, const QVMmessageDefinitionInternal* Definition,
+                       unsigned ConfigIndex, COLstring& Out);
+
+private:
+  void listStep(const QVMtypedMessageTree& Tree, size_t Indent, const QVMmessageGrammar& Grammar,
+                const QVMlistXmlIndexGrammar& Index, bool IsRoot);
+  void segmentStep(const QVMtypedMessageTree& Tree, size_t Indent, const QVMsegmentGrammar& Grammar);
+  void compositeStep(const QVMtypedMessageTree& Tree, const QVMcompositeGrammar& Grammar, size_t Indent);
+  void valueStep(const QVMtypedMessageTree& Node, const QVMcompositeGrammar* Grammar, unsigned FieldIndex);
+
+  COLstring m_MessageTag, m_Value;
+  unsigned m_ListCount = 0, m_ListTotal = 0, m_GroupCount = 0;
+  std::string m_Tag;
+};
+
+// "EXPANDED": the raw segments in message order, tags joined by the configured delimiter and,
+// with named fields, ending in the field's name ("PID.5.PatientName").
+class QVMtreeXmlFormatter : protected QVMtreeXmlWriter {
+public:
+  COLstring& treeInXml(const QVMuntypedMessageTree& Tree, const QVMmessageDefinitionInternal* Definition,
+                       COLstring& Out, bool NamedFields, const SCCescaper* Escaper, char Delimiter,
+                       const QVMconfig* Config);
+
+private:
+  void segmentStep(const QVMuntypedMessageTree& Segment);
+  void compositeStep(const QVMuntypedMessageTree& Tree, const QVMcompositeGrammar& Grammar, size_t Indent);
+  // Segment or composite name, delimiter, number, and with named fields delimiter and name.
+  void fieldTag(std::string& Tag, std::string_view Owner, unsigned Number, const COLstring* Name) const;
+  void value(const char* Text, bool Unescape);
+
+  bool m_NamedFields = false;
+  bool m_SkipHeaderFields = false;
+  const SCCescaper* m_Escaper = nullptr;
+  char m_Delimiter = '.';
+  COLstring m_Unescaped;
+};
+
+// The segment name, "." and the number of field `FieldIndex`: the tag "STANDARD VER 2" gives a
+// segment field, and the one its reader takes apart.
+void QVMstandard2FieldTag(const COLstring& Owner, unsigned FieldIndex, COLstring& Out);

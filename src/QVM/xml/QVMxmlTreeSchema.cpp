@@ -1,0 +1,394 @@
+// The schemas of the tree dialects, named by the same hooks and rules as their writers, so that
+// every document a writer prints is valid against the schema of its dialect.
+#include <string>
+
+#include "COLerror.h"
+#include "COLostream.h"
+#include "QVMcompositeGrammar.h"
+#include "QVMconfig.h"
+#include "QVMengineInternal.h"
+#include "QVMmessageDefinitionInternal.h"
+#include "QVMmessageGrammar.h"
+#include "QVMsegmentGrammar.h"
+#include "QVMtreeXmlFormatter.h"
+#include "QVMxmlHl7Converter.h"
+#include "XMLschema.h"
+
+namespace {
+
+constexpr unsigned kUnbounded = XMLschemaNode::OccursUnbounded;
+
+// A name as the writers' tag filter leaves it, a leading digit made "_".
+COLstring QVMtreeSchemaName(std::string_view Name) {
+  static const XMLiosTagFilterNoDelimiter Filter;
+  std::string Out;
+  for (const char Byte : Name)
+    if (const char Kept = Filter.translate(static_cast<unsigned char>(Byte))) Out += Kept;
+  if (!Out.empty() && Out[0] >= '0' && Out[0] <= '9') Out[0] = '_';
+  return COLstring(Out);
+}
+
+XMLschemaElement* QVMcollectionElement(const COLstring& Name) {
+  return new XMLschemaElement(Name, new XMLschemaCollection, false);
+}
+
+XMLschemaCollection& QVMcollectionOf(XMLschemaElement& Element) {
+  return static_cast<XMLschemaCollection&>(Element.type());
+}
+
+XMLschemaElement* QVMstringElement(const COLstring& Name) {
+  return new XMLschemaElement(Name, &XMLschemaSimple::String, true);
+}
+
+bool QVMisComposite(const QVMcompositeGrammar& Grammar, unsigned Field) {
+  return Grammar.fieldDataType(Field) == QVMcompositeType && Grammar.fieldCompositeType(Field) != nullptr;
+}
+
+// The occurs of a segment, group or field in "STANDARD VER 2" and "Full Tree Validation".
+void QVMsetOccurs(XMLschemaNode& Node, bool Header, bool RejectBad, bool Repeating, bool Required,
+                  unsigned MaxRepeat) {
+  unsigned Min = 1, Max = 1;
+  if (!Header) {
+    if (!(Required && RejectBad)) Min = 0;
+    if (Repeating) Max = kUnbounded;
+  } else if (RejectBad) {
+    if (!Required) Min = 0;
+    if (Repeating) Max = MaxRepeat != 0 && MaxRepeat != 0xFFFFFFFF ? MaxRepeat + 1 : kUnbounded;
+  } else {
+    Min = 0;
+    if (Repeating) Max = kUnbounded;
+  }
+  Node.setMinOccurs(Min);
+  Node.setMaxOccurs(Max);
+}
+
+// "STANDARD VER 2" and "Full Tree Validation": groups inline, segments and composites global.
+struct QVMtreeSchemaStep {
+  QVMtreeXmlFormatterX12& hooks;
+  const QVMmessageDefinitionInternal& definition;
+  XMLschema& schema;
+  bool header;
+  bool rejectBad;
+  COLstring messageTag;
+
+  COLstring tag(const COLstring& Raw) const { return QVMtreeSchemaName(Raw.view()); }
+
+  void grammar(const QVMmessageGrammar& Grammar, XMLschemaCollection& Parent) {
+    if (!Grammar.isNode()) {
+      COLstring Tag;
+      hooks.onGroupTag(&Grammar, &definition, messageTag, Tag);
+      XMLschemaElement* Group = Parent.attachElement(QVMcollectionElement(tag(Tag)));
+      QVMsetOccurs(*Group, header, rejectBad, Grammar.isRepeating(), !Grammar.isOptional(), Grammar.maximumRepeat());
+      for (size_t Sub = 0; Sub < Grammar.countOfSubGrammar(); ++Sub)
+        grammar(*Grammar.subGrammar(Sub), QVMcollectionOf(*Group));
+      return;
+    }
+    const QVMsegmentGrammar* Segment = Grammar.segment();
+    COL_PRECONDITION_TEXT(Segment != nullptr, "pSegmentGrammar != NULL");
+    XMLschemaReference* Reference = Parent.attachElementReference(new XMLschemaReference(&segmentElement(*Segment)));
+    QVMsetOccurs(*Reference, header, rejectBad, Grammar.isRepeating(), !Grammar.isOptional(),
+                 Grammar.maximumRepeat());
+  }
+
+  const XMLschemaElement& segmentElement(const QVMsegmentGrammar& Segment) {
+    COLstring Tag;
+    hooks.onSegmentTag(&Segment, Tag);
+    Tag = tag(Tag);
+    if (XMLschemaElement* Found = schema.findElement(Tag)) return *Found;
+    XMLschemaElement* Element = schema.attachElement(QVMcollectionElement(Tag));
+    XMLschemaCollection& Fields = QVMcollectionOf(*Element);
+    for (unsigned Field = 0; Field < Segment.countOfField(); ++Field) {
+      COLstring FieldTag;
+      hooks.onSegmentFieldTag(&Segment, Field, FieldTag);
+      const QVMcompositeGrammar* Type = Segment.fieldType(Field);
+      XMLschemaElement* FieldElement;
+      if (!Type || Type->countOfField() <= 1) {
+        FieldElement = QVMstringElement(tag(FieldTag));
+      } else {
+        FieldElement = QVMcollectionElement(tag(FieldTag));
+        if (header) {
+          QVMcollectionOf(*FieldElement).attachElementReference(new XMLschemaReference(&compositeElement(*Type)));
+        } else {
+          fieldStep(*Type, QVMcollectionOf(*FieldElement));
+        }
+      }
+      const unsigned MaxRepeat = Segment.fieldMaxRepeat(Field);
+      QVMsetOccurs(*FieldElement, header, rejectBad, MaxRepeat != 0, Segment.isFieldRequired(Field), MaxRepeat);
+      Fields.attachElement(FieldElement);
+    }
+    return *Element;
+  }
+
+  unsigned componentMin(const QVMcompositeGrammar& Composite, unsigned Field) const {
+    return rejectBad && Composite.fieldIsRequired(Field) ? 1 : 0;
+  }
+
+  const XMLschemaElement& compositeElement(const QVMcompositeGrammar& Composite) {
+    COLstring Tag;
+    hooks.onCompositeTag(&Composite, Tag);
+    Tag = tag(Tag);
+    if (XMLschemaElement* Found = schema.findElement(Tag)) return *Found;
+    XMLschemaElement* Element = schema.attachElement(QVMcollectionElement(Tag));
+    for (unsigned Field = 0; Field < Composite.countOfField(); ++Field) {
+      COLstring FieldTag;
+      hooks.onCompositeFieldTag(&Composite, Field, FieldTag);
+      const QVMcompositeGrammar* Type = QVMisComposite(Composite, Field) ? Composite.fieldCompositeType(Field) : nullptr;
+      XMLschemaElement* FieldElement;
+      if (Type && Type->countOfField() > 1) {
+        FieldElement = QVMcollectionElement(tag(FieldTag));
+        QVMcollectionOf(*FieldElement).attachElementReference(new XMLschemaReference(&compositeElement(*Type)));
+      } else {
+        FieldElement = QVMstringElement(tag(FieldTag));
+      }
+      FieldElement->setMinOccurs(componentMin(Composite, Field));
+      FieldElement->setMaxOccurs(1);
+      QVMcollectionOf(*Element).attachElement(FieldElement);
+    }
+    return *Element;
+  }
+
+  void fieldStep(const QVMcompositeGrammar& Composite, XMLschemaCollection& Collection) {
+    for (unsigned Field = 0; Field < Composite.countOfField(); ++Field) {
+      COLstring FieldTag;
+      hooks.onCompositeFieldTag(&Composite, Field, FieldTag);
+      FieldTag = tag(FieldTag);
+      XMLschemaElement* Global = schema.findElement(FieldTag);
+      if (!Global) {
+        const QVMcompositeGrammar* Type =
+            QVMisComposite(Composite, Field) ? Composite.fieldCompositeType(Field) : nullptr;
+        if (Type && Type->countOfField() > 1) {
+          Global = schema.attachElement(QVMcollectionElement(FieldTag));
+          fieldStep(*Type, QVMcollectionOf(*Global));
+        } else {
+          Global = schema.attachElement(QVMstringElement(FieldTag));
+        }
+        Global->setMinOccurs(componentMin(Composite, Field));
+        Global->setMaxOccurs(1);
+      }
+      XMLschemaReference* Reference = Collection.attachElementReference(new XMLschemaReference(Global));
+      Reference->setMinOccurs(Global->minOccurs());
+      Reference->setMaxOccurs(Global->maxOccurs());
+    }
+  }
+};
+
+// Names of "STANDARD" and "EXPANDED 2.4": segments global, fields "SEG.N", composites as named
+// types; groups named by a counter.
+struct QVMstandardSchemaStep {
+  const QVMmessageDefinitionInternal& definition;
+  XMLschema& schema;
+  char delimiter;
+  COLstring messageName;
+  bool standard24;
+  unsigned groupCount = 0;
+
+  COLstring number(std::string_view Owner, unsigned Number) const {
+    COLstring Text(Owner);
+    COLostream(Text) << delimiter << Number;
+    return Text;
+  }
+
+  void grammar(const QVMmessageGrammar& Grammar, XMLschemaCollection& Parent, const COLstring& EnclosingGroup) {
+    if (!Grammar.isNode()) {
+      COLstring Name;
+      if (standard24) {
+        COLostream(Name) << (EnclosingGroup.empty() ? COLstring() : EnclosingGroup + ".") << "g" << ++groupCount << "R";
+      } else {
+        Name = messageName;
+        COLostream(Name) << ".GRP." << ++groupCount;
+      }
+      XMLschemaElement* Group = Parent.attachElement(QVMcollectionElement(QVMtreeSchemaName(Name.view())));
+      Group->setMinOccurs(Grammar.isOptional() ? 0 : 1);
+      Group->setMaxOccurs(Grammar.isRepeating() ? kUnbounded : 1);
+      for (size_t Sub = 0; Sub < Grammar.countOfSubGrammar(); ++Sub)
+        grammar(*Grammar.subGrammar(Sub), QVMcollectionOf(*Group), Name);
+      return;
+    }
+    const QVMsegmentGrammar* Segment = Grammar.segment();
+    COL_PRECONDITION_TEXT(Segment != nullptr, "pSegmentGrammar != NULL");
+    XMLschemaReference* Reference = Parent.attachElementReference(new XMLschemaReference(&segmentElement(*Segment)));
+    Reference->setMinOccurs(Grammar.isOptional() ? 0 : 1);
+    Reference->setMaxOccurs(Grammar.isRepeating() ? kUnbounded : 1);
+  }
+
+  const XMLschemaElement& segmentElement(const QVMsegmentGrammar& Segment) {
+    const COLstring Name = QVMtreeSchemaName(Segment.name().view());
+    if (XMLschemaElement* Found = schema.findElement(Name)) return *Found;
+    XMLschemaElement* Element = schema.attachElement(QVMcollectionElement(Name));
+    for (unsigned Field = 0; Field < Segment.countOfField(); ++Field) {
+      const QVMcompositeGrammar* Type = Segment.fieldType(Field);
+      const COLstring FieldName = QVMtreeSchemaName(number(Segment.name().view(), Field + 1).view());
+      XMLschemaElement* FieldElement = Type && Type->countOfField() > 1
+                                           ? new XMLschemaElement(FieldName, &compositeType(*Type), true)
+                                           : QVMstringElement(FieldName);
+      FieldElement->setMinOccurs(Segment.isFieldRequired(Field) ? 1 : 0);
+      FieldElement->setMaxOccurs(Segment.fieldMaxRepeat(Field) != 0 ? kUnbounded : 1);
+      QVMcollectionOf(*Element).attachElement(FieldElement);
+    }
+    return *Element;
+  }
+
+  XMLschemaType& compositeType(const QVMcompositeGrammar& Composite) {
+    const COLstring Name = QVMtreeSchemaName(Composite.name().view());
+    if (XMLschemaType* Found = schema.findType(Name)) return *Found;
+    auto* Type = static_cast<XMLschemaCollection*>(schema.attachType(new XMLschemaCollection(Name)));
+    for (unsigned Field = 0; Field < Composite.countOfField(); ++Field) {
+      const QVMcompositeGrammar* Sub = QVMisComposite(Composite, Field) ? Composite.fieldCompositeType(Field) : nullptr;
+      const COLstring FieldName = QVMtreeSchemaName(number(Composite.name().view(), Field + 1).view());
+      XMLschemaElement* FieldElement = Sub && Sub->countOfField() > 1
+                                           ? new XMLschemaElement(FieldName, &compositeType(*Sub), true)
+                                           : QVMstringElement(FieldName);
+      FieldElement->setMinOccurs(0);
+      Type->attachElement(FieldElement);
+    }
+    return *Type;
+  }
+};
+
+}  // namespace
+
+void QVMxmlX12Converter::generateSchema(const QVMengineInternal& Engine, const QVMmessageDefinitionInternal& Definition,
+                                        XMLschema& Schema) {
+  QVMtreeXmlFormatterX12& Hooks = *treeXmlFormatter();
+  QVMtreeSchemaStep Step{Hooks, Definition, Schema, Hooks.onOutputCompositeHeaderTag(),
+                         Engine.rejectBadSegmentGrammar(), COLstring()};
+  Hooks.onMessageTag(&Definition, Step.messageTag);
+  Step.messageTag = QVMtreeSchemaName(Step.messageTag.view());
+  XMLschemaElement* Root = Schema.attachElement(QVMcollectionElement(Step.messageTag));
+  const QVMmessageGrammar* Grammar = Definition.messageGrammar();
+  COL_PRECONDITION_TEXT(Grammar != nullptr, "NULL != pMessageDef->messageGrammar()");
+  for (size_t Sub = 0; Sub < Grammar->countOfSubGrammar(); ++Sub)
+    Step.grammar(*Grammar->subGrammar(Sub), QVMcollectionOf(*Root));
+}
+
+namespace {
+
+void QVMstandardSchema(const QVMmessageDefinitionInternal& Definition, XMLschema& Schema, char Delimiter,
+                       bool Standard24) {
+  QVMstandardSchemaStep Step{Definition, Schema, Delimiter, COLstring(), Standard24};
+  for (size_t Identifier = 0; Identifier < Definition.countOfIdentifier(); ++Identifier) {
+    if (Identifier) Step.messageName += '_';
+    Step.messageName += Definition.identifierValue(Identifier);
+  }
+  if (Definition.countOfIdentifier() == 0) Step.messageName = Definition.name();
+  XMLschemaElement* Root = Schema.attachElement(QVMcollectionElement(QVMtreeSchemaName(Step.messageName.view())));
+  const QVMmessageGrammar* Grammar = Definition.messageGrammar();
+  COL_PRECONDITION_TEXT(Grammar != nullptr, "NULL != pMessageDef->messageGrammar()");
+  for (size_t Sub = 0; Sub < Grammar->countOfSubGrammar(); ++Sub)
+    Step.grammar(*Grammar->subGrammar(Sub), QVMcollectionOf(*Root), COLstring());
+}
+
+}  // namespace
+
+void QVMxmlHl7ConverterStandard::generateSchema(const QVMengineInternal&,
+                                                const QVMmessageDefinitionInternal& Definition, XMLschema& Schema) {
+  QVMstandardSchema(Definition, Schema, config().xmlDelimiter(), false);
+}
+
+void QVMxmlHl7ConverterStandard24::generateSchema(const QVMengineInternal&,
+                                                  const QVMmessageDefinitionInternal& Definition, XMLschema& Schema) {
+  QVMstandardSchema(Definition, Schema, config().xmlDelimiter(), true);
+}
+
+void QVMxmlHl7ConverterOracle::generateSchema(const QVMengineInternal& Engine,
+                                              const QVMmessageDefinitionInternal& Definition, XMLschema& Schema) {
+  const char Delimiter = config().xmlDelimiter();
+  const bool RejectBad = Engine.rejectBadSegmentGrammar();
+  const COLstring MessageName = QVMtreeSchemaName(Definition.name().view());
+  if (Schema.findElement(MessageName))
+    throw COLerror("Another message with the name " + Definition.name() + " has already been defined in this schema",
+                   COL_ERROR_PRECONDITION);
+  // Names lose "." and the delimiter; the joints are the delimiter.
+  const auto name = [&](std::string_view Owner, unsigned Number, const COLstring* FieldName) {
+    COLstring Text;
+    const auto part = [&](std::string_view Part) {
+      for (const char Byte : Part)
+        if (Byte != Delimiter && Byte != '.') Text += Byte;
+    };
+    part(Owner);
+    Text += Delimiter;
+    COLostream(Text) << Number;
+    if (FieldName) {
+      Text += Delimiter;
+      part(FieldName->view());
+    }
+    COLstring Filtered;
+    static const XMLiosTagFilterNoDelimiter Filter;
+    for (const char Byte : Text.view())
+      if (Byte == Delimiter) Filtered += Byte;
+      else if (const char Kept = Filter.translate(static_cast<unsigned char>(Byte))) Filtered += Kept;
+    return Filtered;
+  };
+  struct Step {
+    XMLschema& schema;
+    bool rejectBad;
+    const decltype(name)& named;
+
+    const XMLschemaElement& composite(const QVMcompositeGrammar& Composite) {
+      const COLstring Tag = QVMtreeSchemaName(Composite.name().view());
+      if (XMLschemaElement* Found = schema.findElement(Tag)) return *Found;
+      XMLschemaElement* Element = schema.attachElement(QVMcollectionElement(Tag));
+      for (unsigned Field = 0; Field < Composite.countOfField(); ++Field) {
+        const COLstring FieldTag = named(Composite.name().view(), Field + 1, &Composite.fieldName(Field));
+        const QVMcompositeGrammar* Type = QVMisComposite(Composite, Field) ? Composite.fieldCompositeType(Field) : nullptr;
+        XMLschemaElement* FieldElement;
+        if (Type && Type->countOfField() > 1) {
+          FieldElement = QVMcollectionElement(FieldTag);
+          // The writer puts a line end before the composite's element: blanks are allowed there.
+          XMLschemaReference* Inner =
+              QVMcollectionOf(*FieldElement).attachElementReference(new XMLschemaReference(&composite(*Type)));
+          Inner->setMinOccurs(0);
+        } else {
+          FieldElement = QVMstringElement(FieldTag);
+        }
+        FieldElement->setMinOccurs(rejectBad && Composite.fieldIsRequired(Field) ? 1 : 0);
+        QVMcollectionOf(*Element).attachElement(FieldElement);
+      }
+      return *Element;
+    }
+
+    const XMLschemaElement& segment(const QVMsegmentGrammar& Segment) {
+      const COLstring Tag = QVMtreeSchemaName(Segment.name().view());
+      if (XMLschemaElement* Found = schema.findElement(Tag)) return *Found;
+      XMLschemaElement* Element = schema.attachElement(QVMcollectionElement(Tag));
+      for (unsigned Field = 0; Field < Segment.countOfField(); ++Field) {
+        const COLstring FieldTag = named(Segment.name().view(), Field + 1, &Segment.fieldName(Field));
+        const QVMcompositeGrammar* Type = Segment.fieldType(Field);
+        XMLschemaElement* FieldElement;
+        if (!Type || Type->countOfField() <= 1) {
+          FieldElement = QVMstringElement(FieldTag);
+        } else {
+          FieldElement = QVMcollectionElement(FieldTag);
+          QVMcollectionOf(*FieldElement).mainSequence().setMinOccurs(0);
+          XMLschemaReference* Inner =
+              QVMcollectionOf(*FieldElement).attachElementReference(new XMLschemaReference(&composite(*Type)));
+          Inner->setMinOccurs(0);
+        }
+        FieldElement->setMinOccurs(!rejectBad || !Segment.isFieldRequired(Field) ? 0 : 1);
+        FieldElement->setMaxOccurs(Segment.fieldMaxRepeat(Field) != 0 ? kUnbounded : 1);
+        QVMcollectionOf(*Element).attachElement(FieldElement);
+      }
+      return *Element;
+    }
+
+    void grammar(const QVMmessageGrammar& Grammar, XMLschemaModelGroup& Parent, bool IsRoot) {
+      if (Grammar.isNode()) {
+        XMLschemaReference* Reference = Parent.attachElementReference(new XMLschemaReference(&segment(*Grammar.segment())));
+        Reference->setMinOccurs(!rejectBad || Grammar.isOptional() ? 0 : 1);
+        Reference->setMaxOccurs(Grammar.isRepeating() ? kUnbounded : 1);
+        return;
+      }
+      XMLschemaModelGroup* Group = &Parent;
+      if (!IsRoot) {
+        Group = Parent.attachSequence(new XMLschemaSequence);
+        Group->setMinOccurs(!rejectBad || Grammar.isOptional() ? 0 : 1);
+        Group->setMaxOccurs(Grammar.isRepeating() ? kUnbounded : 1);
+      }
+      for (size_t Sub = 0; Sub < Grammar.countOfSubGrammar(); ++Sub) grammar(*Grammar.subGrammar(Sub), *Group, false);
+    }
+  } Walk{Schema, RejectBad, name};
+  XMLschemaElement* Root = Schema.attachElement(QVMcollectionElement(MessageName));
+  const QVMmessageGrammar* Grammar = Definition.messageGrammar();
+  COL_PRECONDITION_TEXT(Grammar != nullptr, "NULL != pMessageDef->messageGrammar()");
+  Walk.grammar(*Grammar, QVMcollectionOf(*Root).mainSequence(), true);
+}

@@ -1,0 +1,217 @@
+// Round trips through the tree XML dialects for every real message of the shared corpus that
+// the tree road accepts under its bundled definition, and the schema of each written dialect
+// checked by xmllint against the documents written:
+//   flat -> XML -> flat -> XML gives the first document again, byte for byte, and
+//   flat -> XML -> flat gives a text that reads and writes to itself, the normal form the readers
+//   hand out; what the design changes on the way is named in `withoutWhatReadingDrops` and
+//   `ownDelimiters`, and a date-time, integer or double comes back in its written form (the mask
+//   of its grammar, "%i", "%f").
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <iostream>
+#include <iterator>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <regex>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "COLerror.h"
+#include "QVJparse.h"
+#include "QVJparseContext.h"
+#include "QVLvmdFile.h"
+#include "QVMconfig.h"
+#include "QVMengineInternal.h"
+#include "QVXschema.h"
+
+#include "../support/TSTcorpus.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+std::vector<std::string> corpusMessages() {
+  std::vector<std::string> Messages;
+  if (!fs::is_directory(TSTcorpusDirectory)) return Messages;
+  std::vector<fs::path> Files;
+  for (const auto& Entry : fs::directory_iterator(TSTcorpusDirectory)) Files.push_back(Entry.path());
+  std::sort(Files.begin(), Files.end());
+  for (const fs::path& File : Files) {
+    if (File.filename().string().rfind("batch_", 0) == 0) {
+      for (const std::string& Message : TSTbatchMessages(File)) Messages.push_back(Message);
+    } else {
+      TSTlogMessages(File, Messages);
+    }
+  }
+  return Messages;
+}
+
+COLreferencePtr<QVFengine> engineFor(const std::string& Version, const char* Dialect) {
+  COLreferencePtr<QVFengine> Engine(new QVFengine);
+  QVLloadEngine(Engine->schema(), std::string(MSGBRIDGE_SOURCE_DIR) + "/definitions/hl7v" + Version + ".vmd");
+  Engine->schema().config().setXmlTranslationType(Dialect);
+  return Engine;
+}
+
+// What the design changes between the XML of a message and the XML of that message read back,
+// taken out of both before they are compared:
+// - a value of blanks alone is not stored when read, so its element is gone the second time;
+// - an element with no text at all (a date-time the mask could not read, written empty under
+//   lenient checking) stores nothing either;
+// - so a field, component or segment that held nothing else is gone too (a segment of empty
+//   fields reads back as its name alone, which the legacy checker does not place again).
+std::string withoutWhatReadingDrops(const std::string& Xml) {
+  static const std::regex Blank("\\r\\n *<([^>/]+)> *</\\1>(?=\\r\\n)");
+  static const std::regex EmptySegment("\\r\\n *<([^>/]+)>\\r\\n *</\\1>(?=\\r\\n)");
+  std::string Previous, Text = Xml;
+  while (Previous != Text) {
+    Previous = Text;
+    Text = std::regex_replace(std::regex_replace(Text, Blank, ""), EmptySegment, "");
+  }
+  return Text;
+}
+
+// The header's own delimiters, when they are not the configured ones, come back as the
+// configured ones: the flat text is written with the configuration's delimiters.
+bool ownDelimiters(const std::string& Message) { return Message.compare(0, 9, "MSH|^~\\&|") != 0; }
+
+// The validating reader of "Full Tree Validation" checks each segment as the current parser
+// does; the legacy checker on the way out lets some of those faults pass (a required field left
+// empty, a value over its length), and the reader then refuses the document for them alone.
+bool onlySegmentChecks(const std::string& Report) {
+  static const std::regex Fault(" \\[[0-9]+:[0-9]+\\] : (Missing required|Maximum length of).*");
+  std::istringstream Lines(Report);
+  std::string Line;
+  std::getline(Lines, Line);
+  if (Line.rfind("Some errors were encountered during conversion", 0) != 0) return false;
+  while (std::getline(Lines, Line))
+    if (!Line.empty() && !std::regex_match(Line, Fault)) return false;
+  return true;
+}
+
+struct RoundTrip {
+  unsigned accepted = 0, sameXml = 0, ownDelimiters = 0, checkedFurther = 0;
+  std::vector<std::string> faults;
+};
+
+// flat -> XML -> flat -> XML -> flat: the two XML documents agree, and so do the two flat texts
+// (the second is the normal form the readers hand out, which reading and writing keep).
+RoundTrip roundTrip(const char* Dialect, bool Validate, bool Strict) {
+  RoundTrip Result;
+  std::map<std::string, COLreferencePtr<QVFengine>> Engines;
+  for (const std::string& Message : corpusMessages()) {
+    const std::string Version = TSTdefinitionFor(TSTversionOf(Message));
+    COLreferencePtr<QVFengine>& Engine = Engines[Version];
+    if (!Engine) {
+      Engine = engineFor(Version, Dialect);
+      Engine->schema().config().setValidateDataForXmlToHL7(Validate);
+      // Without strict checks values the standard definitions would refuse are written and read
+      // back too; the validating reader checks what strict checking checks.
+      Engine->schema().setRejectBadSegmentGrammar(Strict);
+    }
+    QVJparseContext& Context = Engine->parseContext();
+    std::string Xml, Back, Again, BackAgain;
+    try {
+      Xml = QVJhl7ToXml(Context, Message.c_str());
+    } catch (const COLerror&) {
+      continue;  // why a message is refused is the business of the parse tests
+    }
+    ++Result.accepted;
+    if (ownDelimiters(Message)) {
+      ++Result.ownDelimiters;
+      continue;
+    }
+    try {
+      Back = QVJxmlToHl7(Context, Xml.c_str());
+      Again = QVJhl7ToXml(Context, Back.c_str());
+      BackAgain = QVJxmlToHl7(Context, Again.c_str());
+    } catch (const COLerror& Error) {
+      if (onlySegmentChecks(Error.description().c_str())) {
+        ++Result.checkedFurther;
+        continue;
+      }
+      Result.faults.push_back(Dialect + std::string(": ") + Error.description().c_str() + "\n" + Xml);
+      continue;
+    }
+    if (Again == Xml) ++Result.sameXml;
+    const std::string Written = withoutWhatReadingDrops(Xml), Rewritten = withoutWhatReadingDrops(Again);
+    if (Written != Rewritten) {
+      size_t At = 0;
+      while (At < Written.size() && At < Rewritten.size() && Written[At] == Rewritten[At]) ++At;
+      const size_t Line = Written.rfind('\n', At) == std::string::npos ? 0 : Written.rfind('\n', At) + 1;
+      Result.faults.push_back(std::string(Dialect) + ": the XML of the message read back differs at\n" +
+                              Written.substr(Line, 200) + "\n---\n" + Rewritten.substr(Line, 200));
+    } else if (Again == Xml && BackAgain != Back) {
+      Result.faults.push_back(std::string(Dialect) + ": the message read back twice differs\n" + Back + "\n---\n" +
+                              BackAgain);
+    }
+  }
+  return Result;
+}
+
+TEST(QVXtreeXml, CorpusMessagesRoundTripThroughTheDefaultDialect) {
+  if (!fs::is_directory(TSTcorpusDirectory)) GTEST_SKIP() << "no shared corpus at " << TSTcorpusDirectory;
+  const RoundTrip Result = roundTrip("STANDARD VER 2", true, false);
+  for (const std::string& Fault : Result.faults) ADD_FAILURE() << Fault;
+  // The tree road accepts most of the corpus; a change that refuses more shows here.
+  EXPECT_GT(Result.accepted, 60u);
+  std::cout << Result.accepted << " accepted, " << Result.sameXml << " with the same XML byte for byte, "
+            << Result.ownDelimiters << " with header delimiters of their own\n";
+}
+
+TEST(QVXtreeXml, CorpusMessagesRoundTripThroughFullTreeValidationWithValidationOn) {
+  if (!fs::is_directory(TSTcorpusDirectory)) GTEST_SKIP() << "no shared corpus at " << TSTcorpusDirectory;
+  const RoundTrip Result = roundTrip("Full Tree Validation", true, true);
+  for (const std::string& Fault : Result.faults) ADD_FAILURE() << Fault;
+  EXPECT_GT(Result.accepted, 20u);
+  std::cout << Result.accepted << " accepted with strict checks, " << Result.sameXml << " with the same XML\n";
+}
+
+// Every document written for the example log is valid against the schema --toxsd writes for
+// the dialect.
+TEST(QVXtreeXml, SchemasAcceptEveryDocumentWritten) {
+  if (std::system("command -v xmllint >/dev/null 2>&1") != 0) GTEST_SKIP() << "xmllint is not installed";
+  char Template[] = "/tmp/QVXtreeXmlXXXXXX";
+  ASSERT_NE(mkdtemp(Template), nullptr);
+  const fs::path Directory = Template;
+  std::vector<std::string> Messages;
+  TSTlogMessages(std::string(MSGBRIDGE_SOURCE_DIR) + "/examples/messages.hl7", Messages);
+  for (const char* Dialect : {"STANDARD VER 2", "Full Tree Validation", "EXPANDED"}) {
+    COLreferencePtr<QVFengine> Engine(new QVFengine);
+    QVLloadEngine(Engine->schema(), std::string(MSGBRIDGE_SOURCE_DIR) + "/examples/adt_oru.vmd");
+    Engine->schema().config().setXmlTranslationType(Dialect);
+    std::string Files;
+    unsigned Count = 0;
+    for (const std::string& Message : Messages) {
+      const fs::path File = Directory / ("m" + std::to_string(++Count) + ".xml");
+      try {
+        std::ofstream(File, std::ios::binary) << QVJhl7ToXml(Engine->parseContext(), Message.c_str());
+        Files += " " + File.string();
+      } catch (const COLerror& Error) {
+        ADD_FAILURE() << Dialect << ": " << Error.description().c_str();
+      }
+    }
+    std::vector<QVXschemaOutput> Schema;
+    try {
+      QVXgenerateSchema(Engine->schema(), XMLschemaFormatter::Xsd, "defs.xsd", Schema, true);
+    } catch (const COLerror& Error) {
+      ADD_FAILURE() << Dialect << ": " << Error.description().c_str();
+      continue;
+    }
+    const fs::path Xsd = Directory / "defs.xsd";
+    std::ofstream(Xsd, std::ios::binary) << Schema.at(0).text.c_str();
+    const fs::path Log = Directory / "xmllint.log";
+    const int Status =
+        std::system(("xmllint --noout --schema " + Xsd.string() + Files + " >" + Log.string() + " 2>&1").c_str());
+    std::ifstream In(Log);
+    const std::string Text((std::istreambuf_iterator<char>(In)), std::istreambuf_iterator<char>());
+    EXPECT_EQ(Status, 0) << Dialect << "\n" << Text.substr(0, 3000);
+  }
+  fs::remove_all(Directory);
+}
+
+}  // namespace
