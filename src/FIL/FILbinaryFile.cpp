@@ -23,6 +23,23 @@ void FILthrowErrno(const char* prefix, const COLstring& name, const char* middle
   throw COLerror(text, static_cast<uint32_t>(errorNumber));
 }
 
+void FILreplaceFile(const COLstring& path, const void* data, size_t size) {
+  const COLstring temporary = path + ".saving";
+  try {
+    FILbinaryFile file(temporary, FILmodeCreate);
+    file.write(data, size);
+    file.close();
+  } catch (...) {
+    std::remove(temporary.c_str());
+    throw;
+  }
+  if (std::rename(temporary.c_str(), path.c_str()) != 0) {
+    const int error = errno;
+    std::remove(temporary.c_str());
+    FILthrowErrno("Replacing '", path, "' failed. ", error);
+  }
+}
+
 // --- the two implementations
 
 class FILbinaryFilePrivate {

@@ -84,6 +84,10 @@ private:
   size_t m_SourceEnd = static_cast<size_t>(-1);
 };
 
+// Writes `size` bytes as the whole new content of `path`: beside it first, then renamed over it,
+// so that a failure never leaves half a file.
+void FILreplaceFile(const COLstring& path, const void* data, size_t size);
+
 // Raises prefix, name, middle, the errno text and "." with errno as the code, as in
 // "Open file '" name "' failed. " text "." or "fread failed on '" name "'. " text ".".
 [[noreturn]] void FILthrowErrno(const char* prefix, const COLstring& name, const char* middle, int errorNumber);

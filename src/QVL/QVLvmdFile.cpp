@@ -155,19 +155,5 @@ void QVLsaveEngine(QVMengineInternal& engine, const COLstring& path, uint32_t ki
     raise("CARCengineInternal: writing not allowed on this platform");
   if (kind != QVLvmdTypeXml) raise("Cannot save to this VMD file format.");
   COLstring text = ANTsaveEngineToString(engine);
-  // Written beside the target and renamed over it, so that a failure never leaves half a file.
-  COLstring temporary = path + ".saving";
-  try {
-    FILbinaryFile file(temporary, FILmodeCreate);
-    file.write(text.data(), text.size());
-    file.close();
-  } catch (...) {
-    std::remove(temporary.c_str());
-    throw;
-  }
-  if (std::rename(temporary.c_str(), path.c_str()) != 0) {
-    int error = errno;
-    std::remove(temporary.c_str());
-    FILthrowErrno("Replacing '", path, "' failed. ", error);
-  }
+  FILreplaceFile(path, text.data(), text.size());
 }

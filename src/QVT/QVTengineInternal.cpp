@@ -138,20 +138,6 @@ void QVTsaveTreBinVmdBytes(QVTengineInternal& engine, COLsink& sink) {
 void QVTsaveTreBinVmdFile(QVTengineInternal& engine, const COLstring& path) {
   COLbinaryBuffer content(1024, 2);
   QVTsaveTreBinVmdBytes(engine, content);
-  // Written beside the target and renamed over it, so that a failure never leaves half a file.
-  COLstring temporary = path + ".saving";
-  try {
-    FILbinaryFile file(temporary, FILmodeCreate);
-    file.write(content.start(), content.size());
-    file.close();
-  } catch (...) {
-    std::remove(temporary.c_str());
-    throw;
-  }
-  if (std::rename(temporary.c_str(), path.c_str()) != 0) {
-    int error = errno;
-    std::remove(temporary.c_str());
-    throw COLerror(COLstring("Replacing '") + path + "' failed. " + COLstrerror(error), error);
-  }
+  FILreplaceFile(path, content.start(), content.size());
   engine.vmdInstance().resetDirty();
 }
