@@ -1,5 +1,7 @@
 #include "QVMtableCell.h"
 
+#include <utility>
+
 #include "COLerror.h"
 #include "COLostream.h"
 
@@ -11,11 +13,32 @@ QVMtableCell::QVMtableCell(const QVMtableCell& other)
     : m_Kind(other.m_Kind), m_Double(other.m_Double), m_Text(other.m_Text) {
   if (m_Kind == Integer) m_Integer = other.m_Integer;
   // Assigned into a fresh object: a shared one would tie the copy to the original.
-  if (other.m_DateTime) ensureDateTime() = *other.m_DateTime;
+  if (other.m_HasDateTime) ensureDateTime() = *other.m_DateTime;
 }
 
 QVMtableCell& QVMtableCell::operator=(const QVMtableCell& other) {
   if (this != &other) *this = QVMtableCell(other);
+  return *this;
+}
+
+QVMtableCell::QVMtableCell(QVMtableCell&& other) noexcept
+    : m_Kind(other.m_Kind),
+      m_Double(other.m_Double),
+      m_Text(std::move(other.m_Text)),
+      m_DateTime(std::move(other.m_DateTime)),
+      m_HasDateTime(std::exchange(other.m_HasDateTime, false)) {
+  if (m_Kind == Integer) m_Integer = other.m_Integer;
+}
+
+QVMtableCell& QVMtableCell::operator=(QVMtableCell&& other) noexcept {
+  if (this != &other) {
+    m_Kind = other.m_Kind;
+    m_Double = other.m_Double;
+    if (m_Kind == Integer) m_Integer = other.m_Integer;
+    m_Text = std::move(other.m_Text);
+    m_DateTime = std::move(other.m_DateTime);
+    m_HasDateTime = std::exchange(other.m_HasDateTime, false);
+  }
   return *this;
 }
 
@@ -41,8 +64,19 @@ void QVMtableCell::refuse(const char* wanted) const {
 }
 
 QVMdateTimeInternal& QVMtableCell::ensureDateTime() {
-  if (!m_DateTime) m_DateTime = new QVMdateTimeInternal;
+  if (!m_HasDateTime) {
+    // A spare object is the cell's alone (dropDateTime saw to it): it starts over as a new one.
+    if (m_DateTime) *m_DateTime = COLdateTime();
+    else m_DateTime = new QVMdateTimeInternal;
+    m_HasDateTime = true;
+  }
   return *m_DateTime;
+}
+
+void QVMtableCell::dropDateTime() {
+  m_HasDateTime = false;
+  // A caller that still holds the object keeps it as it is.
+  if (m_DateTime && m_DateTime->countOfRef() != 1) m_DateTime = nullptr;
 }
 
 void QVMtableCell::printOn(COLostream& stream) const {
@@ -51,7 +85,7 @@ void QVMtableCell::printOn(COLostream& stream) const {
     case Integer: stream << m_Integer; return;
     case Double: stream << m_Double; return;
     case DateTime:
-      if (m_DateTime) stream << static_cast<const COLdateTime&>(*m_DateTime);
+      if (m_HasDateTime) stream << static_cast<const COLdateTime&>(*m_DateTime);
       else stream << COLdateTime();
       return;
     case Invalid: return;
@@ -113,14 +147,14 @@ void QVMtableCell::clearDateTime() {
     value.setStatus(COLdateTime::invalid);
     return;
   }
-  if (m_DateTime) *m_DateTime = COLdateTime();
+  if (m_HasDateTime) *m_DateTime = COLdateTime();
 }
 
 void QVMtableCell::reset() {
   m_Kind = Text;
   m_Double = 0.0;
   m_Text.clear();
-  m_DateTime = nullptr;
+  dropDateTime();
 }
 
 void QVMtableCell::becomeKeepingDateTime(Kind kind, const COLstring& text) {
@@ -134,7 +168,7 @@ void QVMtableCell::changeKind(Kind kind) {
   m_Kind = kind;
   m_Double = 0.0;
   m_Text.clear();
-  m_DateTime = nullptr;
+  dropDateTime();
 }
 
 void QVMtableCell::setText(const COLstring& value) {

@@ -1,6 +1,8 @@
 // QVMtableCell: one cell of a table instance, a typed value with a state, held by value in
 // its table's cell array (no heap object per cell).  A date-time object may ride along on
-// any cell, shared with the caller who asked for it and kept when the cell changes kind.
+// any cell, shared with the caller who asked for it and kept when the cell changes kind.  When
+// the cell lets go of it and nobody else holds it, its storage stays for the next date-time,
+// so refilling a table message after message makes none.
 #pragma once
 
 #include <cstdint>
@@ -28,8 +30,8 @@ public:
   // A copy has a date-time object of its own.
   QVMtableCell(const QVMtableCell& other);
   QVMtableCell& operator=(const QVMtableCell& other);
-  QVMtableCell(QVMtableCell&&) noexcept = default;
-  QVMtableCell& operator=(QVMtableCell&&) noexcept = default;
+  QVMtableCell(QVMtableCell&& other) noexcept;
+  QVMtableCell& operator=(QVMtableCell&& other) noexcept;
 
   Kind kind() const { return m_Kind; }
   QVMtableInternalState state() const;
@@ -60,13 +62,19 @@ public:
   // The text kept by an invalid cell.
   void setInvalidText(const COLstring& text) { m_Text = text; }
 
-  const COLreferencePtr<QVMdateTimeInternal>& dateTimeObject() const { return m_DateTime; }
+  // The date-time object, null when the cell has none (a spare one kept for reuse included).
+  const COLreferencePtr<QVMdateTimeInternal>& dateTimeObject() const {
+    static const COLreferencePtr<QVMdateTimeInternal> None;
+    return m_HasDateTime ? m_DateTime : None;
+  }
 
 private:
   // "string", "integer", "double", "datetime" or "invalid".
   const char* typeWord() const;
   [[noreturn]] void refuse(const char* wanted) const;
   QVMdateTimeInternal& ensureDateTime();
+  // Lets go of the date-time object; its storage stays when no caller shares it.
+  void dropDateTime();
   void changeKind(Kind kind);
 
   Kind m_Kind = Text;
@@ -75,7 +83,9 @@ private:
     double m_Double = 0.0;
   };
   COLstring m_Text;  // the text of a text cell, or what failed to convert in an invalid one
+  // Set or spare: only m_HasDateTime says whether the cell has a date-time object.
   COLreferencePtr<QVMdateTimeInternal> m_DateTime;
+  bool m_HasDateTime = false;
 };
 
 COLostream& operator<<(COLostream& stream, const QVMtableCell& cell);

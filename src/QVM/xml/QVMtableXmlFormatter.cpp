@@ -1,5 +1,6 @@
 #include "QVMtableXmlFormatter.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <memory>
 #include <vector>
@@ -97,22 +98,28 @@ COLstring& QVMtableXmlFormatter::outputTableInXml(COLstring& Out, const QVMtable
 
 namespace {
 
-COLstring QVMcolumnText(QVMtableInternal& Table, unsigned Column, unsigned Row) {
+// The text of a cell that is not a string: a date-time is printed into `DateText` (its text is
+// longer than a short string holds, so a COLstring would be made on the heap for each), any other
+// type is converted into `Converted`.
+std::string_view QVMcolumnText(QVMtableInternal& Table, unsigned Column, unsigned Row, char (&DateText)[64],
+                               COLstring& Converted) {
   if (Table.columnType(Column) == QVMdateTimeType) {
     // The year has four digits even before 1000, so that the reader takes the text back.
     const QVMdateTimeInternal& Value = Table.getDateTime(Column, Row);
     // A date the calendar cannot show (out of its range) has no text, like an invalid one.
-    if (Value.status() != COLdateTime::valid) return COLstring();
-    char Text[64];
+    if (Value.status() != COLdateTime::valid) return {};
+    int Length = 0;
     try {
-      std::snprintf(Text, sizeof Text, "%04d-%02d-%02dT%02d:%02d:%02d", Value.year(), Value.month(), Value.day(),
-                    Value.hour(), Value.minute(), Value.second());
+      Length = std::snprintf(DateText, sizeof DateText, "%04d-%02d-%02dT%02d:%02d:%02d", Value.year(), Value.month(),
+                             Value.day(), Value.hour(), Value.minute(), Value.second());
     } catch (const COLerror&) {
-      return COLstring();
+      return {};
     }
-    return Text;
+    if (Length <= 0) return {};
+    return std::string_view(DateText, std::min(static_cast<size_t>(Length), sizeof DateText - 1));
   }
-  return Table.getStringValue(Column, Row);
+  Converted = Table.getStringValue(Column, Row);
+  return Converted.view();
 }
 
 // The refusal of a value that holds a byte XML cannot carry, with the cell it came from and
@@ -190,7 +197,16 @@ void QVMtableXmlFormatter::outputTable(unsigned Indent, QVMtableInternal& Table,
   if (Table.countOfRow() == 0 || !Table.tableGrammar()) return;
   if (Table.countOfColumn() == 0 && Table.countOfSubTable() == 0 && !IsRoot) return;
   std::string& Out = m_Out->str();
-  const COLstring Tag = QVMtableXmlTag(*Table.tableGrammar());
+  // The row tag in the pieces QVMtableXmlTag joins; appendTag filters them as it does, so the
+  // name is never made as a string of its own.
+  const QVMtableGrammarInternal& Grammar = *Table.tableGrammar();
+  std::string_view TagFirst = Grammar.name().view(), TagDot, TagSecond;
+  if (Grammar.parent() && !Grammar.isNode()) {
+    const QVMmessageDefinitionInternal* Message = Grammar.message();
+    TagFirst = Message ? Message->name().view() : std::string_view();
+    TagDot = ".";
+    TagSecond = Grammar.name().view();
+  }
   const unsigned ColumnIndent = Indent + 3;
   const QVMtableDefinitionInternal* Definition = Table.tableDefinition();
   // The tag filter keeps ".", so a long tag is the two names joined.
@@ -200,7 +216,7 @@ void QVMtableXmlFormatter::outputTable(unsigned Indent, QVMtableInternal& Table,
   const QVMcolumnTags* Tags = Definition ? &QVMtagsOf(*Definition) : nullptr;
   for (unsigned Row = 0; Row < Table.countOfRow(); ++Row) {
     Out.append(Indent, ' ');
-    appendTag("<", Tag);
+    appendTag("<", TagFirst, TagDot, TagSecond);
     Out += kNewLine;
     for (unsigned Column = 0; Column < Table.countOfColumn(); ++Column) {
       // Null and invalid cells have no element; an invalid one is told to whoever listens, as
@@ -213,9 +229,10 @@ void QVMtableXmlFormatter::outputTable(unsigned Indent, QVMtableInternal& Table,
       }
       // String cells, the common case, are written from the cell itself without a copy.
       COLstring Converted;
-      const bool IsString = Table.columnType(Column) == QVMstringType;
-      if (!IsString) Converted = QVMcolumnText(Table, Column, Row);
-      const COLstring& Text = IsString ? Table.getString(Column, Row) : Converted;
+      char DateText[64];
+      const std::string_view Text = Table.columnType(Column) == QVMstringType
+                                        ? Table.getString(Column, Row).view()
+                                        : QVMcolumnText(Table, Column, Row, DateText, Converted);
       if (Text.empty()) continue;
       const bool Cached = Tags && Column < Tags->open[Long].size();
       Out.append(ColumnIndent, ' ');
@@ -227,7 +244,7 @@ void QVMtableXmlFormatter::outputTable(unsigned Indent, QVMtableInternal& Table,
       try {
         m_Values.write(Text.data(), Text.size());
       } catch (const COLerror& Cause) {
-        QVMrefuseValue(Table, Column, Row, Text, Cause);
+        QVMrefuseValue(Table, Column, Row, COLstring(Text), Cause);
       }
       if (Cached) {
         Out += Tags->close[Long][Column];
@@ -239,7 +256,7 @@ void QVMtableXmlFormatter::outputTable(unsigned Indent, QVMtableInternal& Table,
     for (unsigned Sub = 0; Sub < Table.countOfRowSubTable(Row); ++Sub)
       outputTable(ColumnIndent, Table.rowSubTable(Row, Sub), LongTags, false);
     Out.append(Indent, ' ');
-    appendTag("</", Tag);
+    appendTag("</", TagFirst, TagDot, TagSecond);
     Out += kNewLine;
   }
 }

@@ -3,6 +3,7 @@
 // (integer), 2 weight (double), 3 born (date-time), 4 kind (enumeration).
 //
 //   row -> its index | rows | empty (refuses a table with data)
+//   refill: the table cleared and made again for the next message, its cells kept for reuse
 //   set C R string|integer|double VALUE | get C R string|integer|double | text C R (the cell as text)
 //   state C R -> null|value|explicit null|invalid | null C R | explicitnull C R | invalid C R [TEXT]
 //   kept C R (the text an invalid cell keeps)
@@ -18,7 +19,7 @@ namespace {
 
 class Cells : public TSTstepModel {
 public:
-  Cells() { Patient.makeEmptyTable(TSTbuildTableDefinition(Engine).patient); }
+  Cells() : Grammar(TSTbuildTableDefinition(Engine).patient) { Patient.makeEmptyTable(Grammar); }
 
 private:
   std::string step() override {
@@ -26,6 +27,7 @@ private:
     if (Verb == "row") return std::to_string(Patient.addRow());
     if (Verb == "rows") return std::to_string(Patient.countOfRow());
     if (Verb == "empty") return Patient.checkIfEmpty(), "";
+    if (Verb == "refill") return Patient.clear(), Patient.makeEmptyTable(Grammar), "";
     const unsigned C = index(1), R = Words.size() > 2 ? index(2) : 0;
     if (Verb == "set" && word(3) == "string") return Patient.setString(C, R, rest(4).c_str()), "";
     if (Verb == "set" && word(3) == "integer") return Patient.setInteger(C, R, static_cast<int32_t>(integer(4))), "";
@@ -54,6 +56,7 @@ private:
   }
 
   QVMengineInternal Engine;
+  QVMtableGrammarInternal* Grammar;
   QVMtableInternal Patient;
 };
 

@@ -99,6 +99,23 @@ TEST_F(QVMtableInternalTest, ADateTimeCellKeepsItsObject) {
   EXPECT_EQ(born.status(), COLdateTime::invalid);
 }
 
+// A host that holds a cell's date-time object keeps it, value and all, when the table is
+// refilled; the refilled cell gets an object of its own.
+TEST_F(QVMtableInternalTest, AHeldDateTimeOutlivesTheNextFill) {
+  patient.addRow();
+  COLreferencePtr<QVMdateTimeInternal> held(&patient.getDateTime(kBorn, 0));
+  held->setDateTime(1999, 12, 31, 23, 59, 0);
+  patient.clear();
+  patient.makeEmptyTable(definition.patient);
+  patient.addRow();
+  EXPECT_EQ(patient.state(kBorn, 0), QVMtableStateNull);
+  patient.setDateTime(kBorn, 0, COLdateTime(2004, 3, 5, 12, 0, 0));
+  EXPECT_NE(&patient.getDateTime(kBorn, 0), held.get());
+  EXPECT_EQ(held->year(), 1999);
+  EXPECT_EQ(held->status(), COLdateTime::valid);
+  EXPECT_EQ(patient.getDateTime(kBorn, 0).year(), 2004);
+}
+
 TEST_F(QVMtableInternalTest, GroupRowsCarryOneEmptySubTablePerSubGrammar) {
   QVMtableInternal message;
   EXPECT_EQ(TSTerrorText([&] { message.addRow(); }), "Failed precondition: pMember->pTableGrammar != NULL");
