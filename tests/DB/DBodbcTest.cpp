@@ -260,7 +260,7 @@ protected:
     database = new DBdatabaseOdbc;
     database->connect(DBsqliteConnectionString(directory).c_str(), "", "");
   }
-  DBtemporaryDirectory directory;
+  TSTtemporaryDirectory directory;
   COLreferencePtr<DBdatabaseOdbc> database;
 };
 

@@ -87,17 +87,7 @@ ServerStopper* const Stopper = static_cast<ServerStopper*>(::testing::AddGlobalT
 
 }  // namespace
 
-DBtemporaryDirectory::DBtemporaryDirectory() {
-  char pattern[] = "/tmp/msgbridge-db-XXXXXX";
-  if (mkdtemp(pattern)) m_Path = pattern;
-}
-
-DBtemporaryDirectory::~DBtemporaryDirectory() {
-  std::error_code error;
-  if (!m_Path.empty()) std::filesystem::remove_all(m_Path, error);
-}
-
-std::string DBsqliteConnectionString(const DBtemporaryDirectory& directory, const std::string& file) {
+std::string DBsqliteConnectionString(const TSTtemporaryDirectory& directory, const std::string& file) {
   return "DRIVER=SQLite3;DATABASE=" + directory.path() + "/" + file;
 }
 

@@ -5,21 +5,10 @@
 
 #include <string>
 
-// A fresh directory below /tmp, removed with everything in it at the end of the scope.
-class DBtemporaryDirectory {
-public:
-  DBtemporaryDirectory();
-  ~DBtemporaryDirectory();
-  DBtemporaryDirectory(const DBtemporaryDirectory&) = delete;
-  DBtemporaryDirectory& operator=(const DBtemporaryDirectory&) = delete;
-  const std::string& path() const { return m_Path; }
-
-private:
-  std::string m_Path;
-};
+#include "../support/TSTfile.h"
 
 // A connection string for a new SQLite database file in `directory`.
-std::string DBsqliteConnectionString(const DBtemporaryDirectory& directory, const std::string& file = "test.db");
+std::string DBsqliteConnectionString(const TSTtemporaryDirectory& directory, const std::string& file = "test.db");
 
 class DBpostgresServer {
 public:

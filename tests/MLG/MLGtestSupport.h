@@ -14,28 +14,22 @@
 #include "COLstring.h"
 #include "MLGreader.h"
 
+#include "../support/TSTfile.h"
+
 class MLGtempDir : public ::testing::Test {
 protected:
-  void SetUp() override {
-    std::string pattern = (std::filesystem::temp_directory_path() / "mlgtest-XXXXXX").string();
-    ASSERT_NE(::mkdtemp(pattern.data()), nullptr);
-    m_Dir = pattern;
-  }
-  void TearDown() override {
-    std::error_code ignored;
-    std::filesystem::remove_all(m_Dir, ignored);
-  }
+  void SetUp() override { ASSERT_FALSE(m_Scratch.path().empty()); }
 
   COLstring write(const std::string& name, const std::string& content) {
-    const std::filesystem::path path = m_Dir / name;
-    std::ofstream out(path, std::ios::binary);
-    out.write(content.data(), static_cast<std::streamsize>(content.size()));
-    return COLstring(path.string());
+    const std::string path = (m_Dir / name).string();
+    TSTwriteFile(path, content);
+    return COLstring(path);
   }
 
   COLstring missing() const { return COLstring((m_Dir / "no-such-log.txt").string()); }
 
-  std::filesystem::path m_Dir;
+  TSTtemporaryDirectory m_Scratch;
+  const std::filesystem::path m_Dir = m_Scratch.path();
 };
 
 // Every message of an opened reader, with a guard against a reader that never ends.

@@ -29,6 +29,7 @@
 #include "QVXschema.h"
 
 #include "../support/TSTcorpus.h"
+#include "../support/TSTfile.h"
 
 namespace {
 
@@ -175,9 +176,9 @@ TEST(QVXtreeXml, CorpusMessagesRoundTripThroughFullTreeValidationWithValidationO
 // the dialect.
 TEST(QVXtreeXml, SchemasAcceptEveryDocumentWritten) {
   if (std::system("command -v xmllint >/dev/null 2>&1") != 0) GTEST_SKIP() << "xmllint is not installed";
-  char Template[] = "/tmp/QVXtreeXmlXXXXXX";
-  ASSERT_NE(mkdtemp(Template), nullptr);
-  const fs::path Directory = Template;
+  const TSTtemporaryDirectory Scratch;
+  ASSERT_FALSE(Scratch.path().empty());
+  const fs::path Directory = Scratch.path();
   std::vector<std::string> Messages;
   TSTlogMessages(std::string(MSGBRIDGE_SOURCE_DIR) + "/examples/messages.hl7", Messages);
   for (const char* Dialect : {"STANDARD VER 2", "Full Tree Validation", "EXPANDED"}) {
@@ -211,7 +212,6 @@ TEST(QVXtreeXml, SchemasAcceptEveryDocumentWritten) {
     const std::string Text((std::istreambuf_iterator<char>(In)), std::istreambuf_iterator<char>());
     EXPECT_EQ(Status, 0) << Dialect << "\n" << Text.substr(0, 3000);
   }
-  fs::remove_all(Directory);
 }
 
 }  // namespace

@@ -33,6 +33,7 @@
 
 #include "../support/TSTcorpus.h"
 #include "../support/TSTdataFile.h"
+#include "../support/TSTfile.h"
 
 namespace {
 
@@ -48,13 +49,8 @@ protected:
   void SetUp() override {
     if (std::system("command -v xmllint >/dev/null 2>&1") != 0)
       GTEST_SKIP() << "xmllint is not installed (package libxml2-utils); schemas are not checked by a validator";
-    char Template[] = "/tmp/XMLschemaXmllintXXXXXX";
-    ASSERT_NE(mkdtemp(Template), nullptr);
-    m_Directory = Template;
-  }
-
-  void TearDown() override {
-    if (!m_Directory.empty()) std::filesystem::remove_all(m_Directory);
+    ASSERT_FALSE(m_Scratch.path().empty());
+    m_Directory = m_Scratch.path();
   }
 
   std::string write(const std::string& name, const std::string& text) {
@@ -83,6 +79,7 @@ protected:
     return WIFEXITED(Status) ? WEXITSTATUS(Status) : -1;
   }
 
+  TSTtemporaryDirectory m_Scratch;
   std::string m_Directory;
   std::string m_LastLog;
 };

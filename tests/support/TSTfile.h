@@ -1,6 +1,7 @@
-// Whole files read and written as bytes, and a scratch directory per process and name.
+// Whole files read and written as bytes, and scratch directories.
 #pragma once
 
+#include <stdlib.h>
 #include <unistd.h>
 
 #include <filesystem>
@@ -27,3 +28,25 @@ inline std::string TSTscratchDirectory(const std::string& name) {
   std::filesystem::create_directories(directory);
   return directory.string();
 }
+
+// A fresh directory below the temporary directory, removed with all it holds (whatever its
+// permissions became) at the end of the scope; its path is empty when it could not be made.
+class TSTtemporaryDirectory {
+public:
+  TSTtemporaryDirectory() {
+    std::string pattern = (std::filesystem::temp_directory_path() / "msgbridge-XXXXXX").string();
+    if (mkdtemp(pattern.data())) m_Path = pattern;
+  }
+  ~TSTtemporaryDirectory() {
+    std::error_code ignored;
+    if (m_Path.empty()) return;
+    std::filesystem::permissions(m_Path, std::filesystem::perms::owner_all, ignored);
+    std::filesystem::remove_all(m_Path, ignored);
+  }
+  TSTtemporaryDirectory(const TSTtemporaryDirectory&) = delete;
+  TSTtemporaryDirectory& operator=(const TSTtemporaryDirectory&) = delete;
+  const std::string& path() const { return m_Path; }
+
+private:
+  std::string m_Path;
+};
