@@ -140,19 +140,25 @@ void QVJtreeToXml(QVJparseContext& Context, QVMxmlHl7Converter& Converter, const
   QVMconfig& Config = Engine.config();
   LAGenvironment& Environment = Shared.pythonEnvironment();
   Environment.setSegmentList(&Shared.rawSegmentList());
+  // Without a pre-process script the message is parsed from the context's buffer, with no copy.
+  QVJparseContext::MessageText Text(Context, Message);
+  const COLstring* Input = &Text.text();
   COLstring Working;
-  QVJconfigPreProcessMessage(Config, Message, Working, Environment);
+  if (Config.mainFunction().isSet()) {
+    QVJconfigPreProcessMessage(Config, *Input, Working, Environment);
+    Input = &Working;
+  }
   Converter.setConfig(&Config);
   if (Converter.isStandard()) {
     const unsigned MessageIndex =
-        QVPengineInternalStructureMessage(Shared, Working, Config.parserVersion(), QVJuntypedTreeSegmentCopyChecked,
+        QVPengineInternalStructureMessage(Shared, *Input, Config.parserVersion(), QVJuntypedTreeSegmentCopyChecked,
                                           QVJcheckUntypedTreeSegment);
     Converter.treeInXml(Shared.structuredMessage(), Engine.message(MessageIndex), Engine.currentConfig(), Xml,
                         Config.xmlDelimiter());
     return;
   }
   QVMuntypedMessageTree& Raw = Shared.rawSegmentList();
-  QVMrawParseMessage(Working, Shared.parser(), Shared.escaper(), Raw);
+  QVMrawParseMessage(*Input, Shared.parser(), Shared.escaper(), Raw);
   for (unsigned Index = 0; Index < Raw.countOfSubNode(); ++Index) {
     QVMuntypedMessageTree& Segment = *Raw.node(Index, 0);
     if (Segment.countOfSubNode() == 0 && Segment.isNull()) break;
