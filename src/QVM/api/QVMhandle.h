@@ -165,7 +165,9 @@ QVM_API void* _QVMengineCreateEmptyMessageTable(void* engine, unsigned messageIn
 QVM_API void* _QVMengineMessageDiff(void* engine, const char* first, const char* second, const char** html);
 QVM_API void* _QVMengineTransformMessage(void* engine, const char* message, unsigned inConfig, unsigned outConfig,
                                          const char** result, unsigned* messageIndex, int flag);
-QVM_API void* _QVMengineTransformMessageReloadAllPythonModules(void* engine);
+QVM_API void* _QVMengineTransformMessageReloadAllPythonModules(void* engine, const char* message, unsigned inConfig,
+                                                               unsigned outConfig, const char** result,
+                                                               unsigned* messageIndex, int flag);
 QVM_API void* _QVMengineGenerateAckFromMessage(void* engine, const char* message, const char** ack);
 QVM_API void* _QVMengineTranslateMessageToXml(void* engine, const char* message, const char** xml);
 QVM_API void* _QVMengineTranslateXmlToMessage(void* engine, const char* xml, const char** message);
