@@ -428,22 +428,25 @@ function writeComposites(w, composites) {
 // ---------------------------------------------------------------- acknowledgements
 
 // The configuration names ACK as its acknowledgement message. The engine reads only the header
-// of the message it replies to, runs the header's incoming field functions on it, and generates
-// ACK from an empty table: MSH-3's incoming function keeps the header's fields, and the outgoing
-// functions of MSH and MSA turn them into the reply. Field k of MSH is field index k - 1.
+// of the message it answers and generates ACK from an empty table, with the raw header at hand
+// for scripts. The outgoing functions of MSH and MSA make the reply from it: MSH-3's, which runs
+// first in every generation, reads the header when it is such a reply, the others take what it
+// kept. No incoming function is needed, so parsing costs nothing more. Field k of MSH is field
+// index k - 1.
 const replyFields = [3, 4, 5, 6, 9, 10, 11, 12];
 
-const replyKeeper = `# The reply to a message (ACK) is made from the message's header alone, and no table is filled
-# on that road: there the header's fields are kept, split into their components, for the
-# outgoing functions of MSH and MSA. Every other road forgets them.
+const replyReader = `# An acknowledgement (ACK) is generated from an empty table while the raw header of the
+# message it answers is at hand: then the header's fields are kept here, split into their
+# components, for the outgoing functions of MSH and MSA. Any other generation forgets them.
 global msgbridge_reply
 msgbridge_reply = None
 try:
-    environment.output_table()
+    msgbridge_header = environment.input_segment_iterator() if environment.output_table().count_of_row() == 0 else None
 except Exception:
+    msgbridge_header = None
+if msgbridge_header is not None:
     # The raw header as text with the configured separators: its name, the message's field
     # separator as a field of its own (two empty ones when it is the configured one), MSH-2, ...
-    msgbridge_header = environment.input_segment_iterator()
     msgbridge_fields = str(msgbridge_header).split(separator_char(environment, 1))
     msgbridge_shift = 1 if len(msgbridge_fields) > msgbridge_header.count_of_field() else 0
     msgbridge_reply = {}
@@ -454,13 +457,10 @@ except Exception:
 `;
 
 // The reply's field from the kept fields: "take" is a Python expression over "reply" that gives
-// the list of components. A reply left over from an acknowledgement that failed is dropped by the
-// next generation, whose table is not empty.
+// the list of components; empty components are left out.
 function replyWriter(what, take, last) {
   return `# ${what}
 reply = globals().get('msgbridge_reply')
-if reply is not None and environment.output_table().count_of_row() != 0:
-    globals()['msgbridge_reply'] = reply = None
 if reply is not None:
     parts = ${take}
     for index in range(len(parts) - 1, 0, -1):
@@ -471,14 +471,14 @@ if reply is not None:
 ${last ? "    globals()['msgbridge_reply'] = None\n" : ''}`;
 }
 
-// The functions of MSH (by field number) and MSA, for a version whose MSH-9 has `typeParts` components.
+// The functions of MSH (by field number) and MSA, for a version whose MSH-9 has typeParts components.
 function replyFunctions(typeParts) {
   const structure = typeParts > 2 ? ", 'ACK'" : '';
   return {
     MSH: {
-      in: { 3: replyKeeper },
+      in: {},
       out: {
-        3: replyWriter('A reply goes back to the sending application...', 'reply[5]'),
+        3: replyReader + replyWriter('A reply goes back to the sending application...', 'reply[5]'),
         4: replyWriter('... and facility.', 'reply[6]'),
         5: replyWriter('The receiver of a reply is the sending application...', 'reply[3]'),
         6: replyWriter('... and facility of the message.', 'reply[4]'),
