@@ -1,5 +1,7 @@
 #include "QVPreply.h"
 
+#include <utility>
+
 #include "COLcriticalSection.h"
 #include "COLerror.h"
 #include "LAGexecute.h"
