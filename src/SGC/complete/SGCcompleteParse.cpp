@@ -23,8 +23,14 @@ namespace {
     case SGPduplicateDelimiter:
       throw COLerror("Some delimiters in the message were repeated.", COL_ERROR_DELIMITERS);
     case SGPmessageTooShort:
-      throw COLerror("The message is too short. Each message must include the MSH segment and encoding characters.",
+      throw COLerror("The message is too short. Each message must include the " + Options.headerSegmentName() +
+                         " segment and encoding characters.",
                      COL_ERROR_MESSAGE_TOO_SHORT);
+    case SGPinterchangeHeaderInvalid:
+      throw COLerror("The interchange header 'ISA' could not be read: it needs its 16 elements, each behind the "
+                     "element separator that follows 'ISA', then the component separator (ISA-16) and the segment "
+                     "terminator.",
+                     COL_ERROR_DELIMITERS);
     case SGPfieldDelimitersNotFound:
       throw COLerror("Message delimiters were not found.", COL_ERROR_DELIMITERS);
     case SGPheaderNotFound:
