@@ -176,3 +176,10 @@ inline uint32_t SGPtokenizer::nextToken(const char** text, size_t* length) const
       return Kind;
   }
 }
+
+// The envelope of a tokenised X12 interchange: ISA ... IEA around GS ... GE groups around
+// ST ... SE sets.  Each trailer must count what it closes (IEA-01 the groups, GE-01 the sets,
+// SE-01 the segments from ST to SE) and repeat its header's control number (ISA-13, GS-06,
+// ST-02); no header element may be longer than its fixed width.  False with `problem` saying
+// what does not hold and at which segment (counted from 1).
+bool SGPcheckInterchangeEnvelope(const SGMsegmentList& list, COLstring& problem);

@@ -102,6 +102,12 @@ unsigned SGCparseStructure(const COLstring& Message, QVMengineInternal& Engine, 
       Parser.parse(Result.text.data(), Result.text.size(), List, Result.separators, Options);
   if (Tokenised != SGPparsed) SGCthrowTokeniserResult(Tokenised, Options);
   if (Options.hl7Mode()) SGCfixMshSegments(List, Result.text);
+  // An interchange read by the separators it declares is checked as one: its trailers count
+  // what they close and repeat the control numbers.
+  if (SGPreadsInterchangeHeader(Options)) {
+    COLstring Problem;
+    if (!SGPcheckInterchangeEnvelope(List, Problem)) throw COLerror(Problem, COL_ERROR_MESSAGE_GRAMMAR);
+  }
 
   const unsigned MessageIndex = SGCmatchMessage(List, Engine);
   if (MessageIndex >= Reader.countOfMessage()) throw COLerror(SGCunidentifiedMessageText(), COL_ERROR_NOT_IDENTIFIED);
