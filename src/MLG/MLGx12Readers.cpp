@@ -73,6 +73,13 @@ bool MLGx12Reader::readSegment(std::string_view& segment, uint64_t& start) {
     }
     const bool found = readUntil(segment, m_Declared.segment);
     input.skipWhile(isBlank, m_EndOfFileCharacter);
+    // Line breaks inside a segment are no data: files wrapped at a fixed width break anywhere.
+    if (segment.find_first_of("\r\n") != std::string_view::npos) {
+      m_Joined.clear();
+      for (const char c : segment)
+        if (c != '\r' && c != '\n') m_Joined += c;
+      segment = m_Joined;
+    }
     if (!segment.empty()) {
       // Behind the trailer the next interchange declares its own separators, or none.
       m_InterchangeEnded = isSegment(segment, "IEA");

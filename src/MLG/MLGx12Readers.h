@@ -38,6 +38,7 @@ private:
   MLGx12Declared m_Declared;
   bool m_InterchangeEnded = false;  // the last segment read was an IEA
   std::string m_Peek;
+  std::string m_Joined;  // a segment with its line breaks taken out
 };
 
 class MLGx12InterchangeReader : public MLGx12Reader {
