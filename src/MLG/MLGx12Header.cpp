@@ -19,7 +19,7 @@ bool MLGreadX12Header(std::string_view bytes, MLGx12Declared& declared) {
   declared = MLGx12Declared();
   if (bytes.size() < 4 || bytes.substr(0, 3) != "ISA") return false;
   const char element = bytes[3];
-  if (isAlphanumeric(element) || element == ' ' || element == '\r' || element == '\n') return false;
+  if (isAlphanumeric(element) || element == ' ' || element == '\r' || element == '\n' || element == '\0') return false;
   // Element starts: ISA-n begins behind the n-th separator.
   size_t begin[MLGx12HeaderElements + 1];
   unsigned found = 0;
@@ -30,7 +30,9 @@ bool MLGreadX12Header(std::string_view bytes, MLGx12Declared& declared) {
   if (componentAt + 1 >= bytes.size()) return false;
   const char component = bytes[componentAt];
   const char segment = bytes[componentAt + 1];
-  if (component == element || segment == element || segment == component || isAlphanumeric(segment)) return false;
+  if (component == element || segment == element || segment == component || isAlphanumeric(segment) ||
+      component == '\0' || segment == '\0')
+    return false;
   bool fixed = true;
   for (unsigned i = 0; i + 1 < MLGx12HeaderElements; ++i)
     if (begin[i + 1] - begin[i] - 1 != kWidths[i]) fixed = false;
