@@ -244,7 +244,7 @@ function writeDefinition() {
   const w = new Writer();
 
   w.start('engine', 'version', '1.0');
-  w.flag('strict_grammar_checking', false);
+  w.flag('strict_grammar_checking', true);
   w.flag('java_use_native_double', false);
   w.flag('use_passthrough_mapping', false);
   w.index('current_config', 0);
