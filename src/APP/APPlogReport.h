@@ -69,6 +69,7 @@ private:
   void failed(unsigned number) noexcept;
   COLstring place(uint64_t offset);
   void warnCut();
+  COLstring headerSegments(uint64_t count) const;
 
   COLostream& m_Out;
   const MLGreader& m_Reader;
