@@ -26,6 +26,7 @@
 #include "QVLvmdFile.h"
 #include "QVMconfig.h"
 #include "QVMengineInternal.h"
+#include "QVMtreeXmlFormatter.h"
 #include "QVXschema.h"
 
 #include "../support/TSTcorpus.h"
@@ -211,6 +212,45 @@ TEST(QVXtreeXml, SchemasAcceptEveryDocumentWritten) {
     std::ifstream In(Log);
     const std::string Text((std::istreambuf_iterator<char>(In)), std::istreambuf_iterator<char>());
     EXPECT_EQ(Status, 0) << Dialect << "\n" << Text.substr(0, 3000);
+  }
+}
+
+// Under lenient checking a date-time its mask cannot read reaches the writer without its text;
+// the typed dialects print it by the mask, and tell the listener what the message held.
+TEST(QVXtreeXml, ADateTimeTheMaskCannotReadIsToldWithTheTextItCameAs) {
+  struct Listener : QVMtreeXmlUnreadableValues {
+    std::vector<std::string> Told;
+    void unreadableValue(const COLstring& Message, const COLstring& Place, const COLstring& Text,
+                         const COLstring& Written) override {
+      Told.push_back(std::string(Message.c_str()) + " " + Place.c_str() + " '" + Text.c_str() + "' -> '" +
+                     Written.c_str() + "'");
+    }
+  };
+  const std::string Message =
+      "MSH|^~\\&|PASYS|NORTHGATE|ENGINE|NORTHGATE|20240305100000||ADT^A01|BAD001|P|2.4\r"
+      "EVN|A01|xyz\r"
+      "PID|1||MR410900^^^NORTHGATE^MR||Okonkwo^Amara||19500101~1951x101|F\r"
+      "PV1|1|I|WARD3^100^A^NORTHGATE||||D1042^Varga^Ilona\r";
+  for (const char* Dialect : {"STANDARD VER 2", "Full Tree Validation", "STANDARD"}) {
+    COLreferencePtr<QVFengine> Engine(new QVFengine);
+    QVLloadEngine(Engine->schema(), std::string(MSGBRIDGE_SOURCE_DIR) + "/examples/adt_oru.vmd");
+    Engine->schema().config().setXmlTranslationType(Dialect);
+    Engine->schema().setRejectBadSegmentGrammar(false);
+    Listener Heard;
+    std::string Xml;
+    {
+      const QVMtreeXmlUnreadableScope Scope(Heard);
+      Xml = QVJhl7ToXml(Engine->parseContext(), Message.c_str());
+    }
+    // The second repeat of the birth date is read as far as it goes: the mask's reading stands
+    // in the document, and the text it came from in the report.
+    EXPECT_EQ(Heard.Told, (std::vector<std::string>{"ADT_A01 EVN.2.1 'xyz' -> ''",
+                                                     "ADT_A01 PID.7.1 '1951x101' -> '19510101000000+0000'"}))
+        << Dialect << "\n" << Xml;
+    // Readable date-times are no news, and without a listener nothing is kept.
+    const std::string Again = QVJhl7ToXml(Engine->parseContext(), Message.c_str());
+    EXPECT_EQ(Again, Xml) << Dialect;
+    EXPECT_NE(Xml.find("19500101000000+0000"), std::string::npos) << Dialect;
   }
 }
 
