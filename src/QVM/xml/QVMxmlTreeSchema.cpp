@@ -96,6 +96,12 @@ void QVMsetOccurs(XMLschemaNode& Node, bool Header, bool RejectBad, bool Repeati
   Node.setMaxOccurs(Max);
 }
 
+// Without strict checking a field keeps every repeat the message gave it, whether its grammar
+// lets it repeat or not, and the writers print them all: the schema lets every field repeat then.
+void QVMleniencyRepeats(XMLschemaNode& Field, bool RejectBad) {
+  if (!RejectBad) Field.setMaxOccurs(kUnbounded);
+}
+
 // "STANDARD VER 2" and "Full Tree Validation": groups inline, segments and composites global.
 struct QVMtreeSchemaStep {
   QVMtreeXmlFormatterX12& hooks;
@@ -173,6 +179,7 @@ struct QVMtreeSchemaStep {
       }
       const unsigned MaxRepeat = Segment.fieldMaxRepeat(Field);
       QVMsetOccurs(*FieldElement, header, rejectBad, MaxRepeat != 0, Segment.isFieldRequired(Field), MaxRepeat);
+      QVMleniencyRepeats(*FieldElement, rejectBad);
       Fields.attachElement(FieldElement);
     }
     return *Element;
@@ -239,6 +246,7 @@ struct QVMstandardSchemaStep {
   char delimiter;
   COLstring messageName;
   bool standard24;
+  bool rejectBad;
   unsigned groupCount = 0;
 
   COLstring number(std::string_view Owner, unsigned Number) const {
@@ -364,6 +372,7 @@ struct QVMstandardSchemaStep {
         continue;
       }
       FieldElement->setMaxOccurs(Segment.fieldMaxRepeat(Field) != 0 ? kUnbounded : 1);
+      QVMleniencyRepeats(*FieldElement, rejectBad);
       QVMcollectionOf(*Element).attachElement(FieldElement);
     }
     return *Element;
@@ -404,8 +413,8 @@ void QVMxmlX12Converter::generateSchema(const QVMengineInternal& Engine, const Q
 namespace {
 
 void QVMstandardSchema(const QVMmessageDefinitionInternal& Definition, XMLschema& Schema, char Delimiter,
-                       bool Standard24) {
-  QVMstandardSchemaStep Step{Definition, Schema, Delimiter, COLstring(), Standard24};
+                       bool Standard24, bool RejectBad) {
+  QVMstandardSchemaStep Step{Definition, Schema, Delimiter, COLstring(), Standard24, RejectBad, 0, {}, {}};
   for (size_t Identifier = 0; Identifier < Definition.countOfIdentifier(); ++Identifier) {
     if (Identifier) Step.messageName += '_';
     Step.messageName += Definition.identifierValue(Identifier);
@@ -421,14 +430,14 @@ void QVMstandardSchema(const QVMmessageDefinitionInternal& Definition, XMLschema
 
 }  // namespace
 
-void QVMxmlHl7ConverterStandard::generateSchema(const QVMengineInternal&,
+void QVMxmlHl7ConverterStandard::generateSchema(const QVMengineInternal& Engine,
                                                 const QVMmessageDefinitionInternal& Definition, XMLschema& Schema) {
-  QVMstandardSchema(Definition, Schema, config().xmlDelimiter(), false);
+  QVMstandardSchema(Definition, Schema, config().xmlDelimiter(), false, Engine.rejectBadSegmentGrammar());
 }
 
-void QVMxmlHl7ConverterStandard24::generateSchema(const QVMengineInternal&,
+void QVMxmlHl7ConverterStandard24::generateSchema(const QVMengineInternal& Engine,
                                                   const QVMmessageDefinitionInternal& Definition, XMLschema& Schema) {
-  QVMstandardSchema(Definition, Schema, config().xmlDelimiter(), true);
+  QVMstandardSchema(Definition, Schema, config().xmlDelimiter(), true, Engine.rejectBadSegmentGrammar());
 }
 
 void QVMxmlHl7ConverterOracle::generateSchema(const QVMengineInternal& Engine,
@@ -507,13 +516,13 @@ void QVMxmlHl7ConverterOracle::generateSchema(const QVMengineInternal& Engine,
         }
         FieldElement->setMinOccurs(!rejectBad || !Segment.isFieldRequired(Field) ? 0 : 1);
         FieldElement->setMaxOccurs(Segment.fieldMaxRepeat(Field) != 0 ? kUnbounded : 1);
+        QVMleniencyRepeats(*FieldElement, rejectBad);
         QVMcollectionOf(*Element).attachElement(FieldElement);
       }
       return *Element;
     }
 
-    // The segments below `Grammar`, in grammar order: an inline group puts them all into the
-    // content model of the element that holds it.
+    // The segments below `Grammar`, in grammar order.
     static void segments(const QVMmessageGrammar& Grammar, std::vector<const QVMsegmentGrammar*>& Out) {
       if (Grammar.isNode()) {
         COL_PRECONDITION_TEXT(Grammar.segment() != nullptr, "pSegmentGrammar != NULL");
@@ -522,45 +531,17 @@ void QVMxmlHl7ConverterOracle::generateSchema(const QVMengineInternal& Engine,
       }
       for (size_t Sub = 0; Sub < Grammar.countOfSubGrammar(); ++Sub) segments(*Grammar.subGrammar(Sub), Out);
     }
-
-    void grammar(const QVMmessageGrammar& Grammar, XMLschemaModelGroup& Parent, bool IsRoot) {
-      if (Grammar.isNode()) {
-        XMLschemaReference* Reference = Parent.attachElementReference(new XMLschemaReference(&segment(*Grammar.segment())));
-        Reference->setMinOccurs(!rejectBad || Grammar.isOptional() ? 0 : 1);
-        Reference->setMaxOccurs(Grammar.isRepeating() ? kUnbounded : 1);
-        return;
-      }
-      XMLschemaModelGroup* Group = &Parent;
-      if (!IsRoot) {
-        Group = Parent.attachSequence(new XMLschemaSequence);
-        Group->setMinOccurs(!rejectBad || Grammar.isOptional() ? 0 : 1);
-        Group->setMaxOccurs(Grammar.isRepeating() ? kUnbounded : 1);
-      }
-      // Groups are inline here, so a stretch (QVMstretches) is cut by the segments below each
-      // child, and becomes a repeated choice of all of them.
-      std::vector<std::vector<std::string>> Tags(Grammar.countOfSubGrammar());
-      std::vector<std::vector<const QVMsegmentGrammar*>> Segments(Grammar.countOfSubGrammar());
-      for (size_t Sub = 0; Sub < Grammar.countOfSubGrammar(); ++Sub) {
-        segments(*Grammar.subGrammar(Sub), Segments[Sub]);
-        for (const QVMsegmentGrammar* Segment : Segments[Sub])
-          Tags[Sub].push_back(QVMtreeSchemaName(Segment->name().view()).str());
-      }
-      for (const auto& [First, Last] : QVMstretches(Tags)) {
-        if (First == Last) {
-          grammar(*Grammar.subGrammar(First), *Group, false);
-          continue;
-        }
-        XMLschemaChoice* Choice = QVManyOrderChoice(*Group);
-        std::unordered_set<std::string> Declared;
-        for (size_t Sub = First; Sub <= Last; ++Sub)
-          for (size_t Index = 0; Index < Segments[Sub].size(); ++Index)
-            if (Declared.insert(Tags[Sub][Index]).second)
-              Choice->attachElementReference(new XMLschemaReference(&segment(*Segments[Sub][Index])));
-      }
-    }
   } Walk{Schema, RejectBad, name};
   XMLschemaElement* Root = Schema.attachElement(QVMcollectionElement(MessageName));
   const QVMmessageGrammar* Grammar = Definition.messageGrammar();
   COL_PRECONDITION_TEXT(Grammar != nullptr, "NULL != pMessageDef->messageGrammar()");
-  Walk.grammar(*Grammar, QVMcollectionOf(*Root).mainSequence(), true);
+  // The writer prints the raw segments in the order the message gave them, which no check on
+  // this road holds to the grammar: the root holds the grammar's segments in any order and number.
+  std::vector<const QVMsegmentGrammar*> Segments;
+  Walk.segments(*Grammar, Segments);
+  XMLschemaChoice* Choice = QVManyOrderChoice(QVMcollectionOf(*Root).mainSequence());
+  std::unordered_set<std::string> Declared;
+  for (const QVMsegmentGrammar* Segment : Segments)
+    if (Declared.insert(QVMtreeSchemaName(Segment->name().view()).str()).second)
+      Choice->attachElementReference(new XMLschemaReference(&Walk.segment(*Segment)));
 }
