@@ -188,19 +188,28 @@ void QVMtreeXmlWriter::end() {
 
 void QVMtreeXmlWriter::appendFiltered(std::string& Out, std::string_view Name) {
   const XMLiosTagFilter& Filter = QVMtreeTagFilter();
+  // Room once, then bytes written in place: a tag is short and most of its bytes are kept.
+  const size_t Start = Out.size();
+  Out.resize(Start + Name.size());
+  char* At = Out.data() + Start;
   for (const char Byte : Name)
-    if (const char Kept = Filter.translate(static_cast<unsigned char>(Byte))) Out += Kept;
+    if (const char Kept = Filter.translate(static_cast<unsigned char>(Byte))) *At++ = Kept;
+  Out.resize(static_cast<size_t>(At - Out.data()));
 }
 
 void QVMtreeXmlWriter::tag(const char* Open, std::string_view Tag) {
-  m_Tag.clear();
-  appendFiltered(m_Tag, Tag);
-  if (m_Tag.empty()) return;
-  // A name may not start with a digit.
-  if (m_Tag[0] >= '0' && m_Tag[0] <= '9') m_Tag[0] = '_';
+  // Filtered straight into the document, the commonest output of all: no copy in between.
   std::string& Out = out();
+  const size_t Start = Out.size();
   Out += Open;
-  Out += m_Tag;
+  const size_t Name = Out.size();
+  appendFiltered(Out, Tag);
+  if (Out.size() == Name) {
+    Out.resize(Start);
+    return;
+  }
+  // A name may not start with a digit.
+  if (Out[Name] >= '0' && Out[Name] <= '9') Out[Name] = '_';
   Out += '>';
 }
 
@@ -340,16 +349,19 @@ void QVMtreeXmlFormatterX12::segmentStep(const QVMtypedMessageTree& Tree, size_t
   for (unsigned Field = 0; Field < Count; ++Field) {
     const QVMtypedMessageTree& First = *Tree.node(Field, 0);
     if (First.countOfSubNode() == 0 && First.isNull() && First.countOfRepeat() == 0) continue;
+    // The tag hooks depend on the grammar alone: one tag serves every repeat, and no deeper
+    // step writes into this buffer.
+    bool Tagged = false;
     for (unsigned Repeat = 0; Repeat < First.countOfRepeat(); ++Repeat) {
-      onSegmentFieldTag(Grammar, Field, m_FieldTag);
       const QVMtypedMessageTree& Node = *Tree.node(Field, Repeat);
       if (Node.countOfSubNode() == 0 && Node.isNull()) continue;
+      if (!Tagged) onSegmentFieldTag(Grammar, Field, m_FieldTag);
+      Tagged = true;
       indent(Indent + 3);
       openTag(m_FieldTag.view());
       if (Node.countOfSubNode() > 0) {
         newLine();
         compositeStep(Node, Grammar->fieldType(Field), Indent + 6, 1);
-        onSegmentFieldTag(Grammar, Field, m_FieldTag);
         indent(Indent + 3);
       } else {
         valueStep(Node, Grammar->fieldType(Field), 0);
@@ -358,7 +370,6 @@ void QVMtreeXmlFormatterX12::segmentStep(const QVMtypedMessageTree& Tree, size_t
       newLine();
     }
   }
-  onSegmentTag(Grammar, m_SegmentTag);
   indent(Indent);
   closeTag(m_SegmentTag.view());
   newLine();
@@ -410,13 +421,13 @@ void QVMtreeXmlFormatterX12::compositeStep(const QVMtypedMessageTree& Tree, cons
 
 void QVMtreeXmlFormatterX12::singleFieldStep(const QVMtypedMessageTree& Node, const QVMcompositeGrammar* Grammar,
                                              size_t Indent, unsigned FieldIndex) {
-  COLstring& Tag = m_FieldTag;
+  COLstring& Tag = m_ComponentTag;
   onCompositeFieldTag(Grammar, FieldIndex, Tag);
   const QVMcompositeGrammar* Type =
       Grammar->fieldDataType(FieldIndex) == QVMcompositeType ? Grammar->fieldCompositeType(FieldIndex) : nullptr;
   if (onOutputCompositeHeaderTag() && Type && Type->countOfField() > 1) {
     // A lone value where a composite of several parts belongs: framed by the composite's element.
-    COLstring& CompositeTag = m_SegmentTag;
+    COLstring& CompositeTag = m_FramingTag;
     onCompositeTag(Grammar, CompositeTag);
     indent(Indent);
     openTag(CompositeTag.view());

@@ -123,7 +123,9 @@ private:
 
   const QVMmessageDefinitionInternal* m_Definition = nullptr;
   COLstring m_MessageTag;
-  COLstring m_SegmentTag, m_FieldTag, m_Value;
+  // Each step has buffers of its own, so that a tag outlives the deeper steps between its start
+  // and end tags.
+  COLstring m_SegmentTag, m_FieldTag, m_ComponentTag, m_FramingTag, m_Value;
   std::vector<COLstring> m_GroupTags, m_CompositeTags, m_CompositeFieldTags;
 };
 
