@@ -76,9 +76,10 @@ void APPlogReport::afterLastMessage() {
   if (m_Active) warnCut();
 }
 
-void APPlogReport::UnwrittenValues::unwrittenValue(const QVMtableInternal& table, unsigned column, unsigned row,
-                                                  const COLstring& text) {
-  // Control bytes by number: printed raw they would garble the report.
+namespace {
+
+// Control bytes by number: printed raw they would garble the report.
+COLstring APPshownValue(const COLstring& text) {
   COLstring shown;
   for (const char c : text.view()) {
     const auto byte = static_cast<unsigned char>(c);
@@ -90,6 +91,27 @@ void APPlogReport::UnwrittenValues::unwrittenValue(const QVMtableInternal& table
     std::snprintf(hex, sizeof hex, "\\x%02X", byte);
     shown += hex;
   }
+  return shown;
+}
+
+}  // namespace
+
+void APPlogReport::UnwrittenValues::unreadableValue(const COLstring& message, const COLstring& place,
+                                                   const COLstring& text, const COLstring& written) {
+  COLstring line;
+  COLostream stream(line);
+  stream << "message " << m_Number << (message.empty() ? COLstring() : " (" + message + ")") << ": the value ";
+  if (!text.empty()) stream << "'" << APPshownValue(text) << "' ";
+  stream << "of " << (place.empty() ? COLstring("a date-time field") : place)
+         << " does not fit the field's date-time format and is written as '" << APPshownValue(written)
+         << "' in the XML.";
+  stream.flush();
+  m_Texts.push_back(line);
+}
+
+void APPlogReport::UnwrittenValues::unwrittenValue(const QVMtableInternal& table, unsigned column, unsigned row,
+                                                  const COLstring& text) {
+  const COLstring shown = APPshownValue(text);
   const QVMtableDefinitionInternal* definition = table.tableDefinition();
   const COLstring message = QVMtableMessageName(table);
   COLstring line;
