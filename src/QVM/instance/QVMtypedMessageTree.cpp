@@ -290,6 +290,14 @@ void QVMtypedMessageTree::setStringValue(const COLstring& Value) {
   pMember->IsNull = false;
 }
 
+COLstring& QVMtypedMessageTree::stringValueToFill() {
+  QVMtypedTreePrivateType::setType(pMember.get(), QVMstringType);
+  if (!pMember->stringValue) pMember->stringValue = std::make_unique<COLstring>();
+  pMember->stringValue->clear();
+  pMember->IsNull = false;
+  return *pMember->stringValue;
+}
+
 void QVMtypedMessageTree::setIntegerValue(int32_t Value) {
   QVMtypedTreePrivateType::setType(pMember.get(), QVMintegerType);
   pMember->value.integer = Value;

@@ -78,6 +78,11 @@ void QVPcheckLeafGrammar(QVMuntypedMessageTree& Raw, const QVMcompositeGrammar& 
       break;
     }
     default: {  // string and enumeration
+      if (!Strict) {
+        // Nothing can fail: the text goes straight into the node's kept storage.
+        Escaper.unescapeString(Typed.stringValueToFill(), Value, false);
+        break;
+      }
       COLstring Text;
       Escaper.unescapeString(Text, Value, Strict);
       Typed.setStringValue(Text);
