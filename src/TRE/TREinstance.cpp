@@ -296,6 +296,7 @@ void TREinstanceComplex::setMember(uint16_t slot, const TREtypeComplexMember& me
 void TREinstanceComplex::ensureChildrenOf(const TREtypeComplex& type) {
   if (m_Children.size() >= type.countOfMember()) return;
   size_t first = m_Children.size();
+  m_Children.reserve(type.countOfMember());
   while (m_Children.size() < type.countOfMember()) m_Children.push_back(std::make_unique<TREinstanceSimple>());
   for (size_t slot = first; slot < m_Children.size(); ++slot) setMember(uint16_t(slot), type.member(uint16_t(slot)));
 }
@@ -457,6 +458,7 @@ void TREinstanceVector::clear() {
 
 void TREinstanceVector::defaultResize(uint16_t n) {
   while (m_Pool.size() > n) m_Pool.pop_back();
+  m_Pool.reserve(n);
   while (m_Pool.size() < n) newPoolSlot();
 }
 
