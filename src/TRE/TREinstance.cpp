@@ -857,6 +857,7 @@ void TRErootInstance::assignVersion(TRErootInstance& other, bool global) {
 }
 
 void TRErootInstance::appendVersion(TRErootInstance& other) {
+  COL_PRECONDITION_TEXT(&other != this, "&Other != this");
   COL_PRECONDITION_TEXT(m_Instance->type() == other.m_Instance->type(), "Other.type() == type()");
   COL_PRECONDITION_TEXT(size_t(m_CountOfVersion) + other.m_CountOfVersion < TREnoIndex,
                         "CountOfVersion + Other.CountOfVersion < 0xFFFF");

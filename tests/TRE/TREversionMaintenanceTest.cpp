@@ -246,6 +246,9 @@ TEST(TREappendVersion, VersionsOfAnotherTreeArriveSharingWhatIsAlike) {
   // Version 0 reads what it read before.
   EXPECT_EQ(A.pickAt(0), nullptr);
   EXPECT_EQ(A.itemsAt(0), "1,2,");
+  // A tree can't take its own versions: they would grow while being read.
+  EXPECT_EQ(TSTerrorText([&] { A.Root.appendVersion(A.Root); }), "Failed precondition: &Other != this");
+  EXPECT_EQ(A.Root.countOfVersion(), 3);
 }
 
 TEST(TREmerge, TheOtherTreesCurrentVersionIsWrittenOverTheCurrentOne) {
