@@ -11,6 +11,7 @@
 #include <utility>
 #include <vector>
 
+#include "TREnodeSlab.h"
 #include "TREtype.h"
 #include "TREvariant.h"
 
@@ -65,6 +66,7 @@ class TREinstanceSimple : public TREinstance {
 public:
   TREinstanceSimple() : TREinstance(eSimple) {}
   ~TREinstanceSimple() = default;
+  TRE_SLAB_NODE
 
   // Makes the slot a simple value, a complex of `type` or a vector of `type` items.
   void initInstance(EClassType classType, const TREtype* type, TRErootInstance* root, TREinstance* parent,
@@ -119,6 +121,7 @@ class TREinstanceComplex : public TREinstance {
 public:
   TREinstanceComplex() : TREinstance(eComplex) {}
   ~TREinstanceComplex();
+  TRE_SLAB_NODE
 
   TREtypeComplex* type() const;
   bool hasType() const { return type() != nullptr; }
@@ -205,6 +208,7 @@ class TREinstanceVector : public TREinstance {
 public:
   TREinstanceVector() : TREinstance(eVector) {}
   ~TREinstanceVector() = default;
+  TRE_SLAB_NODE
 
   const TREtype* itemType() const { return m_ItemType; }
   size_t size() const;
