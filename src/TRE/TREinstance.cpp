@@ -637,7 +637,7 @@ TREinstanceSimple& TREinstanceComplex::memberAt(uint16_t version, uint16_t index
 
 void TREinstanceComplex::collapseToType(uint16_t entry) {
   TREtypeComplex& kept = *m_Versions->types[entry].type;
-  std::vector<std::unique_ptr<TREinstanceSimple>> children(kept.countOfMember());
+  TREslotList children(kept.countOfMember());
   for (uint16_t i = 0; i < kept.countOfMember(); ++i) children[i] = std::move(m_Children[slotOfMember(entry, i)]);
   // The slots of the other types go with the old list.
   m_Children.swap(children);
@@ -673,7 +673,7 @@ TREinstanceSimple& TREinstanceVector::itemAt(uint16_t version, size_t i) {
 }
 
 void TREinstanceVector::collapseToList(const std::vector<uint16_t>& list) {
-  std::vector<std::unique_ptr<TREinstanceSimple>> pool;
+  TREslotList pool;
   pool.reserve(list.size());
   for (uint16_t index : list) {
     COL_PRECONDITION_TEXT(m_Pool[index] != nullptr, "an item stands once in a list");
@@ -708,7 +708,7 @@ void TREinstanceVector::versionCompact() {
   std::vector<uint16_t> position(m_Pool.size(), TREnoIndex);
   for (const std::vector<uint16_t>& list : kept)
     for (uint16_t index : list) position[index] = 0;
-  std::vector<std::unique_ptr<TREinstanceSimple>> pool;
+  TREslotList pool;
   for (size_t i = 0; i < m_Pool.size(); ++i)
     if (position[i] != TREnoIndex) {
       position[i] = uint16_t(pool.size());

@@ -23,6 +23,10 @@ class TRErootInstance;
 
 inline constexpr uint16_t TREnoIndex = 0xFFFF;
 
+// The slots of a complex instance or the items of a collection.
+using TREslotList =
+    std::vector<std::unique_ptr<TREinstanceSimple>, TREslabAllocator<std::unique_ptr<TREinstanceSimple>>>;
+
 class TREinstance {
 public:
   enum EClassType : uint8_t { eSimple = 0, eComplex = 8, eVector = 9 };
@@ -195,7 +199,7 @@ private:
 
   TREtypeComplex* m_Type = nullptr;
   TREcppClass* m_CppClass = nullptr;
-  std::vector<std::unique_ptr<TREinstanceSimple>> m_Children;
+  TREslotList m_Children;
   std::unique_ptr<Versions> m_Versions;
   uint32_t m_ObjectId = 0;
   bool m_GenericType = false;
@@ -254,7 +258,7 @@ private:
   std::vector<uint16_t>* currentList();
 
   const TREtype* m_ItemType = nullptr;
-  std::vector<std::unique_ptr<TREinstanceSimple>> m_Pool;
+  TREslotList m_Pool;
   std::unique_ptr<Versions> m_Versions;
 
   friend class TREinstanceSimple;

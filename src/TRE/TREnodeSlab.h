@@ -16,3 +16,16 @@ void TREreleaseNode(void* node, size_t size) noexcept;
 #define TRE_SLAB_NODE                                                        \
   static void* operator new(size_t size) { return TREallocateNode(size); } \
   static void operator delete(void* node, size_t size) noexcept { TREreleaseNode(node, size); }
+
+// For the lists of a tree's nodes, which are made and let go with the nodes.
+template <class T>
+struct TREslabAllocator {
+  using value_type = T;
+  TREslabAllocator() = default;
+  template <class U>
+  TREslabAllocator(const TREslabAllocator<U>&) noexcept {}
+  T* allocate(size_t count) { return static_cast<T*>(TREallocateNode(count * sizeof(T))); }
+  void deallocate(T* items, size_t count) noexcept { TREreleaseNode(items, count * sizeof(T)); }
+  template <class U>
+  bool operator==(const TREslabAllocator<U>&) const noexcept { return true; }
+};
