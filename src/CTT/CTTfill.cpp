@@ -301,7 +301,8 @@ void CTTfiller::fillSettings(const QVMconfig& from, QVTobject to) {
   for (const QVTconverterName& name : QVTconverterNames)
     if (COLstring(name.dialect) == from.xmlTranslationType())
       to.child(QVTconfig::Converter).node().setType(QVTtype(name.typeName));
-  to.setFlag(QVTconfig::UseSegmentChecker3, from.parserVersion() == QVMparserSegmentChecker3);
+  // A reader that knows only this flag gets the legacy checker nearest to the current road.
+  to.setFlag(QVTconfig::UseSegmentChecker3, from.parserVersion() != QVMparserLegacy);
   to.setNumber(QVTconfig::ParserVersion, from.parserVersion());
   to.setFlag(QVTconfig::XmlSchemaSingleFile, from.xmlSchemaSingleFile());
   to.setNumber(QVTconfig::CountOfHeaderFieldsToSkip, from.countOfHeaderFieldsToSkip());

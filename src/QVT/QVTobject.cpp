@@ -61,8 +61,11 @@ QVTobject QVTobject::item(uint16_t member, size_t index) const {
 }
 
 QVTobject QVTobject::target(uint16_t member) const {
+  // Found once: a large definition binds tens of thousands of references.
+  static const TREtypeComplex& Reference = QVTtype("Reference");
   QVTobject reference = child(member);
-  if (!reference.isA("Reference")) return QVTobject();
+  const TREtypeComplex* type = reference.type();
+  if (!type || !type->isDerivedFrom(Reference)) return QVTobject();
   return QVTobject(TREreferenceBind(reference.node()));
 }
 

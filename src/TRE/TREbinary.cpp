@@ -187,6 +187,7 @@ public:
     COL_PRECONDITION_TEXT(m_Top.root() != nullptr, "pRootInstance != NULL");
     readVersionInfo();
     readTypes();
+    indexMembers();
     readComplex(m_Top, 0);
   }
 
@@ -196,7 +197,22 @@ private:
     uint16_t baseId;
     uint16_t countOfMember;
     std::vector<COLstring> ownNames;
+    // By the file's member id, the program's member index in `type`, or npos for an id the
+    // file's own chain doesn't name: one lookup by name per member of the file, not per object.
+    std::vector<uint16_t> programIndex;
   };
+
+  // All type blocks come before the data, and the program's types only gain members while
+  // they are read, so the indices are fixed from here on.
+  void indexMembers() {
+    for (uint16_t id = 0; id < m_Types.size(); ++id) {
+      FileType& fileType = m_Types[id];
+      fileType.programIndex.assign(fileType.countOfMember, TREtypeComplex::npos);
+      for (uint16_t index = 0; index < fileType.countOfMember; ++index)
+        if (const COLstring* name = findMemberName(id, index))
+          fileType.programIndex[index] = fileType.type->memberIndex(*name);
+    }
+  }
 
   void readVersionInfo() {
     uint8_t id = m_Reader.readU8();
@@ -238,7 +254,7 @@ private:
       if (nextId > 0 && nextId - 1 > root.peekObjectId(name)) root.setNextObjectId(name, nextId - 1);
       uint16_t count = m_Reader.readU16();
       if (count < start) damaged(COLstring("type ") + name + " has fewer members than its base", offset);
-      FileType fileType{&type, baseId, count, {}};
+      FileType fileType{&type, baseId, count, {}, {}};
       for (uint16_t i = start; i < count; ++i) {
         COLstring memberName = m_Reader.readString();
         COLstring typeName = m_Reader.readString();
@@ -257,18 +273,24 @@ private:
     }
   }
 
-  // The name of member `index` of a file type, through the file's own base chain.
-  const COLstring& memberName(uint16_t fileTypeId, uint16_t index, size_t offset) const {
+  // The name of member `index` of a file type, through the file's own base chain; null when
+  // the chain has no such member.
+  const COLstring* findMemberName(uint16_t fileTypeId, uint16_t index) const {
     for (unsigned depth = 0; fileTypeId != 0xFFFF && depth < m_Types.size(); ++depth) {
       const FileType& fileType = m_Types[fileTypeId];
       uint16_t baseCount = fileType.baseId == 0xFFFF ? 0 : m_Types[fileType.baseId].countOfMember;
       if (index >= baseCount) {
-        if (size_t(index - baseCount) >= fileType.ownNames.size()) break;
-        return fileType.ownNames[index - baseCount];
+        if (size_t(index - baseCount) >= fileType.ownNames.size()) return nullptr;
+        return &fileType.ownNames[index - baseCount];
       }
       fileTypeId = fileType.baseId;
     }
+    return nullptr;
+  }
+
+  const COLstring& memberName(uint16_t fileTypeId, uint16_t index, size_t offset) const {
     COL_PRECONDITION_TEXT(fileTypeId != 0xFFFF, "TypeId != (COLuint16)-1");
+    if (const COLstring* name = findMemberName(fileTypeId, index)) return *name;
     damaged("member id " + std::to_string(index) + " is not a member of its type", offset);
   }
 
@@ -355,19 +377,24 @@ private:
         if (entry >= entryOwnCounts.size()) damaged("more members than the type entries have slots", memberOffset);
       }
       uint16_t memberId = m_Reader.readU16();
-      uint16_t fileTypeId = typeCount > 0 ? entryFileIds[entry] : typeId;
-      const COLstring& name = memberName(fileTypeId, memberId, memberOffset);
       TREinstanceSimple* slot = nullptr;
-      if (typeCount > 0) {
+      if (typeCount == 0) {
+        // The program's type of this node is the file type's.
+        COL_PRECONDITION_TEXT(typeId != 0xFFFF, "TypeId != (COLuint16)-1");
+        const std::vector<uint16_t>& indices = m_Types[typeId].programIndex;
+        uint16_t index = memberId < indices.size() ? indices[memberId] : TREtypeComplex::npos;
+        if (index == TREtypeComplex::npos) {
+          const COLstring& name = memberName(typeId, memberId, memberOffset);
+          damaged(COLstring("member ") + name + " is unknown", memberOffset);
+        }
+        slot = &defaultMember(node, index);
+      } else {
+        const COLstring& name = memberName(entryFileIds[entry], memberId, memberOffset);
         TREtypeComplex& type = node.type(uint16_t(entry));
         uint16_t index = type.memberIndex(name);
         if (index == TREtypeComplex::npos || index < type.countOfBaseMember())
           damaged(COLstring("member ") + name + " is not an own member of " + type.name(), memberOffset);
         slot = &node.defaultChild(node.slotOfMember(uint16_t(entry), index));
-      } else {
-        uint16_t index = node.type()->memberIndex(name);
-        if (index == TREtypeComplex::npos) damaged(COLstring("member ") + name + " is unknown", memberOffset);
-        slot = &defaultMember(node, index);
       }
       readSlot(*slot, depth);
       ++ownRead;

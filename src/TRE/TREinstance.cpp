@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "COLerror.h"
+#include "TREreference.h"
 
 namespace {
 [[noreturn]] void raise(const COLstring& text) { throw COLerror(text, COL_ERROR_PRECONDITION); }
@@ -28,6 +29,8 @@ void walk(TREinstanceSimple& slot, SimpleFn& simple, ComplexFn& complex, VectorF
     simple(slot);
   }
 }
+
+bool same(const TREvariant& a, const TREvariant& b) { return a.baseType() == b.baseType() && a.compare(b) == 0; }
 
 // How many entries of a per-version list point at `index`.
 size_t users(const std::vector<uint16_t>& versions, uint16_t index) {
@@ -86,13 +89,12 @@ void TREinstanceSimple::initInstance(EClassType classType, const TREtype* type, 
   }
 }
 
-const TREvariant& TREinstanceSimple::value() const {
-  if (m_Versions) {
-    uint16_t version = currentVersion();
-    if (version < m_Versions->versions.size()) {
-      uint16_t index = m_Versions->versions[version];
-      if (index != TREnoIndex) return m_Versions->values[index];
-    }
+const TREvariant& TREinstanceSimple::value() const { return valueAt(currentVersion()); }
+
+const TREvariant& TREinstanceSimple::valueAt(uint16_t version) const {
+  if (m_Versions && version < m_Versions->versions.size()) {
+    uint16_t index = m_Versions->versions[version];
+    if (index != TREnoIndex) return m_Versions->values[index];
   }
   return m_Value;
 }
@@ -296,6 +298,7 @@ void TREinstanceComplex::setMember(uint16_t slot, const TREtypeComplexMember& me
 void TREinstanceComplex::ensureChildrenOf(const TREtypeComplex& type) {
   if (m_Children.size() >= type.countOfMember()) return;
   size_t first = m_Children.size();
+  m_Children.reserve(type.countOfMember());
   while (m_Children.size() < type.countOfMember()) m_Children.push_back(std::make_unique<TREinstanceSimple>());
   for (size_t slot = first; slot < m_Children.size(); ++slot) setMember(uint16_t(slot), type.member(uint16_t(slot)));
 }
@@ -457,6 +460,7 @@ void TREinstanceVector::clear() {
 
 void TREinstanceVector::defaultResize(uint16_t n) {
   while (m_Pool.size() > n) m_Pool.pop_back();
+  m_Pool.reserve(n);
   while (m_Pool.size() < n) newPoolSlot();
 }
 
@@ -577,3 +581,318 @@ uint32_t TRErootInstance::peekObjectId(const COLstring& typeName) const {
 }
 
 void TRErootInstance::setNextObjectId(const COLstring& typeName, uint32_t id) { m_Objects[typeName].next = id; }
+
+// --- version maintenance
+
+void TREinstanceSimple::versionCompact() {
+  if (TREinstanceComplex* contained = complex()) return contained->versionCompact();
+  if (TREinstanceVector* contained = vector()) return contained->versionCompact();
+  if (!m_Versions) return;
+  std::vector<TREvariant>& values = m_Versions->values;
+  std::vector<bool> used(values.size(), false);
+  for (uint16_t index : m_Versions->versions)
+    if (index != TREnoIndex) used[index] = true;
+  // A value equal to the default or to one kept before is read through that one instead.
+  std::vector<uint16_t> renumber(values.size(), TREnoIndex);
+  std::vector<TREvariant> kept;
+  for (size_t i = 0; i < values.size(); ++i) {
+    if (!used[i] || same(values[i], m_Value)) continue;
+    size_t k = 0;
+    while (k < kept.size() && !same(kept[k], values[i])) ++k;
+    if (k == kept.size()) kept.push_back(std::move(values[i]));
+    renumber[i] = uint16_t(k);
+  }
+  for (uint16_t& index : m_Versions->versions)
+    if (index != TREnoIndex) index = renumber[index];
+  if (kept.empty())
+    m_Versions.reset();
+  else
+    values = std::move(kept);
+}
+
+void TREinstanceSimple::versionReduce(uint16_t version) {
+  if (TREinstanceComplex* contained = complex()) return contained->versionReduce(version);
+  if (TREinstanceVector* contained = vector()) return contained->versionReduce(version);
+  if (!m_Versions) return;
+  if (version < m_Versions->versions.size() && m_Versions->versions[version] != TREnoIndex)
+    m_Value = std::move(m_Versions->values[m_Versions->versions[version]]);
+  m_Versions.reset();
+}
+
+TREtypeComplex* TREinstanceComplex::typeAt(uint16_t version) const {
+  if (m_Versions && !m_Versions->types.empty() && version < m_Versions->versions.size())
+    return m_Versions->types[m_Versions->versions[version]].type;
+  return m_Type;
+}
+
+TREinstanceSimple& TREinstanceComplex::memberAt(uint16_t version, uint16_t index) {
+  TREtypeComplex* seen = typeAt(version);
+  COL_PRECONDITION_TEXT(seen != nullptr, "hasType()");
+  COL_PRECONDITION_TEXT(index < seen->countOfMember(), "MemberIndex < countOfMember()");
+  if (m_Versions && !m_Versions->types.empty() && version < m_Versions->versions.size())
+    return *m_Children[slotOfMember(m_Versions->versions[version], index)];
+  ensureChildrenOf(*seen);
+  return *m_Children[index];
+}
+
+void TREinstanceComplex::collapseToType(uint16_t entry) {
+  TREtypeComplex& kept = *m_Versions->types[entry].type;
+  TREslotList children(kept.countOfMember());
+  for (uint16_t i = 0; i < kept.countOfMember(); ++i) children[i] = std::move(m_Children[slotOfMember(entry, i)]);
+  // The slots of the other types go with the old list.
+  m_Children.swap(children);
+  m_Versions.reset();
+  m_Type = &kept;
+  m_GenericType = false;
+}
+
+void TREinstanceComplex::versionCompact() {
+  for (auto& child : m_Children) child->versionCompact();
+  if (!m_Versions || m_Versions->types.empty()) return;
+  const std::vector<uint16_t>& entries = m_Versions->versions;
+  if (!entries.empty() && std::all_of(entries.begin(), entries.end(), [&](uint16_t e) { return e == entries[0]; }))
+    collapseToType(entries[0]);
+}
+
+void TREinstanceComplex::versionReduce(uint16_t version) {
+  if (m_Versions && !m_Versions->types.empty())
+    collapseToType(version < m_Versions->versions.size() ? m_Versions->versions[version] : 0);
+  m_Versions.reset();
+  for (auto& child : m_Children) child->versionReduce(version);
+}
+
+size_t TREinstanceVector::sizeAt(uint16_t version) const {
+  if (m_Versions && version < m_Versions->versions.size()) return m_Versions->vectors[m_Versions->versions[version]].size();
+  return m_Pool.size();
+}
+
+TREinstanceSimple& TREinstanceVector::itemAt(uint16_t version, size_t i) {
+  COL_PRECONDITION_TEXT(i < sizeAt(version), "Index < size()");
+  if (m_Versions && version < m_Versions->versions.size()) return *m_Pool[m_Versions->vectors[m_Versions->versions[version]][i]];
+  return *m_Pool[i];
+}
+
+void TREinstanceVector::collapseToList(const std::vector<uint16_t>& list) {
+  TREslotList pool;
+  pool.reserve(list.size());
+  for (uint16_t index : list) {
+    COL_PRECONDITION_TEXT(m_Pool[index] != nullptr, "an item stands once in a list");
+    pool.push_back(std::move(m_Pool[index]));
+  }
+  m_Pool.swap(pool);
+  m_Versions.reset();
+}
+
+void TREinstanceVector::versionCompact() {
+  for (auto& item : m_Pool) item->versionCompact();
+  if (!m_Versions) return;
+  std::vector<std::vector<uint16_t>>& vectors = m_Versions->vectors;
+  std::vector<bool> used(vectors.size(), false);
+  for (uint16_t index : m_Versions->versions) used[index] = true;
+  std::vector<uint16_t> renumber(vectors.size(), TREnoIndex);
+  std::vector<std::vector<uint16_t>> kept;
+  for (size_t i = 0; i < vectors.size(); ++i) {
+    if (!used[i]) continue;
+    size_t k = 0;
+    while (k < kept.size() && kept[k] != vectors[i]) ++k;
+    if (k == kept.size()) kept.push_back(std::move(vectors[i]));
+    renumber[i] = uint16_t(k);
+  }
+  for (uint16_t& index : m_Versions->versions) index = renumber[index];
+  if (kept.size() == 1) {
+    std::vector<uint16_t> list = std::move(kept[0]);
+    collapseToList(list);
+    return;
+  }
+  // Items that no list names leave the pool.
+  std::vector<uint16_t> position(m_Pool.size(), TREnoIndex);
+  for (const std::vector<uint16_t>& list : kept)
+    for (uint16_t index : list) position[index] = 0;
+  TREslotList pool;
+  for (size_t i = 0; i < m_Pool.size(); ++i)
+    if (position[i] != TREnoIndex) {
+      position[i] = uint16_t(pool.size());
+      pool.push_back(std::move(m_Pool[i]));
+    }
+  for (std::vector<uint16_t>& list : kept)
+    for (uint16_t& index : list) index = position[index];
+  m_Pool.swap(pool);
+  vectors = std::move(kept);
+}
+
+void TREinstanceVector::versionReduce(uint16_t version) {
+  if (m_Versions) {
+    uint16_t index = version < m_Versions->versions.size() ? m_Versions->versions[version] : 0;
+    std::vector<uint16_t> list = m_Versions->vectors[index];
+    collapseToList(list);
+  }
+  for (auto& item : m_Pool) item->versionReduce(version);
+}
+
+void TRErootInstance::versionCompact() { m_Instance->versionCompact(); }
+
+void TRErootInstance::versionReduce(uint16_t version) {
+  COL_PRECONDITION_TEXT(version < m_CountOfVersion, "VersionIndex < CountOfVersion");
+  m_Instance->versionReduce(version);
+  m_CountOfVersion = 1;
+  m_CurrentVersion = 0;
+  setDirty();
+}
+
+namespace {
+bool equalAt(TREinstanceSimple& x, uint16_t a, TREinstanceSimple& y, uint16_t b);
+
+bool equalComplexAt(TREinstanceComplex& x, uint16_t a, TREinstanceComplex& y, uint16_t b) {
+  TREtypeComplex* type = x.typeAt(a);
+  if (type != y.typeAt(b)) return false;
+  if (!type) return true;
+  for (uint16_t i = 0; i < type->countOfMember(); ++i)
+    if (!equalAt(x.memberAt(a, i), a, y.memberAt(b, i), b)) return false;
+  return true;
+}
+
+bool equalAt(TREinstanceSimple& x, uint16_t a, TREinstanceSimple& y, uint16_t b) {
+  if (TREinstanceComplex* complex = x.complex()) return y.complex() && equalComplexAt(*complex, a, *y.complex(), b);
+  if (TREinstanceVector* vector = x.vector()) {
+    TREinstanceVector* other = y.vector();
+    if (!other || vector->sizeAt(a) != other->sizeAt(b)) return false;
+    for (size_t i = 0; i < vector->sizeAt(a); ++i)
+      if (!equalAt(vector->itemAt(a, i), a, other->itemAt(b, i), b)) return false;
+    return true;
+  }
+  return !y.complex() && !y.vector() && same(x.valueAt(a), y.valueAt(b));
+}
+
+using Matches = std::unordered_map<COLstring, std::unordered_map<uint32_t, TREinstanceComplex*>>;
+
+// Writes what `from` reads over what `to` reads, each in its tree's current version.  A
+// global node keeps its value unless `global` is set, since it is one value for all versions.
+class TREversionWriter {
+public:
+  TREversionWriter(bool global, Matches& matches) : m_Global(global), m_Matches(matches) {}
+
+  void complex(TREinstanceComplex& to, TREinstanceComplex& from) {
+    TREtypeComplex* type = from.type();
+    if (!type) return;
+    if (to.type() != type) {
+      if (to.isGlobal() && !m_Global) return;
+      to.setType(*type);
+    }
+    if (from.objectId()) m_Matches[type->name()][from.objectId()] = &to;
+    for (uint16_t i = 0; i < type->countOfMember(); ++i) slot(to.member(i), from.member(i));
+  }
+
+  void slot(TREinstanceSimple& to, TREinstanceSimple& from) {
+    if (TREinstanceComplex* source = from.complex()) {
+      if (to.complex()) complex(*to.complex(), *source);
+      return;
+    }
+    if (TREinstanceVector* source = from.vector()) {
+      TREinstanceVector* target = to.vector();
+      if (!target) return;
+      if (!target->isGlobal() || m_Global) target->resize(source->size());
+      for (size_t i = 0; i < source->size() && i < target->size(); ++i) slot((*target)[i], (*source)[i]);
+      return;
+    }
+    if (to.complex() || to.vector() || (to.isGlobal() && !m_Global)) return;
+    to.assign(from.value());
+  }
+
+private:
+  bool m_Global;
+  Matches& m_Matches;
+};
+
+// Repoints the references by id of the current version from the ids of the other tree to
+// the nodes that now hold those objects.
+// A global reference kept this tree's value unless `global` is set, and so keeps its id.
+struct TRErepoint {
+  const TREtypeComplex& stepId;
+  const Matches& matches;
+  bool global;
+};
+void repointReferences(TREinstanceComplex& node, const TRErepoint& how);
+
+void repointSlot(TREinstanceSimple& slot, const TRErepoint& how) {
+  if (TREinstanceComplex* complex = slot.complex()) return repointReferences(*complex, how);
+  if (TREinstanceVector* vector = slot.vector())
+    for (size_t i = 0; i < vector->size(); ++i) repointSlot((*vector)[i], how);
+}
+
+void repointReferences(TREinstanceComplex& node, const TRErepoint& how) {
+  const Matches& matches = how.matches;
+  TREtypeComplex* type = node.type();
+  if (!type) return;
+  if (type == &how.stepId) {
+    if (node.member(TREreferenceStepIdMember::ObjectId).isGlobal() && !how.global) return;
+    const TREvariant& name = node.member(TREreferenceStepIdMember::TypeName).value();
+    const TREvariant& id = node.member(TREreferenceStepIdMember::ObjectId).value();
+    if (name.baseType() != TREbaseType::String || id.baseType() != TREbaseType::Integer) return;
+    auto objects = matches.find(name.string());
+    if (objects == matches.end()) return;
+    auto found = objects->second.find(uint32_t(id.integerValue()));
+    if (found == objects->second.end()) return;
+    node.member(TREreferenceStepIdMember::ObjectId).assign(int32_t(found->second->objectId()));
+    return;
+  }
+  for (uint16_t i = 0; i < type->countOfMember(); ++i) repointSlot(node.member(i), how);
+}
+}  // namespace
+
+bool TRErootInstance::versionIsEqual(TRErootInstance& other, uint16_t a, uint16_t b) {
+  COL_PRECONDITION_TEXT(a < m_CountOfVersion && b < other.m_CountOfVersion, "VersionIndex < CountOfVersion");
+  return equalComplexAt(*m_Instance, a, *other.m_Instance, b);
+}
+
+void TRErootInstance::assignVersion(TRErootInstance& other, bool global) {
+  COL_PRECONDITION_TEXT(&other != this, "&Other != this");
+  Matches matches;
+  TREversionWriter(global, matches).complex(*m_Instance, *other.m_Instance);
+  // Matched nodes need ids of their own before references can name them.
+  for (auto& [typeName, objects] : matches)
+    for (auto& [oldId, node] : objects) mergedInstance(typeName, oldId, node->ensureHasObjectId());
+  TREregisterReferenceTypes();
+  TRErepoint how{static_cast<TREtypeComplex&>(TREtype::getType("ReferenceStepId")), matches, global};
+  repointReferences(*m_Instance, how);
+}
+
+void TRErootInstance::appendVersion(TRErootInstance& other) {
+  COL_PRECONDITION_TEXT(&other != this, "&Other != this");
+  COL_PRECONDITION_TEXT(m_Instance->type() == other.m_Instance->type(), "Other.type() == type()");
+  COL_PRECONDITION_TEXT(size_t(m_CountOfVersion) + other.m_CountOfVersion < TREnoIndex,
+                        "CountOfVersion + Other.CountOfVersion < 0xFFFF");
+  uint16_t start = m_CurrentVersion;
+  uint16_t otherStart = other.m_CurrentVersion;
+  m_Merged.clear();
+  try {
+    for (uint16_t w = 0; w < other.m_CountOfVersion; ++w) {
+      addVersion(start);
+      setVersion(uint16_t(m_CountOfVersion - 1));
+      other.setVersion(w);
+      assignVersion(other, false);
+    }
+  } catch (...) {
+    m_CurrentVersion = start;
+    other.m_CurrentVersion = otherStart;
+    throw;
+  }
+  m_CurrentVersion = start;
+  other.m_CurrentVersion = otherStart;
+}
+
+void TRErootInstance::merge(TRErootInstance& other) {
+  COL_PRECONDITION_TEXT(m_Instance->type() == other.m_Instance->type(), "Other.type() == type()");
+  m_Merged.clear();
+  assignVersion(other, true);
+}
+
+void TRErootInstance::mergedInstance(const COLstring& typeName, uint32_t oldId, uint32_t newId) {
+  m_Merged[typeName][oldId] = newId;
+}
+
+uint32_t TRErootInstance::mergedId(const COLstring& typeName, uint32_t oldId) const {
+  auto objects = m_Merged.find(typeName);
+  if (objects == m_Merged.end()) return 0;
+  auto found = objects->second.find(oldId);
+  return found == objects->second.end() ? 0 : found->second;
+}

@@ -11,6 +11,7 @@
 #include <utility>
 #include <vector>
 
+#include "TREnodeSlab.h"
 #include "TREtype.h"
 #include "TREvariant.h"
 
@@ -21,6 +22,10 @@ class TREinstanceVector;
 class TRErootInstance;
 
 inline constexpr uint16_t TREnoIndex = 0xFFFF;
+
+// The slots of a complex instance or the items of a collection.
+using TREslotList =
+    std::vector<std::unique_ptr<TREinstanceSimple>, TREslabAllocator<std::unique_ptr<TREinstanceSimple>>>;
 
 class TREinstance {
 public:
@@ -65,6 +70,7 @@ class TREinstanceSimple : public TREinstance {
 public:
   TREinstanceSimple() : TREinstance(eSimple) {}
   ~TREinstanceSimple() = default;
+  TRE_SLAB_NODE
 
   // Makes the slot a simple value, a complex of `type` or a vector of `type` items.
   void initInstance(EClassType classType, const TREtype* type, TRErootInstance* root, TREinstance* parent,
@@ -92,6 +98,15 @@ public:
   bool isValueShared(uint16_t index) const;
   void beforeWrite();
   void beforeWrite(uint16_t version);
+  // What version `version` reads, whatever the current version is.
+  const TREvariant& valueAt(uint16_t version) const;
+
+  // --- version maintenance (for a slot holding an instance, that instance's)
+  // Drops values equal to an earlier one or to the default and values no version reads;
+  // back to one value for all versions when none is left.
+  void versionCompact();
+  // Version `version` becomes the only content.
+  void versionReduce(uint16_t version);
 
 private:
   struct Versions {
@@ -110,6 +125,7 @@ class TREinstanceComplex : public TREinstance {
 public:
   TREinstanceComplex() : TREinstance(eComplex) {}
   ~TREinstanceComplex();
+  TRE_SLAB_NODE
 
   TREtypeComplex* type() const;
   bool hasType() const { return type() != nullptr; }
@@ -152,6 +168,14 @@ public:
   void setTypeIndexForVersion(uint16_t version, uint16_t typeIndex);
   // The slot of a member of entry `typeIndex`, by the member's index in the entry's type.
   uint16_t slotOfMember(uint16_t typeIndex, uint16_t memberIndex) const;
+  // The type and the slot of a member that version `version` sees.
+  TREtypeComplex* typeAt(uint16_t version) const;
+  TREinstanceSimple& memberAt(uint16_t version, uint16_t index);
+
+  // Passes compaction to the slots; a node whose versions all have one type again keeps
+  // only that type's slots.
+  void versionCompact();
+  void versionReduce(uint16_t version);
   // Makes sure the first `count` slots exist; slots of members get their kind.
   void initializeChildren(uint16_t count);
   void ensureVersionsInitialized();
@@ -167,13 +191,15 @@ private:
     std::vector<TypeInfo> types;
   };
   void setMember(uint16_t slot, const TREtypeComplexMember& member);
+  // Keeps the slots of type entry `entry` only, each at its member index, as one version.
+  void collapseToType(uint16_t entry);
   uint16_t initializeType(TREtypeComplex& type, bool keepSlots);
   void ensureChildrenOf(const TREtypeComplex& type);
   void fixupBase(TRErootInstance* root, TREinstance* parent, bool global, bool cascade);
 
   TREtypeComplex* m_Type = nullptr;
   TREcppClass* m_CppClass = nullptr;
-  std::vector<std::unique_ptr<TREinstanceSimple>> m_Children;
+  TREslotList m_Children;
   std::unique_ptr<Versions> m_Versions;
   uint32_t m_ObjectId = 0;
   bool m_GenericType = false;
@@ -186,6 +212,7 @@ class TREinstanceVector : public TREinstance {
 public:
   TREinstanceVector() : TREinstance(eVector) {}
   ~TREinstanceVector() = default;
+  TRE_SLAB_NODE
 
   const TREtype* itemType() const { return m_ItemType; }
   size_t size() const;
@@ -211,8 +238,17 @@ public:
   void addVectorValueIndex(uint16_t vector, uint16_t poolIndex);
   void setVectorIndexForVersion(uint16_t version, uint16_t vector);
   void ensureVersionsInitialized();
+  size_t sizeAt(uint16_t version) const;
+  TREinstanceSimple& itemAt(uint16_t version, size_t i);
+
+  // Merges equal lists, drops lists and items that no version uses, and passes compaction
+  // to the items; one list for all versions becomes the pool itself.
+  void versionCompact();
+  void versionReduce(uint16_t version);
 
 private:
+  // Keeps the items of `list`, in its order, as the pool of one version.
+  void collapseToList(const std::vector<uint16_t>& list);
   struct Versions {
     std::vector<uint16_t> versions;
     std::vector<std::vector<uint16_t>> vectors;
@@ -222,7 +258,7 @@ private:
   std::vector<uint16_t>* currentList();
 
   const TREtype* m_ItemType = nullptr;
-  std::vector<std::unique_ptr<TREinstanceSimple>> m_Pool;
+  TREslotList m_Pool;
   std::unique_ptr<Versions> m_Versions;
 
   friend class TREinstanceSimple;
@@ -256,6 +292,26 @@ public:
   uint32_t peekObjectId(const COLstring& typeName) const;
   void setNextObjectId(const COLstring& typeName, uint32_t id);
 
+  // --- version maintenance; nothing on the load path uses these.
+  // Storage only: what every version reads stays the same.
+  void versionCompact();
+  // Version `version` becomes the only one, and current.
+  void versionReduce(uint16_t version);
+  // Whether version `a` of this tree holds what version `b` of `other` holds: types, values,
+  // sizes and object ids.
+  bool versionIsEqual(TRErootInstance& other, uint16_t a, uint16_t b);
+  // Each version of `other` becomes a new last version of this tree, which must have the
+  // same root type.  A new version starts from the current one and is written over, so that
+  // what is alike stays shared.  Objects of `other` that have ids are matched to the nodes
+  // that now hold them: such a node gets an id of its own if it had none, the pairs are
+  // recorded (mergedInstance), and the references by id that came with `other` are repointed.
+  void appendVersion(TRErootInstance& other);
+  // The current version of `other` written over the current version, the same way.
+  void merge(TRErootInstance& other);
+  void mergedInstance(const COLstring& typeName, uint32_t oldId, uint32_t newId);
+  // The id that an object of `other` got by the last appendVersion or merge; 0 for none.
+  uint32_t mergedId(const COLstring& typeName, uint32_t oldId) const;
+
   bool isDirty() const { return m_Dirty; }
   void setDirty() { m_Dirty = true; }
   void resetDirty() { m_Dirty = false; }
@@ -265,7 +321,10 @@ private:
     std::unordered_map<uint32_t, TREinstanceComplex*> byId;
     uint32_t next = 0;
   };
+  // Writes the current version of `other` over the current version of this tree.
+  void assignVersion(TRErootInstance& other, bool global);
   std::unordered_map<COLstring, Objects> m_Objects;
+  std::unordered_map<COLstring, std::unordered_map<uint32_t, uint32_t>> m_Merged;
   std::unique_ptr<TREinstanceComplex> m_Instance;
   uint16_t m_CountOfVersion = 1;
   uint16_t m_CurrentVersion = 0;

@@ -4,6 +4,17 @@
 
 #include "COLerror.h"
 
+namespace {
+// The reference types, found once: binding runs for every reference of a large definition,
+// and a lookup by name under the registry's lock each time would cost more than the bind.
+struct ReferenceTypes {
+  TREtypeComplex* reference = nullptr;
+  TREtypeComplex* element = nullptr;
+  TREtypeComplex* stepId = nullptr;
+};
+ReferenceTypes Types;
+}  // namespace
+
 void TREregisterReferenceTypes() {
   static std::once_flag once;
   std::call_once(once, [] {
@@ -28,12 +39,13 @@ void TREregisterReferenceTypes() {
         reference.memberIndex("Element") != TREreferenceMember::Element ||
         element.memberIndex("Step") != TREreferenceElementMember::Step)
       throw COLerror("The reference types were declared differently before.", COL_ERROR_PRECONDITION);
+    Types = ReferenceTypes{&reference, &element, &byId};
   });
 }
 
 void TREreferenceSetById(TREinstanceComplex& reference, TREinstanceComplex* target) {
   TREregisterReferenceTypes();
-  COL_PRECONDITION_TEXT(reference.type() == &TREtypeComplex::getType("Reference"), "Reference.type() == Reference");
+  COL_PRECONDITION_TEXT(reference.type() == Types.reference, "Reference.type() == Reference");
   TREinstanceVector& elements = reference.vectorMember(TREreferenceMember::Element);
   if (!target) {
     elements.clear();
@@ -47,21 +59,26 @@ void TREreferenceSetById(TREinstanceComplex& reference, TREinstanceComplex* targ
   elements.resize(1);
   TREinstanceSimple& stepSlot = elements.complexItem(0).member(TREreferenceElementMember::Step);
   TREinstanceComplex& step = *stepSlot.complex();
-  step.setType(TREtypeComplex::getType("ReferenceStepId"));
+  step.setType(*Types.stepId);
   step.member(TREreferenceStepIdMember::TypeName).assign(typeName);
   step.member(TREreferenceStepIdMember::ObjectId).assign(int32_t(id));
 }
 
 TREinstanceComplex* TREreferenceBind(TREinstanceComplex& reference) {
   TREregisterReferenceTypes();
-  if (!reference.hasType() || !reference.root()) return nullptr;
-  TREinstanceSimple* elementsSlot = reference.member("Element");
+  TREtypeComplex* type = reference.type();
+  if (!type || !reference.root()) return nullptr;
+  // The declared types by index; a type of another name that has the members by name.
+  TREinstanceSimple* elementsSlot =
+      type == Types.reference ? &reference.member(TREreferenceMember::Element) : reference.member("Element");
   if (!elementsSlot || !elementsSlot->vector()) return nullptr;
   TREinstanceVector& elements = *elementsSlot->vector();
   if (elements.size() != 1 || !elements[0].complex()) return nullptr;
-  TREinstanceSimple* stepSlot = elements.complexItem(0).member("Step");
+  TREinstanceComplex& element = elements.complexItem(0);
+  TREinstanceSimple* stepSlot = element.type() == Types.element ? &element.member(TREreferenceElementMember::Step)
+                                                                : element.member("Step");
   TREinstanceComplex* step = stepSlot ? stepSlot->complex() : nullptr;
-  if (!step || step->type() != &TREtypeComplex::getType("ReferenceStepId")) return nullptr;
+  if (!step || step->type() != Types.stepId) return nullptr;
   const TREvariant& typeName = step->member(TREreferenceStepIdMember::TypeName).value();
   const TREvariant& id = step->member(TREreferenceStepIdMember::ObjectId).value();
   if (typeName.baseType() != TREbaseType::String || id.baseType() != TREbaseType::Integer) return nullptr;

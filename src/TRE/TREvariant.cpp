@@ -3,12 +3,14 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <new>
 #include <utility>
 
 #include "COLerror.h"
 #include "COLostream.h"
 #include "FMThex.h"
 #include "TREinstance.h"
+#include "TREnodeSlab.h"
 
 namespace {
 [[noreturn]] void raise(const COLstring& text) { throw COLerror(text, COL_ERROR_PRECONDITION); }
@@ -107,7 +109,7 @@ void TREvariant::initType(TREbaseType base) {
   TREvariantType::instance(unsigned(base));
   m_Type = base;
   switch (base) {
-    case TREbaseType::String: m_Value.string = new COLstring(); break;
+    case TREbaseType::String: m_Value.string = new (TREallocateNode(sizeof(COLstring))) COLstring(); break;
     case TREbaseType::DateTime: m_Value.dateTime = new COLdateTime(); break;
     case TREbaseType::Binary: m_Value.binary = new COLsimpleBuffer(); break;
     case TREbaseType::Float: m_Value.integer = 0; m_Value.floatValue = 0.0f; break;
@@ -118,7 +120,10 @@ void TREvariant::initType(TREbaseType base) {
 
 void TREvariant::destroyValue() {
   switch (m_Type) {
-    case TREbaseType::String: delete m_Value.string; break;
+    case TREbaseType::String:
+      m_Value.string->~COLstring();
+      TREreleaseNode(m_Value.string, sizeof(COLstring));
+      break;
     case TREbaseType::DateTime: delete m_Value.dateTime; break;
     case TREbaseType::Binary: delete m_Value.binary; break;
     case TREbaseType::InstanceComplex: delete m_Value.complex; break;
