@@ -234,14 +234,23 @@ public:
     return raw;
   }
 
+  // Bytes read or written so far.
+  size_t offset() const { return m_Offset; }
+
   void setCurrentDebug(const char* file, int line) {
     m_DebugFile = file;
     m_DebugLine = line;
   }
 
 private:
-  void readBytes(void* buffer, size_t size) { m_Reader.read(buffer, size); }
-  void writeBytes(const void* buffer, size_t size) { m_Reader.write(buffer, size); }
+  void readBytes(void* buffer, size_t size) {
+    m_Reader.read(buffer, size);
+    m_Offset += size;
+  }
+  void writeBytes(const void* buffer, size_t size) {
+    m_Reader.write(buffer, size);
+    m_Offset += size;
+  }
   void writeRequired(CARCserializable* object);
   CARCserializable* readOptional();
   CARCserializable* readObject(uint32_t tag, bool backReferences, const char* corrupt);
@@ -261,6 +270,7 @@ private:
   // Written objects by address, for their back references.
   std::unordered_map<const CARCserializable*, uint32_t> m_Written;
   unsigned m_Depth = 0;
+  size_t m_Offset = 0;
   const char* m_DebugFile = nullptr;
   int m_DebugLine = 0;
 };

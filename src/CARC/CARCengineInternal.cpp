@@ -18,6 +18,10 @@ void forEach(std::vector<T*>& items, auto function) {
 bool CARCengineInternalPrivate::step(CARCarchive& archive, unsigned number) {
   if (number >= 5 && archive.stopsHere()) return false;
   stepsRead = number;
+  if (!archive.isReading()) {
+    stepOffsets.resize(number + 1, archive.offset());
+    stepOffsets[number] = archive.offset();
+  }
   return true;
 }
 
@@ -90,6 +94,7 @@ void CARCengineInternalPrivate::archiveImp(CARCarchive& archive, uint32_t) {
       for (CARCsegmentSubField* field : segment->fields) function(*field);
   };
   stepsRead = 0;
+  stepOffsets.clear();
   CARCconfiguration& first = configs[0];
 
   step(archive, 1);

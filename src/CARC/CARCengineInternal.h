@@ -26,8 +26,11 @@ public:
   COLstring vmdDescription;
   // Step 7: kept as read, written empty.
   COLstring skipped[2];
-  // The number of steps the last read went through; 42 and more is a whole file.
+  // The last step that the last read or write began.
   unsigned stepsRead = 0;
+  // Where each step began in the last write (index = step number), so that tests can cut a file
+  // between steps.
+  std::vector<size_t> stepOffsets;
 
 private:
   bool step(CARCarchive& archive, unsigned number);
