@@ -159,7 +159,7 @@ TEST(ATTsave, RefusedAndTheFileLeftAsItWas) {
 
 // The pinned file: tests/data/CARC/full_model.vmd, written from tests/data/ANT/full_model.vmd by
 //   MSGBRIDGE_REGENERATE=1 build/tests/test_ATT --gtest_filter='ATTpinnedFile.*'
-// which also writes the fuzz target's seed. A change of the format shows as a change of
+// which also writes the fuzz target's seeds. A change of the format shows as a change of
 // these files in review.
 TEST(ATTpinnedFile, TheWriterStillMakesThePinnedBytes) {
   QVMengineInternal model;
@@ -171,6 +171,15 @@ TEST(ATTpinnedFile, TheWriterStillMakesThePinnedBytes) {
     std::string seeds = Source + "/tests/fuzz/seeds/fuzz_archive";
     std::filesystem::create_directories(seeds);
     TSTwriteFile(seeds + "/full_model.vmd", written);
+    // The same file as an older writer would have stopped it, and the archive of an empty model.
+    CARCengineInternal archive;
+    TTAcopy(model, archive);
+    std::unique_ptr<unsigned char[]> data;
+    size_t size = 0;
+    archive.saveToMemory(data, size);
+    TSTwriteFile(seeds + "/older.vmd", written.substr(0, archive.root().stepOffsets[5]));
+    QVMengineInternal empty;
+    TSTwriteFile(seeds + "/empty.vmd", archiveBytes(empty));
   }
   std::string expected = TSTreadFile(pinned);
   EXPECT_TRUE(written == expected) << "the archive form changed (" << written.size() << " bytes written, "
