@@ -85,6 +85,14 @@ void CARCengineInternalPrivate::archiveFurtherConfig(CARCarchive& archive, size_
 }
 
 void CARCengineInternalPrivate::archiveImp(CARCarchive& archive, uint32_t) {
+  stepsRead = 0;
+  stepOffsets.clear();
+  if (archiveOlderSteps(archive) && archiveConfigurationSteps(archive) && archiveSettingSteps(archive))
+    archiveLaterSteps(archive);
+}
+
+// Steps 1 to 13: what the oldest files hold.
+bool CARCengineInternalPrivate::archiveOlderSteps(CARCarchive& archive) {
   const bool reading = archive.isReading();
   auto string = [&](COLstring& value) { archive.archiveString(value); };
   auto number = [&](uint32_t& value) { archive.archiveUnsignedLongInt(value); };
@@ -93,8 +101,6 @@ void CARCengineInternalPrivate::archiveImp(CARCarchive& archive, uint32_t) {
     for (CARCsegmentGrammar* segment : configs[c].segments)
       for (CARCsegmentSubField* field : segment->fields) function(*field);
   };
-  stepsRead = 0;
-  stepOffsets.clear();
   CARCconfiguration& first = configs[0];
 
   step(archive, 1);
@@ -122,52 +128,59 @@ void CARCengineInternalPrivate::archiveImp(CARCarchive& archive, uint32_t) {
   archive.archiveList(first.segments);
   archive.archiveList(first.dateTimes);
 
-  if (!step(archive, 5)) return;
+  if (!step(archive, 5)) return false;
   forEach(messages, [&](CARCmessageDefinitionInternal& m) { flag(m.config(0).ignoreUnknownSegments); });
-  if (!step(archive, 6)) return;
+  if (!step(archive, 6)) return false;
   forEach(messages, [&](CARCmessageDefinitionInternal& m) { flag(m.config(0).ignoreSegmentOrder); });
-  if (!step(archive, 7)) return;
+  if (!step(archive, 7)) return false;
   if (!reading) skipped[0] = skipped[1] = COLstring();
   string(skipped[0]);
   string(skipped[1]);
-  if (!step(archive, 8)) return;
+  if (!step(archive, 8)) return false;
   forEach(messages, [&](CARCmessageDefinitionInternal& m) {
     for (CARCidentifier& identifier : m.config(0).identifiers) string(identifier.segment);
   });
-  if (!step(archive, 9)) return;
+  if (!step(archive, 9)) return false;
   fieldsOf(0, [&](CARCsegmentSubField& field) {
     string(field.outgoingFunction);
     string(field.incomingFunction);
   });
-  if (!step(archive, 10)) return;
+  if (!step(archive, 10)) return false;
   forEach(tables, [&](CARCtableDefinitionInternal& t) { number(t.keyColumnIndex); });
-  if (!step(archive, 11)) return;
+  if (!step(archive, 11)) return false;
   number(first.ackMessageIndex);
-  if (!step(archive, 12)) return;
+  if (!step(archive, 12)) return false;
   forEach(tables, [&](CARCtableDefinitionInternal& t) { archiveMapSets(archive, t, 0); });
-  if (!step(archive, 13)) return;
+  if (!step(archive, 13)) return false;
   string(first.name);
-  uint32_t countOfConfig = uint32_t(configs.size());
-  number(countOfConfig);
+  m_CountOfConfig = uint32_t(configs.size());
+  number(m_CountOfConfig);
   number(first.ignoreMessageIndex);
   number(currentConfig);
+  return true;
+}
 
-  if (!step(archive, 14)) return;
-  for (uint32_t c = 1; c < countOfConfig; ++c) archiveFurtherConfig(archive, c);
-  const size_t configCount = configs.size();
-  auto eachConfig = [&](auto function) {
-    for (size_t c = 0; c < configCount; ++c) function(c, *configs[c].config);
+// Steps 14 to 20: the further configurations, and what the first keeps of the tables and messages.
+bool CARCengineInternalPrivate::archiveConfigurationSteps(CARCarchive& archive) {
+  auto string = [&](COLstring& value) { archive.archiveString(value); };
+  auto number = [&](uint32_t& value) { archive.archiveUnsignedLongInt(value); };
+  auto fieldsOf = [&](size_t c, auto function) {
+    for (CARCsegmentGrammar* segment : configs[c].segments)
+      for (CARCsegmentSubField* field : segment->fields) function(*field);
   };
-  if (!step(archive, 15)) return;
+  if (!step(archive, 14)) return false;
+  for (uint32_t c = 1; c < m_CountOfConfig; ++c) archiveFurtherConfig(archive, c);
+  const size_t configCount = configs.size();
+  if (!step(archive, 15)) return false;
   for (size_t c = 1; c < configCount; ++c)
     fieldsOf(c, [&](CARCsegmentSubField& field) {
       string(field.outgoingFunction);
       string(field.incomingFunction);
     });
-  if (!step(archive, 16)) return;
+  if (!step(archive, 16)) return false;
   number(incomingConfigIndex);
   number(outgoingConfigIndex);
-  if (!step(archive, 17)) return;
+  if (!step(archive, 17)) return false;
   forEach(tables, [&](CARCtableDefinitionInternal& t) {
     for (CARCcolumn& column : t.columns) {
       string(column.description);
@@ -175,21 +188,34 @@ void CARCengineInternalPrivate::archiveImp(CARCarchive& archive, uint32_t) {
       string(CARCcolumn::function(column.outgoingFunction, 0));
     }
   });
-  if (!step(archive, 18)) return;
+  if (!step(archive, 18)) return false;
   forEach(tables, [&](CARCtableDefinitionInternal& t) {
     for (CARCtableMapSet& set : t.mapSets[0]) string(set.name);
   });
-  if (!step(archive, 19)) return;
+  if (!step(archive, 19)) return false;
   forEach(tables, [&](CARCtableDefinitionInternal& t) { number(t.databaseAction); });
-  if (!step(archive, 20)) return;
+  if (!step(archive, 20)) return false;
   forEach(messages, [&](CARCmessageDefinitionInternal& m) { m.archiveConfig(archive, 0); });
 
-  if (!step(archive, 21)) return;
+  return true;
+}
+
+// Steps 21 to 42: the settings, most of them per configuration.
+bool CARCengineInternalPrivate::archiveSettingSteps(CARCarchive& archive) {
+  const bool reading = archive.isReading();
+  auto string = [&](COLstring& value) { archive.archiveString(value); };
+  auto number = [&](uint32_t& value) { archive.archiveUnsignedLongInt(value); };
+  auto flag = [&](bool& value) { archive.archiveBoolean(value); };
+  const size_t configCount = configs.size();
+  auto eachConfig = [&](auto function) {
+    for (size_t c = 0; c < configCount; ++c) function(c, *configs[c].config);
+  };
+  if (!step(archive, 21)) return false;
   eachConfig([&](size_t, CARCconfig& config) {
     string(config.outgoingTranscoder);
     forEach(tables, [&](CARCtableDefinitionInternal& t) { number(t.keyColumnIndex); });
   });
-  if (!step(archive, 22)) return;
+  if (!step(archive, 22)) return false;
   eachConfig([&](size_t, CARCconfig& config) { number(config.countOfHeaderFieldsToSkip); });
   flag(rejectBadSegmentGrammar);
   eachConfig([&](size_t, CARCconfig& config) {
@@ -197,7 +223,7 @@ void CARCengineInternalPrivate::archiveImp(CARCarchive& archive, uint32_t) {
     string(config.mainFunction);
     flag(config.outputSegmentLineFeed);
   });
-  if (!step(archive, 23)) return;
+  if (!step(archive, 23)) return false;
   eachConfig([&](size_t c, CARCconfig&) {
     for (CARCsegmentGrammar* segment : configs[c].segments) {
       uint32_t count = uint32_t(segment->identifiers.size());
@@ -209,7 +235,7 @@ void CARCengineInternalPrivate::archiveImp(CARCarchive& archive, uint32_t) {
       }
     }
   });
-  if (!step(archive, 24)) return;
+  if (!step(archive, 24)) return false;
   eachConfig([&](size_t, CARCconfig& config) {
     uint32_t zero = 0;
     number(zero);
@@ -221,36 +247,36 @@ void CARCengineInternalPrivate::archiveImp(CARCarchive& archive, uint32_t) {
     flag(table);
     if (reading) config.xmlTranslationType = table ? "TABLE - Short Tags" : "STANDARD";
   });
-  if (!step(archive, 25)) return;
+  if (!step(archive, 25)) return false;
   flag(useMachineDoubleTypeInJavaGeneration);
-  if (!step(archive, 26)) return;
+  if (!step(archive, 26)) return false;
   eachConfig([&](size_t c, CARCconfig&) {
     for (CARCsegmentGrammar* segment : configs[c].segments) {
       flag(segment->hasDelimiters);
       for (CARCsegmentSubField* field : segment->fields) number(field->width);
     }
   });
-  if (!step(archive, 27)) return;
+  if (!step(archive, 27)) return false;
   eachConfig([&](size_t, CARCconfig& config) {
     flag(config.isFixedWidthProtocol);
     bool unused = false;
     flag(unused);
   });
-  if (!step(archive, 28)) return;
+  if (!step(archive, 28)) return false;
   forEach(messages, [&](CARCmessageDefinitionInternal& m) {
     for (size_t c = 0; c < configCount; ++c) {
       string(m.config(c).incomingFunction);
       string(m.config(c).outgoingFunction);
     }
   });
-  if (!step(archive, 29)) return;
+  if (!step(archive, 29)) return false;
   eachConfig([&](size_t, CARCconfig& config) { flag(config.usePassThroughMapping); });
-  if (!step(archive, 30)) return;
+  if (!step(archive, 30)) return false;
   eachConfig([&](size_t, CARCconfig& config) { string(config.messageCharSet); });
   eachConfig([&](size_t, CARCconfig& config) { string(config.xmlTranslationType); });
-  if (!step(archive, 31)) return;
+  if (!step(archive, 31)) return false;
   eachConfig([&](size_t c, CARCconfig&) { archive.archiveList(configs[c].enumerations); });
-  if (!step(archive, 32)) return;
+  if (!step(archive, 32)) return false;
   forEach(tables, [&](CARCtableDefinitionInternal& t) {
     for (size_t c = 0; c < configCount; ++c)
       for (CARCcolumn& column : t.columns) {
@@ -258,24 +284,24 @@ void CARCengineInternalPrivate::archiveImp(CARCarchive& archive, uint32_t) {
         string(CARCcolumn::function(column.outgoingFunction, c));
       }
   });
-  if (!step(archive, 33)) return;
+  if (!step(archive, 33)) return false;
   eachConfig([&](size_t, CARCconfig& config) {
     char single = config.xmlSchemaSingleFile ? 1 : 0;
     archive.archiveChar(single);
     config.xmlSchemaSingleFile = single != 0;
     string(config.outgoingMainFunction);
   });
-  if (!step(archive, 34)) return;
+  if (!step(archive, 34)) return false;
   eachConfig([&](size_t c, CARCconfig&) {
     for (CARCsegmentGrammar* segment : configs[c].segments) archiveValidationRules(archive, *segment);
   });
-  if (!step(archive, 35)) return;
+  if (!step(archive, 35)) return false;
   eachConfig([&](size_t, CARCconfig& config) {
     bool checker3 = config.parserVersion == 1;
     flag(checker3);
     if (reading) config.parserVersion = checker3 ? 1 : 0;
   });
-  if (!step(archive, 36)) return;
+  if (!step(archive, 36)) return false;
   eachConfig([&](size_t, CARCconfig& config) {
     number(config.codePage);
     flag(config.disableUntypedTreeInException);
@@ -288,19 +314,19 @@ void CARCengineInternalPrivate::archiveImp(CARCarchive& archive, uint32_t) {
       config.connections[i]->archive(archive);
     }
   });
-  if (!step(archive, 37)) return;
+  if (!step(archive, 37)) return false;
   forEach(tables, [&](CARCtableDefinitionInternal& t) {
     for (CARCcolumn& column : t.columns) flag(column.isKey);
   });
-  if (!step(archive, 38)) return;
+  if (!step(archive, 38)) return false;
   eachConfig([&](size_t, CARCconfig& config) {
     flag(config.disablePythonNone);
     number(config.maximumRepeatMappingLimit);
     string(config.outgoingPostProcessFunction);
   });
-  if (!step(archive, 39)) return;
+  if (!step(archive, 39)) return false;
   string(vmdDescription);
-  if (!step(archive, 40)) return;
+  if (!step(archive, 40)) return false;
   eachConfig([&](size_t c, CARCconfig&) {
     std::vector<uint32_t>& order = configs[c].matchOrder;
     uint32_t count = uint32_t(order.size());
@@ -312,9 +338,9 @@ void CARCengineInternalPrivate::archiveImp(CARCarchive& archive, uint32_t) {
     }
     flag(configs[c].lastMessageMatchesAll);
   });
-  if (!step(archive, 41)) return;
+  if (!step(archive, 41)) return false;
   flag(useDotNetProperties);
-  if (!step(archive, 42)) return;
+  if (!step(archive, 42)) return false;
   eachConfig([&](size_t, CARCconfig& config) {
     number(config.parserVersion);
     flag(config.escapeDataForXmlToHL7);
@@ -322,6 +348,19 @@ void CARCengineInternalPrivate::archiveImp(CARCarchive& archive, uint32_t) {
     string(config.postProcessFunction);
   });
 
+  return true;
+}
+
+// Steps 43 on: what the model holds beyond the older steps.
+void CARCengineInternalPrivate::archiveLaterSteps(CARCarchive& archive) {
+  const bool reading = archive.isReading();
+  auto string = [&](COLstring& value) { archive.archiveString(value); };
+  auto number = [&](uint32_t& value) { archive.archiveUnsignedLongInt(value); };
+  auto fieldsOf = [&](size_t c, auto function) {
+    for (CARCsegmentGrammar* segment : configs[c].segments)
+      for (CARCsegmentSubField* field : segment->fields) function(*field);
+  };
+  const size_t configCount = configs.size();
   if (!step(archive, 43)) return;
   for (size_t c = 1; c < configCount; ++c) {
     configs[c].config->archive(archive);

@@ -33,10 +33,18 @@ public:
   std::vector<size_t> stepOffsets;
 
 private:
+  // Each group returns false where a reader has met the end of the file.
+  bool archiveOlderSteps(CARCarchive& archive);
+  bool archiveConfigurationSteps(CARCarchive& archive);
+  bool archiveSettingSteps(CARCarchive& archive);
+  void archiveLaterSteps(CARCarchive& archive);
   bool step(CARCarchive& archive, unsigned number);
   void archiveMapSets(CARCarchive& archive, CARCtableDefinitionInternal& table, size_t config);
   void archiveValidationRules(CARCarchive& archive, CARCsegmentGrammar& segment);
   void archiveFurtherConfig(CARCarchive& archive, size_t index);
+
+  // The count step 13 gives, which step 14 reads up to.
+  uint32_t m_CountOfConfig = 1;
 };
 
 class CARCengineInternal {
