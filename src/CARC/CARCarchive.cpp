@@ -1,6 +1,6 @@
 #include "CARCarchive.h"
 
-#include <cerrno>
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <mutex>

@@ -141,6 +141,69 @@ TEST(CARCobjects, RefusalsOfTheFrame) {
   EXPECT_EQ(TSTerrorText([&] { in.archiveList(segments); }), "Failed precondition: NULL != pRestoredObject");
 }
 
+// Files of older classes: fields a version added later keep their defaults.
+TEST(CARCobjects, OlderClassVersionsLeaveLaterFieldsAtDefaults) {
+  CARCreaderMemory memory;
+  CARCarchive out(memory, false);
+  out.writeUnsignedLongInt(CARC_CONFIG_ID);
+  out.writeUnsignedLongInt(1);
+  out.writeString("FHS");
+  for (char c : {'a', 'b', 'c', 'd'}) out.writeChar(c);
+  out.writeUnsignedLongInt(9);
+  out.writeBoolean(false);
+  // A composite, then a sub-field of version 1 that names it: the name is read and dropped.
+  CARCcompositeGrammar composite;
+  composite.name = "CE";
+  out.writeCARCserializable(&composite);
+  out.writeUnsignedLongInt(CARC_COMPOSITE_FIELD_ID);
+  out.writeUnsignedLongInt(1);
+  out.writeString("Code");
+  out.writeShortInt(3);
+  out.writeUnsignedLongInt(0);
+  out.writeUnsignedLongInt(5);
+  out.writeBoolean(true);
+  out.writeBoolean(false);
+  out.writeUnsignedLongInt(CARC_REFERENCE_TAG);
+  out.writeUnsignedLongInt(0);
+  // A date-time grammar of version 1 has no description.
+  out.writeUnsignedLongInt(CARC_DATE_TIME_ID);
+  out.writeUnsignedLongInt(1);
+  out.writeBoolean(true);
+  out.writeString("TS");
+  out.writeUnsignedLongInt(1);
+  out.writeUnsignedLongInt(48);
+  // A validation rule of a kind nobody knows.
+  out.writeUnsignedLongInt(9);
+
+  std::vector<std::unique_ptr<CARCserializable>> owner;
+  CARCreaderMemory source(memory.data(), memory.size());
+  CARCarchive in(source, true, &owner);
+  CARCconfig config;
+  config.archive(in);
+  EXPECT_EQ(config.headerSegment.str(), "FHS");
+  EXPECT_EQ(config.escapeEscapeChar, 'd');
+  EXPECT_EQ(config.escapePosition, 9u);
+  EXPECT_FALSE(config.parseSeparatorChars);
+  EXPECT_EQ(config.stubFileDir.str(), "c:\\temp");
+  EXPECT_TRUE(config.separators.empty());
+  EXPECT_EQ(config.highestNonEscapedChar, 255);
+  EXPECT_EQ(config.presetConfig.str(), "HL7");
+  ASSERT_EQ(in.readCARCserializable()->isA(), CARC_COMPOSITE_ID);
+  auto* field = static_cast<CARCcompositeSubField*>(in.readCARCserializable());
+  EXPECT_EQ(field->name.str(), "Code");
+  EXPECT_EQ(field->dataType, 3);
+  EXPECT_EQ(field->maxLength, 5u);
+  EXPECT_EQ(field->composite, nullptr);
+  auto* dateTime = static_cast<CARCdateTimeGrammar*>(in.readCARCserializable());
+  EXPECT_TRUE(dateTime->fieldsRequired);
+  EXPECT_EQ(dateTime->name.str(), "TS");
+  EXPECT_EQ(dateTime->maskItems, std::vector<uint32_t>{48});
+  EXPECT_EQ(dateTime->description.str(), "");
+  CARCsegmentValidationRule rule;
+  EXPECT_EQ(TSTraised([&] { rule.archive(in); }),
+            COLerror("Incompatible object id thrown = 9 file may be corrupt.", 0x80000201));
+}
+
 TEST(CARCfactory, RefusesTheIdZeroAndATakenId) {
   auto make = [] { return std::unique_ptr<CARCserializable>(new CARCdbInfo); };
   EXPECT_EQ(TSTerrorText([&] { CARCfactoryAddFunction(0, make); }), "Failed precondition: id != 0");
