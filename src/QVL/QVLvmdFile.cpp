@@ -6,13 +6,13 @@
 #include "ANTengine.h"
 #include "ATTcopy.h"
 #include "CARCengineInternal.h"
-#include "TTAcopy.h"
 #include "CTTcopy.h"
 #include "COLbuffer.h"
 #include "COLerror.h"
 #include "FILbinaryFile.h"
 #include "QVMengineInternal.h"
 #include "QVTengineInternal.h"
+#include "TTAcopy.h"
 
 namespace {
 constexpr size_t ProbeSize = 100;
@@ -160,9 +160,13 @@ QVLvmdType QVLvmdFileType(const COLstring& path) {
 
 void QVLsaveEngine(QVMengineInternal& engine, const COLstring& path, uint32_t kind) {
   if (kind == QVLvmdTypeArc || kind == QVLvmdTypeTreBin) {
-    // Both go the archive's way, whose save refuses before the file is touched.
+    // Both go the archive's way, whose save refuses before the file is touched. The kind is
+    // refused whatever the model holds, so a model the copy can't take gets the same answer.
     CARCengineInternal archive;
-    TTAcopy(engine, archive);
+    try {
+      TTAcopy(engine, archive);
+    } catch (const COLerror&) {
+    }
     archive.save(path, false);
   }
   if (kind != QVLvmdTypeXml) raise("Cannot save to this VMD file format.");
