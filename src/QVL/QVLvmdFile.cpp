@@ -4,12 +4,15 @@
 #include <cstring>
 
 #include "ANTengine.h"
+#include "ATTcopy.h"
+#include "CARCengineInternal.h"
 #include "CTTcopy.h"
 #include "COLbuffer.h"
 #include "COLerror.h"
 #include "FILbinaryFile.h"
 #include "QVMengineInternal.h"
 #include "QVTengineInternal.h"
+#include "TTAcopy.h"
 
 namespace {
 constexpr size_t ProbeSize = 100;
@@ -29,13 +32,6 @@ QVLvmdType probe(const COLsimpleBuffer& buffer) {
 }
 
 [[noreturn]] void raise(const COLstring& text) { throw COLerror(text, COL_ERROR_PRECONDITION); }
-
-// The reader of the archive kind is not part of this build: the file is recognised and
-// refused by name.
-[[noreturn]] void refuseArchive(const COLstring& what) {
-  raise(what + " is an archive (ARC) definition; this build reads only the version-one (XML) and reflected "
-               "binary (TREBIN) kinds. Save the definition in the version-one kind and load that file.");
-}
 
 COLsimpleBuffer readProbe(FILbinaryFile& file) {
   size_t size = static_cast<size_t>(std::min<uint64_t>(file.size(), ProbeSize));
@@ -97,8 +93,15 @@ QVLvmdType loadFile(QVMengineInternal& engine, const COLstring& path) {
       engine.postLoad();
       return QVLvmdTypeXml;
     }
-    case QVLvmdTypeArc:
-      refuseArchive(COLstring("VMD file ") + path);
+    case QVLvmdTypeArc: {
+      file.close();
+      // The archive form lives only until the model has been copied.
+      CARCengineInternal archive;
+      archive.load(path);
+      ATTcopy(archive, engine);
+      engine.postLoad();
+      return QVLvmdTypeArc;
+    }
     case QVLvmdTypeTreBin: {
       file.close();
       // The reflected form lives only until the model has been copied.
@@ -122,8 +125,13 @@ QVLvmdType loadMemory(QVMengineInternal& engine, const void* data, size_t size) 
       ANTloadEngine(COLstring(std::string(static_cast<const char*>(data), size)), engine, "in memory");
       engine.postLoad();
       return QVLvmdTypeXml;
-    case QVLvmdTypeArc:
-      refuseArchive("The VMD in memory");
+    case QVLvmdTypeArc: {
+      CARCengineInternal archive;
+      archive.loadFromMemory(data, size);
+      ATTcopy(archive, engine);
+      engine.postLoad();
+      return QVLvmdTypeArc;
+    }
     case QVLvmdTypeTreBin:
       raise("This VMD file format is not in the format required by this version of Quovane.  Please load into "
             "Quovane and resave to adjust the file.");
@@ -151,8 +159,16 @@ QVLvmdType QVLvmdFileType(const COLstring& path) {
 }
 
 void QVLsaveEngine(QVMengineInternal& engine, const COLstring& path, uint32_t kind) {
-  if (kind == QVLvmdTypeArc || kind == QVLvmdTypeTreBin)
-    raise("CARCengineInternal: writing not allowed on this platform");
+  if (kind == QVLvmdTypeArc || kind == QVLvmdTypeTreBin) {
+    // Both go the archive's way, whose save refuses before the file is touched. The kind is
+    // refused whatever the model holds, so a model the copy can't take gets the same answer.
+    CARCengineInternal archive;
+    try {
+      TTAcopy(engine, archive);
+    } catch (const COLerror&) {
+    }
+    archive.save(path, false);
+  }
   if (kind != QVLvmdTypeXml) raise("Cannot save to this VMD file format.");
   COLstring text = ANTsaveEngineToString(engine);
   FILreplaceFile(path, text.data(), text.size());

@@ -1,6 +1,6 @@
 // QVL: definition files (.vmd). Tells the three kinds apart by their first bytes, hands a
-// file to the reader of its kind, finishes every load with postLoad, and saves a model in
-// the version-one kind, the only one this system writes.
+// file or a block of memory to the reader of its kind, finishes every load with postLoad, and
+// saves a model in the version-one kind, the only one this system writes to a file.
 #pragma once
 
 #include <cstddef>
@@ -30,6 +30,7 @@ bool QVLisHeaderTrebin(const COLsimpleBuffer& buffer);
 // Loads the file into the engine and returns its kind. On any failure the engine is left
 // empty (one configuration "default"), never half filled.
 QVLvmdType QVLloadEngine(QVMengineInternal& engine, const COLstring& path);
+// The version-one and archive kinds; a reflected binary block is refused with a request to resave.
 QVLvmdType QVLloadEngineFromMemory(QVMengineInternal& engine, const void* data, size_t size);
 // The kind of a file, without loading it.
 QVLvmdType QVLvmdFileType(const COLstring& path);
