@@ -38,6 +38,12 @@ public:
   DBdatabase();
   ~DBdatabase() override;
 
+  // --- life
+  // A new connection object (with no reference yet) of the same back end and settings, for
+  // another thread or a second session: a connection is never shared by handing out itself.
+  // It is connected with the cached texts if this one has connected before.
+  virtual DBdatabase* clone() override = 0;
+
   // --- connection
   virtual void connect(const COLstring& dataSource, const COLstring& user, const COLstring& password) = 0;
   virtual int databaseType() const = 0;

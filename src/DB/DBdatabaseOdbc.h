@@ -25,6 +25,8 @@ public:
   DBdatabaseOdbc();
   ~DBdatabaseOdbc() override;
 
+  DBdatabase* clone() override { return cloneInto(new DBdatabaseOdbc); }
+
   // A data source holding "=" is a connection string (for instance "DRIVER=SQLite3;DATABASE=...");
   // any other text names a data source of odbc.ini.
   void connect(const COLstring& dataSource, const COLstring& user, const COLstring& password) override;
@@ -74,6 +76,8 @@ public:
   void DBdatabaseOdbcCreateSqlUpdateWithoutBinding(const DBsqlUpdate& command, COLostream& stream);
 
 protected:
+  // Gives `copy` this object's settings and connects it as this one was; for clone.
+  DBdatabase* cloneInto(DBdatabaseOdbc* copy);
   // Raises a COLerror of code 0x80000500: `text`, "ODBC Error:" and every diagnostic record of
   // the handle.  A state of class "08" means the connection is gone: it is dropped first.
   [[noreturn]] void throwOdbcErrorWithMessage(SQLSMALLINT handleType, SQLHANDLE handle, const COLstring& text);
