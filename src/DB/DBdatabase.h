@@ -13,6 +13,10 @@
 
 class COLostream;
 
+// The parameters setParameter knows by name.
+#define DB_PARAM_USE_UNICODE "UseUnicode"
+#define DB_PARAM_TIMEOUT "Timeout"
+
 enum DBdatabaseType : int {
   DB_MYSQL = 0,
   DB_ODBC_SQL_SERVER = 1,

@@ -12,9 +12,6 @@
 
 class DBodbcStatement;
 
-#define DB_PARAM_USE_UNICODE "UseUnicode"
-#define DB_PARAM_TIMEOUT "Timeout"
-
 class DBdatabaseOdbc : public DBdatabase {
 public:
   // Loads "libodbc.so" once and writes how it went to `stream`.
