@@ -1,6 +1,6 @@
 // Handle functions whose work this build does not do yet: the error tree of a parse,
-// transformation, acknowledgements, compiling a script apart from a definition, database
-// connections, and re-making parse contexts.  Each checks its handle like
+// transformation, acknowledgements, compiling a script apart from a definition, and
+// re-making parse contexts.  Each checks its handle like
 // the others, then returns an error handle that says what is missing.
 #include "QVMhandleSupport.h"
 
@@ -25,8 +25,6 @@ QVM_ENGINE_UNAVAILABLE(_QVMengineTransformMessage, "Message transformation", con
 QVM_ENGINE_UNAVAILABLE(_QVMengineGenerateAckFromMessage, "Acknowledgement generation", const char*, const char**)
 QVM_ENGINE_UNAVAILABLE(_QVMengineCompileFunction, "Compiling a script apart from a definition", const char*,
                        const char**)
-QVM_ENGINE_UNAVAILABLE(_QVMengineSetCreateDatabaseFp, "Database connections", void*)
-QVM_ENGINE_UNAVAILABLE(_QVMengineSetCreateDatabaseFpContext, "Database connections", void*)
 
 void* _QVMengineTransformMessageReloadAllPythonModules(void* engine) {
   return QVMhandleGuard([&] {
