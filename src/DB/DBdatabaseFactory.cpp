@@ -8,6 +8,7 @@
 #include "COLerror.h"
 #include "COLostream.h"
 #include "DBdatabaseMySql.h"
+#include "DBdatabaseOciOracle.h"
 #include "DBdatabaseOdbcDialects.h"
 
 namespace {
@@ -34,6 +35,7 @@ void add(FactoryState& factory, const char* name, Creator creator) {
 }  // namespace
 
 DBdatabase* DBcreateMySql() { return new DBdatabaseMySql; }
+DBdatabase* DBcreateOciOracle() { return new DBdatabaseOciOracle; }
 DBdatabase* DBcreateOdbcPostgresSql() { return new DBdatabaseOdbcPostgreSql; }
 DBdatabase* DBcreateOdbcDb2() { return new DBdatabaseOdbcDb2; }
 DBdatabase* DBcreateOdbcFilemaker() { return new DBdatabaseOdbcFilemaker; }
@@ -51,6 +53,7 @@ void DBdatabaseFactory::initialize(COLostream& stream) {
   factory.Lookup.clear();
   factory.DatabaseVector.clear();
   if (DBdatabaseMySql::initialize(stream, nullptr)) add(factory, "MySQL", DBcreateMySql);
+  if (DBdatabaseOciOracle::initialize(stream, nullptr)) add(factory, "OCI - Oracle", DBcreateOciOracle);
   DBdatabaseOdbc::initialize(stream);
   if (DBdatabaseOdbc::isInitialized()) {
     add(factory, "ODBC - PostgreSQL", DBcreateOdbcPostgresSql);

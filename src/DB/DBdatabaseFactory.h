@@ -31,6 +31,7 @@ void DBshowShortNames(COLostream& stream);
 COLstring DBtranslateShortNameToFactory(const COLstring& shortName);
 
 DBdatabase* DBcreateMySql();
+DBdatabase* DBcreateOciOracle();
 DBdatabase* DBcreateOdbcPostgresSql();
 DBdatabase* DBcreateOdbcDb2();
 DBdatabase* DBcreateOdbcFilemaker();
