@@ -9,6 +9,7 @@
 #include "COLostream.h"
 #include "DBdatabaseFactory.h"
 #include "DBdatabaseMySql.h"
+#include "DBdatabaseOdbc.h"
 #include "DBdialects.h"
 #include "DBservers.h"
 
@@ -129,7 +130,8 @@ TEST(DBfactory, OffersWhatLoadsByTheNamesUsersGive) {
   factory.initialize(stream);
   EXPECT_TRUE(factory.isInitialized());
   EXPECT_NE(report.find("OK (mysql enabled)"), COLstring::npos) << report.str();
-  EXPECT_NE(report.find("OK (ODBC support enabled)"), COLstring::npos) << report.str();
+  // The driver manager reports its load only the first time in the process.
+  EXPECT_TRUE(DBdatabaseOdbc::isInitialized()) << report.str();
   std::vector<std::string> names;
   for (size_t index = 0; index < factory.countOfDatabase(); ++index) names.push_back(factory.databaseName(index).str());
   const std::vector<std::string> odbc{"ODBC - PostgreSQL", "ODBC - IBM DB2",    "ODBC - Filemaker",

@@ -1,6 +1,7 @@
 // SQLite on the two roads a definition may name it by: a data source of odbc.ini (SQLConnect),
 // with the configuration files written into a temporary directory, and the texts of the plain
 // ODBC and generic words run on SQLite itself rather than only compared as text.
+#include <dlfcn.h>
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -60,12 +61,16 @@ class DBsqliteDsn : public ::testing::Test {
 protected:
   void SetUp() override {
     // The driver manager reads where its files are once per process: these tests need a
-    // process of their own, as ctest gives every test that is not of a server suite.
+    // process of their own, the ctest test DB.dsn.
     if (DBdatabaseOdbc::isInitialized())
       GTEST_SKIP() << "the ODBC driver manager was used before in this process; run this test on its own";
     loadDriverManager();
     TSTwriteFile(directory.path() + "/odbcinst.ini",
-                 "[SQLite3 for msgbridge]\nDescription=the tests' own entry\nDriver=libsqlite3odbc.so\n");
+                 "[SQLite3 for msgbridge]\nDescription=the tests' own entry\nDriver=libsqlite3odbc.so\n"
+                 "DontDLClose=1\n");
+    // The driver reads odbc.ini through the installer library and keeps what it read; held
+    // loaded here, that library stays to be named by a leak checker (tools/lsan-database.supp).
+    dlopen("libodbcinst.so.2", RTLD_NOW | RTLD_NODELETE);
     TSTwriteFile(directory.path() + "/odbc.ini",
                  "[msgbridge_sqlite]\nDriver=/usr/lib/x86_64-linux-gnu/odbc/libsqlite3odbc.so\nDatabase=" + directory.path() +
                      "/dsn.db\n\n[msgbridge_broken]\nDriver=SQLite3 for msgbridge\nDatabase=/nonexistent-dir/x.db\n");
@@ -75,7 +80,7 @@ protected:
   ScopedVariable userIni{"ODBCINI", directory.path() + "/odbc.ini"};
 };
 
-TEST_F(DBsqliteDsn, ADataSourceOfOdbcIniConnectsAndKeepsItsRows) {
+TEST_F(DBsqliteDsn, DataSourcesOfOdbcIniConnectOrAreNamed) {
   COLreferencePtr<DBdatabaseOdbc> database(new DBdatabaseOdbc);
   reporting([&] { database->connect("msgbridge_sqlite", "", ""); });
   ASSERT_TRUE(database->isConnected());
@@ -101,17 +106,16 @@ TEST_F(DBsqliteDsn, ADataSourceOfOdbcIniConnectsAndKeepsItsRows) {
   // Dropping one leaves the other connected.
   database->disconnect();
   EXPECT_TRUE(second->isConnected());
-}
 
-TEST_F(DBsqliteDsn, ADataSourceThatCannotOpenIsNamed) {
-  DBdatabaseOdbc database;
-  const COLerror error = TSTraised([&] { database.connect("msgbridge_broken", "", ""); });
+  // A data source whose file cannot be made is named.
+  DBdatabaseOdbc broken;
+  const COLerror error = TSTraised([&] { broken.connect("msgbridge_broken", "", ""); });
   EXPECT_EQ(error.description().find("Unable to connect to the ODBC data source 'msgbridge_broken'.\nODBC Error:\n"), 0u)
       << error.description().str();
-  EXPECT_FALSE(database.isConnected());
-  EXPECT_EQ(database.cachedDataSourceName(), "");
+  EXPECT_FALSE(broken.isConnected());
+  EXPECT_EQ(broken.cachedDataSourceName(), "");
   // A clone of a connection that never connected stays unconnected.
-  const DBdatabasePtr copy(database.clone());
+  const DBdatabasePtr copy(broken.clone());
   EXPECT_FALSE(copy->isConnected());
   EXPECT_EQ(copy->databaseType(), DB_ODBC_SQL_SERVER);
   const DBdatabasePtr postgres(DBdatabaseOdbcPostgreSql().clone());
