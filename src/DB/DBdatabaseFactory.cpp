@@ -108,8 +108,13 @@ DBdatabasePtr DBdatabaseFactory::getDatabase(const COLstring& name) const {
   return DBdatabasePtr(creator());
 }
 
-void DBdatabaseFactory::initializeForThread() { DBdatabaseMySql::initializeForThread(); }
-void DBdatabaseFactory::uninitializeForThread() { DBdatabaseMySql::uninitializeForThread(); }
+// Only the MySQL client keeps state per thread; without it a thread has nothing to set up.
+void DBdatabaseFactory::initializeForThread() {
+  if (DBdatabaseMySql::isInitialized()) DBdatabaseMySql::initializeForThread();
+}
+void DBdatabaseFactory::uninitializeForThread() {
+  if (DBdatabaseMySql::isInitialized()) DBdatabaseMySql::uninitializeForThread();
+}
 
 void DBshowShortNames(COLostream& stream) {
   stream << "oracle_oci  - Oracle via native OCI interface" << newline
