@@ -153,6 +153,10 @@ void BM_ToXmlByVersionOruExample(benchmark::State& State) {
 void BM_ToXmlByVersionAdtStandard(benchmark::State& State) {
   runToXmlByVersion(State, "definitions/hl7v2.5.1.vmd", AdtA01);
 }
+void BM_ToXmlByVersionLargeOruExample(benchmark::State& State) {
+  static const std::string Text = largeOru();
+  runToXmlByVersion(State, "examples/adt_oru.vmd", Text);
+}
 
 // Identification alone, against the definition with hundreds of messages: by the literal
 // index and by trying every definition in match order.
@@ -188,6 +192,7 @@ BENCHMARK(BM_WholeRoadLargeOruExample);
 BENCHMARK(BM_ToXmlByVersionAdtExample)->Arg(2)->Arg(1);
 BENCHMARK(BM_ToXmlByVersionOruExample)->Arg(2)->Arg(1);
 BENCHMARK(BM_ToXmlByVersionAdtStandard)->Arg(2)->Arg(1);
+BENCHMARK(BM_ToXmlByVersionLargeOruExample)->Arg(2)->Arg(1);
 BENCHMARK(BM_IdentifyIndexed)->DenseRange(0, 2);
 BENCHMARK(BM_IdentifyInOrder)->DenseRange(0, 2);
 BENCHMARK_MAIN();

@@ -1,7 +1,9 @@
 /* A host written in C: loads a message definition through the handle interface and prints
- * what it holds.  Usage: c_api_example DEFINITION.vmd
+ * what it holds; given a message file too, answers the message with its acknowledgement.
+ * Usage: c_api_example DEFINITION.vmd [MESSAGE_FILE]
  * Exit status 0 on success, 1 on an engine error, 77 when no definition is given. */
 #include <stdio.h>
+#include <stdlib.h>
 
 #include "QVMhandle.h"
 
@@ -15,6 +17,44 @@ static int failed(void* error, const char* what) {
   fprintf(stderr, "%s failed (0x%08X): %s\n", what, code, text);
   _QVMerrorRelease(error);
   return 1;
+}
+
+/* The whole file as one NUL-terminated text, or NULL; the caller frees it. */
+static char* readFile(const char* path) {
+  FILE* file = fopen(path, "rb");
+  char* text = NULL;
+  long size;
+  if (!file) return NULL;
+  if (fseek(file, 0, SEEK_END) == 0 && (size = ftell(file)) >= 0 && fseek(file, 0, SEEK_SET) == 0 &&
+      (text = malloc((size_t)size + 1)) != NULL) {
+    if (fread(text, 1, (size_t)size, file) != (size_t)size) {
+      free(text);
+      text = NULL;
+    } else {
+      text[size] = '\0';
+    }
+  }
+  fclose(file);
+  return text;
+}
+
+/* Answers the first message of the file: only its header is read, and the reply is the
+ * definition's acknowledgement message. Segments end in CR; they are printed a line each. */
+static int acknowledge(void* engine, const char* path) {
+  const char* ack = NULL;
+  const char* at;
+  char* message = readFile(path);
+  int failure;
+  if (!message) {
+    fprintf(stderr, "Cannot read %s\n", path);
+    return 1;
+  }
+  failure = failed(_QVMengineGenerateAckFromMessage(engine, message, &ack), "GenerateAckFromMessage");
+  free(message);
+  if (failure) return 1;
+  printf("Acknowledgement:\n");
+  for (at = ack; *at; ++at) putchar(*at == '\r' ? '\n' : *at);
+  return 0;
 }
 
 int main(int argc, char** argv) {
@@ -46,6 +86,7 @@ int main(int argc, char** argv) {
   /* A bad index is an error handle, never a crash. */
   if (!failed(_QVMengineMessageName(engine, count, &name), "MessageName past the end")) goto done;
   status = count > 0 ? 0 : 1;
+  if (status == 0 && argc > 2) status = acknowledge(engine, argv[2]);
 
 done:
   _QVMengineRelease(engine);

@@ -88,6 +88,10 @@ class Writer {
   prop(name, value) {
     this.lines.push(`${this.indent()}<${name}>${escapeData(String(value))}</${name}>`);
   }
+  // A script, as the saver writes it: one CDATA section, nothing for no script.
+  code(name, text) {
+    this.lines.push(`${this.indent()}<${name}>${text ? `<![CDATA[${text}]]>` : ''}</${name}>`);
+  }
   flag(name, value) {
     this.prop(name, value ? 'True' : 'False');
   }
@@ -352,7 +356,9 @@ function writeDefinition() {
     w.end('date_time');
   }
   writeComposites(w, composites);
-  writeSegments(w, segments);
+  const msh = segments.find((s) => s.name === 'MSH');
+  const typeParts = composites.get(msh.fields[8].composite).fields.length;
+  writeSegments(w, segments, structures.some((s) => s.name === 'ACK') ? replyFunctions(typeParts) : {});
   writeMatchOrder(w, structures);
   writeTableConfig(w, tables);
   for (const structure of structures) writeMessageConfig(w, structure, segmentIds, tableNames);
@@ -419,22 +425,98 @@ function writeComposites(w, composites) {
   }
 }
 
-function writeSegments(w, segments) {
+// ---------------------------------------------------------------- acknowledgements
+
+// The configuration names ACK as its acknowledgement message. The engine reads only the header
+// of the message it answers and generates ACK from an empty table, with the raw header at hand
+// for scripts. The outgoing functions of MSH and MSA make the reply from it: MSH-3's, which runs
+// first in every generation, reads the header when it is such a reply, the others take what it
+// kept. No incoming function is needed, so parsing costs nothing more. Field k of MSH is field
+// index k - 1.
+const replyFields = [3, 4, 5, 6, 9, 10, 11, 12];
+
+const replyReader = `# An acknowledgement (ACK) is generated from an empty table while the raw header of the
+# message it answers is at hand: then the header's fields are kept here, split into their
+# components, for the outgoing functions of MSH and MSA. Any other generation forgets them.
+global msgbridge_reply
+msgbridge_reply = None
+try:
+    msgbridge_header = environment.input_segment_iterator() if environment.output_table().count_of_row() == 0 else None
+except Exception:
+    msgbridge_header = None
+if msgbridge_header is not None:
+    # The raw header as text with the configured separators: its name, the message's field
+    # separator as a field of its own (two empty ones when it is the configured one), MSH-2, ...
+    msgbridge_fields = str(msgbridge_header).split(separator_char(environment, 1))
+    msgbridge_shift = 1 if len(msgbridge_fields) > msgbridge_header.count_of_field() else 0
+    msgbridge_reply = {}
+    for msgbridge_index in (${replyFields.join(', ')}):
+        msgbridge_at = msgbridge_index + msgbridge_shift
+        msgbridge_text = msgbridge_fields[msgbridge_at] if msgbridge_at < len(msgbridge_fields) else ''
+        msgbridge_reply[msgbridge_index] = msgbridge_text.split(separator_char(environment, 2))
+`;
+
+// The reply's field from the kept fields: "take" is a Python expression over "reply" that gives
+// the list of components; empty components are left out.
+function replyWriter(what, take, last) {
+  return `# ${what}
+reply = globals().get('msgbridge_reply')
+if reply is not None:
+    parts = ${take}
+    for index in range(len(parts) - 1, 0, -1):
+        if parts[index]:
+            setsubfield(environment, index, 0, parts[index])
+    if any(parts):
+        value = parts[0]
+${last ? "    globals()['msgbridge_reply'] = None\n" : ''}`;
+}
+
+// The functions of MSH (by field number) and MSA, for a version whose MSH-9 has typeParts components.
+function replyFunctions(typeParts) {
+  const structure = typeParts > 2 ? ", 'ACK'" : '';
+  return {
+    MSH: {
+      in: {},
+      out: {
+        3: replyReader + replyWriter('A reply goes back to the sending application...', 'reply[5]'),
+        4: replyWriter('... and facility.', 'reply[6]'),
+        5: replyWriter('The receiver of a reply is the sending application...', 'reply[3]'),
+        6: replyWriter('... and facility of the message.', 'reply[4]'),
+        7: replyWriter('A reply is made now.', "[__import__('time').strftime('%Y%m%d%H%M%S')]"),
+        9: replyWriter('ACK, with the trigger event of the message.',
+          `['ACK', (reply[9] + [''])[1]${structure}]`),
+        10: replyWriter('A reply carries the control id of its message.', 'reply[10]'),
+        11: replyWriter('A reply is processed as its message is (production, training, debugging).', 'reply[11]'),
+        12: replyWriter('A reply is in the version of its message.', 'reply[12]'),
+      },
+    },
+    MSA: {
+      in: {},
+      out: {
+        1: replyWriter('A reply accepts its message.', "['AA']"),
+        2: replyWriter('The control id of the message accepted; the last field of the reply.', 'reply[10][:1]', true),
+      },
+    },
+  };
+}
+
+function writeSegments(w, segments, functions) {
   segments.forEach((segment, id) => {
+    const own = functions[segment.name] || { in: {}, out: {} };
     w.start('segment', 'id', id);
     w.prop('name', segment.name);
     w.prop('description', segment.description);
     w.flag('has_delimiters', true);
-    for (const field of segment.fields) {
+    segment.fields.forEach((field, index) => {
       w.start('field', 'name', field.name);
       w.index('max_repeats', field.maxRepeats);
       w.flag('is_required', field.required);
       w.index('width', -1);
-      w.prop('in_equation', '');
-      w.prop('out_equation', '');
+      w.code('in_equation', own.in[index + 1]);
+      w.code('out_equation', own.out[index + 1]);
       w.prop('composite_ref', field.composite);
       w.end('field');
-    }
+    });
     w.end('segment');
   });
 }

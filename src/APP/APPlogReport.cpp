@@ -55,13 +55,18 @@ void APPlogReport::afterMessage(unsigned number, bool empty) {
   }
 }
 
+// " 'MSH' segments", or the header of the log's format.
+COLstring APPlogReport::headerSegments(uint64_t count) const {
+  return COLstring(" '") + m_Reader.headerSegmentName() + (count == 1 ? "' segment" : "' segments");
+}
+
 void APPlogReport::warnCut() {
   uint64_t at = 0;
   if (m_CutReported || !m_Reader.inputCutAt(at)) return;
   m_CutReported = true;
-  const uint64_t headers = MLGcountHeaderLines(m_Path, at + 1, "MSH");
+  const uint64_t headers = m_Reader.countHeadersFrom(m_Path, at + 1);
   m_Out << "\nWarning: a NUL byte at " << place(at) << " ends the log: what follows it was not read, "
-        << COLstring(std::to_string(headers)) << (headers == 1 ? " 'MSH' segment" : " 'MSH' segments")
+        << COLstring(std::to_string(headers)) << headerSegments(headers)
         << " among it." << newline;
   ++m_Warnings;
   m_HeadersLost += headers;
@@ -71,9 +76,10 @@ void APPlogReport::afterLastMessage() {
   if (m_Active) warnCut();
 }
 
-void APPlogReport::UnwrittenValues::unwrittenValue(const QVMtableInternal& table, unsigned column, unsigned row,
-                                                  const COLstring& text) {
-  // Control bytes by number: printed raw they would garble the report.
+namespace {
+
+// Control bytes by number: printed raw they would garble the report.
+COLstring APPshownValue(const COLstring& text) {
   COLstring shown;
   for (const char c : text.view()) {
     const auto byte = static_cast<unsigned char>(c);
@@ -85,6 +91,27 @@ void APPlogReport::UnwrittenValues::unwrittenValue(const QVMtableInternal& table
     std::snprintf(hex, sizeof hex, "\\x%02X", byte);
     shown += hex;
   }
+  return shown;
+}
+
+}  // namespace
+
+void APPlogReport::UnwrittenValues::unreadableValue(const COLstring& message, const COLstring& place,
+                                                   const COLstring& text, const COLstring& written) {
+  COLstring line;
+  COLostream stream(line);
+  stream << "message " << m_Number << (message.empty() ? COLstring() : " (" + message + ")") << ": the value ";
+  if (!text.empty()) stream << "'" << APPshownValue(text) << "' ";
+  stream << "of " << (place.empty() ? COLstring("a date-time field") : place)
+         << " does not fit the field's date-time format and is written as '" << APPshownValue(written)
+         << "' in the XML.";
+  stream.flush();
+  m_Texts.push_back(line);
+}
+
+void APPlogReport::UnwrittenValues::unwrittenValue(const QVMtableInternal& table, unsigned column, unsigned row,
+                                                  const COLstring& text) {
+  const COLstring shown = APPshownValue(text);
   const QVMtableDefinitionInternal* definition = table.tableDefinition();
   const COLstring message = QVMtableMessageName(table);
   COLstring line;
@@ -110,8 +137,8 @@ bool APPlogReport::summary() {
   m_Out << "\nWarnings: " << COLstring(std::to_string(m_Warnings));
   const char* open = " (";
   if (m_HeadersLost) {
-    m_Out << open << COLstring(std::to_string(m_HeadersLost))
-          << (m_HeadersLost == 1 ? " 'MSH' segment" : " 'MSH' segments") << " of the log not read as messages";
+    m_Out << open << COLstring(std::to_string(m_HeadersLost)) << headerSegments(m_HeadersLost)
+          << " of the log not read as messages";
     open = ", ";
   }
   if (m_ValuesLost) {
@@ -130,12 +157,12 @@ void APPlogReport::failed(unsigned number) noexcept {
     m_Out << "\nMessage " << COLstring(std::to_string(number)) << " of the log, at " << place(notes.Start)
           << ", failed; ";
     uint64_t cut = 0;
-    const uint64_t behind = m_Reader.inputCutAt(cut) ? 0 : MLGcountHeaderLines(m_Path, m_Reader.position(), "MSH");
+    const uint64_t behind = m_Reader.inputCutAt(cut) ? 0 : m_Reader.countHeadersFrom(m_Path, m_Reader.position());
     if (behind)
-      m_Out << "the run stops there, leaving " << COLstring(std::to_string(behind))
-            << (behind == 1 ? " 'MSH' segment" : " 'MSH' segments") << " behind it unread.";
+      m_Out << "the run stops there, leaving " << COLstring(std::to_string(behind)) << headerSegments(behind)
+            << " behind it unread.";
     else
-      m_Out << "no 'MSH' segment follows it.";
+      m_Out << "no '" << m_Reader.headerSegmentName() << "' segment follows it.";
     m_Out << newline;
     if (notes.ByteOrderMark)
       m_Out << "It starts with a UTF-8 byte order mark (EF BB BF), which is no part of a message: remove it, or "

@@ -13,6 +13,7 @@
 #include "MLGlogInput.h"
 #include "MLGreader.h"
 #include "QVMtableXmlFormatter.h"
+#include "QVMtreeXmlFormatter.h"
 
 class APPlogReport {
 public:
@@ -45,10 +46,14 @@ public:
   // Listens, while it lives, for the values that the XML of message `number` leaves out
   // because they do not fit their column's type, and warns of each one once the message is
   // written.
-  class UnwrittenValues : public QVMtableXmlUnwrittenValues {
+  class UnwrittenValues : public QVMtableXmlUnwrittenValues, public QVMtreeXmlUnreadableValues {
   public:
-    UnwrittenValues(APPlogReport& report, unsigned number) : m_Report(report), m_Number(number), m_Scope(*this) {}
+    UnwrittenValues(APPlogReport& report, unsigned number)
+        : m_Report(report), m_Number(number), m_Scope(*this), m_TreeScope(*this) {}
     void unwrittenValue(const QVMtableInternal& table, unsigned column, unsigned row, const COLstring& text) override;
+    // A date-time of a tree dialect that its mask could not read.
+    void unreadableValue(const COLstring& message, const COLstring& place, const COLstring& text,
+                         const COLstring& written) override;
     // The warnings, once the message's file is written.
     void report();
 
@@ -57,6 +62,7 @@ public:
     unsigned m_Number;
     std::vector<COLstring> m_Texts;
     QVMtableXmlUnwrittenScope m_Scope;
+    QVMtreeXmlUnreadableScope m_TreeScope;
   };
 
   // After the last message, before the statistics: a warning if the input was cut short.
@@ -69,6 +75,7 @@ private:
   void failed(unsigned number) noexcept;
   COLstring place(uint64_t offset);
   void warnCut();
+  COLstring headerSegments(uint64_t count) const;
 
   COLostream& m_Out;
   const MLGreader& m_Reader;

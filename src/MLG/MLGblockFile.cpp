@@ -1,4 +1,5 @@
 #include "MLGblockFile.h"
+#include "MLGreader.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -238,6 +239,61 @@ unsigned MLGblockFile::readLine(std::string_view& line, unsigned mask, char endO
   }
 }
 
+bool MLGblockFile::readUntil(std::string_view& segment, char terminator, char endOfFileCharacter) {
+  useEndCharacter(static_cast<unsigned char>(endOfFileCharacter));
+  if (m_Spill.capacity() > 4 * m_BlockSize) m_Spill = std::string();
+  m_Spill.clear();
+  m_FinalCR = false;
+  for (;;) {
+    if (m_Cursor == m_Length) {
+      m_Cursor = m_Length;
+      if (!loadNextBlock()) {
+        finishAtEnd(segment);
+        return false;
+      }
+    }
+    const char* base = m_Block.get();
+    const void* hit = std::memchr(base + m_Cursor, terminator, m_Length - m_Cursor);
+    if (!hit) {
+      m_Spill.append(base + m_Cursor, m_Length - m_Cursor);
+      m_Cursor = m_Length;
+      continue;
+    }
+    const size_t at = static_cast<size_t>(static_cast<const char*>(hit) - base);
+    if (m_Spill.empty()) {
+      segment = std::string_view(base + m_Cursor, at - m_Cursor);
+    } else {
+      m_Spill.append(base + m_Cursor, at - m_Cursor);
+      segment = m_Spill;
+    }
+    m_Cursor = at + 1;
+    return true;
+  }
+}
+
+void MLGblockFile::peek(std::string& bytes, size_t count, char endOfFileCharacter) {
+  useEndCharacter(static_cast<unsigned char>(endOfFileCharacter));
+  bytes.clear();
+  const uint64_t here = position();
+  // Mostly the block holds all: then nothing moves.
+  while (bytes.size() < count) {
+    if (m_Cursor == m_Length && !loadNextBlock()) break;
+    const size_t take = std::min(count - bytes.size(), m_Length - m_Cursor);
+    bytes.append(m_Block.get() + m_Cursor, take);
+    m_Cursor += take;
+  }
+  setPosition(here);
+}
+
+void MLGblockFile::skipWhile(bool (*skip)(char), char endOfFileCharacter) {
+  useEndCharacter(static_cast<unsigned char>(endOfFileCharacter));
+  for (;;) {
+    if (m_Cursor == m_Length && !loadNextBlock()) return;
+    while (m_Cursor < m_Length && skip(m_Block[m_Cursor])) ++m_Cursor;
+    if (m_Cursor < m_Length) return;
+  }
+}
+
 size_t MLGblockFile::readChunk(const char*& data) {
   useEndCharacter(-1);
   if (m_Cursor == m_Length && !loadNextBlock()) return 0;
@@ -254,7 +310,7 @@ unsigned MLGreadLine(MLGblockFile& file, COLstring& buffer, unsigned mask, char 
   return result;
 }
 
-uint64_t MLGcountHeaderLines(const COLstring& path, uint64_t from, std::string_view header) {
+uint64_t MLGcountHeaderLines(const COLstring& path, uint64_t from, std::string_view header, char segmentEnd) {
   if (header.empty()) return 0;
   MLGblockFile file(1 << 20);
   file.open(path);
@@ -265,7 +321,7 @@ uint64_t MLGcountHeaderLines(const COLstring& path, uint64_t from, std::string_v
   while (size_t length = file.readChunk(data)) {
     for (size_t i = 0; i < length; ++i) {
       const char c = data[i];
-      if (c == '\r' || c == '\n' || c == '\0') {
+      if (c == '\r' || c == '\n' || c == '\0' || (segmentEnd && c == segmentEnd)) {
         matched = 0;
       } else if (matched != std::string_view::npos) {
         matched = c == header[matched] ? matched + 1 : std::string_view::npos;
@@ -277,6 +333,10 @@ uint64_t MLGcountHeaderLines(const COLstring& path, uint64_t from, std::string_v
     }
   }
   return count;
+}
+
+uint64_t MLGreader::countHeadersFrom(const COLstring& path, uint64_t from) const {
+  return MLGcountHeaderLines(path, from, headerSegmentName());
 }
 
 // --- newline types

@@ -39,6 +39,12 @@ protected:
     m_LastLineOpen = end == MLGendOfInput && !pMember->File.finalLineEndDropped();
     return end;
   }
+  // Reads up to `terminator`; a segment that runs into the end of the input is noted as open.
+  bool readUntil(std::string_view& segment, char terminator) {
+    const bool found = pMember->File.readUntil(segment, terminator, m_EndOfFileCharacter);
+    m_LastLineOpen = !found;
+    return found;
+  }
   // The header segment whose lines are watched: one read into a message or dropped is noted.
   virtual std::string_view watchedHeader() const { return {}; }
   // A fresh message buffer, sized after the last one so that appending rarely reallocates;

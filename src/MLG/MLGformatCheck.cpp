@@ -8,6 +8,7 @@
 #include "MLGblockFile.h"
 #include "MLGhl7Reader.h"
 #include "MLGreader.h"
+#include "MLGx12Header.h"
 
 namespace {
 
@@ -71,7 +72,30 @@ MLGreaderFileFormat MLGhl7BatchCheckFileFormat(const COLstring& path) {
   return mask == (MLGnewlineCR | MLGnewlineCRLF) ? MLGhl7Batch : MLGendOfFormats;
 }
 
+namespace {
+
+// An interchange header that declares its terminator, behind blanks or a byte order mark:
+// the log is read by that terminator whatever line ends it has.  A plain CR declares
+// nothing new; such logs are told by their line ends as before.
+bool startsWithDeclaredInterchange(const COLstring& path) {
+  MLGblockFile file(kSniffBlockSize);
+  file.open(path);
+  std::string head;
+  file.peek(head, 1024, '\0');
+  std::string_view bytes(head);
+  if (bytes.substr(0, 3) == "\xEF\xBB\xBF") bytes.remove_prefix(3);
+  const size_t skip = bytes.find_first_not_of(" \t\r\n");
+  if (skip == std::string_view::npos) return false;
+  bytes.remove_prefix(skip);
+  MLGx12Declared declared;
+  if (!MLGreadX12Header(bytes, declared) || declared.length + 1 > bytes.size()) return false;
+  return declared.segment != '\r' || (declared.length + 1 < bytes.size() && bytes[declared.length + 1] == '\n');
+}
+
+}  // namespace
+
 MLGreaderFileFormat MLGx12InterchangeCheckFileFormat(const COLstring& path) {
+  if (startsWithDeclaredInterchange(path)) return MLGx12Interchange;
   unsigned mask = 0;
   if (!startsWithThenScan(path, "ISA", notCROnly, mask)) return MLGendOfFormats;
   return mask == MLGnewlineCR ? MLGx12Interchange : MLGendOfFormats;

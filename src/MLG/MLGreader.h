@@ -50,6 +50,10 @@ public:
     static const MLGmessageNotes None;
     return None;
   }
+  // The segment that starts a message of this format, as reports name it ("MSH", "ISA", "ST").
+  virtual const char* headerSegmentName() const { return "MSH"; }
+  // Header segments of the log from `from` on: what a reader that stops there leaves unread.
+  virtual uint64_t countHeadersFrom(const COLstring& path, uint64_t from) const;
   // Where the end-of-file character cut the input short, once the reader has met it.
   virtual bool inputCutAt(uint64_t& /*offset*/) const { return false; }
 
@@ -99,4 +103,5 @@ unsigned MLGnewlineTypes(const COLstring& path);
 
 // Lines of the file from `from` to its end that begin with `header`; a line begins at `from`
 // and behind every CR, LF or NUL.  What a reader never got to see, counted.
-uint64_t MLGcountHeaderLines(const COLstring& path, uint64_t from, std::string_view header);
+// `segmentEnd`, when not 0, starts a segment too (for X12 sent without line breaks).
+uint64_t MLGcountHeaderLines(const COLstring& path, uint64_t from, std::string_view header, char segmentEnd = 0);

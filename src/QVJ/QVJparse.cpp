@@ -153,6 +153,7 @@ void QVJtreeToXml(QVJparseContext& Context, QVMxmlHl7Converter& Converter, const
     const unsigned MessageIndex =
         QVPengineInternalStructureMessage(Shared, *Input, Config.parserVersion(), QVJuntypedTreeSegmentCopyChecked,
                                           QVJcheckUntypedTreeSegment);
+    Converter.setRawSegments(&Shared.rawSegmentList());
     Converter.treeInXml(Shared.structuredMessage(), Engine.message(MessageIndex), Engine.currentConfig(), Xml,
                         Config.xmlDelimiter());
     return;

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "COLerror.h"
+#include "MLGx12Header.h"
 
 // --- options
 
@@ -43,6 +44,11 @@ uint32_t SGPparserOptionsMinMessageSize(const SGPparserOptions& options) {
   }
   return static_cast<uint32_t>(options.headerSegmentName().size()) + static_cast<uint32_t>(Highest) +
          (options.hl7Mode() ? 1 : 0);
+}
+
+bool SGPreadsInterchangeHeader(const SGPparserOptions& options) {
+  return !options.hl7Mode() && options.headerSegmentName() == "ISA" && options.fieldDelimiter().position >= 0 &&
+         options.fieldDelimiter().character != 0;
 }
 
 // --- tokenizer
@@ -106,6 +112,54 @@ void setHeaderField(SGMsegment& segment, uint32_t field, const char* data, uint3
   Field.value(0, 0).set(data, length);
 }
 
+// The X12 interchange header, ISA-01 to ISA-16 as single values; ISA-11 and ISA-16 stay data.
+SGPparseResult parseInterchangeHeader(const char* text, size_t length, const SGPparserOptions& options,
+                                      SGMsegment& segment, SGMseparatorCharacters& separators,
+                                      std::vector<char>& delimiterArray, SGMvalue& errorContext,
+                                      uint32_t& fieldIndex, int& consumed) {
+  const uint32_t WholeLength = static_cast<uint32_t>(std::min<size_t>(length, UINT32_MAX));
+  const std::string_view Bytes(text, length);
+  if (Bytes.substr(0, 3) != std::string_view("ISA").substr(0, std::min<size_t>(length, 3)) || length < 3) {
+    errorContext.set(text, static_cast<uint32_t>(std::min<size_t>(length, 3)));
+    return length < 3 && Bytes == std::string_view("ISA").substr(0, length) ? SGPmessageTooShort
+                                                                             : SGPheaderNotFound;
+  }
+  MLGx12Declared Declared;
+  // The terminator behind ISA-16 may be missing only where the message is the header alone.
+  if (!MLGreadX12Header(Bytes, Declared) && !MLGreadX12Header(std::string(Bytes) + "\r", Declared)) {
+    errorContext.set(text, WholeLength);
+    return SGPinterchangeHeaderInvalid;
+  }
+  segment.name().set(text, 3);
+  separators.segmentDelimiter = Declared.segment;
+  separators.fieldDelimiter = Declared.element;
+  separators.repeatCharacter =
+      options.repeatCharacter().position >= 0 ? Declared.repetition : options.repeatCharacter().character;
+  separators.subFieldDelimiter =
+      options.subFieldDelimiter().position >= 0 && options.subFieldDelimiter().character != 0
+          ? Declared.component
+          : options.subFieldDelimiter().character;
+  separators.subSubFieldDelimiter = options.subSubFieldDelimiter().character;
+  separators.escapeCharacter = options.escapeCharacter().character;
+  delimiterArray = {separators.segmentDelimiter, separators.fieldDelimiter, separators.repeatCharacter,
+                    separators.subFieldDelimiter, separators.subSubFieldDelimiter};
+  if (const char Duplicate = findDuplicateDelimiter(delimiterArray, separators.escapeCharacter)) {
+    const void* Hit = std::memchr(text, static_cast<unsigned char>(Duplicate), length);
+    errorContext.set(Hit ? static_cast<const char*>(Hit) : text, Hit ? 1 : WholeLength);
+    return SGPduplicateDelimiter;
+  }
+  segment.setCountOfField(MLGx12HeaderElements);
+  size_t Begin = 4;
+  for (uint32_t Field = 0; Field < MLGx12HeaderElements; ++Field) {
+    const size_t End = Field + 1 < MLGx12HeaderElements ? Bytes.find(Declared.element, Begin) : Declared.length;
+    setHeaderField(segment, Field, text + Begin, static_cast<uint32_t>(End - Begin));
+    Begin = End + 1;
+  }
+  fieldIndex = MLGx12HeaderElements;
+  consumed = static_cast<int>(Declared.length);
+  return SGPparsed;
+}
+
 }  // namespace
 
 SGPparseResult SGPparseHeader(const char* text, size_t length, const SGPparserOptions& options,
@@ -118,6 +172,9 @@ SGPparseResult SGPparseHeader(const char* text, size_t length, const SGPparserOp
   delimiterArray.clear();
   fieldIndex = 0;
   const uint32_t WholeLength = static_cast<uint32_t>(std::min<size_t>(length, UINT32_MAX));
+  if (SGPreadsInterchangeHeader(options))
+    return parseInterchangeHeader(text, length, options, segment, separators, delimiterArray, errorContext,
+                                  fieldIndex, consumed);
   if (length < SGPparserOptionsMinMessageSize(options)) {
     errorContext.set(text, WholeLength);
     return SGPmessageTooShort;
@@ -224,7 +281,9 @@ SGPparseResult SGPparser::parse(const char* text, size_t length, SGMsegmentList&
 
   const char* Position = text + Consumed;
   size_t Remaining = length - static_cast<size_t>(Consumed);
-  uint32_t Last = SGPtokenField;
+  // The interchange header is a whole segment: what follows is its terminator, not a value.
+  const bool Interchange = SGPreadsInterchangeHeader(options);
+  uint32_t Last = Interchange ? SGPtokenData : SGPtokenField;
   for (;;) {
     const char* Begin = Position;
     const uint32_t Token = m_Tokenizer.nextToken(&Position, &Remaining);
@@ -235,6 +294,13 @@ SGPparseResult SGPparser::parse(const char* text, size_t length, SGMsegmentList&
       // Two delimiters in a row stand around an empty value.
       if (Last != SGPtokenData) processData(Begin, Begin);
       processDelimiter(Token);
+      // An interchange as sent may break lines and indent behind its terminators.
+      if (Interchange && Token == SGPtokenSegment) {
+        while (Remaining && (*Position == '\r' || *Position == '\n' || *Position == ' ' || *Position == '\t')) {
+          ++Position;
+          --Remaining;
+        }
+      }
     }
     Last = Token;
   }

@@ -27,6 +27,7 @@ enum SGPparseResult : uint32_t {
   SGPmessageTooShort = 2,
   SGPfieldDelimitersNotFound = 3,
   SGPheaderNotFound = 4,
+  SGPinterchangeHeaderInvalid = 5,  // an ISA header whose 16 elements and terminator could not be read
 };
 
 // A delimiter: its character (0 disables it) and the offset, counted from the first byte
@@ -72,6 +73,15 @@ private:
   COLstring m_HeaderSegmentName = "MSH";
   bool m_Hl7Mode = true;
 };
+
+// Outside HL7 mode, a header named "ISA" whose field delimiter is read from the message is an
+// X12 interchange header: it declares the element separator (behind "ISA"), the repetition
+// separator (ISA-11, version 00501 on), the component separator (ISA-16) and the segment
+// terminator (behind ISA-16), padded or not.  The repeat and sub field delimiters are taken
+// from it when the options read them from the message, whatever their positions say; the
+// terminator always, with line breaks and blanks behind it skipped.  So an interchange read
+// from a log, with CR between its segments, and one passed as it was sent both tokenise.
+bool SGPreadsInterchangeHeader(const SGPparserOptions& options);
 
 // Writes the first problem with the options to the stream and returns false.
 bool SGPparserOptionsValidate(const SGPparserOptions& options, COLostream& stream);
@@ -166,3 +176,10 @@ inline uint32_t SGPtokenizer::nextToken(const char** text, size_t* length) const
       return Kind;
   }
 }
+
+// The envelope of a tokenised X12 interchange: ISA ... IEA around GS ... GE groups around
+// ST ... SE sets.  Each trailer must count what it closes (IEA-01 the groups, GE-01 the sets,
+// SE-01 the segments from ST to SE) and repeat its header's control number (ISA-13, GS-06,
+// ST-02); no header element may be longer than its fixed width.  False with `problem` saying
+// what does not hold and at which segment (counted from 1).
+bool SGPcheckInterchangeEnvelope(const SGMsegmentList& list, COLstring& problem);

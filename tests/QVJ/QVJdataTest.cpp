@@ -25,7 +25,8 @@
 //                          the first, and its table XML (long tags with "legacy")
 //   next-back              the message generated from the tables of the next message
 //   next-config            edits of the configuration made between the two messages, a line
-//                          each: "escape-code LEVEL C" (the code letter of the level's delimiter)
+//                          each: "escape-code LEVEL C" (the code letter of the level's delimiter),
+//                          "field-in SEGMENT.N CODE" (field N's incoming equation, one line)
 // Line ends of XML and error texts are compared as "\n".
 #include <gtest/gtest.h>
 
@@ -34,6 +35,7 @@
 #include <string>
 
 #include "COLerror.h"
+#include "LANfunction.h"
 #include "QVJparse.h"
 #include "QVJparseContext.h"
 #include "QVLvmdFile.h"
@@ -82,7 +84,8 @@ LANfunction& scriptOf(QVMengineInternal& Schema, const std::string& Key) {
   throw COLerror("no script rule on " + Name, 0);
 }
 
-void editConfig(QVMconfig& Config, const std::string& Lines) {
+void editConfig(QVMengineInternal& Schema, const std::string& Lines) {
+  QVMconfig& Config = Schema.config();
   std::istringstream In(Lines);
   for (std::string Line; std::getline(In, Line);) {
     std::istringstream Words(Line);
@@ -92,6 +95,14 @@ void editConfig(QVMconfig& Config, const std::string& Lines) {
       unsigned Level = 0;
       Words >> Level >> Value;
       Config.sepCharInfo(Level).setSepCharEscape(Value.at(0));
+    } else if (Key == "field-in") {
+      std::string Code;
+      Words >> Value >> std::ws;
+      std::getline(Words, Code);
+      QVMsegmentGrammar& Segment = *Schema.segment(Schema.segmentByName(Value.substr(0, Value.find('.'))));
+      LANfunction& Function = Segment.fieldIncomingFunction(std::stoul(Value.substr(Value.find('.') + 1)) - 1);
+      Function.setEngine(&Schema.LanguageEngine());
+      Function.setCode((Code + "\n").c_str());
     } else {
       ADD_FAILURE() << "unknown configuration edit " << Key;
     }
@@ -181,7 +192,7 @@ TEST_P(QVJdata, Road) {
   }();
   // Whatever the first message did to the engine must not reach the next.
   if (Case.has("next-message")) {
-    if (Case.has("next-config")) editConfig(Schema.config(), Case.text("next-config"));
+    if (Case.has("next-config")) editConfig(Schema, Case.text("next-config"));
     try {
       if (Case.has("next-xml")) {
         EXPECT_EQ(toXml(Case.text("next-message"), Case.argument("next-xml")), Case.text("next-xml"));
@@ -198,6 +209,13 @@ TEST_P(QVJdata, Road) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Cases, QVJdata, ::testing::ValuesIn(TSTreadDataArea("QVJ")), TSTdataParamName);
+// The replies of tests/data/QVJ/reply have a runner of their own.
+std::vector<TSTdataCase> QVJroadCases() {
+  std::vector<TSTdataCase> Cases = TSTreadDataArea("QVJ");
+  std::erase_if(Cases, [](const TSTdataCase& Case) { return Case.File.rfind("QVJ/reply/", 0) == 0; });
+  return Cases;
+}
+
+INSTANTIATE_TEST_SUITE_P(Cases, QVJdata, ::testing::ValuesIn(QVJroadCases()), TSTdataParamName);
 
 }  // namespace

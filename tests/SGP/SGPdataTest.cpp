@@ -1,4 +1,4 @@
-// The tokeniser cases of tests/data/SGP/parse.test: a message and options in, the token tree out.
+// The tokeniser cases of tests/data/SGP/parse.test and x12.test: a message and options in, the token tree out.
 // Sections:
 //   options    one setting a line: "field|subfield|subsubfield|repeat|escape C POSITION" (C
 //              "none" disables it), "segment C", "header NAME", "hl7 off"
@@ -106,7 +106,8 @@ TEST_P(SGPparseData, Tokens) {
   }
   const SGPparseResult Result = Parser.parse(Text.data(), Text.size(), List, Separators, Options);
   static const char* const Names[] = {"parsed", "duplicate delimiter", "message too short",
-                                      "field delimiters not found", "header not found"};
+                                      "field delimiters not found", "header not found",
+                                      "interchange header invalid"};
   std::string Outcome = Names[Result];
   if (Result == SGPparsed) {
     Outcome += " ";
@@ -145,6 +146,8 @@ TEST_P(SGPparseData, Tokens) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Cases, SGPparseData, ::testing::ValuesIn(TSTreadDataFile("SGP/parse.test")),
+                         TSTdataParamName);
+INSTANTIATE_TEST_SUITE_P(X12, SGPparseData, ::testing::ValuesIn(TSTreadDataFile("SGP/x12.test")),
                          TSTdataParamName);
 
 }  // namespace

@@ -163,9 +163,14 @@ QVM_API void* _QVMengineGetErrorTree(void* engine, void** tree);
 QVM_API void* _QVMengineGenerateMessage(void* engine, void* table, unsigned messageIndex, const char** message);
 QVM_API void* _QVMengineCreateEmptyMessageTable(void* engine, unsigned messageIndex, void** table);
 QVM_API void* _QVMengineMessageDiff(void* engine, const char* first, const char* second, const char** html);
+/* Parsed under configuration inConfig, generated under outConfig. The engine's current configuration is
+ * switched meanwhile (and put back): no two transformations may run at once on one engine. */
 QVM_API void* _QVMengineTransformMessage(void* engine, const char* message, unsigned inConfig, unsigned outConfig,
                                          const char** result, unsigned* messageIndex, int flag);
-QVM_API void* _QVMengineTransformMessageReloadAllPythonModules(void* engine);
+QVM_API void* _QVMengineTransformMessageReloadAllPythonModules(void* engine, const char* message, unsigned inConfig,
+                                                               unsigned outConfig, const char** result,
+                                                               unsigned* messageIndex, int flag);
+/* The configuration's acknowledgement message in reply to the message; only its header is read. */
 QVM_API void* _QVMengineGenerateAckFromMessage(void* engine, const char* message, const char** ack);
 QVM_API void* _QVMengineTranslateMessageToXml(void* engine, const char* message, const char** xml);
 QVM_API void* _QVMengineTranslateXmlToMessage(void* engine, const char* xml, const char** message);

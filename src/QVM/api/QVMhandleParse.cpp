@@ -2,6 +2,7 @@
 // texts they hand out stay valid until the next call on the same engine.
 #include "QVJparse.h"
 #include "QVJparseContext.h"
+#include "QVJreply.h"
 #include "QVMengineMessageDiff.h"
 #include "QVMidentifyMessage.h"
 #include "QVMhandleSupport.h"
@@ -132,6 +133,40 @@ void* _QVMengineTranslateHl7StandardXmlToMessageValidate(void* engine, const cha
     QVM_HANDLE_OUT(xml);
     *message = QVJxmlToHl7validate(Engine.parseContext(), xml, validate != 0);
   });
+}
+
+// The acknowledgement of a message; the text stays valid until the engine's next parse.
+void* _QVMengineGenerateAckFromMessage(void* engine, const char* message, const char** ack) {
+  return QVMhandleGuard([&] {
+    QVMengineHandle& Engine = QVMhandleEngineObject(engine);
+    QVM_HANDLE_OUT(message);
+    QVM_HANDLE_OUT(ack);
+    *ack = QVJautoAck(Engine.parseContext(), message);
+  });
+}
+
+// `flag` is kept for the callers that pass one; it changes nothing.
+void* _QVMengineTransformMessage(void* engine, const char* message, unsigned inConfig, unsigned outConfig,
+                                 const char** result, unsigned* messageIndex, int /*flag*/) {
+  return QVMhandleGuard([&] {
+    QVMengineHandle& Engine = QVMhandleEngineObject(engine);
+    QVM_HANDLE_OUT(message);
+    QVM_HANDLE_OUT(result);
+    QVM_HANDLE_OUT(messageIndex);
+    *result = QVJtransformMessage(Engine.parseContext(), message, inConfig, outConfig, *messageIndex);
+  });
+}
+
+// As above, with every script module loaded again first, so that a changed module takes effect.
+void* _QVMengineTransformMessageReloadAllPythonModules(void* engine, const char* message, unsigned inConfig,
+                                                       unsigned outConfig, const char** result,
+                                                       unsigned* messageIndex, int flag) {
+  void* error = QVMhandleGuard([&] {
+    QVMengineHandle& Engine = QVMhandleEngineObject(engine);
+    Engine.schema().resetLanguageEngine();
+  });
+  if (error) return error;
+  return _QVMengineTransformMessage(engine, message, inConfig, outConfig, result, messageIndex, flag);
 }
 
 }  // extern "C"

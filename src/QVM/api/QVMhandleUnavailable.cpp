@@ -1,6 +1,5 @@
 // Handle functions whose work this build does not do yet: the error tree of a parse,
-// transformation, acknowledgements, compiling a script apart from a definition, and
-// re-making parse contexts.  Each checks its handle like
+// compiling a script apart from a definition, and re-making parse contexts.  Each checks its handle like
 // the others, then returns an error handle that says what is missing.
 #include "QVMhandleSupport.h"
 
@@ -20,18 +19,8 @@ const char kParsing[] = "Message parsing";
 extern "C" {
 
 QVM_ENGINE_UNAVAILABLE(_QVMengineGetErrorTree, kParsing, void**)
-QVM_ENGINE_UNAVAILABLE(_QVMengineTransformMessage, "Message transformation", const char*, unsigned, unsigned,
-                       const char**, unsigned*, int)
-QVM_ENGINE_UNAVAILABLE(_QVMengineGenerateAckFromMessage, "Acknowledgement generation", const char*, const char**)
 QVM_ENGINE_UNAVAILABLE(_QVMengineCompileFunction, "Compiling a script apart from a definition", const char*,
                        const char**)
-
-void* _QVMengineTransformMessageReloadAllPythonModules(void* engine) {
-  return QVMhandleGuard([&] {
-    (void)QVMhandleEngine(engine);
-    QVMhandleNotAvailable("Message transformation");
-  });
-}
 
 void* _QVMengineInitAfterConfigChange(void* engine) {
   return QVMhandleGuard([&] {

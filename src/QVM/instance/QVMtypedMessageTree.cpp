@@ -42,9 +42,11 @@ public:
   bool isPresent = false;
   union {
     int32_t integer;
-    double* pDouble;
-    QVMdateTimeInternal* pDateTime;
+    double number;
   } value{};
+  // Kept when the node changes type, so that a node reused for the next message, where the
+  // same place may hold another type, makes its date-time once.
+  std::unique_ptr<QVMdateTimeInternal> dateTime;
   uint32_t dataPresent = QVMdataPresentNotConverted;
   const QVMsegmentGrammar* segmentGrammar = nullptr;
   std::unique_ptr<COLstring> label;
@@ -75,20 +77,14 @@ class QVMtypedTreePrivateType {
 public:
   virtual ~QVMtypedTreePrivateType() = default;
   virtual QVMdataType type() const = 0;
-  virtual void destroyValue(QVMtypedMessageTreePrivate*) const {}
+  // The type's empty value; storage kept from an earlier value is reused, never freed.
   virtual void initialize(QVMtypedMessageTreePrivate* Member) const = 0;
-  // As destroyValue then initialize, for a node kept for the next message.
-  virtual void resetValue(QVMtypedMessageTreePrivate* Member) const {
-    destroyValue(Member);
-    initialize(Member);
-  }
   virtual void valueAsString(QVMtypedMessageTreePrivate* Member, COLostream& Stream) const = 0;
 
   static const QVMtypedTreePrivateType* instance(QVMdataType Type);
   static void setType(QVMtypedMessageTreePrivate* Member, QVMdataType Type) {
     if (Member->pType->type() == Type) return;
     const QVMtypedTreePrivateType* next = instance(Type);
-    Member->pType->destroyValue(Member);
     Member->pType = next;
     next->initialize(Member);
   }
@@ -119,32 +115,21 @@ public:
 class QVMtypedTreePrivateTypeDouble : public QVMtypedTreePrivateType {
 public:
   QVMdataType type() const override { return QVMdoubleType; }
-  void destroyValue(QVMtypedMessageTreePrivate* Member) const override {
-    delete Member->value.pDouble;
-    Member->value.pDouble = nullptr;
-  }
-  void initialize(QVMtypedMessageTreePrivate* Member) const override { Member->value.pDouble = new double(0.0); }
-  void resetValue(QVMtypedMessageTreePrivate* Member) const override { *Member->value.pDouble = 0.0; }
+  void initialize(QVMtypedMessageTreePrivate* Member) const override { Member->value.number = 0.0; }
   void valueAsString(QVMtypedMessageTreePrivate* Member, COLostream& Stream) const override {
-    Stream << *Member->value.pDouble;
+    Stream << Member->value.number;
   }
 };
 
 class QVMtypedTreePrivateTypeDateTime : public QVMtypedTreePrivateType {
 public:
   QVMdataType type() const override { return QVMdateTimeType; }
-  void destroyValue(QVMtypedMessageTreePrivate* Member) const override {
-    delete Member->value.pDateTime;
-    Member->value.pDateTime = nullptr;
-  }
   void initialize(QVMtypedMessageTreePrivate* Member) const override {
-    Member->value.pDateTime = new QVMdateTimeInternal;  // null until set
-  }
-  void resetValue(QVMtypedMessageTreePrivate* Member) const override {
-    *Member->value.pDateTime = COLdateTime();
+    if (Member->dateTime) *Member->dateTime = COLdateTime();  // null until set
+    else Member->dateTime = std::make_unique<QVMdateTimeInternal>();
   }
   void valueAsString(QVMtypedMessageTreePrivate* Member, COLostream& Stream) const override {
-    Member->value.pDateTime->printOn(Stream);
+    Member->dateTime->printOn(Stream);
   }
 };
 
@@ -173,7 +158,7 @@ QVMtypedMessageTreePrivate::QVMtypedMessageTreePrivate(QVMtypedMessageTree* Pare
   pType->initialize(this);
 }
 
-QVMtypedMessageTreePrivate::~QVMtypedMessageTreePrivate() { pType->destroyValue(this); }
+QVMtypedMessageTreePrivate::~QVMtypedMessageTreePrivate() = default;
 
 // --- shape
 
@@ -267,6 +252,15 @@ void QVMtypedMessageTree::returnTakenContents() {
     for (COLreferencePtr<QVMtypedMessageTree>& Node : Slots->nodes) {
       if (!Node) continue;
       if (Node->pOwn) {
+        // Further repeats of a node that took another's content were made in that content's
+        // repeat list, out of this tree's reach once the node has its own back: they return
+        // theirs now, or the other tree would find its nodes still shared and make new ones.
+        for (COLreferencePtr<QVMtypedMessageTree>& Repeat : Node->pMember->repeatNode.nodes)
+          if (Repeat && Repeat->pOwn) {
+            Repeat->pMember = Repeat->pOwn;
+            Repeat->pOwn = nullptr;
+            Repeat->returnTakenContents();
+          }
         Node->pMember = Node->pOwn;
         Node->pOwn = nullptr;
       }
@@ -290,6 +284,14 @@ void QVMtypedMessageTree::setStringValue(const COLstring& Value) {
   pMember->IsNull = false;
 }
 
+COLstring& QVMtypedMessageTree::stringValueToFill() {
+  QVMtypedTreePrivateType::setType(pMember.get(), QVMstringType);
+  if (!pMember->stringValue) pMember->stringValue = std::make_unique<COLstring>();
+  pMember->stringValue->clear();
+  pMember->IsNull = false;
+  return *pMember->stringValue;
+}
+
 void QVMtypedMessageTree::setIntegerValue(int32_t Value) {
   QVMtypedTreePrivateType::setType(pMember.get(), QVMintegerType);
   pMember->value.integer = Value;
@@ -298,13 +300,13 @@ void QVMtypedMessageTree::setIntegerValue(int32_t Value) {
 
 void QVMtypedMessageTree::setDoubleValue(double Value) {
   QVMtypedTreePrivateType::setType(pMember.get(), QVMdoubleType);
-  *pMember->value.pDouble = Value;
+  pMember->value.number = Value;
   pMember->IsNull = false;
 }
 
 void QVMtypedMessageTree::setDateTimeValue(const COLdateTime& Value) {
   QVMtypedTreePrivateType::setType(pMember.get(), QVMdateTimeType);
-  *pMember->value.pDateTime = Value;
+  *pMember->dateTime = Value;
   pMember->IsNull = false;
 }
 
@@ -324,12 +326,12 @@ int32_t QVMtypedMessageTree::getIntegerValue() const {
 
 double QVMtypedMessageTree::getDoubleValue() const {
   QVM_STRICT_READ(QVMdoubleType);
-  return *pMember->value.pDouble;
+  return pMember->value.number;
 }
 
 const QVMdateTimeInternal& QVMtypedMessageTree::getDateTimeValue() const {
   QVM_STRICT_READ(QVMdateTimeType);
-  return *pMember->value.pDateTime;
+  return *pMember->dateTime;
 }
 
 const COLstring& QVMtypedMessageTree::getAsStringValue() const {
@@ -393,7 +395,7 @@ void QVMtypedMessageTree::clear() {
   pMember->IsNull = true;
   pMember->isPresent = false;
   pMember->dataPresent = QVMdataPresentNotConverted;
-  pMember->pType->resetValue(pMember.get());
+  pMember->pType->initialize(pMember.get());
 }
 
 void QVMtypedMessageTree::printOn(COLostream& Stream, const COLstring& Indent, const char* Name) const {

@@ -53,6 +53,10 @@ public:
   unsigned countOfRepeat() const;
 
   void setStringValue(const COLstring& Value);
+  // Makes the node a non-null string and hands out its text, emptied, for the caller to fill in
+  // place: the text's storage is kept from message to message, so filling it allocates nothing
+  // once it is large enough.
+  COLstring& stringValueToFill();
   void setIntegerValue(int32_t Value);
   void setDoubleValue(double Value);
   void setDateTimeValue(const COLdateTime& Value);

@@ -81,14 +81,15 @@ public:
   void clear() override {
     QVMuntypedMessageTreePrivate::clear();
     segmentGrammar = nullptr;
-    label.clear();
+    hasLabel = false;  // the text stays: the next message mostly gives the same one
     errorCode.clear();
     errorDescription.clear();
   }
 
   const QVMsegmentGrammar* segmentGrammar = nullptr;
   COLbuffer* buffer = nullptr;
-  COLstring label;
+  COLstring label;  // meant only while hasLabel is set
+  bool hasLabel = false;
   std::vector<unsigned> errorCode;
   std::vector<COLstring> errorDescription;
 };
@@ -243,12 +244,16 @@ const QVMsegmentGrammar* QVMuntypedMessageTree::segmentGrammar() const {
 }
 
 void QVMuntypedMessageTree::setLabel(const COLstring& Label) {
-  static_cast<QVMuntypedMessageTreePrivateLabelNode&>(labelMember()).label = Label;
+  auto& Member = static_cast<QVMuntypedMessageTreePrivateLabelNode&>(labelMember());
+  // A node reused for the next message usually gets the label it had: no copy then.
+  if (Member.label.size() != Label.size() || std::memcmp(Member.label.c_str(), Label.c_str(), Label.size()) != 0)
+    Member.label = Label;
+  Member.hasLabel = true;
 }
 
 const COLstring& QVMuntypedMessageTree::getLabel() const {
   auto* label = asLabel(pMember);
-  return label ? label->label : kNoLabel;
+  return label && label->hasLabel ? label->label : kNoLabel;
 }
 
 void QVMuntypedMessageTree::addError(unsigned Code, const COLstring& Description) {

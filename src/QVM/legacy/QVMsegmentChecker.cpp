@@ -48,6 +48,33 @@ const QVMsegmentGrammar* QVMengineInternalFindSegmentGrammar(const QVMengineInte
   return nullptr;
 }
 
+namespace {
+
+// Field `FieldIndex` (from 1) of the raw segment into the typed segment. `MayHaveEquation` is
+// false for a field the grammar's scripts list has no incoming equation for.
+void typeField(QVMuntypedMessageTree& Raw, QVMtypedMessageTree& Typed, const QVMsegmentGrammar& Grammar,
+               unsigned FieldIndex, const SCCescaper& Escaper, LAGenvironment& Environment, bool MayHaveEquation) {
+  Raw.setLabel(Grammar.fieldName(FieldIndex - 1));
+  if (MayHaveEquation) {
+    const LANfunction& Incoming = Grammar.fieldIncomingFunction(FieldIndex - 1);
+    if (Incoming.isSet()) {
+      Environment.setIncomingField(&Raw);
+      LAGexecuteSegmentEquation(Incoming, &Raw, Environment);
+    }
+  }
+  // Read after the script: it may have added repeats.
+  const unsigned Repeats = Raw.countOfRepeat();
+  QVMtypedMessageTree& TypedField = *Typed.makeNodeUpTo(FieldIndex - 1, 0);
+  if (Repeats > 1) TypedField.makeRepeatNodeUpTo(Repeats);
+  const QVMcompositeGrammar* Type = Grammar.fieldType(FieldIndex - 1);
+  COL_PRECONDITION(Type != nullptr);
+  QVPcheckComposite(Raw, TypedField, *Type, Escaper, false);
+  for (unsigned Repeat = 1; Repeat < Repeats; ++Repeat)
+    QVPcheckComposite(*Raw.getRepeatedNode(Repeat), *TypedField.getRepeatedNode(Repeat), *Type, Escaper, false);
+}
+
+}  // namespace
+
 void QVMsegmentChecker::checkSegment(LANengine& Engine, QVMuntypedMessageTree& Segment,
                                      QVMtypedMessageTree& TypedList, const QVMsegmentGrammar& Grammar,
                                      const SCCescaper& Escaper, COLbuffer* Buffer, LAGenvironment& Environment) {
@@ -59,12 +86,27 @@ void QVMsegmentChecker::checkSegment(LANengine& Engine, QVMuntypedMessageTree& S
   Typed.setLabel(Grammar.name());
   Typed.setSegmentGrammar(&Grammar);
   Segment.setLabel(Grammar.name());
-  // Raw fields beyond the grammar are left alone; missing ones are grown as null.
-  for (unsigned Field = 1; Field <= Grammar.countOfField(); ++Field) {
-    Typed.makeNodeUpTo(Field - 1, Segment.node(Field, 0)->countOfRepeat() - 1);
-    checkField(Segment, Typed, Grammar, Field, Escaper, Environment);
+  // Which fields have equations and whether any has rules is derived once per grammar edit,
+  // so a segment without scripts asks nothing of its fields' scripts.
+  const std::shared_ptr<const QVMsegmentScripts> Scripts = Grammar.scripts();
+  const unsigned Fields = Grammar.countOfField();
+  // Raw fields beyond the grammar are left alone; missing ones are grown as null. Both trees
+  // reach their last field at once rather than one field at a time.
+  if (Fields > 0) {
+    Segment.node(Fields, 0);
+    Typed.makeNodeUpTo(Fields - 1, 0);
   }
-  for (uint32_t Field = 0; Field < Grammar.countOfField(); ++Field) {
+  auto Equation = Scripts->equationFields.begin();
+  const auto Equations = Scripts->equationFields.end();
+  for (unsigned Field = 1; Field <= Fields; ++Field) {
+    QVMuntypedMessageTree& Raw = *Segment.node(Field, 0);
+    if (Raw.countOfRepeat() > 1) Typed.makeNodeUpTo(Field - 1, Raw.countOfRepeat() - 1);
+    const bool MayHaveEquation = Equation != Equations && *Equation == Field - 1;
+    if (MayHaveEquation) ++Equation;
+    typeField(Raw, Typed, Grammar, Field, Escaper, Environment, MayHaveEquation);
+  }
+  if (!Scripts->hasRules) return;
+  for (uint32_t Field = 0; Field < Fields; ++Field) {
     for (uint32_t Index = 0; Index < Grammar.countOfValidationRules(Field); ++Index) {
       QVMsegmentValidationRule& Rule = *Grammar.getValidationRule(Field, Index);
       if (Rule.classId() == QVMpythonRule) Rule.setLanguageEngine(&Engine);
@@ -83,21 +125,7 @@ void QVMsegmentChecker::checkSegment(LANengine& Engine, QVMuntypedMessageTree& S
 void QVMsegmentChecker::checkField(QVMuntypedMessageTree& Segment, QVMtypedMessageTree& Typed,
                                    const QVMsegmentGrammar& Grammar, unsigned FieldIndex, const SCCescaper& Escaper,
                                    LAGenvironment& Environment) {
-  QVMuntypedMessageTree& Raw = *Segment.node(FieldIndex, 0);
-  Raw.setLabel(Grammar.fieldName(FieldIndex - 1));
-  const LANfunction& Incoming = Grammar.fieldIncomingFunction(FieldIndex - 1);
-  if (Incoming.isSet()) {
-    Environment.setIncomingField(&Raw);
-    LAGexecuteSegmentEquation(Incoming, &Raw, Environment);
-  }
-  // Read after the script: it may have added repeats.
-  const unsigned Repeats = Raw.countOfRepeat();
-  QVMtypedMessageTree& TypedField = *Typed.makeNodeUpTo(FieldIndex - 1, 0);
-  TypedField.makeRepeatNodeUpTo(Repeats);
-  const QVMcompositeGrammar* Type = Grammar.fieldType(FieldIndex - 1);
-  COL_PRECONDITION(Type != nullptr);
-  for (unsigned Repeat = 0; Repeat < Repeats; ++Repeat)
-    QVPcheckComposite(*Raw.getRepeatedNode(Repeat), *TypedField.getRepeatedNode(Repeat), *Type, Escaper, false);
+  typeField(*Segment.node(FieldIndex, 0), Typed, Grammar, FieldIndex, Escaper, Environment, true);
 }
 
 void QVMengineInternalCheckSegments(QVMengineInternal& Engine, const QVMmessageDefinitionInternal& Definition,

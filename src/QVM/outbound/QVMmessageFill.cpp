@@ -208,7 +208,16 @@ void QVMfillRows(bool DisablePythonNone, QVMtableGrammarInternal& TableGrammar, 
 }  // namespace
 
 void QVMcreateEmptyMessageTable(QVMengineInternal& Engine, unsigned MessageIndex, QVMtableInternal& Table) {
-  COL_PRECONDITION_TEXT(MessageIndex < Engine.countOfMessage(), "MessageIndex < CountOfMessage");
+  if (Engine.countOfMessage() == 0)
+    throw COLerror("No messages are loaded.  This is probably because you have not loaded the message definition "
+                   "file (*.vmd).  Hint for VB users - use the Load method on the engine object rather than the "
+                   "MappingFile property.",
+                   COL_ERROR_PRECONDITION);
+  // This takes in the 0xFFFFFFFF of a configuration that names no acknowledgement message.
+  if (MessageIndex >= Engine.countOfMessage())
+    throw COLerror("Message index exceeds count of messages.  This is probably because this message definition "
+                   "file does not match the generated control/stubcode.",
+                   COL_ERROR_PRECONDITION);
   Table.makeEmptyTable(&Engine.message(MessageIndex)->tableGrammar());
 }
 

@@ -3,6 +3,8 @@
 #include <cctype>
 #include <charconv>
 #include <cstdio>
+#include <utility>
+#include <vector>
 
 #include "COLerror.h"
 #include "COLostream.h"
@@ -85,9 +87,93 @@ bool QVMtypedValueText(const QVMtypedMessageTree& Node, const QVMcompositeGramma
   }
 }
 
+thread_local QVMtreeXmlUnreadableValues* t_Unreadable = nullptr;
+
+// Where `Child` hangs below `Parent`: its sub-node and repeat.
+bool QVMplaceBelow(const QVMtypedMessageTree& Parent, const QVMtypedMessageTree& Child, unsigned& SubNode,
+                   unsigned& Repeat) {
+  for (SubNode = 0; SubNode < Parent.countOfSubNode(); ++SubNode) {
+    const unsigned Repeats = Parent.node(SubNode, 0)->countOfRepeat();
+    for (Repeat = 0; Repeat < Repeats; ++Repeat)
+      if (Parent.node(SubNode, Repeat) == &Child) return true;
+  }
+  return false;
+}
+
+// The raw text a typed leaf was made from, by the way the checker lays raw values on a
+// composite: a component where the raw field has them, a lone value standing for the first
+// component, and the first part of a value that came with more parts than its type has.
+const char* QVMrawTextAt(const QVMuntypedMessageTree& Segment, const std::vector<std::pair<unsigned, unsigned>>& Path) {
+  const unsigned Field = Path[0].first + 1, Repeat = Path[0].second;
+  if (Field >= Segment.countOfSubNode() || Repeat >= Segment.node(Field, 0)->countOfRepeat()) return nullptr;
+  const QVMuntypedMessageTree* Node = Segment.node(Field, Repeat);
+  for (size_t Level = 1; Level < Path.size(); ++Level) {
+    const unsigned Component = Path[Level].first;
+    if (Node->countOfSubNode() > Component) Node = Node->node(Component, 0);
+    else if (Node->countOfSubNode() > 0 || Component > 0) return nullptr;
+  }
+  while (Node->countOfSubNode() > 0) Node = Node->node(0, 0);
+  return Node->isNull() ? nullptr : Node->getValue();
+}
+
 }  // namespace
 
+QVMtreeXmlUnreadableScope::QVMtreeXmlUnreadableScope(QVMtreeXmlUnreadableValues& Listener)
+    : m_Previous(t_Unreadable) {
+  t_Unreadable = &Listener;
+}
+
+QVMtreeXmlUnreadableScope::~QVMtreeXmlUnreadableScope() { t_Unreadable = m_Previous; }
+
 // --- the shared writer
+
+void QVMtreeXmlWriter::checkReadable(const QVMtypedMessageTree& Leaf, const COLstring& Written,
+                                     const QVMmessageDefinitionInternal* Definition) const {
+  if (!t_Unreadable || Leaf.dataType() != QVMdateTimeType || Leaf.dataPresent() != QVMdataPresentNotConverted)
+    return;
+  // The leaf's place, from its segment down; the nodes below a placed segment still hang below
+  // the node of the list of typed segments that the checker made, whose index is that of the
+  // raw segment.
+  std::vector<std::pair<unsigned, unsigned>> Path;
+  const QVMtypedMessageTree* Node = &Leaf;
+  const QVMtypedMessageTree* Segment = nullptr;
+  while (const QVMtypedMessageTree* Parent = Node->parent()) {
+    if (Node->segmentGrammar()) {
+      Segment = Node;
+      break;
+    }
+    unsigned SubNode = 0, Repeat = 0;
+    if (!QVMplaceBelow(*Parent, *Node, SubNode, Repeat)) break;
+    Path.insert(Path.begin(), {SubNode, Repeat});
+    Node = Parent;
+  }
+  COLstring Place, Text;
+  if (Segment && !Path.empty()) {
+    std::string& Shown = Place.str();
+    Shown = Segment->segmentGrammar()->name().view();
+    for (const auto& Step : Path) {
+      Shown += '.';
+      QVMappendNumber(Shown, Step.first + 1ull);
+    }
+    unsigned Index = 0, Repeat = 0;
+    const QVMtypedMessageTree* List = Segment->parent();
+    if (m_RawSegments && List && QVMplaceBelow(*List, *Segment, Index, Repeat) && Repeat == 0 &&
+        Index < m_RawSegments->countOfSubNode()) {
+      const QVMuntypedMessageTree& Raw = *m_RawSegments->node(Index, 0);
+      // Only a raw segment of the same name: anything else would put words in the message's mouth.
+      if (Raw.countOfSubNode() > 0 && !Raw.node(0, 0)->isNull() &&
+          Segment->segmentGrammar()->name().view() == Raw.node(0, 0)->getValue())
+        if (const char* Value = QVMrawTextAt(Raw, Path)) Text = Value;
+    }
+  }
+  t_Unreadable->unreadableValue(Definition ? Definition->name() : COLstring(), Place, Text, Written);
+}
+
+void QVMtreeXmlWriter::finish(std::string_view Root) {
+  closeTag(Root);
+  newLine();
+  end();
+}
 
 void QVMtreeXmlWriter::begin(COLstring& Out) {
   Out.clear();
@@ -102,19 +188,28 @@ void QVMtreeXmlWriter::end() {
 
 void QVMtreeXmlWriter::appendFiltered(std::string& Out, std::string_view Name) {
   const XMLiosTagFilter& Filter = QVMtreeTagFilter();
+  // Room once, then bytes written in place: a tag is short and most of its bytes are kept.
+  const size_t Start = Out.size();
+  Out.resize(Start + Name.size());
+  char* At = Out.data() + Start;
   for (const char Byte : Name)
-    if (const char Kept = Filter.translate(static_cast<unsigned char>(Byte))) Out += Kept;
+    if (const char Kept = Filter.translate(static_cast<unsigned char>(Byte))) *At++ = Kept;
+  Out.resize(static_cast<size_t>(At - Out.data()));
 }
 
 void QVMtreeXmlWriter::tag(const char* Open, std::string_view Tag) {
-  m_Tag.clear();
-  appendFiltered(m_Tag, Tag);
-  if (m_Tag.empty()) return;
-  // A name may not start with a digit.
-  if (m_Tag[0] >= '0' && m_Tag[0] <= '9') m_Tag[0] = '_';
+  // Filtered straight into the document, the commonest output of all: no copy in between.
   std::string& Out = out();
+  const size_t Start = Out.size();
   Out += Open;
-  Out += m_Tag;
+  const size_t Name = Out.size();
+  appendFiltered(Out, Tag);
+  if (Out.size() == Name) {
+    Out.resize(Start);
+    return;
+  }
+  // A name may not start with a digit.
+  if (Out[Name] >= '0' && Out[Name] <= '9') Out[Name] = '_';
   Out += '>';
 }
 
@@ -209,9 +304,7 @@ COLstring& QVMtreeXmlFormatterX12::treeInXml(const QVMtypedMessageTree& Tree,
     end();
     throw;
   }
-  closeTag(m_MessageTag.view());
-  newLine();
-  end();
+  finish(m_MessageTag.view());
   return Out;
 }
 
@@ -256,16 +349,19 @@ void QVMtreeXmlFormatterX12::segmentStep(const QVMtypedMessageTree& Tree, size_t
   for (unsigned Field = 0; Field < Count; ++Field) {
     const QVMtypedMessageTree& First = *Tree.node(Field, 0);
     if (First.countOfSubNode() == 0 && First.isNull() && First.countOfRepeat() == 0) continue;
+    // The tag hooks depend on the grammar alone: one tag serves every repeat, and no deeper
+    // step writes into this buffer.
+    bool Tagged = false;
     for (unsigned Repeat = 0; Repeat < First.countOfRepeat(); ++Repeat) {
-      onSegmentFieldTag(Grammar, Field, m_FieldTag);
       const QVMtypedMessageTree& Node = *Tree.node(Field, Repeat);
       if (Node.countOfSubNode() == 0 && Node.isNull()) continue;
+      if (!Tagged) onSegmentFieldTag(Grammar, Field, m_FieldTag);
+      Tagged = true;
       indent(Indent + 3);
       openTag(m_FieldTag.view());
       if (Node.countOfSubNode() > 0) {
         newLine();
         compositeStep(Node, Grammar->fieldType(Field), Indent + 6, 1);
-        onSegmentFieldTag(Grammar, Field, m_FieldTag);
         indent(Indent + 3);
       } else {
         valueStep(Node, Grammar->fieldType(Field), 0);
@@ -274,7 +370,6 @@ void QVMtreeXmlFormatterX12::segmentStep(const QVMtypedMessageTree& Tree, size_t
       newLine();
     }
   }
-  onSegmentTag(Grammar, m_SegmentTag);
   indent(Indent);
   closeTag(m_SegmentTag.view());
   newLine();
@@ -326,13 +421,13 @@ void QVMtreeXmlFormatterX12::compositeStep(const QVMtypedMessageTree& Tree, cons
 
 void QVMtreeXmlFormatterX12::singleFieldStep(const QVMtypedMessageTree& Node, const QVMcompositeGrammar* Grammar,
                                              size_t Indent, unsigned FieldIndex) {
-  COLstring& Tag = m_FieldTag;
+  COLstring& Tag = m_ComponentTag;
   onCompositeFieldTag(Grammar, FieldIndex, Tag);
   const QVMcompositeGrammar* Type =
       Grammar->fieldDataType(FieldIndex) == QVMcompositeType ? Grammar->fieldCompositeType(FieldIndex) : nullptr;
   if (onOutputCompositeHeaderTag() && Type && Type->countOfField() > 1) {
     // A lone value where a composite of several parts belongs: framed by the composite's element.
-    COLstring& CompositeTag = m_SegmentTag;
+    COLstring& CompositeTag = m_FramingTag;
     onCompositeTag(Grammar, CompositeTag);
     indent(Indent);
     openTag(CompositeTag.view());
@@ -364,6 +459,7 @@ void QVMtreeXmlFormatterX12::valueStep(const QVMtypedMessageTree& Node, const QV
     COL_PRECONDITION_TEXT(false, "a value of type string, integer, double or date-time");
   data(m_Value.view());
   if (Invalid) data(kInvalidDateTime);
+  else checkReadable(Node, m_Value, m_Definition);
 }
 
 void QVMstandard2FieldTag(const COLstring& Owner, unsigned FieldIndex, COLstring& Out) {
@@ -432,6 +528,7 @@ COLstring& QVMtreeXmlFormatterStandard::treeInXml(const QVMtypedMessageTree& Tre
   const QVMmessageGrammar* Grammar = Definition->messageGrammar();
   COL_PRECONDITION_TEXT(Grammar != nullptr, "NULL != pMessageDef->messageGrammar()");
   begin(Out);
+  m_Definition = Definition;
   m_ListCount = m_GroupCount = 0;
   COLreferencePtr<QVMlistXmlIndexGrammar> Index(new QVMlistXmlIndexGrammar(*Grammar));
   QVMnumberLists(*Grammar, *Index, m_ListCount);
@@ -453,9 +550,7 @@ COLstring& QVMtreeXmlFormatterStandard::treeInXml(const QVMtypedMessageTree& Tre
     end();
     throw;
   }
-  closeTag(m_MessageTag.view());
-  newLine();
-  end();
+  finish(m_MessageTag.view());
   return Out;
 }
 
@@ -595,6 +690,7 @@ void QVMtreeXmlFormatterStandard::valueStep(const QVMtypedMessageTree& Node, con
     COL_PRECONDITION_TEXT(false, "a value of type string, integer, double or date-time");
   data(m_Value.view());
   if (Invalid) data(kInvalidDateTime);
+  else checkReadable(Node, m_Value, m_Definition);
 }
 
 // --- "EXPANDED"
@@ -617,9 +713,7 @@ COLstring& QVMtreeXmlFormatter::treeInXml(const QVMuntypedMessageTree& Tree,
     end();
     throw;
   }
-  closeTag(Definition->name().view());
-  newLine();
-  end();
+  finish(Definition->name().view());
   return Out;
 }
 

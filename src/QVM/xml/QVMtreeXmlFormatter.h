@@ -20,6 +20,31 @@ class QVMtypedMessageTree;
 class QVMuntypedMessageTree;
 class SCCescaper;
 
+// Told of each date-time that came in a form its mask cannot read (lenient checking lets it
+// through): the typed dialects print date-times by their mask, so the document holds what the
+// mask makes of it, often nothing.  A host that must not lose such values silently installs one
+// for the current thread with QVMtreeXmlUnreadableScope around its translations.
+class QVMtreeXmlUnreadableValues {
+public:
+  virtual ~QVMtreeXmlUnreadableValues() = default;
+  // `Place` as "EVN.2.1" (segment, field, components); `Text` is what the message held, empty
+  // when it is no longer known; `Written` is what the document holds instead.
+  virtual void unreadableValue(const COLstring& Message, const COLstring& Place, const COLstring& Text,
+                               const COLstring& Written) = 0;
+};
+
+// Installs `Listener` for the current thread while it lives; the one before comes back after.
+class QVMtreeXmlUnreadableScope {
+public:
+  explicit QVMtreeXmlUnreadableScope(QVMtreeXmlUnreadableValues& Listener);
+  ~QVMtreeXmlUnreadableScope();
+  QVMtreeXmlUnreadableScope(const QVMtreeXmlUnreadableScope&) = delete;
+  QVMtreeXmlUnreadableScope& operator=(const QVMtreeXmlUnreadableScope&) = delete;
+
+private:
+  QVMtreeXmlUnreadableValues* m_Previous;
+};
+
 // What the writers share: one document appended to the caller's string, tags through the tag
 // filter, values as 8-bit text written as UTF-8 with the five entities, lines ending "\r\n".
 class QVMtreeXmlWriter {
@@ -38,9 +63,22 @@ protected:
 
   // `Name` as the tag filter leaves it: blanks and punctuation gone, "." kept.
   static void appendFiltered(std::string& Out, std::string_view Name);
+  // The end tag of the root, its line end, and the document handed over.
+  void finish(std::string_view Root);
+
+public:
+  // The raw segments the typed segments of the next documents were made from, in the same
+  // order, so that a date-time its mask cannot read is reported with the text it came as.
+  void setRawSegments(const QVMuntypedMessageTree* RawSegments) { m_RawSegments = RawSegments; }
+
+protected:
+  // A date-time leaf that did not convert is told to the listener of the thread, if any.
+  void checkReadable(const QVMtypedMessageTree& Leaf, const COLstring& Written,
+                     const QVMmessageDefinitionInternal* Definition) const;
 
 private:
   void tag(const char* Open, std::string_view Tag);
+  const QVMuntypedMessageTree* m_RawSegments = nullptr;
   COLstring* m_Out = nullptr;
   XMLiosLatin1DataFilter m_Values;
   std::string m_Tag;
@@ -55,6 +93,7 @@ public:
   virtual ~QVMtreeXmlFormatterX12() = default;
   QVMtreeXmlFormatterX12(const QVMtreeXmlFormatterX12&) = delete;
   QVMtreeXmlFormatterX12& operator=(const QVMtreeXmlFormatterX12&) = delete;
+  using QVMtreeXmlWriter::setRawSegments;
 
   // Replaces `Out` with the document of `Tree`, the message laid onto `Definition`'s grammar.
   COLstring& treeInXml(const QVMtypedMessageTree& Tree, const QVMmessageDefinitionInternal* Definition,
@@ -84,7 +123,9 @@ private:
 
   const QVMmessageDefinitionInternal* m_Definition = nullptr;
   COLstring m_MessageTag;
-  COLstring m_SegmentTag, m_FieldTag, m_Value;
+  // Each step has buffers of its own, so that a tag outlives the deeper steps between its start
+  // and end tags.
+  COLstring m_SegmentTag, m_FieldTag, m_ComponentTag, m_FramingTag, m_Value;
   std::vector<COLstring> m_GroupTags, m_CompositeTags, m_CompositeFieldTags;
 };
 
@@ -108,6 +149,7 @@ public:
 // downwards through the grammar, groups as "ROOT.GRP.n", repeating fields in "PID.3.LST".
 class QVMtreeXmlFormatterStandard : protected QVMtreeXmlWriter {
 public:
+  using QVMtreeXmlWriter::setRawSegments;
   COLstring& treeInXml(const QVMtypedMessageTree& Tree, const QVMmessageDefinitionInternal* Definition,
                        unsigned ConfigIndex, COLstring& Out);
 
@@ -118,6 +160,7 @@ private:
   void compositeStep(const QVMtypedMessageTree& Tree, const QVMcompositeGrammar& Grammar, size_t Indent);
   void valueStep(const QVMtypedMessageTree& Node, const QVMcompositeGrammar* Grammar, unsigned FieldIndex);
 
+  const QVMmessageDefinitionInternal* m_Definition = nullptr;
   COLstring m_MessageTag, m_Value;
   unsigned m_ListCount = 0, m_ListTotal = 0, m_GroupCount = 0;
   std::string m_Tag;

@@ -77,6 +77,10 @@ COLstring& QVMxmlHl7ConverterStandard::treeInXml(const QVMtypedMessageTree& Tree
   return m_Formatter->treeInXml(Tree, Definition, ConfigIndex, Out);
 }
 
+void QVMxmlHl7ConverterStandard::setRawSegments(const QVMuntypedMessageTree* RawSegments) {
+  m_Formatter->setRawSegments(RawSegments);
+}
+
 QVMxmlHl7ConverterOracle::QVMxmlHl7ConverterOracle()
     : QVMxmlTreeConverter(new QVMxmlTreeParser), m_Formatter(std::make_unique<QVMtreeXmlFormatter>()) {}
 QVMxmlHl7ConverterOracle::~QVMxmlHl7ConverterOracle() = default;
@@ -95,6 +99,10 @@ COLstring& QVMxmlX12Converter::treeInXml(const QVMtypedMessageTree& Tree,
                                          const QVMmessageDefinitionInternal* Definition, unsigned ConfigIndex,
                                          COLstring& Out, char) {
   return treeXmlFormatter()->treeInXml(Tree, Definition, ConfigIndex, Out, &config());
+}
+
+void QVMxmlX12Converter::setRawSegments(const QVMuntypedMessageTree* RawSegments) {
+  treeXmlFormatter()->setRawSegments(RawSegments);
 }
 
 QVMxmlHl7ConverterStandard2::QVMxmlHl7ConverterStandard2()

@@ -38,6 +38,9 @@ public:
   virtual bool isTable() const = 0;
   virtual QVMxmlHl7Converter* clone() const = 0;
 
+  // The raw segments the typed trees handed to treeInXml were made from, in the same order: the
+  // typed dialects report a date-time that its mask could not read with the text it came as.
+  virtual void setRawSegments(const QVMuntypedMessageTree*) {}
   void setConfig(const QVMconfig* Config) { m_Config = Config; }
   const QVMconfig& config() const;
   void setCurrentMessageDefinition(const QVMmessageDefinitionInternal* Definition);
@@ -113,6 +116,7 @@ public:
   ~QVMxmlHl7ConverterStandard() override;
   COLstring& treeInXml(const QVMtypedMessageTree& Tree, const QVMmessageDefinitionInternal* Definition,
                        unsigned ConfigIndex, COLstring& Out, char Delimiter) override;
+  void setRawSegments(const QVMuntypedMessageTree* RawSegments) override;
   void generateSchema(const QVMengineInternal& Engine, const QVMmessageDefinitionInternal& Definition,
                       XMLschema& Schema) override;
   const char* name() const override { return QVMconfigXmlFormatTypeAsString(QVMxmlStandard); }
@@ -147,6 +151,7 @@ public:
   ~QVMxmlX12Converter() override;
   COLstring& treeInXml(const QVMtypedMessageTree& Tree, const QVMmessageDefinitionInternal* Definition,
                        unsigned ConfigIndex, COLstring& Out, char Delimiter) override;
+  void setRawSegments(const QVMuntypedMessageTree* RawSegments) override;
   void generateSchema(const QVMengineInternal& Engine, const QVMmessageDefinitionInternal& Definition,
                       XMLschema& Schema) override;
   const char* name() const override { return QVMconfigXmlFormatTypeAsString(QVMxmlFullTreeValidation); }

@@ -1,6 +1,10 @@
 // The schemas of the tree dialects, named by the same hooks and rules as their writers, so that
 // every document a writer prints is valid against the schema of its dialect.
+#include <algorithm>
 #include <string>
+#include <unordered_map>
+#include <unordered_set>
+#include <vector>
 
 #include "COLerror.h"
 #include "COLostream.h"
@@ -44,6 +48,36 @@ bool QVMisComposite(const QVMcompositeGrammar& Grammar, unsigned Field) {
   return Grammar.fieldDataType(Field) == QVMcompositeType && Grammar.fieldCompositeType(Field) != nullptr;
 }
 
+// A content model must say, at each element, which of its particles the element stands for;
+// where a grammar holds one tag in two places that optional or repeating particles separate
+// (ROL before and after PV1 in ADT_A01), the exact model cannot say it.  So the children of a
+// group are cut in stretches: from a child to the last later child that shares a tag with it
+// (extended over every tag in between that comes again further on).  A stretch of one child
+// keeps its exact particle; a longer one becomes a repeated choice of its tags, each declared
+// once: in any order and number there, which accepts a little more than the grammar.  `Tags`
+// holds the tags each child puts into the model of the group (an inline group all of its own).
+std::vector<std::pair<size_t, size_t>> QVMstretches(const std::vector<std::vector<std::string>>& Tags) {
+  std::unordered_map<std::string, size_t> Last;
+  for (size_t Child = 0; Child < Tags.size(); ++Child)
+    for (const std::string& Tag : Tags[Child]) Last[Tag] = Child;
+  std::vector<std::pair<size_t, size_t>> Stretches;
+  for (size_t First = 0; First < Tags.size();) {
+    size_t End = First;
+    for (size_t Child = First; Child <= End; ++Child)
+      for (const std::string& Tag : Tags[Child]) End = std::max(End, Last[Tag]);
+    Stretches.emplace_back(First, End);
+    First = End + 1;
+  }
+  return Stretches;
+}
+
+XMLschemaChoice* QVManyOrderChoice(XMLschemaModelGroup& Parent) {
+  XMLschemaChoice* Choice = Parent.attachChoice(new XMLschemaChoice);
+  Choice->setMinOccurs(0);
+  Choice->setMaxOccurs(kUnbounded);
+  return Choice;
+}
+
 // The occurs of a segment, group or field in "STANDARD VER 2" and "Full Tree Validation".
 void QVMsetOccurs(XMLschemaNode& Node, bool Header, bool RejectBad, bool Repeating, bool Required,
                   unsigned MaxRepeat) {
@@ -62,6 +96,12 @@ void QVMsetOccurs(XMLschemaNode& Node, bool Header, bool RejectBad, bool Repeati
   Node.setMaxOccurs(Max);
 }
 
+// Without strict checking a field keeps every repeat the message gave it, whether its grammar
+// lets it repeat or not, and the writers print them all: the schema lets every field repeat then.
+void QVMleniencyRepeats(XMLschemaNode& Field, bool RejectBad) {
+  if (!RejectBad) Field.setMaxOccurs(kUnbounded);
+}
+
 // "STANDARD VER 2" and "Full Tree Validation": groups inline, segments and composites global.
 struct QVMtreeSchemaStep {
   QVMtreeXmlFormatterX12& hooks;
@@ -73,21 +113,46 @@ struct QVMtreeSchemaStep {
 
   COLstring tag(const COLstring& Raw) const { return QVMtreeSchemaName(Raw.view()); }
 
-  void grammar(const QVMmessageGrammar& Grammar, XMLschemaCollection& Parent) {
-    if (!Grammar.isNode()) {
-      COLstring Tag;
+  COLstring childTag(const QVMmessageGrammar& Grammar) {
+    COLstring Tag;
+    if (Grammar.isNode()) {
+      COL_PRECONDITION_TEXT(Grammar.segment() != nullptr, "pSegmentGrammar != NULL");
+      hooks.onSegmentTag(Grammar.segment(), Tag);
+    } else {
       hooks.onGroupTag(&Grammar, &definition, messageTag, Tag);
-      XMLschemaElement* Group = Parent.attachElement(QVMcollectionElement(tag(Tag)));
-      QVMsetOccurs(*Group, header, rejectBad, Grammar.isRepeating(), !Grammar.isOptional(), Grammar.maximumRepeat());
-      for (size_t Sub = 0; Sub < Grammar.countOfSubGrammar(); ++Sub)
-        grammar(*Grammar.subGrammar(Sub), QVMcollectionOf(*Group));
-      return;
     }
-    const QVMsegmentGrammar* Segment = Grammar.segment();
-    COL_PRECONDITION_TEXT(Segment != nullptr, "pSegmentGrammar != NULL");
-    XMLschemaReference* Reference = Parent.attachElementReference(new XMLschemaReference(&segmentElement(*Segment)));
-    QVMsetOccurs(*Reference, header, rejectBad, Grammar.isRepeating(), !Grammar.isOptional(),
-                 Grammar.maximumRepeat());
+    return tag(Tag);
+  }
+
+  // The sub-grammars of `Group` into `Into`, stretch by stretch (QVMstretches).
+  void children(const QVMmessageGrammar& Group, XMLschemaModelGroup& Into) {
+    std::vector<std::vector<std::string>> Tags;
+    for (size_t Sub = 0; Sub < Group.countOfSubGrammar(); ++Sub)
+      Tags.push_back({childTag(*Group.subGrammar(Sub)).str()});
+    for (const auto& [First, Last] : QVMstretches(Tags)) {
+      if (First == Last) {
+        grammar(*Group.subGrammar(First), Into, true);
+        continue;
+      }
+      XMLschemaChoice* Choice = QVManyOrderChoice(Into);
+      std::unordered_set<std::string> Declared;
+      for (size_t Sub = First; Sub <= Last; ++Sub)
+        if (Declared.insert(Tags[Sub][0]).second) grammar(*Group.subGrammar(Sub), *Choice, false);
+    }
+  }
+
+  // One sub-grammar; without `Exact`, once, as a branch of a choice.
+  void grammar(const QVMmessageGrammar& Grammar, XMLschemaModelGroup& Parent, bool Exact) {
+    XMLschemaNode* Node;
+    if (!Grammar.isNode()) {
+      XMLschemaElement* Group = Parent.attachElement(QVMcollectionElement(childTag(Grammar)));
+      children(Grammar, QVMcollectionOf(*Group).mainSequence());
+      Node = Group;
+    } else {
+      Node = Parent.attachElementReference(new XMLschemaReference(&segmentElement(*Grammar.segment())));
+    }
+    if (Exact)
+      QVMsetOccurs(*Node, header, rejectBad, Grammar.isRepeating(), !Grammar.isOptional(), Grammar.maximumRepeat());
   }
 
   const XMLschemaElement& segmentElement(const QVMsegmentGrammar& Segment) {
@@ -114,6 +179,7 @@ struct QVMtreeSchemaStep {
       }
       const unsigned MaxRepeat = Segment.fieldMaxRepeat(Field);
       QVMsetOccurs(*FieldElement, header, rejectBad, MaxRepeat != 0, Segment.isFieldRequired(Field), MaxRepeat);
+      QVMleniencyRepeats(*FieldElement, rejectBad);
       Fields.attachElement(FieldElement);
     }
     return *Element;
@@ -180,6 +246,7 @@ struct QVMstandardSchemaStep {
   char delimiter;
   COLstring messageName;
   bool standard24;
+  bool rejectBad;
   unsigned groupCount = 0;
 
   COLstring number(std::string_view Owner, unsigned Number) const {
@@ -188,8 +255,31 @@ struct QVMstandardSchemaStep {
     return Text;
   }
 
-  void grammar(const QVMmessageGrammar& Grammar, XMLschemaCollection& Parent, const COLstring& EnclosingGroup) {
-    if (!Grammar.isNode()) {
+  // The writer numbers the repeating nodes of the grammar in pre-order, the root left out, and
+  // names each one's list "Message.LST.n" with n counting down.
+  std::unordered_map<const QVMmessageGrammar*, unsigned> lists;
+
+  void numberLists(const QVMmessageGrammar& Grammar, unsigned& Count) {
+    for (size_t Sub = 0; Sub < Grammar.countOfSubGrammar(); ++Sub) {
+      const QVMmessageGrammar& Child = *Grammar.subGrammar(Sub);
+      if (Child.isRepeating()) lists[&Child] = ++Count;
+      numberLists(Child, Count);
+    }
+  }
+
+  void numberLists(const QVMmessageGrammar& Root) {
+    unsigned Count = 0;
+    numberLists(Root, Count);
+    for (auto& Entry : lists) Entry.second = Count + 1 - Entry.second;
+  }
+
+  // Groups are numbered depth first, in grammar order.
+  std::unordered_map<const QVMmessageGrammar*, COLstring> groupNames;
+
+  void nameGroups(const QVMmessageGrammar& Grammar, const COLstring& EnclosingGroup) {
+    for (size_t Sub = 0; Sub < Grammar.countOfSubGrammar(); ++Sub) {
+      const QVMmessageGrammar& Child = *Grammar.subGrammar(Sub);
+      if (Child.isNode()) continue;
       COLstring Name;
       if (standard24) {
         COLostream(Name) << (EnclosingGroup.empty() ? COLstring() : EnclosingGroup + ".") << "g" << ++groupCount << "R";
@@ -197,18 +287,67 @@ struct QVMstandardSchemaStep {
         Name = messageName;
         COLostream(Name) << ".GRP." << ++groupCount;
       }
-      XMLschemaElement* Group = Parent.attachElement(QVMcollectionElement(QVMtreeSchemaName(Name.view())));
-      Group->setMinOccurs(Grammar.isOptional() ? 0 : 1);
-      Group->setMaxOccurs(Grammar.isRepeating() ? kUnbounded : 1);
-      for (size_t Sub = 0; Sub < Grammar.countOfSubGrammar(); ++Sub)
-        grammar(*Grammar.subGrammar(Sub), QVMcollectionOf(*Group), Name);
-      return;
+      groupNames[&Child] = Name;
+      nameGroups(Child, Name);
     }
-    const QVMsegmentGrammar* Segment = Grammar.segment();
-    COL_PRECONDITION_TEXT(Segment != nullptr, "pSegmentGrammar != NULL");
-    XMLschemaReference* Reference = Parent.attachElementReference(new XMLschemaReference(&segmentElement(*Segment)));
-    Reference->setMinOccurs(Grammar.isOptional() ? 0 : 1);
-    Reference->setMaxOccurs(Grammar.isRepeating() ? kUnbounded : 1);
+  }
+
+  COLstring listName(const QVMmessageGrammar& Grammar) const {
+    COLstring Name = messageName;
+    COLostream(Name) << ".LST." << lists.at(&Grammar);
+    return QVMtreeSchemaName(Name.view());
+  }
+
+  // The sub-grammars of `Group` into `Into`, stretch by stretch (QVMstretches); a list takes
+  // its place in the model by the name of its wrapper.
+  void children(const QVMmessageGrammar& Group, XMLschemaModelGroup& Into) {
+    std::vector<std::vector<std::string>> Tags;
+    std::vector<COLstring> GroupNames;
+    for (size_t Sub = 0; Sub < Group.countOfSubGrammar(); ++Sub) {
+      const QVMmessageGrammar& Child = *Group.subGrammar(Sub);
+      const COLstring Name = Child.isNode() ? COLstring() : groupNames.at(&Child);
+      GroupNames.push_back(Name);
+      if (!standard24 && Child.isRepeating()) Tags.push_back({listName(Child).str()});
+      else if (Child.isNode()) Tags.push_back({QVMtreeSchemaName(Child.segment()->name().view()).str()});
+      else Tags.push_back({QVMtreeSchemaName(Name.view()).str()});
+    }
+    for (const auto& [First, Last] : QVMstretches(Tags)) {
+      if (First == Last) {
+        grammar(*Group.subGrammar(First), Into, GroupNames[First], true);
+        continue;
+      }
+      XMLschemaChoice* Choice = QVManyOrderChoice(Into);
+      std::unordered_set<std::string> Declared;
+      for (size_t Sub = First; Sub <= Last; ++Sub)
+        if (Declared.insert(Tags[Sub][0]).second) grammar(*Group.subGrammar(Sub), *Choice, GroupNames[Sub], false);
+    }
+  }
+
+  // One sub-grammar; without `Exact`, once, as a branch of a choice.
+  void grammar(const QVMmessageGrammar& Grammar, XMLschemaModelGroup& Parent, const COLstring& Name, bool Exact) {
+    XMLschemaModelGroup* Into = &Parent;
+    const bool IsList = !standard24 && Grammar.isRepeating();
+    if (IsList) {
+      XMLschemaElement* List = Parent.attachElement(QVMcollectionElement(listName(Grammar)));
+      if (Exact) List->setMinOccurs(Grammar.isOptional() ? 0 : 1);
+      Into = &QVMcollectionOf(*List).mainSequence();
+    }
+    XMLschemaNode* Node;
+    if (!Grammar.isNode()) {
+      XMLschemaElement* Group = Into->attachElement(QVMcollectionElement(QVMtreeSchemaName(Name.view())));
+      children(Grammar, QVMcollectionOf(*Group).mainSequence());
+      Node = Group;
+    } else {
+      COL_PRECONDITION_TEXT(Grammar.segment() != nullptr, "pSegmentGrammar != NULL");
+      Node = Into->attachElementReference(new XMLschemaReference(&segmentElement(*Grammar.segment())));
+    }
+    if (IsList) {
+      Node->setMinOccurs(0);
+      Node->setMaxOccurs(kUnbounded);
+    } else if (Exact) {
+      Node->setMinOccurs(Grammar.isOptional() ? 0 : 1);
+      Node->setMaxOccurs(Grammar.isRepeating() ? kUnbounded : 1);
+    }
   }
 
   const XMLschemaElement& segmentElement(const QVMsegmentGrammar& Segment) {
@@ -222,7 +361,18 @@ struct QVMstandardSchemaStep {
                                            ? new XMLschemaElement(FieldName, &compositeType(*Type), true)
                                            : QVMstringElement(FieldName);
       FieldElement->setMinOccurs(Segment.isFieldRequired(Field) ? 1 : 0);
+      if (!standard24 && Segment.fieldMaxRepeat(Field) != 0) {
+        // The writer puts the repeats of a field in a list of its own, "PID.3.LST".
+        XMLschemaElement* List = QVMcollectionElement(FieldName + ".LST");
+        List->setMinOccurs(FieldElement->minOccurs());
+        FieldElement->setMinOccurs(0);
+        FieldElement->setMaxOccurs(kUnbounded);
+        QVMcollectionOf(*List).attachElement(FieldElement);
+        QVMcollectionOf(*Element).attachElement(List);
+        continue;
+      }
       FieldElement->setMaxOccurs(Segment.fieldMaxRepeat(Field) != 0 ? kUnbounded : 1);
+      QVMleniencyRepeats(*FieldElement, rejectBad);
       QVMcollectionOf(*Element).attachElement(FieldElement);
     }
     return *Element;
@@ -257,15 +407,14 @@ void QVMxmlX12Converter::generateSchema(const QVMengineInternal& Engine, const Q
   XMLschemaElement* Root = Schema.attachElement(QVMcollectionElement(Step.messageTag));
   const QVMmessageGrammar* Grammar = Definition.messageGrammar();
   COL_PRECONDITION_TEXT(Grammar != nullptr, "NULL != pMessageDef->messageGrammar()");
-  for (size_t Sub = 0; Sub < Grammar->countOfSubGrammar(); ++Sub)
-    Step.grammar(*Grammar->subGrammar(Sub), QVMcollectionOf(*Root));
+  Step.children(*Grammar, QVMcollectionOf(*Root).mainSequence());
 }
 
 namespace {
 
 void QVMstandardSchema(const QVMmessageDefinitionInternal& Definition, XMLschema& Schema, char Delimiter,
-                       bool Standard24) {
-  QVMstandardSchemaStep Step{Definition, Schema, Delimiter, COLstring(), Standard24};
+                       bool Standard24, bool RejectBad) {
+  QVMstandardSchemaStep Step{Definition, Schema, Delimiter, COLstring(), Standard24, RejectBad, 0, {}, {}};
   for (size_t Identifier = 0; Identifier < Definition.countOfIdentifier(); ++Identifier) {
     if (Identifier) Step.messageName += '_';
     Step.messageName += Definition.identifierValue(Identifier);
@@ -274,20 +423,21 @@ void QVMstandardSchema(const QVMmessageDefinitionInternal& Definition, XMLschema
   XMLschemaElement* Root = Schema.attachElement(QVMcollectionElement(QVMtreeSchemaName(Step.messageName.view())));
   const QVMmessageGrammar* Grammar = Definition.messageGrammar();
   COL_PRECONDITION_TEXT(Grammar != nullptr, "NULL != pMessageDef->messageGrammar()");
-  for (size_t Sub = 0; Sub < Grammar->countOfSubGrammar(); ++Sub)
-    Step.grammar(*Grammar->subGrammar(Sub), QVMcollectionOf(*Root), COLstring());
+  Step.numberLists(*Grammar);
+  Step.nameGroups(*Grammar, COLstring());
+  Step.children(*Grammar, QVMcollectionOf(*Root).mainSequence());
 }
 
 }  // namespace
 
-void QVMxmlHl7ConverterStandard::generateSchema(const QVMengineInternal&,
+void QVMxmlHl7ConverterStandard::generateSchema(const QVMengineInternal& Engine,
                                                 const QVMmessageDefinitionInternal& Definition, XMLschema& Schema) {
-  QVMstandardSchema(Definition, Schema, config().xmlDelimiter(), false);
+  QVMstandardSchema(Definition, Schema, config().xmlDelimiter(), false, Engine.rejectBadSegmentGrammar());
 }
 
-void QVMxmlHl7ConverterStandard24::generateSchema(const QVMengineInternal&,
+void QVMxmlHl7ConverterStandard24::generateSchema(const QVMengineInternal& Engine,
                                                   const QVMmessageDefinitionInternal& Definition, XMLschema& Schema) {
-  QVMstandardSchema(Definition, Schema, config().xmlDelimiter(), true);
+  QVMstandardSchema(Definition, Schema, config().xmlDelimiter(), true, Engine.rejectBadSegmentGrammar());
 }
 
 void QVMxmlHl7ConverterOracle::generateSchema(const QVMengineInternal& Engine,
@@ -366,29 +516,32 @@ void QVMxmlHl7ConverterOracle::generateSchema(const QVMengineInternal& Engine,
         }
         FieldElement->setMinOccurs(!rejectBad || !Segment.isFieldRequired(Field) ? 0 : 1);
         FieldElement->setMaxOccurs(Segment.fieldMaxRepeat(Field) != 0 ? kUnbounded : 1);
+        QVMleniencyRepeats(*FieldElement, rejectBad);
         QVMcollectionOf(*Element).attachElement(FieldElement);
       }
       return *Element;
     }
 
-    void grammar(const QVMmessageGrammar& Grammar, XMLschemaModelGroup& Parent, bool IsRoot) {
+    // The segments below `Grammar`, in grammar order.
+    static void segments(const QVMmessageGrammar& Grammar, std::vector<const QVMsegmentGrammar*>& Out) {
       if (Grammar.isNode()) {
-        XMLschemaReference* Reference = Parent.attachElementReference(new XMLschemaReference(&segment(*Grammar.segment())));
-        Reference->setMinOccurs(!rejectBad || Grammar.isOptional() ? 0 : 1);
-        Reference->setMaxOccurs(Grammar.isRepeating() ? kUnbounded : 1);
+        COL_PRECONDITION_TEXT(Grammar.segment() != nullptr, "pSegmentGrammar != NULL");
+        Out.push_back(Grammar.segment());
         return;
       }
-      XMLschemaModelGroup* Group = &Parent;
-      if (!IsRoot) {
-        Group = Parent.attachSequence(new XMLschemaSequence);
-        Group->setMinOccurs(!rejectBad || Grammar.isOptional() ? 0 : 1);
-        Group->setMaxOccurs(Grammar.isRepeating() ? kUnbounded : 1);
-      }
-      for (size_t Sub = 0; Sub < Grammar.countOfSubGrammar(); ++Sub) grammar(*Grammar.subGrammar(Sub), *Group, false);
+      for (size_t Sub = 0; Sub < Grammar.countOfSubGrammar(); ++Sub) segments(*Grammar.subGrammar(Sub), Out);
     }
   } Walk{Schema, RejectBad, name};
   XMLschemaElement* Root = Schema.attachElement(QVMcollectionElement(MessageName));
   const QVMmessageGrammar* Grammar = Definition.messageGrammar();
   COL_PRECONDITION_TEXT(Grammar != nullptr, "NULL != pMessageDef->messageGrammar()");
-  Walk.grammar(*Grammar, QVMcollectionOf(*Root).mainSequence(), true);
+  // The writer prints the raw segments in the order the message gave them, which no check on
+  // this road holds to the grammar: the root holds the grammar's segments in any order and number.
+  std::vector<const QVMsegmentGrammar*> Segments;
+  Walk.segments(*Grammar, Segments);
+  XMLschemaChoice* Choice = QVManyOrderChoice(QVMcollectionOf(*Root).mainSequence());
+  std::unordered_set<std::string> Declared;
+  for (const QVMsegmentGrammar* Segment : Segments)
+    if (Declared.insert(QVMtreeSchemaName(Segment->name().view()).str()).second)
+      Choice->attachElementReference(new XMLschemaReference(&Walk.segment(*Segment)));
 }

@@ -3,6 +3,7 @@
 #include "COLerror.h"
 #include "COLostream.h"
 #include "QVMconfig.h"
+#include "MLGx12Header.h"
 #include "QVMuntypedMessageTree.h"
 
 namespace {
@@ -56,7 +57,10 @@ void QVPflatGen::makeFlatWireLevelZero(const QVMuntypedMessageTree& Tree) {
   for (unsigned Segment = 0; Segment < Tree.countOfSubNode(); ++Segment) {
     // The header's own text stands for the fields it covers.
     const unsigned Skip = Segment == 0 ? m_Config.countOfHeaderFieldsToSkip() : 0;
-    outputNode(*Tree.node(Segment, 0), Skip, 1);
+    if (Segment == 0 && QVPwritesInterchangeHeader(m_Config))
+      outputInterchangeHeader(*Tree.node(0, 0));
+    else
+      outputNode(*Tree.node(Segment, 0), Skip, 1);
     if (!m_DropTrailing) m_Result += FieldSeparator;
     endSegment();
   }
@@ -91,8 +95,44 @@ void QVPflatGen::outputRepeatNode(const QVMuntypedMessageTree& Node, unsigned Le
   }
 }
 
+bool QVPwritesInterchangeHeader(const QVMconfig& Config) {
+  return Config.countOfHeaderFieldsToSkip() <= 2 && Config.headerSegment() == "ISA" && Config.countOfLevel() >= 2 &&
+         Config.parseSeparatorChars() && Config.sepCharInfo(1).sepCharPosition() != QVMsepInfo::npos;
+}
+
+// ISA-01 to ISA-16, each padded to its fixed width (an element of blanks comes back from XML
+// empty).  The separators it declares are the ones this text is written with: ISA-11 is the
+// repetition separator from version 00501 (ISA-12) on, and "U" before it when empty; ISA-16
+// is the component separator.
+void QVPflatGen::outputInterchangeHeader(const QVMuntypedMessageTree& Segment) {
+  const char FieldSeparator = m_Config.sepCharInfo(1).sepCharDefault();
+  const char Repetition = m_Config.sepCharInfo(1).repeatCharDefault();
+  const char Component = m_Config.countOfLevel() >= 3 ? m_Config.sepCharInfo(2).sepCharDefault() : 0;
+  auto valueOf = [&](unsigned Element) {
+    if (Element >= Segment.countOfSubNode()) return COLstring();
+    COLstring Text;
+    QVPflatGen(m_Config, Text).outputRepeatNode(*Segment.node(Element, 0), 1);
+    return Text;
+  };
+  const COLstring Version = valueOf(12);
+  for (unsigned Element = 1; Element <= MLGx12HeaderElements; ++Element) {
+    COLstring Text = valueOf(Element);
+    if (Element == 11 && Version.size() == 5 && Version >= COLstring("00501") && Repetition) Text = COLstring(1, Repetition);
+    else if (Element == 11 && Text.empty()) Text = "U";
+    if (Element == 16 && Component) Text = COLstring(1, Component);
+    if (Text.size() < MLGx12HeaderWidth(Element)) Text.str().resize(MLGx12HeaderWidth(Element), ' ');
+    if (Element > 1) m_Result += FieldSeparator;
+    m_Result += Text;
+  }
+}
+
 void QVPgenerateHeader(const QVMconfig& Config, COLstring& Result, const QVMuntypedMessageTree& Tree) {
   COL_PRECONDITION_TEXT(Config.countOfLevel() >= 2, "Config.countOfLevel() >= 2");
+  if (QVPwritesInterchangeHeader(Config)) {
+    Result = Config.headerSegment();
+    Result += Config.sepCharInfo(1).sepCharDefault();
+    return;
+  }
   Result = COLstring(QVMconfigCalculateMinMessageSize(Config), ' ');
   COLstring Name = Config.headerSegment();
   if (Tree.countOfSubNode() > 0) {

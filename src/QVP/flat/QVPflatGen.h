@@ -22,11 +22,16 @@ public:
 
 private:
   void endSegment();
+  void outputInterchangeHeader(const QVMuntypedMessageTree& Segment);
 
   const QVMconfig& m_Config;
   COLstring& m_Result;
   bool m_DropTrailing;
 };
+
+// An X12 interchange header ("ISA", its element separator read from the message): the
+// header is written element by element, not laid out by the positions.
+bool QVPwritesInterchangeHeader(const QVMconfig& Config);
 
 // `Result` becomes the fixed part of the header: the first segment's name and the
 // delimiter, repeat and escape characters at their positions, then the field separator.

@@ -13,44 +13,11 @@
 #include "SGCcheck.h"
 #include "SGMvalue.h"
 
-void QVPcheckComposite(QVMuntypedMessageTree& Raw, QVMtypedMessageTree& Typed, const QVMcompositeGrammar& Composite,
-                       const SCCescaper& Escaper, bool Strict) {
-  if (Composite.countOfField() == 1) {
-    QVPcheckField(Raw, Typed, Composite, 0, Escaper, Strict);
-    return;
-  }
-  if (Raw.countOfSubNode() > 0) {
-    // Components beyond the grammar are dropped without a word.
-    const unsigned Count = std::min<unsigned>(Raw.countOfSubNode(), Composite.countOfField());
-    for (unsigned Index = 0; Index < Count; ++Index)
-      QVPcheckField(*Raw.node(Index, 0), *Typed.makeNodeUpTo(Index, 0), Composite, Index, Escaper, Strict);
-  } else if (Raw.isNull()) {
-    Typed.setNull();
-  } else if (Composite.countOfField() > 0) {
-    QVPprocessSingleOccuranceOfSubNode(Raw, Typed, Composite, Escaper, Strict);
-  }
-}
+namespace {
 
-void QVPprocessSingleOccuranceOfSubNode(QVMuntypedMessageTree& Raw, QVMtypedMessageTree& Typed,
-                                        const QVMcompositeGrammar& Composite, const SCCescaper& Escaper, bool Strict) {
-  QVPcheckField(Raw, *Typed.makeNodeUpTo(0, 0), Composite, 0, Escaper, Strict);
-}
-
-void QVPcheckField(QVMuntypedMessageTree& Raw, QVMtypedMessageTree& Typed, const QVMcompositeGrammar& Composite,
-                   unsigned FieldIndex, const SCCescaper& Escaper, bool Strict) {
-  if (Composite.fieldDataType(FieldIndex) != QVMcompositeType) {
-    QVPcheckLeafGrammar(Raw, Composite, Typed, FieldIndex, Escaper, Strict);
-    return;
-  }
-  const QVMcompositeGrammar* Inner = Composite.fieldCompositeType(FieldIndex);
-  COL_PRECONDITION_TEXT(Inner != nullptr, "Grammar.fieldCompositeType(FieldIndex) != NULL");
-  QVPcheckComposite(Raw, Typed, *Inner, Escaper, Strict);
-}
-
-void QVPcheckLeafGrammar(QVMuntypedMessageTree& Raw, const QVMcompositeGrammar& Composite, QVMtypedMessageTree& Typed,
-                         unsigned FieldIndex, const SCCescaper& Escaper, bool Strict) {
-  const QVMdataType Type = Composite.fieldDataType(FieldIndex);
-  COL_PRECONDITION_TEXT(Type != QVMcompositeType, "Grammar.fieldDataType(FieldIndex) != QVMcompositeType");
+// The leaf of data type `Type` (not a composite) at `FieldIndex` of the composite.
+void checkLeaf(QVMuntypedMessageTree& Raw, const QVMcompositeGrammar& Composite, QVMdataType Type,
+               QVMtypedMessageTree& Typed, unsigned FieldIndex, const SCCescaper& Escaper, bool Strict) {
   // A leaf that came with components (a^b or a&b where the grammar wants one value) takes the
   // first, however deep it stands.
   const QVMuntypedMessageTree* Source = &Raw;
@@ -78,14 +45,71 @@ void QVPcheckLeafGrammar(QVMuntypedMessageTree& Raw, const QVMcompositeGrammar& 
       break;
     }
     default: {  // string and enumeration
+      if (!Strict) {
+        // Nothing can fail: the text goes straight into the node's kept storage.
+        Escaper.unescapeString(Typed.stringValueToFill(), Value, false);
+        break;
+      }
       COLstring Text;
       Escaper.unescapeString(Text, Value, Strict);
       Typed.setStringValue(Text);
       break;
     }
   }
-  if (std::strcmp(Value, "\"\"") == 0) Present = QVMdataPresentExplicitNull;
+  if (Value[0] == '"' && Value[1] == '"' && Value[2] == '\0') Present = QVMdataPresentExplicitNull;
   Typed.setDataPresent(Present);
+}
+
+// Sub field `FieldIndex` of the composite, whatever its type: the type is read once.
+void checkSubField(QVMuntypedMessageTree& Raw, QVMtypedMessageTree& Typed, const QVMcompositeGrammar& Composite,
+                   unsigned FieldIndex, const SCCescaper& Escaper, bool Strict) {
+  const QVMdataType Type = Composite.fieldDataType(FieldIndex);
+  if (Type != QVMcompositeType) {
+    checkLeaf(Raw, Composite, Type, Typed, FieldIndex, Escaper, Strict);
+    return;
+  }
+  const QVMcompositeGrammar* Inner = Composite.fieldCompositeType(FieldIndex);
+  COL_PRECONDITION_TEXT(Inner != nullptr, "Grammar.fieldCompositeType(FieldIndex) != NULL");
+  QVPcheckComposite(Raw, Typed, *Inner, Escaper, Strict);
+}
+
+}  // namespace
+
+void QVPcheckComposite(QVMuntypedMessageTree& Raw, QVMtypedMessageTree& Typed, const QVMcompositeGrammar& Composite,
+                       const SCCescaper& Escaper, bool Strict) {
+  const unsigned Fields = Composite.countOfField();
+  if (Fields == 1) {
+    checkSubField(Raw, Typed, Composite, 0, Escaper, Strict);
+    return;
+  }
+  if (Raw.countOfSubNode() > 0) {
+    // Components beyond the grammar are dropped without a word.
+    const unsigned Count = std::min<unsigned>(Raw.countOfSubNode(), Fields);
+    if (Count > 0) Typed.makeNodeUpTo(Count - 1, 0);  // all at once
+    for (unsigned Index = 0; Index < Count; ++Index)
+      checkSubField(*Raw.node(Index, 0), *Typed.makeNodeUpTo(Index, 0), Composite, Index, Escaper, Strict);
+  } else if (Raw.isNull()) {
+    Typed.setNull();
+  } else if (Fields > 0) {
+    QVPprocessSingleOccuranceOfSubNode(Raw, Typed, Composite, Escaper, Strict);
+  }
+}
+
+void QVPprocessSingleOccuranceOfSubNode(QVMuntypedMessageTree& Raw, QVMtypedMessageTree& Typed,
+                                        const QVMcompositeGrammar& Composite, const SCCescaper& Escaper, bool Strict) {
+  checkSubField(Raw, *Typed.makeNodeUpTo(0, 0), Composite, 0, Escaper, Strict);
+}
+
+void QVPcheckField(QVMuntypedMessageTree& Raw, QVMtypedMessageTree& Typed, const QVMcompositeGrammar& Composite,
+                   unsigned FieldIndex, const SCCescaper& Escaper, bool Strict) {
+  checkSubField(Raw, Typed, Composite, FieldIndex, Escaper, Strict);
+}
+
+void QVPcheckLeafGrammar(QVMuntypedMessageTree& Raw, const QVMcompositeGrammar& Composite, QVMtypedMessageTree& Typed,
+                         unsigned FieldIndex, const SCCescaper& Escaper, bool Strict) {
+  const QVMdataType Type = Composite.fieldDataType(FieldIndex);
+  COL_PRECONDITION_TEXT(Type != QVMcompositeType, "Grammar.fieldDataType(FieldIndex) != QVMcompositeType");
+  checkLeaf(Raw, Composite, Type, Typed, FieldIndex, Escaper, Strict);
 }
 
 bool QVPdateTimeGrammarConvertStringToDateTime(const QVMdateTimeGrammar& Grammar, const char* Value,

@@ -23,8 +23,14 @@ namespace {
     case SGPduplicateDelimiter:
       throw COLerror("Some delimiters in the message were repeated.", COL_ERROR_DELIMITERS);
     case SGPmessageTooShort:
-      throw COLerror("The message is too short. Each message must include the MSH segment and encoding characters.",
+      throw COLerror("The message is too short. Each message must include the " + Options.headerSegmentName() +
+                         " segment and encoding characters.",
                      COL_ERROR_MESSAGE_TOO_SHORT);
+    case SGPinterchangeHeaderInvalid:
+      throw COLerror("The interchange header 'ISA' could not be read: it needs its 16 elements, each behind the "
+                     "element separator that follows 'ISA', then the component separator (ISA-16) and the segment "
+                     "terminator.",
+                     COL_ERROR_DELIMITERS);
     case SGPfieldDelimitersNotFound:
       throw COLerror("Message delimiters were not found.", COL_ERROR_DELIMITERS);
     case SGPheaderNotFound:
@@ -96,6 +102,12 @@ unsigned SGCparseStructure(const COLstring& Message, QVMengineInternal& Engine, 
       Parser.parse(Result.text.data(), Result.text.size(), List, Result.separators, Options);
   if (Tokenised != SGPparsed) SGCthrowTokeniserResult(Tokenised, Options);
   if (Options.hl7Mode()) SGCfixMshSegments(List, Result.text);
+  // An interchange read by the separators it declares is checked as one: its trailers count
+  // what they close and repeat the control numbers.
+  if (SGPreadsInterchangeHeader(Options)) {
+    COLstring Problem;
+    if (!SGPcheckInterchangeEnvelope(List, Problem)) throw COLerror(Problem, COL_ERROR_MESSAGE_GRAMMAR);
+  }
 
   const unsigned MessageIndex = SGCmatchMessage(List, Engine);
   if (MessageIndex >= Reader.countOfMessage()) throw COLerror(SGCunidentifiedMessageText(), COL_ERROR_NOT_IDENTIFIED);
