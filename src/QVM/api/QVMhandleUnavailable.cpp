@@ -1,6 +1,6 @@
 // Handle functions whose work this build does not do yet: the error tree of a parse,
-// compiling a script apart from a definition, and re-making parse contexts.  Each checks its handle like
-// the others, then returns an error handle that says what is missing.
+// compiling a script apart from a definition, and re-making parse contexts.  Each checks its
+// handle like the others, then returns an error handle that says what is missing.
 #include "QVMhandleSupport.h"
 
 // An engine function: the engine is checked first, so a bad handle is reported as such.
