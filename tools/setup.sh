@@ -11,6 +11,9 @@ PACKAGES=(
   # the database layer's tests: the ODBC driver manager, its SQLite and PostgreSQL drivers, and a
   # PostgreSQL server that the tests start on their own
   unixodbc-dev libsqliteodbc odbc-postgresql postgresql
+  # the MariaDB client library (loaded at run time), a server the tests start, and SQLite's C
+  # library under the tests' stand-in for the Oracle client
+  mariadb-server libmariadb-dev libmariadb-dev-compat libsqlite3-dev
   # bench/compare.sh and bench/memory.sh: peak RSS by GNU time, and a Python HL7 peer
   time python3-hl7
 )

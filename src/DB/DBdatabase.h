@@ -13,6 +13,10 @@
 
 class COLostream;
 
+// The parameters setParameter knows by name.
+#define DB_PARAM_USE_UNICODE "UseUnicode"
+#define DB_PARAM_TIMEOUT "Timeout"
+
 enum DBdatabaseType : int {
   DB_MYSQL = 0,
   DB_ODBC_SQL_SERVER = 1,
@@ -37,6 +41,12 @@ class DBdatabase : public COLreference {
 public:
   DBdatabase();
   ~DBdatabase() override;
+
+  // --- life
+  // A new connection object (with no reference yet) of the same back end and settings, for
+  // another thread or a second session: a connection is never shared by handing out itself.
+  // It is connected with the cached texts if this one has connected before.
+  virtual DBdatabase* clone() override = 0;
 
   // --- connection
   virtual void connect(const COLstring& dataSource, const COLstring& user, const COLstring& password) = 0;

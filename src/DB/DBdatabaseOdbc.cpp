@@ -52,6 +52,15 @@ DBdatabaseOdbc::~DBdatabaseOdbc() {
   m->pEnvironment.reset();
 }
 
+DBdatabase* DBdatabaseOdbc::cloneInto(DBdatabaseOdbc* copy) {
+  std::unique_ptr<DBdatabaseOdbc> hold(copy);
+  copy->m->UseUnicode = m->UseUnicode;
+  copy->m->UseBinding = m->UseBinding;
+  copy->m->Timeout = m->Timeout;
+  if (!cachedDataSourceName().empty()) copy->connect(cachedDataSourceName(), cachedUserName(), cachedPassword());
+  return hold.release();
+}
+
 bool DBdatabaseOdbc::useUnicode() const { return m->UseUnicode; }
 bool DBdatabaseOdbc::useBinding() const { return m->UseBinding && !m->UseUnicode; }
 unsigned DBdatabaseOdbc::timeout() const { return m->Timeout; }
@@ -70,7 +79,9 @@ void DBdatabaseOdbc::throwOdbcErrorWithMessage(SQLSMALLINT handleType, SQLHANDLE
 // --- connection
 
 void DBdatabaseOdbc::connect(const COLstring& dataSource, const COLstring& user, const COLstring& password) {
-  if (isConnected() && dataSource == cachedDataSourceName() && user == cachedUserName() &&
+  // Kept without a ping: a connection that died shows at its next statement (a state of class
+  // 08), which drops it, so that the connect after that makes a new one.
+  if (connectionExists() && dataSource == cachedDataSourceName() && user == cachedUserName() &&
       password == cachedPassword())
     return;
   disconnect();
@@ -439,8 +450,14 @@ void DBdatabaseOdbc::setResultSetColumnValue(DBodbcStatement& statement, const C
       return;
     }
     case DB_INTEGER: {
-      SQLINTEGER value = 0;
-      if (read(SQL_C_SLONG, &value, sizeof value)) result.setValue(row, column, DBvariant(static_cast<int>(value)));
+      // Read in 64 bits: SQLite calls its 64-bit integers SQL_INTEGER, and a 32-bit read would
+      // cut them silently.  What fits stays a 32-bit value.
+      SQLBIGINT value = 0;
+      if (!read(SQL_C_SBIGINT, &value, sizeof value)) return;
+      if (value >= INT32_MIN && value <= INT32_MAX)
+        result.setValue(row, column, DBvariant(static_cast<int>(value)));
+      else
+        result.setValue(row, column, DBvariant(static_cast<int64_t>(value)));
       return;
     }
     case DB_LARGE_INTEGER: {

@@ -12,9 +12,6 @@
 
 class DBodbcStatement;
 
-#define DB_PARAM_USE_UNICODE "UseUnicode"
-#define DB_PARAM_TIMEOUT "Timeout"
-
 class DBdatabaseOdbc : public DBdatabase {
 public:
   // Loads "libodbc.so" once and writes how it went to `stream`.
@@ -24,6 +21,8 @@ public:
 
   DBdatabaseOdbc();
   ~DBdatabaseOdbc() override;
+
+  DBdatabase* clone() override { return cloneInto(new DBdatabaseOdbc); }
 
   // A data source holding "=" is a connection string (for instance "DRIVER=SQLite3;DATABASE=...");
   // any other text names a data source of odbc.ini.
@@ -74,6 +73,8 @@ public:
   void DBdatabaseOdbcCreateSqlUpdateWithoutBinding(const DBsqlUpdate& command, COLostream& stream);
 
 protected:
+  // Gives `copy` this object's settings and connects it as this one was; for clone.
+  DBdatabase* cloneInto(DBdatabaseOdbc* copy);
   // Raises a COLerror of code 0x80000500: `text`, "ODBC Error:" and every diagnostic record of
   // the handle.  A state of class "08" means the connection is gone: it is dropped first.
   [[noreturn]] void throwOdbcErrorWithMessage(SQLSMALLINT handleType, SQLHANDLE handle, const COLstring& text);

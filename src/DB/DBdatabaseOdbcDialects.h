@@ -6,12 +6,14 @@
 
 class DBdatabaseOdbcSqlServer : public DBdatabaseOdbc {
 public:
+  DBdatabase* clone() override { return cloneInto(new DBdatabaseOdbcSqlServer); }
   int databaseType() const override { return DB_ODBC_SQL_SERVER; }
   const char* dbDoubleType() const override { return "FLOAT"; }
 };
 
 class DBdatabaseOdbcAccess : public DBdatabaseOdbc {
 public:
+  DBdatabase* clone() override { return cloneInto(new DBdatabaseOdbcAccess); }
   int databaseType() const override { return DB_ODBC_ACCESS; }
   const char* dbIntegerType() const override { return "LONG"; }
   const char* dbDoubleType() const override { return "FLOAT"; }
@@ -25,6 +27,7 @@ public:
 
 class DBdatabaseOdbcDb2 : public DBdatabaseOdbc {
 public:
+  DBdatabase* clone() override { return cloneInto(new DBdatabaseOdbcDb2); }
   int databaseType() const override { return DB_ODBC_DB2; }
   const char* dbKeyModifiers() const override { return " not null "; }
   size_t acceptableErrorStringSize() const override { return 2; }
@@ -33,6 +36,7 @@ public:
 
 class DBdatabaseOdbcFilemaker : public DBdatabaseOdbc {
 public:
+  DBdatabase* clone() override { return cloneInto(new DBdatabaseOdbcFilemaker); }
   int databaseType() const override { return DB_ODBC_FILEMAKER; }
   bool supportsDefinePrimaryKey() const override { return false; }
   bool supportsDescribeParam() const override { return false; }
@@ -42,6 +46,7 @@ public:
 
 class DBdatabaseOdbcInformix : public DBdatabaseOdbc {
 public:
+  DBdatabase* clone() override { return cloneInto(new DBdatabaseOdbcInformix); }
   int databaseType() const override { return DB_ODBC_INFORMIX; }
   size_t acceptableErrorStringSize() const override { return 2; }
   const char* acceptableErrorString(size_t index) const override;
@@ -49,6 +54,7 @@ public:
 
 class DBdatabaseOdbcInterbase : public DBdatabaseOdbc {
 public:
+  DBdatabase* clone() override { return cloneInto(new DBdatabaseOdbcInterbase); }
   int databaseType() const override { return DB_ODBC_INTERBASE; }
   const char* dbDoubleType() const override { return "DOUBLE PRECISION"; }
   const char* dbDateTimeType() const override { return "DATE"; }
@@ -63,6 +69,7 @@ public:
 
 class DBdatabaseOdbcOracle : public DBdatabaseOdbc {
 public:
+  DBdatabase* clone() override { return cloneInto(new DBdatabaseOdbcOracle); }
   int databaseType() const override { return DB_ODBC_ORACLE; }
   const char* dbDoubleType() const override;
   const char* dbDateTimeType() const override;
@@ -80,6 +87,7 @@ public:
 
 class DBdatabaseOdbcPostgreSql : public DBdatabaseOdbc {
 public:
+  DBdatabase* clone() override { return cloneInto(new DBdatabaseOdbcPostgreSql); }
   int databaseType() const override { return DB_ODBC_POSTGRESQL; }
   const char* dbIntegerType() const override { return "INT4"; }
   const char* dbDoubleType() const override { return "FLOAT8"; }
@@ -93,6 +101,7 @@ public:
 // Sybase SQL Anywhere.
 class DBdatabaseOdbcSybase : public DBdatabaseOdbc {
 public:
+  DBdatabase* clone() override { return cloneInto(new DBdatabaseOdbcSybase); }
   int databaseType() const override { return DB_ODBC_SYBASE_ASA; }
   bool selectUnionSeparateOrderBySupported() const override { return false; }
   // Brackets rather than double quotes, and always around a name that is a reserved word.
@@ -105,6 +114,7 @@ protected:
 // Sybase Adaptive Server Enterprise.
 class DBdatabaseOdbcSybaseASE : public DBdatabaseOdbcSybase {
 public:
+  DBdatabase* clone() override { return cloneInto(new DBdatabaseOdbcSybaseASE); }
   int databaseType() const override { return DB_ODBC_SYBASE_ASE; }
   bool selectUnionSeparateOrderBySupported() const override { return true; }
   const char* dbDoubleType() const override { return "DOUBLE PRECISION"; }

@@ -3,10 +3,13 @@
 #pragma once
 
 #include <cstdint>
+#include <vector>
 
 #include "COLstring.h"
+#include "DBdatabase.h"
 
 class QVMconfig;
+class QVMdbInfo;
 class SGMfieldRepeats;
 class SGMstringPool;
 class QVMengineInternal;
@@ -81,6 +84,16 @@ public:
   char repeatChar() const;
   void setRepeatChar(char c);
 
+  // Databases: the connections this environment opened, kept for the next scripts.
+  size_t countOfDatabases() const { return m_Databases.size(); }
+  DBdatabase* database(size_t index) const { return m_Databases.at(index).get(); }
+  // The configuration's default connection, or null.
+  const QVMdbInfo* defaultDatabase() const;
+  // The open connection of those four texts (connected again if it was lost), or a new one
+  // from the factory; the interpreter lock is given up while it connects.
+  DBdatabase* getDatabaseObject(const COLstring& api, const COLstring& databaseName, const COLstring& userName,
+                                const COLstring& password);
+
   unsigned countOfSegmentInMessage() const { return m_CountOfSegmentInMessage; }
   // Adds to the running count.
   void setCountOfSegmentInMessage(unsigned count) { m_CountOfSegmentInMessage += count; }
@@ -106,6 +119,7 @@ private:
   QVMuntypedMessageTree* m_TreeField = nullptr;
   unsigned m_CountOfSegmentInMessage = 0;
   unsigned m_CountOfGeneratedSegment = 0;
+  std::vector<COLreferencePtr<DBdatabase>> m_Databases;
 };
 
 // Points an environment at the table a message fills or is generated from, for one scope; the

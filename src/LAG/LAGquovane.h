@@ -23,6 +23,11 @@ void LAGdetachEnvironmentObject(PyObject* object);
 // none or has been detached.
 LAGenvironment* LAGenvironmentOf(PyObject* object);
 
+// environment.get_database(type, name, user, password) and environment.get_default_database():
+// a Database object over the connection (see LAGquovaneDatabase.cpp).
+PyObject* LAGgetDatabase(PyObject* self, PyObject* args);
+PyObject* LAGgetDefaultDatabase(PyObject* self);
+
 // `owner` is the environment object the new object depends on, or null when the caller
 // guarantees the native objects outlive it.
 PyObject* LAGnewTableIteratorObject(PyObject* owner, QVMtableInternal* table);

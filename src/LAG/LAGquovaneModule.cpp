@@ -66,20 +66,9 @@ PyObject* environmentCountOfGeneratedSegment(PyObject* self, PyObject*) {
       self, [](LAGenvironment& environment) { return PyLong_FromUnsignedLong(environment.countOfGeneratedSegment()); });
 }
 
-// Parts of the environment that need what this build has not got say so by name.
-PyObject* LAGnotBuilt(PyObject* self, const char* what) {
-  if (LAGenvironmentOf(self) == nullptr) return nullptr;
-  PyErr_Format(PyExc_NotImplementedError, "%s", what);
-  return nullptr;
-}
+PyObject* environmentGetDatabase(PyObject* self, PyObject* args) { return LAGgetDatabase(self, args); }
 
-PyObject* environmentGetDatabase(PyObject* self, PyObject*) {
-  return LAGnotBuilt(self, "get_database cannot run: no database back end is built into this engine.");
-}
-
-PyObject* environmentGetDefaultDatabase(PyObject* self, PyObject*) {
-  return LAGnotBuilt(self, "get_default_database cannot run: no database back end is built into this engine.");
-}
+PyObject* environmentGetDefaultDatabase(PyObject* self, PyObject*) { return LAGgetDefaultDatabase(self); }
 
 PyObject* environmentInputSegmentIterator(PyObject* self, PyObject*) {
   return LAGwithEnvironment(self, [&](LAGenvironment& environment) -> PyObject* {

@@ -3,12 +3,14 @@
 #include <functional>
 #include <map>
 
+#include "DBdatabaseMySql.h"
 #include "DBdatabaseOdbcDialects.h"
 
 std::unique_ptr<DBdatabase> DBmakeTextDialect(const std::string& name) {
   static const std::map<std::string, std::function<DBdatabase*()>> makers{
       {"generic", [] { return new DBtextOnlyDatabase; }},
       {"odbc", [] { return new DBdatabaseOdbc; }},
+      {"mysql", [] { return new DBdatabaseMySql; }},
       {"sqlserver", [] { return new DBdatabaseOdbcSqlServer; }},
       {"access", [] { return new DBdatabaseOdbcAccess; }},
       {"db2", [] { return new DBdatabaseOdbcDb2; }},

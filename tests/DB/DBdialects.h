@@ -12,6 +12,11 @@
 // The base with nothing to talk to: it writes text and refuses everything else.
 class DBtextOnlyDatabase : public DBdatabase {
 public:
+  DBdatabase* clone() override {
+    auto* copy = new DBtextOnlyDatabase;
+    copy->m_Type = m_Type;
+    return copy;
+  }
   void connect(const COLstring&, const COLstring&, const COLstring&) override { refuse(); }
   int databaseType() const override { return m_Type; }
   void disconnect() override {}

@@ -218,11 +218,13 @@ void fetchesAWindowAndCountsEveryRow(DBdatabaseOdbc& database) {
 // --- without a database
 
 TEST(DBodbc, LoadsTheDriverManagerAndTakesItsParameters) {
+  const bool loadedBefore = DBdatabaseOdbc::isInitialized();  // by another suite of this process
   COLstring report;
   COLostream stream(report);
   DBdatabaseOdbc::initialize(stream);
   ASSERT_TRUE(DBdatabaseOdbc::isInitialized());
-  EXPECT_EQ(report.str(), "Trying to load ODBC... libodbc.so  OK (ODBC support enabled)\n");
+  // The load runs once: a second initialize writes nothing.
+  EXPECT_EQ(report.str(), loadedBefore ? "" : "Trying to load ODBC... libodbc.so  OK (ODBC support enabled)\n");
   EXPECT_EQ(DBdatabaseOdbc::loadedApiLibraryPath(), "libodbc.so");
 
   DBdatabaseOdbc database;

@@ -1,7 +1,6 @@
 // Handle functions whose work this build does not do yet: the error tree of a parse,
-// compiling a script apart from a definition, database
-// connections, and re-making parse contexts.  Each checks its handle like
-// the others, then returns an error handle that says what is missing.
+// compiling a script apart from a definition, and re-making parse contexts.  Each checks its
+// handle like the others, then returns an error handle that says what is missing.
 #include "QVMhandleSupport.h"
 
 // An engine function: the engine is checked first, so a bad handle is reported as such.
@@ -22,8 +21,6 @@ extern "C" {
 QVM_ENGINE_UNAVAILABLE(_QVMengineGetErrorTree, kParsing, void**)
 QVM_ENGINE_UNAVAILABLE(_QVMengineCompileFunction, "Compiling a script apart from a definition", const char*,
                        const char**)
-QVM_ENGINE_UNAVAILABLE(_QVMengineSetCreateDatabaseFp, "Database connections", void*)
-QVM_ENGINE_UNAVAILABLE(_QVMengineSetCreateDatabaseFpContext, "Database connections", void*)
 
 void* _QVMengineInitAfterConfigChange(void* engine) {
   return QVMhandleGuard([&] {
