@@ -16,7 +16,7 @@ constexpr size_t kPeekSize = 512;
 
 }  // namespace
 
-MLGx12Reader::MLGx12Reader(MLGreaderFileFormat format) : MLGfileReader(format) { m_MessageTerminator = "\r"; }
+MLGx12Reader::MLGx12Reader(MLGreaderFileFormat format) : MLGfileReader(format) { m_MessageTerminator = COLstring(1, '\r'); }
 
 void MLGx12Reader::resetState(uint64_t, bool) {
   m_State = 0;

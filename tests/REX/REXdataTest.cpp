@@ -63,7 +63,9 @@ TEST_P(REXdata, PatternOnTexts) {
       EXPECT_EQ(TSTraised([&] { Kept->doesMatch("x"); }),
                 COLerror("Failed precondition: pMember->pCompiledExpression != NULL", COL_ERROR_PRECONDITION));
     }
-    if (Words >> Offset) EXPECT_EQ(Matcher.errorOffset(), Offset);
+    if (Words >> Offset) {
+      EXPECT_EQ(Matcher.errorOffset(), Offset);
+    }
     for (std::string Word; Words >> Word;) EXPECT_NE(Matcher.lastCompileError().find(Word.c_str()), COLstring::npos);
     EXPECT_FALSE(Matcher.lastCompileError().empty());
     return;
