@@ -58,7 +58,7 @@ pace() {
   case "$1" in
     fuzz_escaper) echo 7000 ;; fuzz_xml) echo 5000 ;; fuzz_full_tree_xml) echo 5000 ;; fuzz_tree_xml) echo 5000 ;;
     fuzz_table_xml) echo 2300 ;; fuzz_readers) echo 1000 ;; fuzz_vmd) echo 500 ;;
-    fuzz_tokeniser) echo 360 ;; fuzz_parse) echo 270 ;; *) echo 500 ;;
+    fuzz_tokeniser) echo 360 ;; fuzz_parse) echo 270 ;; fuzz_archive) echo 250 ;; *) echo 500 ;;
   esac
 }
 # The same layout and hashing on every run; without setarch (or where it is refused) only the
