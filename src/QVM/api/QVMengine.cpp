@@ -61,6 +61,11 @@ void QVMengine::Load(const COLstring& path) { QVM_CHECK_CALL(_QVMengineLoad(pMem
 
 void QVMengine::Load(const char* path) { Load(COLstring(path)); }
 
+void QVMengine::LoadFromMemory(const void* data, size_t size) {
+  unsigned kind = 0;
+  QVM_CHECK_CALL(_QVMengineLoadFromMemory(pMember->Handle, data, size, &kind));
+}
+
 void QVMengine::ParseMessage(const char*, unsigned) {
   throw QVMerror("The ParseMessage method should be overridden.", __LINE__, __FILE__, 0);
 }

@@ -43,6 +43,8 @@ public:
 
   // Goes to the virtual Load.
   void Load(const char* path);
+  // A definition held in memory, of the version-one or the archive kind.
+  void LoadFromMemory(const void* data, size_t size);
   void* EngineHandle() const;
 
   // The engine owns what it is given, and deletes what it had before.

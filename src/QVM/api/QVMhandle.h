@@ -57,6 +57,9 @@ QVM_API void* _QVMengineAddRef(void* engine);
 QVM_API void* _QVMengineRelease(void* engine);
 QVM_API void* _QVMengineLoad(void* engine, const char* path);
 QVM_API void* _QVMengineLoad2(void* engine, const char* path, unsigned* type);
+// A definition handed over in memory: the version-one and archive kinds; a reflected binary one is
+// refused with a request to resave it.  The kind loaded goes to type.
+QVM_API void* _QVMengineLoadFromMemory(void* engine, const void* data, size_t size, unsigned* type);
 QVM_API void* _QVMengineSave(void* engine, const char* path, unsigned type);
 QVM_API void* _QVMengineClear(void* engine);
 QVM_API void* _QVMengineDump(void* engine, char** buffer);

@@ -135,6 +135,17 @@ void* _QVMengineLoad2(void* engine, const char* path, unsigned* type) {
   });
 }
 
+void* _QVMengineLoadFromMemory(void* engine, const void* data, size_t size, unsigned* type) {
+  return QVMhandleGuard([&] {
+    QVMengineInternal& schema = QVMhandleEngine(engine);
+    if (size != 0) QVM_HANDLE_OUT(data);
+    QVM_HANDLE_OUT(type);
+    QVMhandleEngineObject(engine).endLease();
+    *type = QVMhandleLoadEngineFromMemory(schema, data, size);
+    QVMengineReadCustomConfig(schema);
+  });
+}
+
 void* _QVMengineSave(void* engine, const char* path, unsigned type) {
   return QVMhandleGuard([&] {
     QVMengineInternal& schema = QVMhandleEngine(engine);

@@ -8,6 +8,11 @@ unsigned QVMhandleLoadEngine(QVMengineInternal& engine, const COLstring& path) {
   return kind;
 }
 
+// The loader ends with the model's post-load step itself.
+unsigned QVMhandleLoadEngineFromMemory(QVMengineInternal& engine, const void* data, size_t size) {
+  return QVLloadEngineFromMemory(engine, data, size);
+}
+
 unsigned QVMhandleVmdFileType(const COLstring& path) { return QVLvmdFileType(path); }
 
 void QVMhandleSaveEngine(QVMengineInternal& engine, const COLstring& path, unsigned kind) {

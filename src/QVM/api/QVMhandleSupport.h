@@ -145,6 +145,7 @@ inline QVMengineInternal& QVMhandleEngine(void* handle) {
 
 // The definition-file layer as the handle functions reach it.
 unsigned QVMhandleLoadEngine(QVMengineInternal& engine, const COLstring& path);
+unsigned QVMhandleLoadEngineFromMemory(QVMengineInternal& engine, const void* data, size_t size);
 unsigned QVMhandleVmdFileType(const COLstring& path);
 void QVMhandleSaveEngine(QVMengineInternal& engine, const COLstring& path, unsigned kind);
 

@@ -2,9 +2,10 @@
 // files, the model, configurations, the match order, flags, text helpers and what isn't built
 // yet.  Each step is one handle call on the current engine; a refusal answers "error: TEXT" with
 // the temporary directory written "{dir}", and `code` then gives its code.  "{example}" is the
-// example definition, "{dir}" a directory of the case's own.
+// example definition, "{dir}" a directory of the case's own, "{data}/" the folder tests/data.
 //
-//   load PATH | load2 PATH -> kind | filetype PATH -> kind | save PATH KIND | clear | engine 1|2
+//   load PATH | load2 PATH -> kind | loadmem PATH|empty -> kind (the file's bytes handed over in
+//   memory) | filetype PATH -> kind | save PATH KIND | clear | engine 1|2
 //   count messages|segments|configs|tables|datetimes|enumerations | current | outgoing | ack
 //   messagename I | messagebyname NAME | segmentbyname NAME -> index or "none" | removemessage I
 //   dump TEXT -> whether the dump holds TEXT | setdescription TEXT | description
@@ -57,6 +58,7 @@ private:
   std::string text(void* Error, const char*& Text) { return call(Error), Text ? Text : "(null)"; }
   const char* path(size_t At) {
     Words[At] = Words[At] == "{example}" ? QVMexampleDefinition() : Words[At];
+    if (Words[At].rfind("{data}", 0) == 0) Words[At].replace(0, 6, std::string(MSGBRIDGE_SOURCE_DIR) + "/tests/data");
     if (Words[At].rfind("{dir}", 0) == 0) Words[At].replace(0, 5, Dir);
     return Words[At].c_str();
   }
@@ -76,6 +78,14 @@ private:
     }
     if (Verb == "load") return call(_QVMengineLoad(Engine, word(1) == "null" ? nullptr : path(1))), "";
     if (Verb == "load2") return indexed(_QVMengineLoad2(Engine, path(1), &Index));
+    if (Verb == "loadmem") {
+      std::string Bytes;
+      if (word(1) != "empty") {
+        std::ifstream In(path(1), std::ios::binary);
+        Bytes.assign(std::istreambuf_iterator<char>(In), {});
+      }
+      return indexed(_QVMengineLoadFromMemory(Engine, Bytes.data(), Bytes.size(), &Index));
+    }
     if (Verb == "filetype") return indexed(_QVMvmdFileType(path(1), &Index));
     if (Verb == "write") return std::ofstream(path(1)) << rest(2), "";
     if (Verb == "save") return call(_QVMengineSave(Engine, path(1), index(2))), "";
