@@ -11,6 +11,7 @@
 
 const fs = require('fs');
 const path = require('path');
+const vmd = require('./vmd-writer');
 
 const [dictionaryDir, version, outFile] = process.argv.slice(2);
 if (!dictionaryDir || !version || !outFile) {
@@ -39,10 +40,6 @@ function plain(text) {
     .trim();
 }
 
-function escapeData(text) {
-  return text.replace(/[&<>"']/g, (c) => ({ '&': '&amp;', '<': '&lt;', '>': '&gt;', '"': '&quot;', "'": '&apos;' })[c]);
-}
-
 // "Set ID - PID" -> "SetIdPid": the names of fields, components and columns.
 function camel(text) {
   const words = plain(text).replace(/'/g, '').split(/[^A-Za-z0-9]+/).filter(Boolean);
@@ -65,53 +62,6 @@ function uniqueNames(descriptions) {
 }
 
 const compareText = (a, b) => (a < b ? -1 : a > b ? 1 : 0);
-
-// ---------------------------------------------------------------- output in the saver's layout
-
-class Writer {
-  constructor() {
-    this.lines = [];
-    this.depth = 0;
-  }
-  indent() {
-    return '   '.repeat(this.depth);
-  }
-  start(name, key, value) {
-    const attribute = key === undefined ? '' : ` ${key}="${escapeData(String(value))}"`;
-    this.lines.push(`${this.indent()}<${name}${attribute}>`);
-    this.depth++;
-  }
-  end(name) {
-    this.depth--;
-    this.lines.push(`${this.indent()}</${name}>`);
-  }
-  prop(name, value) {
-    this.lines.push(`${this.indent()}<${name}>${escapeData(String(value))}</${name}>`);
-  }
-  // A script, as the saver writes it: one CDATA section, nothing for no script.
-  code(name, text) {
-    this.lines.push(`${this.indent()}<${name}>${text ? `<![CDATA[${text}]]>` : ''}</${name}>`);
-  }
-  flag(name, value) {
-    this.prop(name, value ? 'True' : 'False');
-  }
-  index(name, value) {
-    this.prop(name, value === undefined || value === null ? -1 : value);
-  }
-  address(steps) {
-    this.start('node_address');
-    for (const node of steps) {
-      this.start('pair');
-      this.index('node_index', node);
-      this.index('repeat_index', 0);
-      this.end('pair');
-    }
-    this.end('node_address');
-  }
-  text() {
-    return this.lines.join('\n') + '\n';
-  }
-}
 
 // ---------------------------------------------------------------- data types
 
@@ -312,40 +262,17 @@ function writeDefinition() {
   const tables = buildTables(segments, composites);
   const tableNames = new Set(tables.map((t) => t.name));
   const segmentIds = new Map(segments.map((s, i) => [s.name, i]));
-  const w = new Writer();
-
-  w.start('engine', 'version', '1.0');
-  w.flag('strict_grammar_checking', false);
-  w.flag('java_use_native_double', false);
-  w.flag('use_passthrough_mapping', false);
-  w.index('current_config', 0);
-  w.index('incoming_config', 0);
-  w.index('outgoing_config', 0);
-  w.prop('vmd_description',
-    `HL7 v${version}: every message structure, segment and data type of the standard, generated from ` +
-    `hl7-dictionary ${packageVersion}; every field laid out on one table per segment.`);
-  w.flag('use_dotnet_properties', true);
-
-  w.start('global', 'name', 'global');
-  for (const table of tables) {
-    w.start('table', 'name', table.name);
-    w.prop('description', table.description);
-    w.index('action', 1);
-    for (const column of table.columns) {
-      w.start('column', 'name', column.name);
-      w.prop('description', column.description);
-      w.prop('type', column.type);
-      w.end('column');
-    }
-    w.end('table');
-  }
   for (const structure of structures) {
-    w.start('message', 'name', structure.name);
-    w.prop('description', structure.description);
-    writeTableGrammarGlobal(w, structure.name, structure.children, tableNames);
-    w.end('message');
+    structure.items = vmd.tableGrammarItems(structure.children, (segment) => tableNames.has(segment));
   }
-  w.end('global');
+  const w = new vmd.Writer();
+
+  vmd.writeEngineStart(w, {
+    strictGrammar: false,
+    description: `HL7 v${version}: every message structure, segment and data type of the standard, generated ` +
+      `from hl7-dictionary ${packageVersion}; every field laid out on one table per segment.`,
+  });
+  vmd.writeGlobal(w, tables, structures);
 
   w.start('config', 'name', configName);
   for (const name of Object.keys(dateTimeMasks)) {
@@ -359,9 +286,9 @@ function writeDefinition() {
   const msh = segments.find((s) => s.name === 'MSH');
   const typeParts = composites.get(msh.fields[8].composite).fields.length;
   writeSegments(w, segments, structures.some((s) => s.name === 'ACK') ? replyFunctions(typeParts) : {});
-  writeMatchOrder(w, structures);
-  writeTableConfig(w, tables);
-  for (const structure of structures) writeMessageConfig(w, structure, segmentIds, tableNames);
+  vmd.writeMatch(w, matchOrder(structures).map((s) => s.name));
+  vmd.writeTableConfig(w, tables, mapSetName);
+  for (const structure of structures) writeMessageConfig(w, structure, segmentIds);
   writeAppSettings(w, structures);
   w.end('config');
   w.end('engine');
@@ -372,55 +299,11 @@ function writeDefinition() {
   process.stdout.write(counts.join('\t') + '\n');
 }
 
-// The table grammar mirrors the message grammar: a group per group, a table per segment.
-function tableGrammarChildren(children, tableNames) {
-  const result = [];
-  for (const node of children) {
-    if (node.segment) {
-      if (tableNames.has(node.segment)) result.push({ node, table: node.segment });
-    } else {
-      const sub = tableGrammarChildren(node.children, tableNames);
-      if (sub.length) result.push({ node, children: sub });
-    }
-  }
-  return result;
-}
-
-function writeTableGrammarGlobal(w, name, children, tableNames) {
-  const walk = (items) => {
-    for (const item of items) {
-      if (item.table) {
-        w.start('table_grammar', 'name', item.table);
-        w.prop('type', 'table');
-        w.prop('table_ref', item.table);
-      } else {
-        w.start('table_grammar', 'name', item.node.name);
-        w.prop('type', 'group');
-        walk(item.children);
-      }
-      w.end('table_grammar');
-    }
-  };
-  w.start('table_grammar', 'name', name);
-  w.prop('type', 'group');
-  walk(tableGrammarChildren(children, tableNames));
-  w.end('table_grammar');
-}
-
 function writeComposites(w, composites) {
   for (const composite of composites.values()) {
     w.start('composite', 'name', composite.name);
     w.prop('description', composite.description);
-    for (const field of composite.fields) {
-      w.start('field', 'name', field.name);
-      w.index('max_length', field.maxLength);
-      w.flag('is_required', field.required);
-      w.flag('is_length_restricted', field.restricted);
-      w.prop('data_type', field.type);
-      if (field.type === 'Composite') w.prop('composite_ref', field.composite);
-      if (field.type === 'DateTime') w.prop('datetime_ref', field.dateTime);
-      w.end('field');
-    }
+    for (const field of composite.fields) vmd.writeCompositeField(w, field);
     w.end('composite');
   }
 }
@@ -503,21 +386,10 @@ function replyFunctions(typeParts) {
 function writeSegments(w, segments, functions) {
   segments.forEach((segment, id) => {
     const own = functions[segment.name] || { in: {}, out: {} };
-    w.start('segment', 'id', id);
-    w.prop('name', segment.name);
-    w.prop('description', segment.description);
-    w.flag('has_delimiters', true);
-    segment.fields.forEach((field, index) => {
-      w.start('field', 'name', field.name);
-      w.index('max_repeats', field.maxRepeats);
-      w.flag('is_required', field.required);
-      w.index('width', -1);
-      w.code('in_equation', own.in[index + 1]);
-      w.code('out_equation', own.out[index + 1]);
-      w.prop('composite_ref', field.composite);
-      w.end('field');
+    vmd.writeSegment(w, id, {
+      ...segment,
+      fields: segment.fields.map((field, index) => ({ ...field, in: own.in[index + 1], out: own.out[index + 1] })),
     });
-    w.end('segment');
   });
 }
 
@@ -527,137 +399,40 @@ function matchOrder(structures) {
   return [...structures.filter((s) => s.events.length), ...structures.filter((s) => !s.events.length)];
 }
 
-function writeMatchOrder(w, structures) {
-  w.start('match');
-  for (const structure of matchOrder(structures)) w.prop('msg', structure.name);
-  w.end('match');
-}
-
-function writeTableConfig(w, tables) {
-  for (const table of tables) {
-    w.start('table', 'name', table.name);
-    for (const column of table.columns) {
-      w.start('column', 'name', column.name);
-      w.flag('is_key', false);
-      w.prop('in_equation', '');
-      w.prop('out_equation', '');
-      w.end('column');
-    }
-    w.start('config_mapset', 'name', mapSetName);
-    for (const column of table.columns) {
-      w.start('mapset');
-      w.address(column.address);
-      w.end('mapset');
-    }
-    w.end('config_mapset');
-    w.end('table');
-  }
-}
-
 // The parsed MSH keeps its field separator as field 0, so MSH-9 is field 8: component 0
 // the message type, component 1 the trigger event.
 const messageTypeField = 8;
 
-function writeMessageConfig(w, structure, segmentIds, tableNames) {
-  w.start('message', 'name', structure.name);
-  w.flag('ignore_unknown_segments', true);
-  w.flag('ignore_segment_order', false);
-  w.prop('in_equation', '');
-  w.prop('out_equation', '');
+function writeMessageConfig(w, structure, segmentIds) {
   const identifiers = [[`^${structure.type}$`, 0]];
   if (structure.events.length === 1) identifiers.push([`^${structure.events[0]}$`, 1]);
   else if (structure.events.length > 1) identifiers.push([`^(${structure.events.join('|')})$`, 1]);
-  for (const [value, component] of identifiers) {
-    w.start('identifier');
-    w.index('segment_ref', segmentIds.get('MSH'));
-    w.prop('value', value);
-    w.address([messageTypeField, component]);
-    w.end('identifier');
-  }
-  w.start('segment_list_function_hook');
-  w.prop('name', '');
-  w.prop('module', '');
-  w.end('segment_list_function_hook');
-
-  // Ids are positions in a pre-order walk, as the saver numbers them.
-  const ids = new Map();
-  let next = 0;
-  const writeNode = (node) => {
-    const id = next++;
-    ids.set(node, id);
-    w.start('message_grammar', 'id', id);
-    w.prop('name', node.name);
-    w.flag('is_optional', node.optional);
-    w.flag('is_repeating', node.repeating);
-    w.flag('ignore_segment_order', false);
-    w.index('max_repeats', node.maxRepeats);
-    if (node.segment) {
-      w.prop('type', 'segment');
-      w.index('segment_ref', segmentIds.get(node.segment));
-    } else {
-      w.prop('type', 'group');
-      node.children.forEach(writeNode);
-    }
-    w.end('message_grammar');
-  };
-  const root = { name: structure.name, optional: false, repeating: false, maxRepeats: 0, children: structure.children };
-  writeNode(root);
-  w.index('grammar_root_ref', 0);
-
-  const walk = (items) => {
-    for (const item of items) {
-      w.start('table_grammar', 'name', item.table || item.node.name);
-      w.index('grammar_root_ref', ids.get(item.node));
-      if (item.table) {
-        w.prop('type', 'table');
-        w.index('grammar_field_index', -1);
-        w.prop('mapset_ref', mapSetName);
-      } else {
-        w.prop('type', 'group');
-        walk(item.children);
-      }
-      w.end('table_grammar');
-    }
-  };
-  w.start('table_grammar', 'name', structure.name);
-  w.prop('type', 'group');
-  walk(tableGrammarChildren(structure.children, tableNames));
-  w.end('table_grammar');
-  w.end('message');
+  vmd.writeMessageConfig(w, {
+    name: structure.name,
+    ignoreUnknownSegments: true,
+    identifiers: identifiers.map(([value, component]) => (
+      { segmentRef: segmentIds.get('MSH'), value, address: [messageTypeField, component] })),
+    children: structure.children,
+    items: structure.items,
+    segmentIds,
+    mapSetName,
+  });
 }
 
 function writeAppSettings(w, structures) {
   const ack = structures.find((s) => s.name === 'ACK');
-  const settings = [
-    ['ack_message', ack ? 'ACK' : ''], ['eom_char', 0], ['octal_escape_char', 48], ['escape_default', 92],
-    ['escape_escape_char', 69], ['escape_position', 6], ['stub_file_dir', 'c:\\temp'], ['stub_file_language', ''],
-    ['stub_file_prefix', 'HL7'], ['output_trailing_separators', 'False'], ['parse_separator_chars', 'True'],
-    ['lowest_unescaped_char', 32], ['highest_unescaped_char', 255], ['preset_config', 'True'],
-    ['main_equation', ''], ['postprocess_equation', ''], ['main_out_equation', ''], ['postprocess_out_equation', ''],
-    ['output_segment_line_feed', 'False'], ['xml_delimiter', 46], ['xml_translation_type', 'TABLE - Long Tags'],
-    ['use_segment_checker3', 'False'], ['xml_schema_single_file', 'True'], ['header_fields_to_skip', 3],
-    ['disable_untyped_tree_in_exception', 'False'], ['maximum_repeat_mapping_limit', 2],
-    ['database_equation_on', 'False'], ['disable_python_none', 'True'], ['header_segment', 'MSH'],
-    ['last_message_matches_all', 'False'], ['parser_version', 2], ['escape_data_for_xml_to_hl7', 'True'],
-    ['validate_data_for_xml_to_hl7', 'True'],
-  ];
-  w.start('app_settings');
-  for (const [name, value] of settings) w.prop(name, value);
   // Segment, field and repeat, component, sub-component: CR, | and ~, ^, &, with the
   // positions of the delimiters in MSH and the letters of their escapes.
-  const levels = [
+  vmd.writeAppSettings(w, {
+    ack_message: ack ? 'ACK' : '', escape_default: 92, escape_escape_char: 69, escape_position: 6,
+    stub_file_prefix: 'HL7', preset_config: 'True', header_fields_to_skip: 3, header_segment: 'MSH',
+    escape_data_for_xml_to_hl7: 'True',
+  }, [
     [13, 0, 0, 0, -1, -1],
     [124, 126, 70, 82, 3, 5],
     [94, 0, 83, 0, 4, -1],
     [38, 0, 84, 0, 7, -1],
-  ];
-  for (const level of levels) {
-    w.start('separator_info');
-    ['sep_char_default', 'repeat_char_default', 'sep_char_escape', 'repeat_char_escape', 'sep_char_position',
-      'repeat_char_position'].forEach((name, i) => w.prop(name, level[i]));
-    w.end('separator_info');
-  }
-  w.end('app_settings');
+  ]);
 }
 
 writeDefinition();

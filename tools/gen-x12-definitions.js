@@ -7,6 +7,7 @@
 'use strict';
 
 const fs = require('fs');
+const vmd = require('./vmd-writer');
 
 const [segmentsFile, transactionsFile, outFile] = process.argv.slice(2);
 if (!segmentsFile || !transactionsFile || !outFile) {
@@ -17,53 +18,6 @@ if (!segmentsFile || !transactionsFile || !outFile) {
 function fail(text) {
   process.stderr.write(`gen-x12-definitions: ${text}\n`);
   process.exit(1);
-}
-
-function escapeData(text) {
-  return text.replace(/[&<>"']/g, (c) => ({ '&': '&amp;', '<': '&lt;', '>': '&gt;', '"': '&quot;', "'": '&apos;' })[c]);
-}
-
-// ---------------------------------------------------------------- output in the saver's layout
-
-class Writer {
-  constructor() {
-    this.lines = [];
-    this.depth = 0;
-  }
-  indent() {
-    return '   '.repeat(this.depth);
-  }
-  start(name, key, value) {
-    const attribute = key === undefined ? '' : ` ${key}="${escapeData(String(value))}"`;
-    this.lines.push(`${this.indent()}<${name}${attribute}>`);
-    this.depth++;
-  }
-  end(name) {
-    this.depth--;
-    this.lines.push(`${this.indent()}</${name}>`);
-  }
-  prop(name, value) {
-    this.lines.push(`${this.indent()}<${name}>${escapeData(String(value))}</${name}>`);
-  }
-  flag(name, value) {
-    this.prop(name, value ? 'True' : 'False');
-  }
-  index(name, value) {
-    this.prop(name, value === undefined || value === null ? -1 : value);
-  }
-  address(steps) {
-    this.start('node_address');
-    for (const node of steps) {
-      this.start('pair');
-      this.index('node_index', node);
-      this.index('repeat_index', 0);
-      this.end('pair');
-    }
-    this.end('node_address');
-  }
-  text() {
-    return this.lines.join('\n') + '\n';
-  }
 }
 
 // ---------------------------------------------------------------- segments
@@ -206,7 +160,12 @@ function columnsOf(segment) {
     // of the configuration there.
     if (segment.id === 'ISA' && (number === '11' || number === '16')) return;
     if (!element.composite) {
-      columns.push({ name: `${segment.id}${number}_${element.name}`, description: `${segment.id}-${number} ${element.name}`, address: [index] });
+      columns.push({
+        name: `${segment.id}${number}_${element.name}`,
+        description: `${segment.id}-${number} ${element.name}`,
+        type: 'String',
+        address: [index],
+      });
       return;
     }
     element.components.forEach((component, c) => {
@@ -214,6 +173,7 @@ function columnsOf(segment) {
       columns.push({
         name: `${segment.id}${number}_${part}_${component}`,
         description: `${segment.id}-${number}-${part} ${element.name}: ${component}`,
+        type: 'String',
         address: [index, c],
       });
     });
@@ -241,40 +201,16 @@ function writeDefinition() {
   const ordered = [...segments.values()].filter((s) => used.has(s.id));
   const segmentIds = new Map(ordered.map((s, i) => [s.id, i]));
   const tables = ordered.map((s) => ({ name: s.id, description: s.description, columns: columnsOf(s) }));
-  const w = new Writer();
+  // Every segment in a grammar has its table.
+  for (const t of transactions) t.items = vmd.tableGrammarItems(t.children, () => true);
+  const w = new vmd.Writer();
 
-  w.start('engine', 'version', '1.0');
-  w.flag('strict_grammar_checking', true);
-  w.flag('java_use_native_double', false);
-  w.flag('use_passthrough_mapping', false);
-  w.index('current_config', 0);
-  w.index('incoming_config', 0);
-  w.index('outgoing_config', 0);
-  w.prop('vmd_description',
-    'X12 interchanges (ISA to IEA) of the transaction sets ' + transactions.map((t) => t.code).join(', ') +
-    ', generated from tools/x12; every element laid out on one table per segment, as text.');
-  w.flag('use_dotnet_properties', true);
-
-  w.start('global', 'name', 'global');
-  for (const table of tables) {
-    w.start('table', 'name', table.name);
-    w.prop('description', table.description);
-    w.index('action', 1);
-    for (const column of table.columns) {
-      w.start('column', 'name', column.name);
-      w.prop('description', column.description);
-      w.prop('type', 'String');
-      w.end('column');
-    }
-    w.end('table');
-  }
-  for (const t of transactions) {
-    w.start('message', 'name', t.name);
-    w.prop('description', t.description);
-    writeTableGrammarGlobal(w, t.name, t.children);
-    w.end('message');
-  }
-  w.end('global');
+  vmd.writeEngineStart(w, {
+    strictGrammar: true,
+    description: 'X12 interchanges (ISA to IEA) of the transaction sets ' + transactions.map((t) => t.code).join(', ') +
+      ', generated from tools/x12; every element laid out on one table per segment, as text.',
+  });
+  vmd.writeGlobal(w, tables, transactions);
 
   w.start('config', 'name', 'X12');
   w.start('composite', 'name', textComposite);
@@ -287,44 +223,14 @@ function writeDefinition() {
     for (const component of components) writeTextField(w, component);
     w.end('composite');
   }
-  ordered.forEach((segment, id) => {
-    w.start('segment', 'id', id);
-    w.prop('name', segment.id);
-    w.prop('description', segment.description);
-    w.flag('has_delimiters', true);
-    for (const element of segment.elements) {
-      w.start('field', 'name', element.name);
-      w.index('max_repeats', -1);
-      w.flag('is_required', false);
-      w.index('width', -1);
-      w.prop('in_equation', '');
-      w.prop('out_equation', '');
-      w.prop('composite_ref', element.composite || textComposite);
-      w.end('field');
-    }
-    w.end('segment');
-  });
-  w.start('match');
-  for (const t of transactions) w.prop('msg', t.name);
-  w.end('match');
-  for (const table of tables) {
-    w.start('table', 'name', table.name);
-    for (const column of table.columns) {
-      w.start('column', 'name', column.name);
-      w.flag('is_key', false);
-      w.prop('in_equation', '');
-      w.prop('out_equation', '');
-      w.end('column');
-    }
-    w.start('config_mapset', 'name', mapSetName);
-    for (const column of table.columns) {
-      w.start('mapset');
-      w.address(column.address);
-      w.end('mapset');
-    }
-    w.end('config_mapset');
-    w.end('table');
-  }
+  ordered.forEach((segment, id) => vmd.writeSegment(w, id, {
+    name: segment.id,
+    description: segment.description,
+    fields: segment.elements.map((element) => (
+      { name: element.name, maxRepeats: -1, required: false, composite: element.composite || textComposite })),
+  }));
+  vmd.writeMatch(w, transactions.map((t) => t.name));
+  vmd.writeTableConfig(w, tables, mapSetName);
   for (const t of transactions) writeMessageConfig(w, t, segmentIds);
   writeAppSettings(w);
   w.end('config');
@@ -333,134 +239,33 @@ function writeDefinition() {
 }
 
 function writeTextField(w, name) {
-  w.start('field', 'name', name);
-  w.index('max_length', -1);
-  w.flag('is_required', false);
-  w.flag('is_length_restricted', false);
-  w.prop('data_type', 'String');
-  w.end('field');
-}
-
-// The table grammar mirrors the message grammar: a group per loop, a table per segment.
-function tableGrammarChildren(children) {
-  return children.map((node) => (node.segment ? { node, table: node.segment } : { node, children: tableGrammarChildren(node.children) }));
-}
-
-function writeTableGrammarGlobal(w, name, children) {
-  const walk = (items) => {
-    for (const item of items) {
-      if (item.table) {
-        w.start('table_grammar', 'name', item.table);
-        w.prop('type', 'table');
-        w.prop('table_ref', item.table);
-      } else {
-        w.start('table_grammar', 'name', item.node.name);
-        w.prop('type', 'group');
-        walk(item.children);
-      }
-      w.end('table_grammar');
-    }
-  };
-  w.start('table_grammar', 'name', name);
-  w.prop('type', 'group');
-  walk(tableGrammarChildren(children));
-  w.end('table_grammar');
+  vmd.writeCompositeField(w, { name, maxLength: -1, required: false, restricted: false, type: 'String' });
 }
 
 function writeMessageConfig(w, t, segmentIds) {
-  w.start('message', 'name', t.name);
-  w.flag('ignore_unknown_segments', false);
-  w.flag('ignore_segment_order', false);
-  w.prop('in_equation', '');
-  w.prop('out_equation', '');
   const identifiers = [['ST', `^${t.code}$`, 0]];
   if (t.group !== '-') identifiers.push(['GS', `(${t.group})`, 7]);
-  for (const [segment, value, field] of identifiers) {
-    w.start('identifier');
-    w.index('segment_ref', segmentIds.get(segment));
-    w.prop('value', value);
-    w.address([field]);
-    w.end('identifier');
-  }
-  w.start('segment_list_function_hook');
-  w.prop('name', '');
-  w.prop('module', '');
-  w.end('segment_list_function_hook');
-  const ids = new Map();
-  let next = 0;
-  const writeNode = (node) => {
-    const id = next++;
-    ids.set(node, id);
-    w.start('message_grammar', 'id', id);
-    w.prop('name', node.name);
-    w.flag('is_optional', node.optional);
-    w.flag('is_repeating', node.repeating);
-    w.flag('ignore_segment_order', false);
-    w.index('max_repeats', 0);
-    if (node.segment) {
-      w.prop('type', 'segment');
-      w.index('segment_ref', segmentIds.get(node.segment));
-    } else {
-      w.prop('type', 'group');
-      node.children.forEach(writeNode);
-    }
-    w.end('message_grammar');
-  };
-  writeNode({ name: t.name, optional: false, repeating: false, children: t.children });
-  w.index('grammar_root_ref', 0);
-  const walk = (items) => {
-    for (const item of items) {
-      w.start('table_grammar', 'name', item.table || item.node.name);
-      w.index('grammar_root_ref', ids.get(item.node));
-      if (item.table) {
-        w.prop('type', 'table');
-        w.index('grammar_field_index', -1);
-        w.prop('mapset_ref', mapSetName);
-      } else {
-        w.prop('type', 'group');
-        walk(item.children);
-      }
-      w.end('table_grammar');
-    }
-  };
-  w.start('table_grammar', 'name', t.name);
-  w.prop('type', 'group');
-  walk(tableGrammarChildren(t.children));
-  w.end('table_grammar');
-  w.end('message');
+  vmd.writeMessageConfig(w, {
+    name: t.name,
+    ignoreUnknownSegments: false,
+    identifiers: identifiers.map(([segment, value, field]) => (
+      { segmentRef: segmentIds.get(segment), value, address: [field] })),
+    children: t.children,
+    items: t.items,
+    segmentIds,
+    mapSetName,
+  });
 }
 
 function writeAppSettings(w) {
-  const settings = [
-    ['ack_message', ''], ['eom_char', 0], ['octal_escape_char', 48], ['escape_default', 0],
-    ['escape_escape_char', 0], ['escape_position', -1], ['stub_file_dir', 'c:\\temp'], ['stub_file_language', ''],
-    ['stub_file_prefix', 'X12'], ['output_trailing_separators', 'False'], ['parse_separator_chars', 'True'],
-    ['lowest_unescaped_char', 32], ['highest_unescaped_char', 255], ['preset_config', 'False'],
-    ['main_equation', ''], ['postprocess_equation', ''], ['main_out_equation', ''], ['postprocess_out_equation', ''],
-    ['output_segment_line_feed', 'False'], ['xml_delimiter', 46], ['xml_translation_type', 'TABLE - Long Tags'],
-    ['use_segment_checker3', 'False'], ['xml_schema_single_file', 'True'], ['header_fields_to_skip', 1],
-    ['disable_untyped_tree_in_exception', 'False'], ['maximum_repeat_mapping_limit', 2],
-    ['database_equation_on', 'False'], ['disable_python_none', 'True'], ['header_segment', 'ISA'],
-    ['last_message_matches_all', 'False'], ['parser_version', 2], ['escape_data_for_xml_to_hl7', 'False'],
-    ['validate_data_for_xml_to_hl7', 'True'],
-  ];
-  w.start('app_settings');
-  for (const [name, value] of settings) w.prop(name, value);
   // Segment "~"; element "*" with repetition "^"; component ":".  The positions mark the
   // separators the interchange header declares (behind "ISA", ISA-11, ISA-16): read from each
   // interchange, written by --fromxml as they stand here.
-  const levels = [
+  vmd.writeAppSettings(w, { stub_file_prefix: 'X12', header_fields_to_skip: 1, header_segment: 'ISA' }, [
     [126, 0, 0, 0, -1, -1],
     [42, 94, 0, 0, 3, 82],
     [58, 0, 0, 0, 104, -1],
-  ];
-  for (const level of levels) {
-    w.start('separator_info');
-    ['sep_char_default', 'repeat_char_default', 'sep_char_escape', 'repeat_char_escape', 'sep_char_position',
-      'repeat_char_position'].forEach((name, i) => w.prop(name, level[i]));
-    w.end('separator_info');
-  }
-  w.end('app_settings');
+  ]);
 }
 
 writeDefinition();
