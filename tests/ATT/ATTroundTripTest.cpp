@@ -15,21 +15,13 @@
 #include "QVMengineInternal.h"
 #include "TTAcopy.h"
 
+#include "../support/TSTdefinitionRoundTrip.h"
 #include "../support/TSTfile.h"
 #include "../support/TSTraised.h"
 #include "../support/TSTtoolRun.h"
 
 namespace {
 const std::string Source = MSGBRIDGE_SOURCE_DIR;
-
-std::vector<std::string> definitions() {
-  std::vector<std::string> paths;
-  for (const char* directory : {"/examples", "/definitions"})
-    for (const auto& entry : std::filesystem::directory_iterator(Source + directory))
-      if (entry.path().extension() == ".vmd") paths.push_back(entry.path().string());
-  std::sort(paths.begin(), paths.end());
-  return paths;
-}
 
 std::string archiveBytes(QVMengineInternal& engine) {
   CARCengineInternal archive;
@@ -85,13 +77,8 @@ TEST_P(ATTroundTrip, SameVersionOneTextAfterTheArchiveKind) {
   EXPECT_TRUE(archiveBytes(fromFile) == bytes);
 }
 
-INSTANTIATE_TEST_SUITE_P(Definitions, ATTroundTrip, ::testing::ValuesIn(definitions()),
-                         [](const ::testing::TestParamInfo<std::string>& info) {
-                           std::string name = std::filesystem::path(info.param).stem().string();
-                           for (char& c : name)
-                             if (!std::isalnum(static_cast<unsigned char>(c))) c = '_';
-                           return name;
-                         });
+INSTANTIATE_TEST_SUITE_P(Definitions, ATTroundTrip, ::testing::ValuesIn(TSTbundledDefinitions()),
+                         TSTdefinitionCaseName);
 
 // A match order that isn't one entry per message (here a message tried twice) is not kept: the
 // configuration gets its messages in index order, with the ignored message last if it had one.
@@ -121,24 +108,7 @@ TEST(ATTtranslation, SameXmlUnderBothKinds) {
     QVMengineInternal model;
     QVLloadEngine(model, (Source + definition).c_str());
     std::string archived = archiveFile(model, "translate.vmd");
-    std::string outputs[2];
-    int statuses[2];
-    for (int kind = 0; kind < 2; ++kind) {
-      std::string directory = TSTscratchDirectory("att_xml_" + std::to_string(kind));
-      std::filesystem::remove_all(directory);
-      std::filesystem::create_directories(directory);
-      statuses[kind] = TSTrunBinary("--toxml " + (kind ? archived : Source + definition) + " " + Source + messages +
-                                    " " + directory + "/m.xml")
-                           .status;
-      std::vector<std::string> files;
-      for (const auto& entry : std::filesystem::directory_iterator(directory)) files.push_back(entry.path().string());
-      std::sort(files.begin(), files.end());
-      for (const std::string& file : files)
-        outputs[kind] += std::filesystem::path(file).filename().string() + "\n" + TSTreadFile(file);
-    }
-    EXPECT_EQ(statuses[1], statuses[0]) << definition;
-    EXPECT_FALSE(outputs[0].empty()) << definition;
-    EXPECT_TRUE(outputs[1] == outputs[0]) << definition << ": the XML differs";
+    TSTexpectSameXml(Source + definition, archived, Source + messages, "att_xml", definition);
   }
 }
 

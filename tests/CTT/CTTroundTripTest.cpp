@@ -14,21 +14,13 @@
 #include "QVTengineInternal.h"
 #include "TREbinary.h"
 
+#include "../support/TSTdefinitionRoundTrip.h"
 #include "../support/TSTfile.h"
 #include "../support/TSTraised.h"
 #include "../support/TSTtoolRun.h"
 
 namespace {
 const std::string Source = MSGBRIDGE_SOURCE_DIR;
-
-std::vector<std::string> definitions() {
-  std::vector<std::string> paths = {Source + "/tests/data/ANT/full_model.vmd"};
-  for (const char* directory : {"/examples", "/definitions"})
-    for (const auto& entry : std::filesystem::directory_iterator(Source + directory))
-      if (entry.path().extension() == ".vmd") paths.push_back(entry.path().string());
-  std::sort(paths.begin(), paths.end());
-  return paths;
-}
 
 std::string reflectedCopy(QVMengineInternal& engine, const std::string& name) {
   QVTengineInternal reflected;
@@ -58,13 +50,9 @@ TEST_P(CTTroundTrip, SameVersionOneTextAfterTheReflectedKind) {
             "Quovane and resave to adjust the file.");
 }
 
-INSTANTIATE_TEST_SUITE_P(Definitions, CTTroundTrip, ::testing::ValuesIn(definitions()),
-                         [](const ::testing::TestParamInfo<std::string>& info) {
-                           std::string name = std::filesystem::path(info.param).stem().string();
-                           for (char& c : name)
-                             if (!std::isalnum(static_cast<unsigned char>(c))) c = '_';
-                           return name;
-                         });
+INSTANTIATE_TEST_SUITE_P(Definitions, CTTroundTrip,
+                         ::testing::ValuesIn(TSTbundledDefinitions({Source + "/tests/data/ANT/full_model.vmd"})),
+                         TSTdefinitionCaseName);
 
 // The tool translates the examples' messages to the same XML under either kind of file.
 TEST(CTTtranslation, SameXmlUnderBothKinds) {
@@ -77,24 +65,7 @@ TEST(CTTtranslation, SameXmlUnderBothKinds) {
     QVMengineInternal model;
     QVLloadEngine(model, (Source + definition).c_str());
     std::string reflected = reflectedCopy(model, "translate.vmd");
-    std::string outputs[2];
-    int statuses[2];
-    for (int kind = 0; kind < 2; ++kind) {
-      std::string directory = TSTscratchDirectory("ctt_xml_" + std::to_string(kind));
-      std::filesystem::remove_all(directory);
-      std::filesystem::create_directories(directory);
-      statuses[kind] = TSTrunBinary("--toxml " + (kind ? reflected : Source + definition) + " " + Source + messages +
-                                    " " + directory + "/m.xml")
-                           .status;
-      std::vector<std::string> files;
-      for (const auto& entry : std::filesystem::directory_iterator(directory)) files.push_back(entry.path().string());
-      std::sort(files.begin(), files.end());
-      for (const std::string& file : files)
-        outputs[kind] += std::filesystem::path(file).filename().string() + "\n" + TSTreadFile(file);
-    }
-    EXPECT_EQ(statuses[1], statuses[0]) << definition;
-    EXPECT_FALSE(outputs[0].empty()) << definition;
-    EXPECT_TRUE(outputs[1] == outputs[0]) << definition << ": the XML differs";
+    TSTexpectSameXml(Source + definition, reflected, Source + messages, "ctt_xml", definition);
   }
 }
 

@@ -12,20 +12,12 @@
 #include "DBdatabaseOdbc.h"
 #include "DBdialects.h"
 #include "DBservers.h"
+#include "DBtestSupport.h"
 
 #include "../support/TSTdataFile.h"
 #include "../support/TSTraised.h"
 
 namespace {
-
-template <class Body>
-void reporting(Body body) {
-  try {
-    body();
-  } catch (const COLerror& error) {
-    FAIL() << "COLerror: " << error.description().str();
-  }
-}
 
 std::string loadClient() {
   COLstring report;
@@ -190,7 +182,7 @@ protected:
 // Every value type goes in through an insert command and comes back through a select command.
 TEST_F(DBmariadb, EveryTypeRoundTrips) {
   DB_REQUIRE_MARIADB(server);
-  reporting([&] {
+  DBreporting([&] {
     COLreferencePtr<DBdatabaseMySql> database = connect(*server);
     database->executeSqlString("DROP TABLE IF EXISTS round_trip", 0, 0);
     database->executeSqlString("CREATE TABLE round_trip (id INT PRIMARY KEY, name VARCHAR(60), note LONGTEXT,"
@@ -250,7 +242,7 @@ TEST_F(DBmariadb, EveryTypeRoundTrips) {
 
 TEST_F(DBmariadb, CatalogueAndTransactions) {
   DB_REQUIRE_MARIADB(server);
-  reporting([&] {
+  DBreporting([&] {
     COLreferencePtr<DBdatabaseMySql> database = connect(*server);
     database->executeSqlString("DROP TABLE IF EXISTS listed", 0, 0);
     database->executeSqlString("CREATE TABLE listed (id INT NOT NULL PRIMARY KEY, name VARCHAR(20) DEFAULT 'x')"
@@ -273,17 +265,7 @@ TEST_F(DBmariadb, CatalogueAndTransactions) {
     for (size_t row = 0; row < databases->countOfRow(); ++row) found |= databases->value(row, 0) == DBvariant("msgbridge");
     EXPECT_TRUE(found);
 
-    database->beginTransaction();
-    database->executeSqlString("INSERT INTO listed (id) VALUES (1)", 0, 0);
-    database->rollbackTransaction();
-    EXPECT_FALSE(database->transactionActive());
-    database->beginTransaction();
-    database->executeSqlString("INSERT INTO listed (id) VALUES (2)", 0, 0);
-    database->commitTransaction();
-    const DBresultSetPtr rows = database->executeSqlString("SELECT id, name FROM listed", 0, 0);
-    ASSERT_EQ(rows->countOfRow(), 1u);
-    EXPECT_EQ(rows->value(0, "id"), DBvariant(2));
-    EXPECT_EQ(rows->value(0, "name"), DBvariant("x"));
+    DBkeepsOnlyTheCommittedRow(*database, "listed");
   });
 }
 

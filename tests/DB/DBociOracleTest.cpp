@@ -6,6 +6,7 @@
 #include "COLostream.h"
 #include "DBdatabaseFactory.h"
 #include "DBdatabaseOciOracle.h"
+#include "DBtestSupport.h"
 
 #include "../support/TSTfile.h"
 #include "../support/TSTraised.h"
@@ -13,15 +14,6 @@
 #ifdef MSGBRIDGE_OCI_STANDIN
 
 namespace {
-
-template <class Body>
-void reporting(Body body) {
-  try {
-    body();
-  } catch (const COLerror& error) {
-    FAIL() << "COLerror: " << error.description().str();
-  }
-}
 
 class DBociOracle : public ::testing::Test {
 protected:
@@ -33,7 +25,7 @@ protected:
   void SetUp() override {
     ASSERT_TRUE(DBdatabaseOciOracle::isInitialized());
     database = new DBdatabaseOciOracle;
-    reporting([&] { database->connect(source().c_str(), "scott", "tiger"); });
+    DBreporting([&] { database->connect(source().c_str(), "scott", "tiger"); });
   }
   COLstring source() const { return (directory.path() + "/orcl.db").c_str(); }
 
@@ -56,7 +48,7 @@ TEST_F(DBociOracle, LoadsTheClientOnceAndTheFactoryOffersIt) {
 }
 
 TEST_F(DBociOracle, EveryTypeGoesInByNameAndComesBackDescribed) {
-  reporting([&] {
+  DBreporting([&] {
     EXPECT_TRUE(database->isConnected());
     database->executeSqlString("CREATE TABLE people (id NUMBER(10), name VARCHAR2(8), \"full name\" VARCHAR2(40),"
                                " notes CLOB, score FLOAT, price NUMBER(10,2), seen DATE, big NUMBER)",
@@ -133,7 +125,7 @@ TEST_F(DBociOracle, EveryTypeGoesInByNameAndComesBackDescribed) {
 }
 
 TEST_F(DBociOracle, TransactionsEndByCommitOrRollback) {
-  reporting([&] {
+  DBreporting([&] {
     database->executeSqlString("CREATE TABLE t (n NUMBER(5))", 0, 0);
     database->beginTransaction();
     database->setAutocommitFlag(false);

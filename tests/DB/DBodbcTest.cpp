@@ -13,6 +13,7 @@
 #include "DBdialects.h"
 #include "DBdatabaseOdbcDialects.h"
 #include "DBservers.h"
+#include "DBtestSupport.h"
 #include "LANengine.h"
 
 #include "../LAN/LANtestSupport.h"
@@ -22,13 +23,6 @@
 namespace {
 
 using namespace std::chrono_literals;
-
-void loadDriverManager() {
-  COLstring report;
-  COLostream stream(report);
-  DBdatabaseOdbc::initialize(stream);
-  ASSERT_TRUE(DBdatabaseOdbc::isInitialized()) << report.str();
-}
 
 struct Mode {
   const char* Name;
@@ -258,7 +252,7 @@ TEST(DBodbc, LoadsTheDriverManagerAndTakesItsParameters) {
 class DBsqlite : public ::testing::Test {
 protected:
   void SetUp() override {
-    loadDriverManager();
+    DBloadDriverManager();
     database = new DBdatabaseOdbc;
     database->connect(DBsqliteConnectionString(directory).c_str(), "", "");
   }
@@ -266,19 +260,9 @@ protected:
   COLreferencePtr<DBdatabaseOdbc> database;
 };
 
-// COLerror is no std::exception: show its text when one escapes a test body.
-template <class Body>
-void reporting(Body body) {
-  try {
-    body();
-  } catch (const COLerror& error) {
-    FAIL() << "COLerror: " << error.description().str();
-  }
-}
-
 TEST_F(DBsqlite, EveryTypeRoundTripsOnEachRoad) {
   // No Unicode road: SQLite takes no N'' literals.
-  reporting([&] {
+  DBreporting([&] {
     for (const Mode& mode : {Binding, Text}) roundTripEveryType(*database, mode);
     queriesWithTheGeneratedClauses(*database, false);
   });
@@ -347,17 +331,7 @@ TEST_F(DBsqlite, CatalogueAndTransactions) {
   EXPECT_EQ(columns->value(1, "DATA_TYPE"), DBvariant(static_cast<int>(DB_STRING)));
   EXPECT_EQ(columns->value(1, "DEFAULT_VALUE"), DBvariant("x"));  // as the driver gives it
 
-  database->beginTransaction();
-  database->executeSqlString("INSERT INTO people (id) VALUES (1)", 0, 0);
-  database->rollbackTransaction();
-  EXPECT_FALSE(database->transactionActive());
-  database->beginTransaction();
-  database->executeSqlString("INSERT INTO people (id) VALUES (2)", 0, 0);
-  database->commitTransaction();
-  const DBresultSetPtr kept = database->executeSqlString("SELECT id, name FROM people", 0, 0);
-  ASSERT_EQ(kept->countOfRow(), 1u);
-  EXPECT_EQ(kept->value(0, "id"), DBvariant(2));
-  EXPECT_EQ(kept->value(0, "name"), DBvariant("x"));
+  DBkeepsOnlyTheCommittedRow(*database, "people");
 }
 
 // A ping the server refuses with a state on the back end's list still counts as an answer.
@@ -377,7 +351,7 @@ TEST_F(DBsqlite, AFailedPingWithAnAcceptableStateCountsAsConnected) {
 
 // A statement that outlives its connection holds a dead handle and frees nothing twice.
 TEST_F(DBsqlite, StatementsOutliveTheirConnection) {
-  reporting([&] {
+  DBreporting([&] {
   DBodbcEnvironment environment;
   auto connection = std::make_unique<DBodbcConnection>(&environment);
   const COLstring source = DBsqliteConnectionString(directory).c_str();
@@ -398,13 +372,13 @@ TEST_F(DBsqlite, StatementsOutliveTheirConnection) {
 
 class DBpostgres : public ::testing::Test {
 protected:
-  void SetUp() override { loadDriverManager(); }
+  void SetUp() override { DBloadDriverManager(); }
 };
 
 TEST_F(DBpostgres, EveryTypeRoundTripsOnEachRoad) {
   DB_REQUIRE_POSTGRES(server);
   DBdatabaseOdbcPostgreSql database;
-  reporting([&] {
+  DBreporting([&] {
     database.connect(server->connectionString().c_str(), "msgbridge", "");
     for (const Mode& mode : {Binding, Text}) roundTripEveryType(database, mode);
     queriesWithTheGeneratedClauses(database, true);

@@ -11,6 +11,7 @@
 #include "DBdatabaseOdbcDialects.h"
 #include "DBdialects.h"
 #include "DBservers.h"
+#include "DBtestSupport.h"
 
 #include "../support/TSTdataFile.h"
 #include "../support/TSTfile.h"
@@ -38,23 +39,6 @@ private:
   bool m_Had = false;
 };
 
-// COLerror is no std::exception: show its text when one escapes.
-template <class Body>
-void reporting(Body body) {
-  try {
-    body();
-  } catch (const COLerror& error) {
-    FAIL() << "COLerror: " << error.description().str();
-  }
-}
-
-void loadDriverManager() {
-  COLstring report;
-  COLostream stream(report);
-  DBdatabaseOdbc::initialize(stream);
-  ASSERT_TRUE(DBdatabaseOdbc::isInitialized()) << report.str();
-}
-
 // odbcinst.ini names the driver, odbc.ini two data sources: one whose file can be made and one
 // in a directory that does not exist.
 class DBsqliteDsn : public ::testing::Test {
@@ -64,7 +48,7 @@ protected:
     // process of their own, the ctest test DB.dsn.
     if (DBdatabaseOdbc::isInitialized())
       GTEST_SKIP() << "the ODBC driver manager was used before in this process; run this test on its own";
-    loadDriverManager();
+    DBloadDriverManager();
     TSTwriteFile(directory.path() + "/odbcinst.ini",
                  "[SQLite3 for msgbridge]\nDescription=the tests' own entry\nDriver=libsqlite3odbc.so\n"
                  "DontDLClose=1\n");
@@ -82,7 +66,7 @@ protected:
 
 TEST_F(DBsqliteDsn, DataSourcesOfOdbcIniConnectOrAreNamed) {
   COLreferencePtr<DBdatabaseOdbc> database(new DBdatabaseOdbc);
-  reporting([&] { database->connect("msgbridge_sqlite", "", ""); });
+  DBreporting([&] { database->connect("msgbridge_sqlite", "", ""); });
   ASSERT_TRUE(database->isConnected());
   database->executeSqlString("CREATE TABLE seen (id INTEGER, name VARCHAR(20))", 0, 0);
   DBsqlInsert insert;
@@ -125,7 +109,7 @@ TEST_F(DBsqliteDsn, DataSourcesOfOdbcIniConnectOrAreNamed) {
 // Every text of the generic and plain ODBC cases runs on SQLite, after the tables the texts
 // name were made.  A case that SQLite refuses says why under "sqlite", and must be refused.
 TEST(DBsqliteDialect, TheGenericAndOdbcTextsRunOnSqlite) {
-  loadDriverManager();
+  DBloadDriverManager();
   size_t ran = 0, refused = 0;
   for (const char* file : {"DB/sql/generic.test", "DB/sql/odbc.test"}) {
     for (const TSTdataCase& Case : TSTreadDataFile(file)) {

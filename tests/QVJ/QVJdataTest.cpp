@@ -37,6 +37,7 @@
 #include "COLerror.h"
 #include "LANfunction.h"
 #include "QVJparse.h"
+#include "QVJdataSupport.h"
 #include "QVJparseContext.h"
 #include "QVLvmdFile.h"
 #include "QVMconfig.h"
@@ -50,16 +51,6 @@
 #include "../support/TSTdataFile.h"
 
 namespace {
-
-std::string lineFeeds(std::string Text) {
-  for (size_t At; (At = Text.find("\r\n")) != std::string::npos;) Text.erase(At, 1);
-  return Text;
-}
-
-// The text of a section without the line end the data file gave its last line.
-std::string chomped(const std::string& Text) {
-  return !Text.empty() && Text.back() == '\n' ? Text.substr(0, Text.size() - 1) : Text;
-}
 
 LANfunction& scriptOf(QVMengineInternal& Schema, const std::string& Key) {
   const std::string Name = Key.substr(Key.find(':') + 1);
@@ -114,9 +105,8 @@ class QVJdata : public ::testing::TestWithParam<TSTdataCase> {};
 TEST_P(QVJdata, Road) {
   const TSTdataCase& Case = GetParam();
   SCOPED_TRACE(Case.where());
-  COLreferencePtr<QVFengine> Engine(new QVFengine);
+  COLreferencePtr<QVFengine> Engine = QVJcaseEngine(Case);
   QVMengineInternal& Schema = Engine->schema();
-  QVLloadEngine(Schema, std::string(MSGBRIDGE_SOURCE_DIR) + "/" + Case.argument("definition"));
   if (Case.has("dialect")) Schema.config().setXmlTranslationType(Case.argument("dialect").c_str());
   std::istringstream Options(Case.has("options") ? Case.text("options") : "");
   for (std::string Word; Options >> Word;) {
@@ -136,7 +126,7 @@ TEST_P(QVJdata, Road) {
   const auto toXml = [&](const std::string& Message, const std::string& Form) {
     Written = Form == "legacy" ? QVJhl7ToXmlLegacyTableFormat(Context, Message.c_str())
                                : QVJhl7ToXml(Context, Message.c_str());
-    return lineFeeds(Written);
+    return QVJlineFeeds(Written);
   };
   [&] {
     std::string Xml, Back, FromXml;
@@ -158,17 +148,17 @@ TEST_P(QVJdata, Road) {
     } catch (const COLerror& Error) {
       ASSERT_TRUE(Case.has("error") || Case.has("error-start") || Case.has("error-has"))
           << "unexpected error: " << Error.description().str();
-      const std::string Full = lineFeeds(Error.description().str());
+      const std::string Full = QVJlineFeeds(Error.description().str());
       if (Case.has("error")) {
         COLerror Copy(Error);
         EXPECT_EQ(Copy.hasParameter("PlainError") ? Copy.parameter("PlainError").str() : Full,
-                  chomped(Case.text("error")));
+                  QVJchomped(Case.text("error")));
         if (!Case.argument("error").empty()) {
           EXPECT_EQ(Error.code(), std::stoul(Case.argument("error"), nullptr, 16));
         }
       }
       if (Case.has("error-start")) {
-        EXPECT_EQ(Full.rfind(chomped(Case.text("error-start")), 0), 0u) << Full;
+        EXPECT_EQ(Full.rfind(QVJchomped(Case.text("error-start")), 0), 0u) << Full;
       }
       std::istringstream Parts(Case.has("error-has") ? Case.text("error-has") : "");
       for (std::string Part; std::getline(Parts, Part);) EXPECT_NE(Full.find(Part), std::string::npos) << Part << "\n" << Full;

@@ -26,6 +26,7 @@
 #include <string>
 
 #include "COLerror.h"
+#include "QVJdataSupport.h"
 #include "QVJparseContext.h"
 #include "QVJreply.h"
 #include "QVLvmdFile.h"
@@ -35,15 +36,6 @@
 #include "../support/TSTdataFile.h"
 
 namespace {
-
-std::string chomped(const std::string& Text) {
-  return !Text.empty() && Text.back() == '\n' ? Text.substr(0, Text.size() - 1) : Text;
-}
-
-std::string lineFeeds(std::string Text) {
-  for (size_t At; (At = Text.find("\r\n")) != std::string::npos;) Text.erase(At, 1);
-  return Text;
-}
 
 uint32_t configOf(const TSTdataCase& Case, const std::string& Key) {
   const std::string& Argument = Case.argument(Key);
@@ -81,9 +73,8 @@ class QVJreplyData : public ::testing::TestWithParam<TSTdataCase> {};
 TEST_P(QVJreplyData, Reply) {
   const TSTdataCase& Case = GetParam();
   SCOPED_TRACE(Case.where());
-  COLreferencePtr<QVFengine> Engine(new QVFengine);
+  COLreferencePtr<QVFengine> Engine = QVJcaseEngine(Case);
   QVMengineInternal& Schema = Engine->schema();
-  QVLloadEngine(Schema, std::string(MSGBRIDGE_SOURCE_DIR) + "/" + Case.argument("definition"));
   std::istringstream Options(Case.has("options") ? Case.text("options") : "");
   for (std::string Word; Options >> Word;) {
     if (Word == "no-ack") Schema.setAckMessageIndexS(QVMengineInternal::npos);
@@ -96,7 +87,7 @@ TEST_P(QVJreplyData, Reply) {
     Schema.setCurrentConfig(configOf(Case, Key));
     scriptOf(Schema, Key).setCode(Section.Text.c_str());
   }
-  const uint32_t Current = Case.has("current") ? std::stoul(chomped(Case.text("current"))) : 0;
+  const uint32_t Current = Case.has("current") ? std::stoul(QVJchomped(Case.text("current"))) : 0;
   Schema.setCurrentConfig(Current);
 
   QVJparseContext& Context = Engine->parseContext();
@@ -120,17 +111,17 @@ TEST_P(QVJreplyData, Reply) {
       EXPECT_EQ(Reply, Case.text("transform"));
     }
     if (Case.has("index")) {
-      EXPECT_EQ(Schema.message(Index)->name().str(), chomped(Case.text("index")));
+      EXPECT_EQ(Schema.message(Index)->name().str(), QVJchomped(Case.text("index")));
     }
   } catch (const COLerror& Error) {
     EXPECT_TRUE(Case.has("error") || Case.has("error-has")) << "unexpected error: " << Error.description().str();
-    const std::string Full = lineFeeds(Error.description().str());
+    const std::string Full = QVJlineFeeds(Error.description().str());
     // Every road reports the message it was given, whole.
     EXPECT_NE(Full.find("Message with linefeeds added:"), std::string::npos) << Full;
     if (Case.has("error")) {
       COLerror Copy(Error);
       EXPECT_EQ(Copy.hasParameter("PlainError") ? Copy.parameter("PlainError").str() : Full,
-                chomped(Case.text("error")));
+                QVJchomped(Case.text("error")));
       if (!Case.argument("error").empty()) {
         EXPECT_EQ(Error.code(), std::stoul(Case.argument("error"), nullptr, 16));
       }

@@ -1,12 +1,15 @@
-// What the fuzz targets share: how a broken property stops the run, the input as text, and the
-// example definition.
+// What the fuzz targets share: how a broken property stops the run, the input as text, the
+// example definition and a model's version-one text.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
+#include <optional>
 #include <string>
 
+#include "ANTengine.h"
+#include "COLerror.h"
 #include "COLstring.h"
 #include "QVLvmdFile.h"
 #include "QVMengineInternal.h"
@@ -33,4 +36,14 @@ inline QVMengineInternal& FUZZexampleEngine() {
     return Loaded;
   }();
   return *Engine;
+}
+
+// The model's version-one text, or nothing for a model that kind can't hold: such a model is
+// not compared.
+inline std::optional<std::string> FUZZversionOneText(QVMengineInternal& engine) {
+  try {
+    return ANTsaveEngineToString(engine).str();
+  } catch (const COLerror&) {
+    return std::nullopt;
+  }
 }
