@@ -119,10 +119,11 @@ SGPparseResult parseInterchangeHeader(const char* text, size_t length, const SGP
                                       uint32_t& fieldIndex, int& consumed) {
   const uint32_t WholeLength = static_cast<uint32_t>(std::min<size_t>(length, UINT32_MAX));
   const std::string_view Bytes(text, length);
-  if (Bytes.substr(0, 3) != std::string_view("ISA").substr(0, std::min<size_t>(length, 3)) || length < 3) {
-    errorContext.set(text, static_cast<uint32_t>(std::min<size_t>(length, 3)));
-    return length < 3 && Bytes == std::string_view("ISA").substr(0, length) ? SGPmessageTooShort
-                                                                             : SGPheaderNotFound;
+  constexpr std::string_view Isa("ISA");
+  if (!Bytes.starts_with(Isa)) {
+    errorContext.set(text, static_cast<uint32_t>(std::min<size_t>(length, Isa.size())));
+    // A beginning of "ISA" is a header cut short; anything else is no header.
+    return Isa.starts_with(Bytes) ? SGPmessageTooShort : SGPheaderNotFound;
   }
   MLGx12Declared Declared;
   // The terminator behind ISA-16 may be missing only where the message is the header alone.
