@@ -120,6 +120,15 @@ bool SGCreadMaskItem(uint32_t item, const char* text, uint32_t length, uint32_t&
   }
 }
 
+// A time stamp may stop at any precision and still carry its zone ("2018032315-0500"), so when
+// the items after the first are optional a sign skips the items left out up to the zone item.
+// Without a zone item further on, the current item stays and reads the sign as a bad value.
+uint32_t SGCzoneItemFrom(const QVMdateTimeGrammar& grammar, uint32_t item) {
+  for (uint32_t i = item; i < grammar.countOfMaskItem(); ++i)
+    if (grammar.maskItem(i) == QVMdateTimeGrammar::MaskTimeZone) return i;
+  return item;
+}
+
 }  // namespace
 
 bool SGCvalidInteger(const SGMvalue& value) {
@@ -185,8 +194,11 @@ bool SGCdateTimeGrammarConvertStringToDateTime(const QVMdateTimeGrammar& grammar
   uint32_t Position = 0;
   uint32_t Item = 0;
   const uint32_t Items = grammar.countOfMaskItem();
-  for (; Item < Items && Position < Length && Ok; ++Item)
+  for (; Item < Items && Position < Length && Ok; ++Item) {
+    if (Item > 0 && !grammar.fieldsRequired() && (Text[Position] == '+' || Text[Position] == '-'))
+      Item = SGCzoneItemFrom(grammar, Item);
     Ok = SGCreadMaskItem(grammar.maskItem(Item), Text, Length, Position, Fields, zone);
+  }
   if (Ok && Position >= Length && Item < Items && grammar.fieldsRequired()) {
     throw COLerror("Invalid date/time format '" + value.asString() + "'. " +
                        "It might be an idea to change the Date/Time format '" + grammar.name() +
