@@ -57,7 +57,10 @@ unsigned MLGnewlineTypes(const COLstring& path) {
 
 MLGreaderFileFormat MLGhl7CheckFileFormat(const COLstring& path) {
   unsigned mask = 0;
-  if (!startsWithThenScan(path, "MSH", hl7Decided, mask)) return MLGendOfFormats;
+  // Editors that save UTF-8 put a byte order mark in front; the reader steps over it.
+  if (!startsWithThenScan(path, "MSH", hl7Decided, mask) &&
+      !startsWithThenScan(path, "\xEF\xBB\xBFMSH", hl7Decided, mask))
+    return MLGendOfFormats;
   const bool cr = mask & MLGnewlineCR, lf = mask & MLGnewlineLF, crlf = mask & MLGnewlineCRLF;
   if (lf) return cr || crlf ? MLGendOfFormats : MLGhl7LF;
   if (!cr && !crlf) return MLGendOfFormats;

@@ -51,8 +51,13 @@ COLstring MLGhl7Reader::nextMessage() {
                                                           : "";
   std::string_view line;
   for (;;) {
-    const uint64_t lineStart = input.position();
+    uint64_t lineStart = input.position();
     const unsigned end = readLine(line, m_LineEndMask);
+    if (lineStart == 0 && !m_MessageHeader.empty() && startsWith(line, "\xEF\xBB\xBF")) {
+      // A byte order mark is no part of the first message.
+      line.remove_prefix(3);
+      lineStart = 3;
+    }
     if (line.empty()) {
       if (end == MLGendOfInput) break;
       lastEnd = end;
