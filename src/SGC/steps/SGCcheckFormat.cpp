@@ -121,8 +121,15 @@ bool SGCreadMaskItem(uint32_t item, const char* text, uint32_t length, uint32_t&
 }
 
 // A time stamp may stop at any precision and still carry its zone ("2018032315-0500"), so when
-// the items after the first are optional a sign skips the items left out up to the zone item.
-// Without a zone item further on, the current item stays and reads the sign as a bad value.
+// the items after the first are optional a zone that ends the text skips the items left out
+// up to the zone item.  Only a whole zone of four digits does: "2018-03" stays a bad value, not
+// a year in zone -3.  Without a zone item further on, the current item reads the sign as a bad
+// value.
+bool SGCzoneEndsText(const char* text, uint32_t length, uint32_t position) {
+  if (text[position] != '+' && text[position] != '-') return false;
+  return length - position == 5 && SGCskipDigits(text, length, position + 1) == length;
+}
+
 uint32_t SGCzoneItemFrom(const QVMdateTimeGrammar& grammar, uint32_t item) {
   for (uint32_t i = item; i < grammar.countOfMaskItem(); ++i)
     if (grammar.maskItem(i) == QVMdateTimeGrammar::MaskTimeZone) return i;
@@ -195,7 +202,7 @@ bool SGCdateTimeGrammarConvertStringToDateTime(const QVMdateTimeGrammar& grammar
   uint32_t Item = 0;
   const uint32_t Items = grammar.countOfMaskItem();
   for (; Item < Items && Position < Length && Ok; ++Item) {
-    if (Item > 0 && !grammar.fieldsRequired() && (Text[Position] == '+' || Text[Position] == '-'))
+    if (Item > 0 && !grammar.fieldsRequired() && SGCzoneEndsText(Text, Length, Position))
       Item = SGCzoneItemFrom(grammar, Item);
     Ok = SGCreadMaskItem(grammar.maskItem(Item), Text, Length, Position, Fields, zone);
   }
