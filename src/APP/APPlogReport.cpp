@@ -123,7 +123,22 @@ void APPlogReport::UnwrittenValues::unwrittenValue(const QVMtableInternal& table
   m_Texts.push_back(line);
 }
 
+void APPlogReport::UnwrittenValues::skippedSegment(const COLstring& message, const COLstring& segment,
+                                                  unsigned index) {
+  COLstring line;
+  COLostream(line) << "message " << m_Number << (message.empty() ? COLstring() : " (" + message + ")")
+                   << ": segment " << APPshownValue(segment) << " at position " << index + 1
+                   << " has no place in the message grammar and is left out of the XML.";
+  m_SkippedTexts.push_back(line);
+}
+
 void APPlogReport::UnwrittenValues::report() {
+  for (const COLstring& text : m_SkippedTexts) {
+    m_Report.m_Out << "\nWarning: " << text << newline;
+    ++m_Report.m_Warnings;
+    ++m_Report.m_SegmentsSkipped;
+  }
+  m_SkippedTexts.clear();
   for (const COLstring& text : m_Texts) {
     m_Report.m_Out << "\nWarning: " << text << newline;
     ++m_Report.m_Warnings;
@@ -144,6 +159,11 @@ bool APPlogReport::summary() {
   if (m_ValuesLost) {
     m_Out << open << COLstring(std::to_string(m_ValuesLost))
           << (m_ValuesLost == 1 ? " value" : " values") << " left out of the XML";
+    open = ", ";
+  }
+  if (m_SegmentsSkipped) {
+    m_Out << open << COLstring(std::to_string(m_SegmentsSkipped))
+          << (m_SegmentsSkipped == 1 ? " segment" : " segments") << " skipped by the message grammar";
     open = ", ";
   }
   if (open[0] == ',') m_Out << ")";

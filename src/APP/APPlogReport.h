@@ -14,6 +14,7 @@
 #include "MLGreader.h"
 #include "QVMtableXmlFormatter.h"
 #include "QVMtreeXmlFormatter.h"
+#include "SGCskippedSegments.h"
 
 class APPlogReport {
 public:
@@ -44,16 +45,19 @@ public:
   };
 
   // Listens, while it lives, for the values that the XML of message `number` leaves out
-  // because they do not fit their column's type, and warns of each one once the message is
-  // written.
-  class UnwrittenValues : public QVMtableXmlUnwrittenValues, public QVMtreeXmlUnreadableValues {
+  // because they do not fit their column's type, and for the defined segments the parse
+  // skipped, and warns of each one once the message is written.
+  class UnwrittenValues : public QVMtableXmlUnwrittenValues,
+                          public QVMtreeXmlUnreadableValues,
+                          public SGCskippedSegments {
   public:
     UnwrittenValues(APPlogReport& report, unsigned number)
-        : m_Report(report), m_Number(number), m_Scope(*this), m_TreeScope(*this) {}
+        : m_Report(report), m_Number(number), m_Scope(*this), m_TreeScope(*this), m_SkippedScope(*this) {}
     void unwrittenValue(const QVMtableInternal& table, unsigned column, unsigned row, const COLstring& text) override;
     // A date-time of a tree dialect that its mask could not read.
     void unreadableValue(const COLstring& message, const COLstring& place, const COLstring& text,
                          const COLstring& written) override;
+    void skippedSegment(const COLstring& message, const COLstring& segment, unsigned index) override;
     // The warnings, once the message's file is written.
     void report();
 
@@ -61,8 +65,10 @@ public:
     APPlogReport& m_Report;
     unsigned m_Number;
     std::vector<COLstring> m_Texts;
+    std::vector<COLstring> m_SkippedTexts;
     QVMtableXmlUnwrittenScope m_Scope;
     QVMtreeXmlUnreadableScope m_TreeScope;
+    SGCskippedSegmentsScope m_SkippedScope;
   };
 
   // After the last message, before the statistics: a warning if the input was cut short.
@@ -85,5 +91,6 @@ private:
   unsigned m_Warnings = 0;
   uint64_t m_HeadersLost = 0;
   uint64_t m_ValuesLost = 0;
+  uint64_t m_SegmentsSkipped = 0;
   bool m_CutReported = false;
 };

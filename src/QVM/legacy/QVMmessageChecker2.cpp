@@ -8,6 +8,7 @@
 #include "QVMsegmentGrammar.h"
 #include "QVMtypedMessageTree.h"
 #include "QVMuntypedMessageTree.h"
+#include "SGCskippedSegments.h"
 
 namespace {
 
@@ -83,6 +84,8 @@ bool QVMmessageChecker2::checkMessage(const QVMmessageGrammar& Grammar, const QV
                        ", none of segments could be correctly integrated into the segment grammar:" +
                        QVMmessageCheckerRootName(Grammar),
                    CheckerFault);
+  for (unsigned Index = segmentIndex; Index < Typed.countOfSubNode(); ++Index)
+    SGCreportSkippedSegment(Grammar, Typed.node(Index, 0)->getLabel(), Index);
   return true;
 }
 
@@ -134,6 +137,8 @@ bool QVMmessageChecker2::verifySingleNode(const QVMmessageGrammar& Grammar) {
     const unsigned Start = segmentIndex;
     for (segmentIndex = Start + 1; segmentIndex < pTypedList->countOfSubNode(); ++segmentIndex)
       if (matchCurrentSegment(Grammar)) {
+        for (unsigned Skipped = Start; Skipped < segmentIndex; ++Skipped)
+          SGCreportSkippedSegment(*pGrammar, pTypedList->node(Skipped, 0)->getLabel(), Skipped);
         copySegment(*TreePath.back());
         return true;
       }

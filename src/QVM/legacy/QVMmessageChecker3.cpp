@@ -11,6 +11,7 @@
 #include "QVMuntypedMessageTree.h"
 #include "QVPsituationalRule.h"
 #include "SGCparsedErrorPrepare.h"
+#include "SGCskippedSegments.h"
 
 COLstring QVMmessageCheckerRootName(const QVMmessageGrammar& Grammar);
 
@@ -238,6 +239,7 @@ void QVMmessageChecker3::placeSegments(QVMtypedMessageTree& Structured) {
                        Unplaceable);
         anotateException(Error, nullptr, 0);
       }
+      SGCreportSkippedSegment(*pMessageGrammar, Raw.getLabel(), segmentIndex);
       ++segmentIndex;
       continue;
     }

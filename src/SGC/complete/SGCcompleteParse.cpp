@@ -14,6 +14,7 @@
 #include "SGMstringPool.h"
 #include "SGCmatch.h"
 #include "SGCparsedErrorPrepare.h"
+#include "SGCskippedSegments.h"
 #include "SGPparser.h"
 
 namespace {
@@ -124,6 +125,11 @@ unsigned SGCparseStructure(const COLstring& Message, QVMengineInternal& Engine, 
       throw Report;
     }
   }
+  // What is left in the list now is what "ignore unknown segments" let pass.
+  if (SGCskippedSegmentsHeard())
+    for (const auto& Error : Result.context.errorList())
+      if (Error->errorCode() == SGCparsedError::SegmentNotInGrammar && Error->segment())
+        SGCreportSkippedSegment(Definition, Error->segment()->name().asString(), Error->segmentIndex());
   return MessageIndex;
 }
 

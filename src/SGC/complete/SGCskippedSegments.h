@@ -1,0 +1,39 @@
+// Segments of a message that the parse passes over without an error: with "ignore unknown
+// segments" a segment the message grammar has no place for is left out of the result.  For a
+// site's own segments that is the point of the setting; for a segment the configuration defines
+// it usually means a message the grammar does not fit, so a host may listen for those.
+#pragma once
+
+#include "COLstring.h"
+
+class QVMmessageGrammar;
+class QVMmessageDefinitionInternal;
+
+class SGCskippedSegments {
+public:
+  virtual ~SGCskippedSegments() = default;
+  // `Segment` is the name of a segment the configuration has a grammar for, standing at
+  // `Index` (counted from 0) in a message of definition `Message`, and left out of it.
+  virtual void skippedSegment(const COLstring& Message, const COLstring& Segment, unsigned Index) = 0;
+};
+
+// Installs `Listener` for the current thread while it lives; the one before comes back after.
+class SGCskippedSegmentsScope {
+public:
+  explicit SGCskippedSegmentsScope(SGCskippedSegments& Listener);
+  ~SGCskippedSegmentsScope();
+  SGCskippedSegmentsScope(const SGCskippedSegmentsScope&) = delete;
+  SGCskippedSegmentsScope& operator=(const SGCskippedSegmentsScope&) = delete;
+
+private:
+  SGCskippedSegments* m_Previous;
+};
+
+// Whether anyone listens; the callers look up nothing when no one does.
+bool SGCskippedSegmentsHeard();
+
+// Tells the listener, if the configuration of `Message` defines a segment `Segment`; segments it
+// does not define (a site's Z segments) are skipped quietly.
+void SGCreportSkippedSegment(const QVMmessageDefinitionInternal& Message, const COLstring& Segment, unsigned Index);
+// The same, for a grammar of the message.
+void SGCreportSkippedSegment(const QVMmessageGrammar& Grammar, const COLstring& Segment, unsigned Index);
