@@ -30,23 +30,37 @@ const QVMuntypedMessageTree* QVMfindIdentifierSegment(const QVMuntypedMessageTre
   return nullptr;
 }
 
-bool QVMidentifierMatches(const QVMidentifier& Identifier, const QVMuntypedMessageTree& RawList,
-                          const SCCescaper& Escaper) {
+enum class QVMidentifierValue { NoPlace, Absent, Found };
+
+// What an identifier reads of the raw tree: no such place (no match whatever the pattern), a
+// value that is absent, or the value, unescaped.
+QVMidentifierValue QVMidentifierReadValue(const QVMidentifier& Identifier, const QVMuntypedMessageTree& RawList,
+                                          const SCCescaper& Escaper, COLstring& Plain) {
   const QVMuntypedMessageTree* Segment = QVMfindIdentifierSegment(RawList, Identifier.segment());
   const QVMmessageNodeAddress& Address = Identifier.nodeAddress();
-  if (Segment == nullptr || Address.depth() == 0) return false;
+  if (Segment == nullptr || Address.depth() == 0) return QVMidentifierValue::NoPlace;
   // Sub-node 0 of a raw segment is its name: field N is sub-node N + 1.
   const unsigned Field = Address.nodeIndex(0) + 1;
-  if (Field >= Segment->countOfSubNode()) return false;
+  if (Field >= Segment->countOfSubNode()) return QVMidentifierValue::NoPlace;
   const QVMuntypedMessageTree& FieldNode = *Segment->node(Field, 0);
   const unsigned Repeat = Address.repeatIndex(0);
-  if (FieldNode.countOfRepeat() < Repeat) return false;
+  if (FieldNode.countOfRepeat() < Repeat) return QVMidentifierValue::NoPlace;
   COLstring Value;
   if (Repeat == FieldNode.countOfRepeat() ||
       !QVMmessageNodeAddressGetValue(Address, Value, *FieldNode.getRepeatedNode(Repeat), 1))
-    return Identifier.isNullMatchingValue();
-  COLstring Plain;
+    return QVMidentifierValue::Absent;
   Escaper.unescapeString(Plain, Value.c_str(), true);
+  return QVMidentifierValue::Found;
+}
+
+bool QVMidentifierMatches(const QVMidentifier& Identifier, const QVMuntypedMessageTree& RawList,
+                          const SCCescaper& Escaper) {
+  COLstring Plain;
+  switch (QVMidentifierReadValue(Identifier, RawList, Escaper, Plain)) {
+    case QVMidentifierValue::NoPlace: return false;
+    case QVMidentifierValue::Absent: return Identifier.isNullMatchingValue();
+    case QVMidentifierValue::Found: break;
+  }
   return Identifier.doesMatch(Plain);
 }
 
@@ -73,7 +87,16 @@ unsigned QVMengineInternalIdentifyMessageWithoutException(QVMengineInternal& Eng
 
 unsigned QVMengineInternalIdentifyMessage(QVMengineInternal& Engine, QVPparseContext& Context) {
   const unsigned Index = QVMengineInternalIdentifyMessageWithoutException(Engine, Context, Context.rawSegmentList());
-  if (Index == kNoMessage) throw COLerror(SGCunidentifiedMessageText(), COL_ERROR_NOT_IDENTIFIED);
+  if (Index == kNoMessage) {
+    const QVMuntypedMessageTree& RawList = Context.rawSegmentList();
+    const SCCescaper& Escaper = Context.escaper();
+    throw COLerror(SGCunidentifiedMessageReport(Engine,
+                                                [&](const QVMidentifier& Identifier, COLstring& Value) {
+                                                  return QVMidentifierReadValue(Identifier, RawList, Escaper,
+                                                                                Value) == QVMidentifierValue::Found;
+                                                }),
+                   COL_ERROR_NOT_IDENTIFIED);
+  }
   return Index;
 }
 

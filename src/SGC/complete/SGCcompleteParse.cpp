@@ -1,8 +1,15 @@
 #include "SGCcompleteParse.h"
 
+#include <algorithm>
+#include <cstdio>
+#include <vector>
+
 #include "COLerror.h"
 #include "COLostream.h"
 #include "QVMengineInternal.h"
+#include "QVMidentifier.h"
+#include "QVMmessageDefinitionInternal.h"
+#include "QVMmessageNodeAddress.h"
 #include "LAGenvironment.h"
 #include "LANfunction.h"
 #include "QVMsegmentGrammar.h"
@@ -90,6 +97,91 @@ const COLstring& SGCunidentifiedMessageText() {
   return Text;
 }
 
+namespace {
+
+// "MSH-9.1": fields and their parts counted from 1, the first field of a segment being 1 (for
+// MSH the field delimiter), so that the place reads as the standard's documents name it.
+COLstring SGCidentifierPlace(const QVMidentifier& Identifier) {
+  const QVMmessageNodeAddress& Address = Identifier.nodeAddress();
+  COLstring Place;
+  COLostream Out(Place);
+  Out << Identifier.segment();
+  for (uint32_t Step = 0; Step < Address.depth() && Step < 3; ++Step) {
+    Out << (Step == 0 ? "-" : ".") << Address.nodeIndex(Step) + 1;
+    if (Step == 0 && Address.repeatIndex(0) != 0) Out << "(repeat " << Address.repeatIndex(0) + 1 << ")";
+  }
+  Out.flush();
+  return Place;
+}
+
+// Values are shown as far as a line allows; control bytes by number.
+COLstring SGCshownValue(const COLstring& Value) {
+  constexpr size_t kShown = 40;
+  COLstring Shown;
+  for (const char C : Value.view().substr(0, kShown)) {
+    const auto Byte = static_cast<unsigned char>(C);
+    if (Byte >= 0x20 && Byte != 0x7F) {
+      Shown += C;
+    } else {
+      char Hex[8];
+      std::snprintf(Hex, sizeof Hex, "\\x%02X", Byte);
+      Shown += Hex;
+    }
+  }
+  if (Value.size() > kShown) Shown += "...";
+  return Shown;
+}
+
+}  // namespace
+
+COLstring SGCunidentifiedMessageReport(const QVMengineInternal& Engine,
+                                       const std::function<bool(const QVMidentifier&, COLstring&)>& ValueOf) {
+  // Each place once, in the order the definitions are tried.
+  constexpr size_t kMostPlaces = 8;
+  std::vector<COLstring> Places;
+  std::vector<COLstring> Shown;
+  bool More = false;
+  for (auto Position = Engine.firstMessage(); Position; Position = Engine.nextMessage(Position)) {
+    const QVMmessageDefinitionInternal& Message = *Engine.message(Engine.matchIndexToMessageIndex(Position));
+    for (uint32_t Index = 0; Index < Message.countOfIdentifier(); ++Index) {
+      const QVMidentifier& Identifier = *Message.identifier(Index);
+      if (Identifier.nodeAddress().depth() == 0) continue;
+      const COLstring Place = SGCidentifierPlace(Identifier);
+      if (std::find(Places.begin(), Places.end(), Place) != Places.end()) continue;
+      if (Places.size() == kMostPlaces) {
+        More = true;
+        continue;
+      }
+      COLstring Value;
+      Places.push_back(Place);
+      Shown.push_back(ValueOf(Identifier, Value) ? Place + " '" + SGCshownValue(Value) + "'" : Place + " absent");
+    }
+  }
+  COLstring Text = SGCunidentifiedMessageText();
+  COLostream Out(Text);
+  if (Places.empty()) {
+    Out << "  No definition of configuration '" << Engine.engineConfig().configName() << "' has an identifier.";
+  } else {
+    Out << "  Looked up: ";
+    for (size_t Index = 0; Index < Shown.size(); ++Index) Out << (Index ? ", " : "") << Shown[Index];
+    if (More) Out << " and more";
+    Out << " in configuration '" << Engine.engineConfig().configName() << "'.";
+  }
+  Out.flush();
+  return Text;
+}
+
+COLstring SGCunidentifiedMessageReport(const QVMengineInternal& Engine, SGMsegmentList& List) {
+  return SGCunidentifiedMessageReport(Engine, [&List](const QVMidentifier& Identifier, COLstring& Value) {
+    const unsigned Index = SGCfindFirstNamedSegment(List, Identifier.segment());
+    if (Index >= List.countOfSegment()) return false;
+    const SGMvalue* Found = SGCfindField(List.segment(Index), Identifier.nodeAddress());
+    if (!Found) return false;
+    Value = Found->asString();
+    return true;
+  });
+}
+
 unsigned SGCparseStructure(const COLstring& Message, QVMengineInternal& Engine, SGMsegmentList& List,
                            SGCmessageStructure& Result) {
   const QVMengineInternal& Reader = Engine;
@@ -111,7 +203,8 @@ unsigned SGCparseStructure(const COLstring& Message, QVMengineInternal& Engine, 
   }
 
   const unsigned MessageIndex = SGCmatchMessage(List, Engine);
-  if (MessageIndex >= Reader.countOfMessage()) throw COLerror(SGCunidentifiedMessageText(), COL_ERROR_NOT_IDENTIFIED);
+  if (MessageIndex >= Reader.countOfMessage())
+    throw COLerror(SGCunidentifiedMessageReport(Reader, List), COL_ERROR_NOT_IDENTIFIED);
   Result.messageIndex = MessageIndex;
   QVMmessageDefinitionInternal& Definition = *Reader.message(MessageIndex);
   QVMmessageGrammar* Grammar = Definition.messageGrammar();

@@ -2,11 +2,14 @@
 // Later steps (segment checks, table filling) work on what this leaves behind.
 #pragma once
 
+#include <functional>
+
 #include "COLstring.h"
 #include "SGCparseContext.h"
 #include "SGMsegmentList.h"
 
 class QVMengineInternal;
+class QVMidentifier;
 
 // What the structural steps leave for the steps after them.  The values of the segment list
 // point into `text`, so it must live as long as the list is read.
@@ -32,6 +35,14 @@ unsigned SGCparseStructure(const COLstring& Message, QVMengineInternal& Engine, 
 
 // The text of a message that no definition matches.
 const COLstring& SGCunidentifiedMessageText();
+
+// The same, followed by what identification looked at: each place the identifiers of the
+// definitions read ("MSH-9.1"), with the message's value there, and the configuration.
+// `ValueOf` gives the value an identifier reads, or false where the message has none.
+COLstring SGCunidentifiedMessageReport(const QVMengineInternal& Engine,
+                                       const std::function<bool(const QVMidentifier&, COLstring&)>& ValueOf);
+// The report for a tokenised message.
+COLstring SGCunidentifiedMessageReport(const QVMengineInternal& Engine, SGMsegmentList& List);
 
 class LAGenvironment;
 class QVMtableInternal;
