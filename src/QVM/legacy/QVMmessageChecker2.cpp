@@ -1,4 +1,6 @@
 // Segment matching, the order-tolerant parse, checker 2 and the choice between the checkers.
+#include <vector>
+
 #include "COLerror.h"
 #include "QVMidentifier.h"
 #include "QVMmessageChecker.h"
@@ -46,6 +48,8 @@ void createStructuredTreeFromGrammar(const QVMmessageGrammar& Grammar, QVMtypedM
 bool QVMsegmentOrderTolerantGrammarParser::checkMessage(const QVMmessageGrammar& Grammar, const QVMuntypedMessageTree&,
                                                         QVMtypedMessageTree& Typed, QVMtypedMessageTree& Structured) {
   createStructuredTreeFromGrammar(Grammar, Structured);
+  // Only segments at the top of the grammar find a place here; the others are told of.
+  std::vector<bool> Placed(SGCskippedSegmentsHeard() ? Typed.countOfSubNode() : 0, false);
   for (unsigned Leaf = 0; Leaf < Grammar.countOfSubGrammar(); ++Leaf) {
     const QVMmessageGrammar& Sub = *Grammar.subGrammar(Leaf);
     if (!Sub.isNode()) continue;
@@ -60,8 +64,12 @@ bool QVMsegmentOrderTolerantGrammarParser::checkMessage(const QVMmessageGrammar&
       Target.setIsPresent(true);
       Structured.setIsPresent(true);
       First = false;
+      if (!Placed.empty()) Placed[Index] = true;
     }
   }
+  for (unsigned Index = 0; Index < Placed.size(); ++Index)
+    if (!Placed[Index] && !Typed.node(Index, 0)->isNull())
+      SGCreportSkippedSegment(Grammar, Typed.node(Index, 0)->getLabel(), Index);
   return true;
 }
 

@@ -14,6 +14,8 @@
 //   watch            PATHs whose optional flag is printed after the run ("PATH optional=1")
 //   fill             the definition's table is filled from the tree and printed (every cell is
 //                    text, so a column of another type stays null)
+// Below the tree (or the error), "skipped NAME at N" for each segment the definition knows that
+// the checker left out, N counted from 1.
 #include <gtest/gtest.h>
 
 #include <sstream>
@@ -33,6 +35,7 @@
 #include "QVMtableInternal.h"
 #include "QVMtypedMessageTree.h"
 #include "QVMuntypedMessageTree.h"
+#include "SGCskippedSegments.h"
 
 #include "../../support/TSTdataFile.h"
 #include "../../support/TSTfile.h"
@@ -58,7 +61,7 @@ QVMmessageGrammar* grammarAt(QVMmessageGrammar* Grammar, const std::string& Path
   return Grammar;
 }
 
-class Runner {
+class Runner : public SGCskippedSegments {
 public:
   explicit Runner(const TSTdataCase& Case) : Case(Case) {
     ANTloadEngine(TSTreadFile(std::string(MSGBRIDGE_SOURCE_DIR) + "/" + Case.argument("definition")), Engine,
@@ -83,6 +86,7 @@ public:
       if (Code.code().str().find("raise") != std::string::npos)
         throw COLerror("the on-error script raised", 0x80002006);
     };
+    SGCskippedSegmentsScope Listening(*this);
     try {
       if (Mode[0] != '3')
         for (unsigned Index = 0; Index < Raw.countOfSubNode(); ++Index) typeSegment(nullptr, *Raw.node(Index, 0), Typed);
@@ -94,10 +98,15 @@ public:
       std::snprintf(Code, sizeof Code, "%08X", Error.code());
       Out += "error 0x" + std::string(Code) + ": " + Error.description().str() + "\n";
     }
+    Out += Skipped;
     if (Case.has("watch"))
       for (const std::string& Path : split(Case.text("watch"), '\n'))
         Out += Path + " optional=" + std::to_string(grammarAt(Message->messageGrammar(), Path)->isOptional()) + "\n";
     return Out;
+  }
+
+  void skippedSegment(const COLstring&, const COLstring& Segment, unsigned Index) override {
+    Skipped += "skipped " + Segment.str() + " at " + std::to_string(Index + 1) + "\n";
   }
 
 private:
@@ -212,6 +221,7 @@ private:
   QVMengineInternal Engine;
   QVMmessageDefinitionInternal* Message = nullptr;
   std::vector<std::pair<QVMsegmentValidationRuleSituationalPython*, std::string>> Requirements;
+  std::string Skipped;
 };
 
 class QVMcheckerData : public ::testing::TestWithParam<TSTdataCase> {};
