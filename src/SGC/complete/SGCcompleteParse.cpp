@@ -100,7 +100,7 @@ const COLstring& SGCunidentifiedMessageText() {
 namespace {
 
 // "MSH-9.1": fields and their parts counted from 1, the first field of a segment being 1 (for
-// MSH the field delimiter), so that the place reads as the standard's documents name it.
+// MSH the field delimiter), so that the place reads the way HL7 people write it.
 COLstring SGCidentifierPlace(const QVMidentifier& Identifier) {
   const QVMmessageNodeAddress& Address = Identifier.nodeAddress();
   COLstring Place;
