@@ -4,15 +4,19 @@
 // ARFwriter; the definition walker (ANT) sees only these classes.
 #pragma once
 
+#include <cstddef>
 #include <exception>
 
 #include "COLerror.h"
 #include "COLstring.h"
 
-// Where an item stands in its document, for error texts; 0 when unknown.
+// Where an item stands in its document, for error texts; 0 when unknown. A reader may give
+// only the byte offset and work out line and column when an error needs them: counting lines
+// for every item of a large file is a good part of its load.
 struct ARFposition {
   unsigned line = 0;
   unsigned column = 0;
+  size_t offset = static_cast<size_t>(-1);
 };
 
 struct ARFkey {

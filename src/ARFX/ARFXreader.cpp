@@ -1,5 +1,7 @@
 #include "ARFXreader.h"
 
+#include <algorithm>
+
 #include "COLerror.h"
 #include "COLostream.h"
 #include "XMLexpatParser.h"
@@ -43,16 +45,30 @@ public:
     if (m_Depth >= MaximumDepth) fail("elements are nested more than 200 levels deep");
     // A second top-level element cannot reach here: the parser rejects it as junk.
     ARFXnode& node = m_Document->addNode();
-    node.name = bytes(name);
-    for (const char** attribute = attributes; attribute && attribute[0]; attribute += 2)
-      node.attributes.emplace_back(bytes(attribute[0]), bytes(attribute[1]));
-    node.position = here();
+    node.name = internedName(name);
+    for (const char** attribute = attributes; attribute && attribute[0]; attribute += 2) {
+      const COLstring* attributeName = internedName(attribute[0]);
+      COLstring attributeValue = bytes(attribute[1]);
+      if (!node.firstAttributeName) {
+        node.firstAttributeName = attributeName;
+        node.firstAttributeValue = std::move(attributeValue);
+      } else {
+        node.moreAttributes.emplace_back(attributeName, std::move(attributeValue));
+      }
+    }
+    node.offset = currentByteIndex();
     node.parent = m_Current;
     if (m_Current) {
       // No object of the format holds both text and elements: the blanks between the
       // elements of an object are not kept.
-      if (m_Current->children.empty()) m_Current->value = COLstring();
-      m_Current->children.push_back(&node);
+      if (!m_Current->firstChild) {
+        m_Current->value = COLstring();
+        m_Current->firstChild = &node;
+      } else {
+        m_Current->lastChild->nextSibling = &node;
+      }
+      m_Current->lastChild = &node;
+      ++m_Current->childCount;
     }
     m_Current = &node;
     ++m_Depth;
@@ -64,7 +80,7 @@ public:
   }
 
   void onCharacterData(const char* text, int length) override {
-    if (!m_Current || length <= 0 || !m_Current->children.empty()) return;
+    if (!m_Current || length <= 0 || m_Current->firstChild) return;
     if (!appendAsBytes(m_Current->value, text, static_cast<size_t>(length)))
       fail("the text holds a character above U+00FF, which a definition cannot store");
   }
@@ -77,6 +93,12 @@ public:
 
 private:
   ARFposition here() { return ARFposition{currentLineNumber(), currentColumnNumber() + 1}; }
+
+  const COLstring* internedName(const char* text) {
+    const COLstring* name = m_Document->intern(text);
+    if (!name) fail("a name holds a character above U+00FF, which a definition cannot store");
+    return name;
+  }
 
   COLstring bytes(const char* text) {
     COLstring out;
@@ -98,27 +120,62 @@ private:
 }  // namespace
 
 const COLstring* ARFXnode::attribute(const COLstring& attributeName) const {
-  for (const auto& [key, value] : attributes)
-    if (key == attributeName) return &value;
+  if (firstAttributeName && *firstAttributeName == attributeName) return &firstAttributeValue;
+  for (const auto& [key, value] : moreAttributes)
+    if (*key == attributeName) return &value;
   return nullptr;
 }
 
 ARFXnode* ARFXnode::firstUnread(const COLstring& childName) {
-  if (children.size() <= ScanLimit) {
-    while (m_FirstUnread < children.size() && children[m_FirstUnread]->consumed) ++m_FirstUnread;
-    for (size_t i = m_FirstUnread; i < children.size(); ++i)
-      if (!children[i]->consumed && children[i]->name == childName) return children[i];
+  if (childCount <= ScanLimit) {
+    if (!m_ScanStarted) {
+      m_FirstUnread = firstChild;
+      m_ScanStarted = true;
+    }
+    while (m_FirstUnread && m_FirstUnread->consumed) m_FirstUnread = m_FirstUnread->nextSibling;
+    for (ARFXnode* child = m_FirstUnread; child; child = child->nextSibling)
+      if (!child->consumed && *child->name == childName) return child;
     return nullptr;
   }
   if (!m_ByName) {
-    m_ByName = std::make_unique<std::unordered_map<COLstring, Cursor>>();
-    for (ARFXnode* child : children) (*m_ByName)[child->name].nodes.push_back(child);
+    m_ByName = std::make_unique<std::unordered_map<std::string_view, Cursor>>();
+    for (ARFXnode* child = firstChild; child; child = child->nextSibling)
+      (*m_ByName)[std::string_view(*child->name)].nodes.push_back(child);
   }
-  auto found = m_ByName->find(childName);
+  auto found = m_ByName->find(std::string_view(childName));
   if (found == m_ByName->end()) return nullptr;
   Cursor& cursor = found->second;
   while (cursor.next < cursor.nodes.size() && cursor.nodes[cursor.next]->consumed) ++cursor.next;
   return cursor.next < cursor.nodes.size() ? cursor.nodes[cursor.next] : nullptr;
+}
+
+const COLstring* ARFXdocument::intern(const char* utf8Name) {
+  const std::string_view key(utf8Name);
+  auto found = m_Names.find(key);
+  if (found != m_Names.end()) return found->second.get();
+  auto name = std::make_unique<COLstring>();
+  if (!appendAsBytes(*name, utf8Name, key.size())) return nullptr;
+  return m_Names.emplace(std::string(key), std::move(name)).first->second.get();
+}
+
+ARFposition ARFXlineAndColumn(std::string_view text, size_t offset) {
+  ARFposition where{1, 1};
+  where.offset = offset;
+  const size_t end = std::min(offset, text.size());
+  for (size_t i = 0; i < end; ++i) {
+    const unsigned char c = static_cast<unsigned char>(text[i]);
+    if (c == '\r') {
+      ++where.line;
+      where.column = 1;
+      if (i + 1 < end && text[i + 1] == '\n') ++i;
+    } else if (c == '\n') {
+      ++where.line;
+      where.column = 1;
+    } else if ((c & 0xC0) != 0x80) {
+      ++where.column;  // a character, not the tail of one
+    }
+  }
+  return where;
 }
 
 COLstring ARFXpositionText(const COLstring& documentName, const ARFposition& where) {
@@ -140,25 +197,32 @@ std::unique_ptr<ARFXdocument> ARFXminiDomParse(const COLstring& text, const COLs
 }
 
 ARFXreader::ARFXreader(const COLstring& text, const COLstring& documentName)
-    : m_DocumentName(documentName), m_Document(ARFXminiDomParse(text, documentName)), m_Root(m_Document->root()) {}
+    : m_DocumentName(documentName),
+      m_Text(text.data(), text.size()),
+      m_Document(ARFXminiDomParse(text, documentName)),
+      m_Root(m_Document->root()) {}
 
 ARFXreader::~ARFXreader() = default;
 
 COLerror ARFXreader::errorAt(const ARFposition& where, const COLstring& what) const {
-  return COLerror(ARFXpositionText(m_DocumentName, where) + what, COL_ERROR_PRECONDITION);
+  const bool onlyOffset = where.line == 0 && where.offset != static_cast<size_t>(-1);
+  const ARFposition resolved = onlyOffset ? ARFXlineAndColumn(m_Text, where.offset) : where;
+  return COLerror(ARFXpositionText(m_DocumentName, resolved) + what, COL_ERROR_PRECONDITION);
 }
 
 bool ARFXreader::objStartImpl(ARFobj& obj) {
   ARFXnode* node = nullptr;
   if (!obj.parent()) {
-    if (m_Root && !m_Root->consumed && m_Root->name == obj.name()) node = m_Root;
+    if (m_Root && !m_Root->consumed && *m_Root->name == obj.name()) node = m_Root;
   } else if (auto* parentNode = static_cast<ARFXnode*>(obj.parent()->readerNode())) {
     node = parentNode->firstUnread(obj.name());
   }
   if (!node) return false;
   node->consumed = true;
   obj.setReaderNode(node);
-  obj.setPosition(node->position);
+  ARFposition where;
+  where.offset = node->offset;
+  obj.setPosition(where);
   if (obj.key().isSet()) {
     const COLstring* value = node->attribute(obj.key().name);
     obj.key().present = value != nullptr;
@@ -178,7 +242,9 @@ bool ARFXreader::objPropImpl(ARFprop& prop) {
   ARFXnode* node = parentNode ? parentNode->firstUnread(prop.name) : nullptr;
   if (!node) return false;
   node->consumed = true;
-  prop.value = node->value;
-  prop.position = node->position;
+  // Each node is read once, so its text can move out.
+  prop.value = std::move(node->value);
+  prop.position = ARFposition{};
+  prop.position.offset = node->offset;
   return true;
 }

@@ -138,6 +138,12 @@ unsigned XMLexpatParser::currentLineNumber() const {
   return static_cast<unsigned>(XML_GetCurrentLineNumber(pMember->parser));
 }
 
+size_t XMLexpatParser::currentByteIndex() const {
+  COL_PRECONDITION_TEXT(pMember->parser != nullptr, "pMember->parser != NULL");
+  const XML_Index Index = XML_GetCurrentByteIndex(pMember->parser);
+  return Index < 0 ? 0 : static_cast<size_t>(Index);
+}
+
 unsigned XMLexpatParser::currentColumnNumber() const {
   COL_PRECONDITION_TEXT(pMember->parser != nullptr, "pMember->parser != NULL");
   return static_cast<unsigned>(XML_GetCurrentColumnNumber(pMember->parser));

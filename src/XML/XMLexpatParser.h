@@ -51,6 +51,8 @@ public:
 
   unsigned currentLineNumber() const;
   unsigned currentColumnNumber() const;
+  // Bytes of the document before the event being handled: cheap, unlike line and column.
+  size_t currentByteIndex() const;
 
 private:
   friend class XMLexpatParserPrivate;

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "ARFXreader.h"
+#include "XMLexpatParser.h"
 
 namespace {
 // <root> holding `count` children named alternately "a" and "b", with the value "<name><i>".
@@ -85,4 +86,46 @@ TEST(ARFXreaderTest, TextComesBackAsWritten) {
 TEST(ARFXreaderTest, WideTextAndASecondTopElementAreRefused) {
   EXPECT_THROW(ARFXreader("<root><p>\xE2\x82\xAC</p></root>", "test"), COLerror);
   EXPECT_THROW(ARFXreader("<root><p>1</p></root><x/>", "test"), COLerror);
+}
+
+// Positions are kept as byte offsets and turned into line and column only for an error; the
+// result must be what Expat itself says at the same place, whatever the line ends and
+// however many bytes a character takes.
+TEST(ARFXreaderTest, LineAndColumnFromAnOffsetAgreeWithTheParser) {
+  struct Recorder : XMLexpatParser {
+    std::vector<std::pair<size_t, ARFposition>> starts;
+    void onStartElement(const char*, const char**) override {
+      starts.emplace_back(currentByteIndex(), ARFposition{currentLineNumber(), currentColumnNumber() + 1});
+    }
+    void onEndElement(const char*) override {}
+    void onCharacterData(const char*, int) override {}
+  };
+  const std::string text =
+      "<r>\r\n <a>\xC3\xA9t\xC3\xA9</a><b/>\r <c>x</c>\n\n\t<d \xC3\xA0=\"1\"/>\r\n\r\n\xC3\xA9<e/></r>";
+  Recorder parser;
+  parser.parse(text.data(), text.size());
+  ASSERT_EQ(parser.starts.size(), 6u);
+  for (const auto& [offset, expected] : parser.starts) {
+    const ARFposition got = ARFXlineAndColumn(text, offset);
+    EXPECT_EQ(got.line, expected.line) << "offset " << offset;
+    EXPECT_EQ(got.column, expected.column) << "offset " << offset;
+  }
+  EXPECT_EQ(parser.starts.back().second.line, 7u);  // the text really spans the line ends above
+}
+
+// An error raised for an object read from deep inside a file names the line and column of its
+// start tag, though the reader kept only an offset.
+TEST(ARFXreaderTest, AnErrorNamesTheLineAndColumnOfTheObject) {
+  const COLstring text("<root>\r\n  <x/>\r\n\r\n      <item/>\n</root>");
+  ARFXreader reader(text, "doc.vmd");
+  ARFobj root(nullptr, "root");
+  ASSERT_TRUE(reader.objStart(root));
+  ARFobj item(&root, "item");
+  ASSERT_TRUE(reader.objStart(item));
+  try {
+    reader.raise(item.position(), "bad item.");
+    FAIL() << "raise returned";
+  } catch (const COLerror& error) {
+    EXPECT_EQ(COLerror(error).description(), COLstring("VMD file doc.vmd, line 4, column 7: bad item."));
+  }
 }
