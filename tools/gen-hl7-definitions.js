@@ -100,28 +100,33 @@ function buildComposites() {
 
 // A field of type VARIES (OBX-5, ...) takes the type its message names elsewhere (OBX-2), so
 // it is laid out as wide as any type of the version: as many components as the widest type,
-// each with as many sub-components as the widest type that stands as a component.
+// component i with as many sub-components as the widest type that stands as component i of
+// some type. A composite VARIES_n holds n sub-components.
 const variesCode = 'VARIES';
-const variesPartCode = 'VARIES_COMPONENT';
 
 function addVariesComposites(composites, codes) {
-  let width = 0;
-  let depth = 0;
+  const depths = [];
   for (const code of codes) {
-    width = Math.max(width, componentsOf(code).length);
-    for (const component of componentsOf(code)) depth = Math.max(depth, componentsOf(component.datatype).length);
+    componentsOf(code).forEach((component, i) => {
+      depths[i] = Math.max(depths[i] || 1, componentsOf(component.datatype).length || 1);
+    });
   }
-  const part = { name: variesPartCode, description: 'A component of a field of variable type', fields: [] };
-  for (let i = 1; i <= depth; i++) {
-    part.fields.push({ name: `S${i}`, maxLength: -1, required: false, restricted: false, type: 'String' });
-  }
+  const plain = (name) => ({ name, maxLength: -1, required: false, restricted: false, type: 'String' });
   const varies = { name: variesCode, description: 'Variable Datatype', fields: [] };
-  for (let i = 1; i <= width; i++) {
-    varies.fields.push({ name: `C${i}`, maxLength: -1, required: false, restricted: false, type: 'Composite',
-      composite: variesPartCode });
-  }
+  depths.forEach((depth, i) => {
+    if (depth === 1) {
+      varies.fields.push(plain(`C${i + 1}`));
+      return;
+    }
+    const part = `${variesCode}_${depth}`;
+    if (!composites.has(part)) {
+      const fields = [];
+      for (let n = 1; n <= depth; n++) fields.push(plain(`S${n}`));
+      composites.set(part, { name: part, description: `A component of a field of variable type`, fields });
+    }
+    varies.fields.push({ ...plain(`C${i + 1}`), type: 'Composite', composite: part });
+  });
   composites.set(variesCode, varies);
-  composites.set(variesPartCode, part);
 }
 
 // The fields of type VARIES. The data set of 2.7 and later types them ST, so a field that the
@@ -298,31 +303,52 @@ function borrowLaterEvents(structures) {
 // fields, and one table per repeating field, a row per repeat, with a column for every
 // component and sub-component of the field. The table fill reads no deeper than a
 // sub-component. A segment's table addresses count from the segment, a field's from the field.
+//
+// Schema validators check a table's sequence of optional columns in time that grows with the
+// cube of its width (xmllint takes seconds for 800 columns), so a segment whose single fields
+// would give its table more than maxOwnColumns columns lays its widest composite fields on
+// tables of their own too, with one row for the one occurrence.
+const maxOwnColumns = 200;
+
 function buildTables(segments, composites) {
   const tables = [];
   for (const segment of segments) {
     if (segment.fields.length === 0) continue;
+    const laid = segment.fields.map((field, index) => ({
+      field,
+      index,
+      number: `${segment.name}-${index + segment.firstNumber}`,
+      leaves: fieldLeaves(composites.get(field.composite), composites),
+      own: field.maxRepeats === 0,
+    }));
+    let width = laid.filter((f) => f.own).reduce((n, f) => n + f.leaves.length, 0);
+    // A VARIES field stays (QPD-3): a table of its own would take each repeat a lenient parse let
+    // through as a row, which generation then refuses for a field that may not repeat.
+    const movable = laid.filter((f) => f.own && f.leaves.length > 1 && f.field.composite !== variesCode);
+    for (const wide of movable.sort((a, b) => b.leaves.length - a.leaves.length)) {
+      if (width <= maxOwnColumns) break;
+      wide.own = false;
+      width -= wide.leaves.length;
+    }
     const own = { name: segment.name, description: segment.description, columns: [] };
     const fieldTables = [];
-    segment.fields.forEach((field, index) => {
-      const number = `${segment.name}-${index + segment.firstNumber}`;
-      const leaves = fieldLeaves(composites.get(field.composite), composites);
-      if (field.maxRepeats === 0) {
+    for (const { field, index, number, leaves, own: onOwn } of laid) {
+      if (onOwn) {
         for (const leaf of leaves) {
           own.columns.push(column([field.name, ...leaf.names], number, leaf.path, [index, ...leaf.path]));
         }
-      } else {
-        fieldTables.push({
-          field: index,
-          table: {
-            name: `${segment.name}_${field.name}`,
-            description: `${number} ${field.description}, one row per repeat`,
-            columns: leaves.map((leaf) => column(leaf.names.length ? leaf.names : [field.name], number, leaf.path,
-              leaf.path.length ? leaf.path : [0])),
-          },
-        });
+        continue;
       }
-    });
+      fieldTables.push({
+        field: index,
+        table: {
+          name: `${segment.name}_${field.name}`,
+          description: `${number} ${field.description}, one row per repeat`,
+          columns: leaves.map((leaf) => column(leaf.names.length ? leaf.names : [field.name], number, leaf.path,
+            leaf.path.length ? leaf.path : [0])),
+        },
+      });
+    }
     segment.ownTable = own.columns.length ? own.name : null;
     segment.fieldTables = fieldTables.map(({ field, table }) => ({ field, table: table.name }));
     if (own.columns.length) tables.push(own);
