@@ -167,7 +167,6 @@ void checkSegmentTables(const QVMtableGrammarInternal& table, const QVMmessageGr
       continue;
     }
     ASSERT_LT(field, segment.countOfField()) << message;
-    EXPECT_NE(segment.fieldMaxRepeat(field), 0u) << message << " " << leaf.table()->tableName().str();
     EXPECT_EQ(leaf.table()->tableName(), segment.name() + "_" + segment.fieldName(field)) << message;
   }
 }
@@ -326,8 +325,12 @@ TEST_F(ANTstandardDefinitionsTest, EveryComponentOfEveryFieldHasATableColumn) {
       const std::string name = segment.name().str();
       std::set<std::vector<uint32_t>> own;
       for (uint32_t f = 0; f < segment.countOfField(); ++f) {
-        const bool repeats = segment.fieldMaxRepeat(f) != 0;
-        const std::string tableName = repeats ? name + "_" + segment.fieldName(f).str() : name;
+        // A repeating field has a table of its own, and so has a wide single field of a segment
+        // that would otherwise be too wide for a schema validator.
+        const std::string fieldTable = name + "_" + segment.fieldName(f).str();
+        const bool repeats = engine.tableByName(fieldTable.c_str()) < engine.countOfTable();
+        EXPECT_TRUE(repeats || segment.fieldMaxRepeat(f) == 0) << fieldTable;
+        const std::string tableName = repeats ? fieldTable : name;
         const uint32_t index = engine.tableByName(tableName.c_str());
         ASSERT_LT(index, engine.countOfTable()) << tableName;
         const QVMtableDefinitionInternal& table = *engine.table(index);
@@ -362,7 +365,17 @@ TEST_F(ANTstandardDefinitionsTest, EveryComponentOfEveryFieldHasATableColumn) {
       }
     }
     size_t total = 0;
-    for (size_t t = 0; t < engine.countOfTable(); ++t) total += engine.table(t)->countOfColumn();
+    for (size_t t = 0; t < engine.countOfTable(); ++t) {
+      total += engine.table(t)->countOfColumn();
+      // Wider tables take a schema validator minutes; only a VARIES field makes one that wide.
+      bool varies = false;
+      for (uint32_t c = 0; c < engine.table(t)->countOfColumn(); ++c) {
+        const std::string column = engine.table(t)->columnName(c).str();
+        varies = varies || column == "C1_S1" ||
+                 (column.size() > 6 && column.compare(column.size() - 6, 6, "_C1_S1") == 0);
+      }
+      if (!varies) EXPECT_LE(engine.table(t)->countOfColumn(), 200u) << engine.table(t)->tableName().str();
+    }
     EXPECT_EQ(total, columns) << "columns that read no field";
   }
   QVMengineInternal& engine = loaded("2.5.1");
