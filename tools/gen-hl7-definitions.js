@@ -3,19 +3,23 @@
 // hl7-dictionary data set, in exactly the layout the engine's saver produces, so that a
 // load and a save of a generated file give the same bytes back.
 //
-//   node gen-hl7-definitions.js DICTIONARY_DIR VERSION OUT.vmd
+//   node gen-hl7-definitions.js DICTIONARY_DIR VERSION OUT.vmd [BUNDLED_VERSION...]
+//
+// The bundled versions, oldest first, are those whose trigger events an older version may take
+// over (see borrowLaterEvents).
 //
 // Prints one line of counts (tab separated) for the manifest:
-//   version, data-set messages, structures, data-set segments, stub segments, data types, tables
+//   version, data-set messages, structures, data-set segments, stub segments, data types, tables,
+//   trigger events taken over from later versions, composites (the data types and VARIES's)
 'use strict';
 
 const fs = require('fs');
 const path = require('path');
 const vmd = require('./vmd-writer');
 
-const [dictionaryDir, version, outFile] = process.argv.slice(2);
+const [dictionaryDir, version, outFile, ...bundledVersions] = process.argv.slice(2);
 if (!dictionaryDir || !version || !outFile) {
-  process.stderr.write('usage: gen-hl7-definitions.js DICTIONARY_DIR VERSION OUT.vmd\n');
+  process.stderr.write('usage: gen-hl7-definitions.js DICTIONARY_DIR VERSION OUT.vmd [BUNDLED_VERSION...]\n');
   process.exit(2);
 }
 const dictionary = require(path.resolve(dictionaryDir));
@@ -65,29 +69,17 @@ const compareText = (a, b) => (a < b ? -1 : a > b ? 1 : 0);
 
 // ---------------------------------------------------------------- data types
 
-// Leaf types that are not plain strings. Everything else without components is a string.
-const dateTimeMasks = {
-  DT: { description: 'Date', mask: ['YYYY', 'MM', 'DD'] },
-  TM: { description: 'Time', mask: ['HH', 'mm', 'SS', '.SSSS', '+/-ZZZZ'] },
-  DTM: { description: 'Date and time', mask: ['YYYY', 'MM', 'DD', 'HH', 'mm', 'SS', '.SSSS', '+/-ZZZZ'] },
-};
-const numericLeaf = { NM: 'Double', SI: 'Integer' };
-
-// The leaf that a primitive type stands for: { type, dateTime }; null for plain text.
-function primitiveLeaf(code) {
-  if (numericLeaf[code]) return { type: numericLeaf[code] };
-  const dateTimeName = code === 'TS' || code === 'DTM' ? 'DTM' : dateTimeMasks[code] ? code : null;
-  return dateTimeName ? { type: 'DateTime', dateTime: dateTimeName } : null;
-}
-
+// Every leaf of a composite is a plain string, numbers and times included: a column of type
+// Double or DateTime gives its value back reformatted (1.50 as 1.5, a time stamp without
+// fraction and zone), and a cell whose column and leaf types differ is invalid, so the tables
+// would not hand back the text a message came with.
 function componentsOf(code) {
   const type = data.fields[code];
   return (type && type.subfields) || [];
 }
 
 // One composite per data type. A type with components lists them; a primitive gets one
-// component "Value" of its type (text unless numeric or date-time), so that a table column
-// mapped to the field as a whole takes that type.
+// component "Value", so that a table column mapped to the field as a whole reads it.
 function buildComposites() {
   const codes = Object.keys(data.fields).sort(compareText);
   const composites = new Map();
@@ -95,15 +87,63 @@ function buildComposites() {
     const components = componentsOf(code);
     const composite = { name: code, description: plain(data.fields[code].desc), fields: [] };
     if (components.length === 0) {
-      const leaf = primitiveLeaf(code) || { type: 'String' };
-      composite.fields.push({ name: 'Value', maxLength: -1, required: false, restricted: false, ...leaf });
+      composite.fields.push({ name: 'Value', maxLength: -1, required: false, restricted: false, type: 'String' });
     } else {
       const names = uniqueNames(components.map((c) => c.desc));
       components.forEach((c, i) => composite.fields.push(componentField(names[i], c)));
     }
     composites.set(code, composite);
   }
+  addVariesComposites(composites, codes);
   return composites;
+}
+
+// A field of type VARIES (OBX-5, ...) takes the type its message names elsewhere (OBX-2), so
+// it is laid out as wide as any type of the version: as many components as the widest type,
+// component i with as many sub-components as the widest type that stands as component i of
+// some type. A composite VARIES_n holds n sub-components.
+const variesCode = 'VARIES';
+
+function addVariesComposites(composites, codes) {
+  const depths = [];
+  for (const code of codes) {
+    componentsOf(code).forEach((component, i) => {
+      depths[i] = Math.max(depths[i] || 1, componentsOf(component.datatype).length || 1);
+    });
+  }
+  const plain = (name) => ({ name, maxLength: -1, required: false, restricted: false, type: 'String' });
+  const varies = { name: variesCode, description: 'Variable Datatype', fields: [] };
+  depths.forEach((depth, i) => {
+    if (depth === 1) {
+      varies.fields.push(plain(`C${i + 1}`));
+      return;
+    }
+    const part = `${variesCode}_${depth}`;
+    if (!composites.has(part)) {
+      const fields = [];
+      for (let n = 1; n <= depth; n++) fields.push(plain(`S${n}`));
+      composites.set(part, { name: part, description: `A component of a field of variable type`, fields });
+    }
+    varies.fields.push({ ...plain(`C${i + 1}`), type: 'Composite', composite: part });
+  });
+  composites.set(variesCode, varies);
+}
+
+// The fields of type VARIES. The data set of 2.7 and later types them ST, so a field that the
+// latest earlier version of the data set with a VARIES type gives that type keeps it here.
+function variesFields() {
+  const versions = Object.keys(dictionary.definitions);
+  const earlier = versions.slice(0, versions.indexOf(version) + 1).reverse()
+    .find((v) => dictionary.definitions[v].fields[variesCode]);
+  const fields = new Set();
+  if (!earlier) return fields;
+  for (const [name, segment] of Object.entries(dictionary.definitions[earlier].segments)) {
+    segment.fields.forEach((field, index) => {
+      const own = data.segments[name] && data.segments[name].fields[index];
+      if (field.datatype === variesCode && own && ['ST', variesCode].includes(own.datatype)) fields.add(`${name}-${index}`);
+    });
+  }
+  return fields;
 }
 
 function componentField(name, component) {
@@ -114,8 +154,23 @@ function componentField(name, component) {
     // A component with components of its own: the length of the whole is not checked.
     return { ...field, type: 'Composite', composite: component.datatype, maxLength: -1, restricted: false };
   }
-  const leaf = primitiveLeaf(component.datatype);
-  return { ...field, ...(leaf || { type: 'String' }) };
+  return { ...field, type: 'String' };
+}
+
+// Text splits no deeper than sub-components, and table filling finds no type for a column that
+// ends on a composite it cannot step into. So a composite that only ever stands as a component
+// (CN of 2.3.1, whose eighth component is an HD) takes its own composite components as plain
+// strings: they are sub-components there.
+function flattenComponentOnlyComposites(composites, segments) {
+  const fieldTypes = new Set(segments.flatMap((segment) => segment.fields.map((field) => field.composite)));
+  for (const composite of composites.values()) {
+    if (fieldTypes.has(composite.name)) continue;
+    composite.fields = composite.fields.map((field) => {
+      if (field.type !== 'Composite') return field;
+      const { composite: _inner, ...rest } = field;
+      return { ...rest, type: 'String' };
+    });
+  }
 }
 
 // ---------------------------------------------------------------- segments
@@ -137,6 +192,7 @@ function buildSegments() {
   for (const message of Object.values(data.messages)) visit(message.segments.segments);
   // MSH stands first: identifiers refer to segment 0.
   const ordered = [...names, ...stubs].sort((a, b) => (a === 'MSH' ? -1 : b === 'MSH' ? 1 : compareText(a, b)));
+  const varies = variesFields();
   const segments = ordered.map((name) => {
     const source = data.segments[name];
     let fields = source ? source.fields : [];
@@ -151,7 +207,7 @@ function buildSegments() {
         description: plain(f.desc),
         maxRepeats: f.rep === 0 ? -1 : f.rep > 1 ? f.rep - 1 : 0,
         required: f.opt === 2,
-        composite: data.fields[f.datatype] ? f.datatype : 'ST',
+        composite: varies.has(`${name}-${i}`) ? variesCode : data.fields[f.datatype] ? f.datatype : 'ST',
       })),
     };
   });
@@ -193,10 +249,10 @@ function countNodes(children) {
   return children.reduce((n, c) => n + 1 + (c.children ? countNodes(c.children) : 0), 0);
 }
 
-function buildStructures() {
+function buildStructures(source = data) {
   const byShape = new Map();
-  for (const key of Object.keys(data.messages).sort(compareText)) {
-    const entry = data.messages[key];
+  for (const key of Object.keys(source.messages).sort(compareText)) {
+    const entry = source.messages[key];
     const match = /^([A-Z0-9]{3})_([A-Z0-9]{3})$/.exec(key);
     const type = match ? match[1] : key;
     const event = match ? match[2] : null;
@@ -215,39 +271,143 @@ function buildStructures() {
   return [...byShape.values()].sort((a, b) => compareText(a.name, b.name));
 }
 
+// The data set lists some trigger events only in later versions although they share a
+// structure that this version has too: 2.3.1 names SIU^S12 alone, where 2.4 gives S13 to S26
+// the structure of S12. Such an event joins the structure of this version that holds the event
+// the later structure is named after, taken from the nearest later bundled version that lists
+// it. Returns the events added, as "SIU^S13 (2.4)".
+function borrowLaterEvents(structures) {
+  const later = bundledVersions.slice(bundledVersions.indexOf(version) + 1);
+  const known = new Set(structures.flatMap((s) => s.events.map((e) => `${s.type}_${e}`)));
+  const added = [];
+  for (const laterVersion of later) {
+    for (const other of buildStructures(dictionary.definitions[laterVersion])) {
+      const [type, event] = other.name.split('_');
+      const holder = structures.find((s) => s.type === type && s.events.includes(event));
+      if (!holder || !event) continue;
+      for (const missing of other.events) {
+        if (known.has(`${type}_${missing}`)) continue;
+        known.add(`${type}_${missing}`);
+        holder.events.push(missing);
+        added.push(`${type}^${missing} (${laterVersion})`);
+      }
+    }
+  }
+  for (const structure of structures) structure.events.sort(compareText);
+  return added;
+}
+
 // ---------------------------------------------------------------- tables
 
-// One table per segment that has fields, one column per field. A column reads the field as a
-// whole when its type is a plain value or has one component, else the field's first component
-// (a column of a composite with several components would stay empty).
+// One table per segment with a column for every component and sub-component of its single
+// fields, and one table per repeating field, a row per repeat, with a column for every
+// component and sub-component of the field. The table fill reads no deeper than a
+// sub-component. A segment's table addresses count from the segment, a field's from the field.
+//
+// Schema validators check a table's sequence of optional columns in time that grows with the
+// cube of its width (xmllint takes seconds for 800 columns), so a segment whose single fields
+// would give its table more than maxOwnColumns columns lays its widest composite fields on
+// tables of their own too, with one row for the one occurrence.
+const maxOwnColumns = 200;
+
 function buildTables(segments, composites) {
   const tables = [];
   for (const segment of segments) {
     if (segment.fields.length === 0) continue;
-    const columns = segment.fields.map((field, index) => {
-      const { address, type } = columnTarget(index, composites.get(field.composite), composites);
-      return {
-        name: field.name,
-        description: `${segment.name}-${index + segment.firstNumber} ${field.description}`,
-        type,
-        address,
-      };
-    });
-    tables.push({ name: segment.name, description: segment.description, columns });
+    const laid = segment.fields.map((field, index) => ({
+      field,
+      index,
+      number: `${segment.name}-${index + segment.firstNumber}`,
+      leaves: fieldLeaves(composites.get(field.composite), composites),
+      own: field.maxRepeats === 0,
+    }));
+    let width = laid.filter((f) => f.own).reduce((n, f) => n + f.leaves.length, 0);
+    // A VARIES field stays (QPD-3): a table of its own would take each repeat a lenient parse let
+    // through as a row, which generation then refuses for a field that may not repeat.
+    const movable = laid.filter((f) => f.own && f.leaves.length > 1 && f.field.composite !== variesCode);
+    for (const wide of movable.sort((a, b) => b.leaves.length - a.leaves.length)) {
+      if (width <= maxOwnColumns) break;
+      wide.own = false;
+      width -= wide.leaves.length;
+    }
+    const own = { name: segment.name, description: segment.description, columns: [] };
+    const fieldTables = [];
+    for (const { field, index, number, leaves, own: onOwn } of laid) {
+      if (onOwn) {
+        for (const leaf of leaves) {
+          own.columns.push(column([field.name, ...leaf.names], number, leaf.path, [index, ...leaf.path]));
+        }
+        continue;
+      }
+      fieldTables.push({
+        field: index,
+        table: {
+          name: `${segment.name}_${field.name}`,
+          description: `${number} ${field.description}, one row per repeat`,
+          columns: leaves.map((leaf) => column(leaf.names.length ? leaf.names : [field.name], number, leaf.path,
+            leaf.path.length ? leaf.path : [0])),
+        },
+      });
+    }
+    segment.ownTable = own.columns.length ? own.name : null;
+    segment.fieldTables = fieldTables.map(({ field, table }) => ({ field, table: table.name }));
+    if (own.columns.length) tables.push(own);
+    for (const { table } of fieldTables) tables.push(table);
   }
   return tables;
 }
 
-function columnTarget(fieldIndex, composite, composites) {
-  if (composite.fields.length === 0) return { address: [fieldIndex], type: 'String' };
-  if (composite.fields.length === 1) return { address: [fieldIndex], type: leafType(composite.fields[0], composites) };
-  return { address: [fieldIndex, 0], type: leafType(composite.fields[0], composites) };
+function column(names, number, path, address) {
+  return {
+    name: names.join('_'),
+    description: path.length ? `${number}.${path.map((i) => i + 1).join('.')}` : number,
+    type: 'String',
+    address,
+  };
 }
 
-function leafType(field, composites) {
-  if (field.type !== 'Composite') return field.type;
-  const inner = composites.get(field.composite);
-  return inner.fields.length ? leafType(inner.fields[0], composites) : 'String';
+// The places of a field's text: { names, path }, where path holds the component and the
+// sub-component index. A plain value is the field itself (empty path).
+function fieldLeaves(composite, composites) {
+  if (composite.fields.length <= 1 && composite.fields.every((f) => f.type !== 'Composite')) {
+    return [{ names: [], path: [] }];
+  }
+  const leaves = [];
+  composite.fields.forEach((component, c) => {
+    const inner = component.type === 'Composite' ? composites.get(component.composite) : null;
+    if (!inner || inner.fields.length === 0) {
+      leaves.push({ names: [component.name], path: [c] });
+      return;
+    }
+    inner.fields.forEach((sub, s) => leaves.push({ names: [component.name, sub.name], path: [c, s] }));
+  });
+  return leaves;
+}
+
+// A segment leaf of the table grammar becomes a group of the segment's own table and a table
+// per repeating field, all rooted at the segment; a segment without repeating fields stays a
+// leaf. Table XML finds a sub-table by its tag among its siblings, the first that matches, so a
+// tag that stands twice among siblings (ADT_A24 has two PID) takes a number from its second
+// time on: a group is renamed, a leaf is wrapped in a group of that name.
+function expandSegmentItems(items, segmentsByName) {
+  const seen = new Map();
+  const unique = (name) => {
+    const count = (seen.get(name) || 0) + 1;
+    seen.set(name, count);
+    return count === 1 ? name : `${name}${count}`;
+  };
+  return items.map((item) => {
+    if (!item.table) {
+      return { ...item, name: unique(item.node.name), children: expandSegmentItems(item.children, segmentsByName) };
+    }
+    const segment = segmentsByName.get(item.table);
+    const name = unique(item.table);
+    if (segment.fieldTables.length === 0 && name === item.table) return item;
+    const children = [];
+    if (segment.ownTable) children.push({ node: item.node, table: segment.ownTable });
+    for (const { field, table } of segment.fieldTables) children.push({ node: item.node, table, field });
+    return { node: item.node, name, children };
+  });
 }
 
 // ---------------------------------------------------------------- the file
@@ -258,30 +418,27 @@ const mapSetName = 'AllFields';
 function writeDefinition() {
   const composites = buildComposites();
   const { segments, stubCount } = buildSegments();
+  flattenComponentOnlyComposites(composites, segments);
   const structures = buildStructures();
+  const borrowed = borrowLaterEvents(structures);
   const tables = buildTables(segments, composites);
-  const tableNames = new Set(tables.map((t) => t.name));
+  const segmentsByName = new Map(segments.map((s) => [s.name, s]));
   const segmentIds = new Map(segments.map((s, i) => [s.name, i]));
   for (const structure of structures) {
-    structure.items = vmd.tableGrammarItems(structure.children, (segment) => tableNames.has(segment));
+    const items = vmd.tableGrammarItems(structure.children, (segment) => segmentsByName.get(segment).fields.length > 0);
+    structure.items = expandSegmentItems(items, segmentsByName);
   }
   const w = new vmd.Writer();
 
   vmd.writeEngineStart(w, {
     strictGrammar: false,
     description: `HL7 v${version}: every message structure, segment and data type of the standard, generated ` +
-      `from hl7-dictionary ${packageVersion}; every field laid out on one table per segment.`,
+      `from hl7-dictionary ${packageVersion}; every component of a segment laid out on the segment's table, a ` +
+      'repeating field on a table of its own.',
   });
   vmd.writeGlobal(w, tables, structures);
 
   w.start('config', 'name', configName);
-  for (const name of Object.keys(dateTimeMasks)) {
-    w.start('date_time', 'name', name);
-    w.prop('description', dateTimeMasks[name].description);
-    w.flag('fields_required', false);
-    for (const item of dateTimeMasks[name].mask) w.prop('mask', item);
-    w.end('date_time');
-  }
   writeComposites(w, composites);
   const msh = segments.find((s) => s.name === 'MSH');
   const typeParts = composites.get(msh.fields[8].composite).fields.length;
@@ -295,7 +452,8 @@ function writeDefinition() {
 
   fs.writeFileSync(outFile, w.text());
   const counts = [version, Object.keys(data.messages).length, structures.length,
-    Object.keys(data.segments).length, stubCount, Object.keys(data.fields).length, tables.length];
+    Object.keys(data.segments).length, stubCount, Object.keys(data.fields).length, tables.length, borrowed.length,
+    composites.size];
   process.stdout.write(counts.join('\t') + '\n');
 }
 

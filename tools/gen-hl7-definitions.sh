@@ -18,9 +18,9 @@ dictionary="$work/npm/node_modules/hl7-dictionary"
 
 out="$work/out"
 mkdir -p "$out"
-printf 'version\tdataset_messages\tstructures\tdataset_segments\tstub_segments\tdata_types\ttables\n' >"$out/manifest.tsv"
+printf 'version\tdataset_messages\tstructures\tdataset_segments\tstub_segments\tdata_types\ttables\tlater_events\tcomposites\n' >"$out/manifest.tsv"
 for v in "${VERSIONS[@]}"; do
-  node "$root/tools/gen-hl7-definitions.js" "$dictionary" "$v" "$out/hl7v$v.vmd" >>"$out/manifest.tsv"
+  node "$root/tools/gen-hl7-definitions.js" "$dictionary" "$v" "$out/hl7v$v.vmd" "${VERSIONS[@]}" >>"$out/manifest.tsv"
 done
 
 case "$mode" in

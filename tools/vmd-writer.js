@@ -106,11 +106,12 @@ function tableGrammarItems(children, hasTable) {
 }
 
 // A table grammar rooted at a group called name. "before" writes what an item carries ahead of
-// its type, "detail" what a table carries after it.
+// its type, "detail" what a table carries after it. A group item is named after its node unless
+// it names itself.
 function writeTableGrammar(w, name, items, detail, before) {
   const walk = (list) => {
     for (const item of list) {
-      w.start('table_grammar', 'name', item.table || item.node.name);
+      w.start('table_grammar', 'name', item.table || item.name || item.node.name);
       if (before) before(item);
       w.prop('type', item.table ? 'table' : 'group');
       if (item.table) detail(item);
@@ -186,7 +187,7 @@ function writeTableConfig(w, tables, mapSetName) {
 
 // A message of the configuration. identifiers: [{ segmentRef, value, address }]; children: the
 // grammar below the root, nodes of { name, optional, repeating, maxRepeats?, segment | children };
-// items: tableGrammarItems of those same nodes.
+// items: tableGrammarItems of those same nodes; a table item may name a field of its segment.
 function writeMessageConfig(w, { name, ignoreUnknownSegments, identifiers, children, items, segmentIds, mapSetName }) {
   w.start('message', 'name', name);
   w.flag('ignore_unknown_segments', ignoreUnknownSegments);
@@ -228,8 +229,9 @@ function writeMessageConfig(w, { name, ignoreUnknownSegments, identifiers, child
   };
   writeNode({ name, optional: false, repeating: false, maxRepeats: 0, children });
   w.index('grammar_root_ref', 0);
-  writeTableGrammar(w, name, items, () => {
-    w.index('grammar_field_index', -1);
+  writeTableGrammar(w, name, items, (item) => {
+    // A table rooted at a field of its segment has a row per repeat of that field.
+    w.index('grammar_field_index', item.field === undefined ? -1 : item.field);
     w.prop('mapset_ref', mapSetName);
   }, (item) => w.index('grammar_root_ref', ids.get(item.node)));
   w.end('message');

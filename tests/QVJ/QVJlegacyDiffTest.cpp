@@ -8,6 +8,10 @@
 // Those cells, and only those, are nulled in both tables before the documents are compared; the
 // columns are found from the grammar, so any other difference fails.
 //
+// A field that stands in a message but holds nothing is one empty repeat to the current road,
+// which gives the field's table an empty row, and no node at all to the legacy road, which gives
+// none; empty rows are dropped from both documents, as they carry no value either way.
+//
 // Differences not yet understood are pinned, message by message, in
 // tests/data/QVJ/legacy_diff_known.tsv with what was seen: a new one fails, and so does a pinned
 // one that is gone.
@@ -115,7 +119,7 @@ Outcome parse(QVFengine& Engine, const std::string& Message, unsigned& Nulled) {
   std::unique_ptr<QVMxmlHl7Converter> Converter = QVMxmlHl7Converter::getConverter("TABLE - Long Tags");
   Converter->setConfig(&Engine.schema().config());
   Converter->outputTableInXml(Xml, Table);
-  Result.xml = Xml.str();
+  Result.xml = TSTwithoutEmptyRows(Xml.str());
   return Result;
 }
 

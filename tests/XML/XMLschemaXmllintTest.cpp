@@ -11,6 +11,7 @@
 #include <filesystem>
 #include <fstream>
 #include <ostream>
+#include <set>
 #include <sstream>
 #include <string>
 #include <utility>
@@ -24,6 +25,8 @@
 #include "QVLvmdFile.h"
 #include "QVMengineInternal.h"
 #include "QVMmessageDefinitionInternal.h"
+#include "QVMtableDefinitionInternal.h"
+#include "QVMtableGrammarInternal.h"
 #include "QVMtableInternal.h"
 #include "QVMxmlHl7Converter.h"
 #include "QVXschema.h"
@@ -169,6 +172,14 @@ void fillEveryRow(QVMtableInternal& Table) {
   for (unsigned Sub = 0; Sub < Table.countOfSubTable(); ++Sub) fillEveryRow(Table.subTable(Row, Sub));
 }
 
+// The names of the tables a table grammar lays rows on, added to Names; true if any was new.
+bool addTables(const QVMtableGrammarInternal& Grammar, std::set<std::string>& Names) {
+  if (Grammar.isNode()) return Grammar.table() && Names.insert(Grammar.table()->tableName().c_str()).second;
+  bool Added = false;
+  for (unsigned Sub = 0; Sub < Grammar.countOfSubGrammar(); ++Sub) Added = addTables(*Grammar.subGrammar(Sub), Names) || Added;
+  return Added;
+}
+
 // A definition, and where its real messages come from: a log of the examples, or the messages of
 // the shared corpus that the bundled definition of one version is for (or neither).
 struct XMLdefinitionCase {
@@ -232,8 +243,13 @@ TEST_P(XMLdefinitionSchema, CompilesAndAcceptsTheTableXmlOfEveryMessage) {
   };
   auto Converter = QVMxmlHl7Converter::getConverter(Definition.config().xmlTranslationType());
   Converter->setConfig(&Definition.config());
+  // The bundled standard definitions have hundreds of structures over thousands of columns:
+  // there a message is filled only when it lays rows on a table no earlier one filled, which
+  // keeps every table's declaration checked at a fraction of the documents.
+  std::set<std::string> Filled;
   for (unsigned Index = 0; Index < Definition.countOfMessage(); ++Index) {
     QVMmessageDefinitionInternal& Message = *Definition.message(Index);
+    if (!addTables(Message.tableGrammar(), Filled) && Case.corpusVersion) continue;
     QVMtableInternal Table;
     Table.makeEmptyTable(&Message.tableGrammar());
     fillEveryRow(Table);
@@ -249,7 +265,7 @@ TEST_P(XMLdefinitionSchema, CompilesAndAcceptsTheTableXmlOfEveryMessage) {
       ADD_FAILURE() << Message.name().c_str() << ": " << Error.description().c_str();
     }
   }
-  const size_t Filled = Messages.size();
+  const size_t FilledMessages = Messages.size();
   for (const std::string& Message : realMessages(Case)) {
     COLstring Xml;
     try {
@@ -260,7 +276,7 @@ TEST_P(XMLdefinitionSchema, CompilesAndAcceptsTheTableXmlOfEveryMessage) {
     keep(Xml);
   }
   if (Case.log || (Case.corpusVersion && std::filesystem::is_directory(TSTcorpusDirectory))) {
-    EXPECT_GT(Messages.size(), Filled) << "no real message parses";
+    EXPECT_GT(Messages.size(), FilledMessages) << "no real message parses";
   }
   EXPECT_EQ(xmllint("--schema " + XsdPath + Documents), 0) << m_LastLog.substr(0, 2000);
   EXPECT_EQ(m_LastLog.find("error"), std::string::npos) << m_LastLog.substr(0, 2000);

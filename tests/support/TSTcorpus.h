@@ -69,3 +69,21 @@ inline std::string TSTdefinitionFor(const std::string& Version) {
   if (Version.rfind("2.5", 0) == 0) return "2.5.1";
   return "2.7.1";
 }
+
+// Table XML without the elements of empty rows: a start tag followed at once by its end tag.
+// The parse gives a field that stands in a message but holds nothing an empty row in the
+// field's table, which table XML reads back as no row: the same message either way.
+inline std::string TSTwithoutEmptyRows(const std::string& Xml) {
+  std::istringstream In(Xml);
+  std::vector<std::string> Lines;
+  for (std::string Line; std::getline(In, Line);) {
+    const size_t Open = Lines.empty() ? std::string::npos : Lines.back().find('<');
+    if (Open != std::string::npos && Line.find("</") == Open && Line.substr(Open + 2) == Lines.back().substr(Open + 1))
+      Lines.pop_back();
+    else
+      Lines.push_back(Line);
+  }
+  std::string Result;
+  for (const std::string& Line : Lines) Result += Line + "\n";
+  return Result;
+}
