@@ -64,7 +64,9 @@ protected:
   static TREtypeComplex& registerType(T& self, const char* name, const char* description,
                                       TREtypeComplex* base = nullptr, bool cascadeLock = false);
 
-  enum MemberFlags : unsigned { None = 0, Identity = 1, Global = 2 };
+  // Optional declares a minimum of 0 where the member kind says 1, as types that files
+  // already carry were declared.
+  enum MemberFlags : unsigned { None = 0, Identity = 1, Global = 2, Optional = 4 };
   // One step of _initializeMembers for member `m` at `index`; gives index + 1.
   template <class M>
   static uint16_t initializeMember(TREinstanceComplex* instance, TREtypeComplex* type, uint16_t index,
@@ -157,7 +159,8 @@ T& TREcppClass::boundObject(TREinstanceComplex& node) {
 template <class M>
 uint16_t TREcppClass::initializeMember(TREinstanceComplex* instance, TREtypeComplex* type, uint16_t index,
                                        const char* name, M& m, unsigned flags) {
-  if (type) declareMember(*type, index, name, m.minOccurs(), m.maxOccurs(), m.memberType(), flags);
+  if (type)
+    declareMember(*type, index, name, flags & Optional ? 0 : m.minOccurs(), m.maxOccurs(), m.memberType(), flags);
   if (instance)
     m.attachToInstance(*instance, index);
   else if (!type)

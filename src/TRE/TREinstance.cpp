@@ -1,6 +1,7 @@
 #include "TREinstance.h"
 
 #include <algorithm>
+#include <mutex>
 
 #include "COLerror.h"
 #include "TREcppMember.h"
@@ -47,9 +48,42 @@ TREinstance& TREinstance::toInstance(TREinstanceSimple& simple) {
   return simple;
 }
 
+namespace {
+std::mutex HooksLock;
+// Never destroyed: trees that outlive static destruction may still look here.
+auto& Hooks = *new std::unordered_map<const TREinstance*, std::unique_ptr<TREinstanceHooks>>();
+}  // namespace
+
 TREinstanceHooks& TREinstance::hooks() {
-  if (!m_Hooks) m_Hooks = std::make_unique<TREinstanceHooks>();
-  return *m_Hooks;
+  std::lock_guard<std::mutex> guard(HooksLock);
+  std::unique_ptr<TREinstanceHooks>& entry = Hooks[this];
+  if (!entry) entry = std::make_unique<TREinstanceHooks>();
+  m_Hooked = true;
+  return *entry;
+}
+
+TREinstanceHooks* TREinstance::findHooks() const {
+  if (!m_Hooked) return nullptr;
+  std::lock_guard<std::mutex> guard(HooksLock);
+  auto found = Hooks.find(this);
+  return found == Hooks.end() ? nullptr : found->second.get();
+}
+
+void TREinstance::releaseHooks() {
+  std::unique_ptr<TREinstanceHooks> gone;
+  {
+    std::lock_guard<std::mutex> guard(HooksLock);
+    auto found = Hooks.find(this);
+    if (found == Hooks.end()) return;
+    gone = std::move(found->second);
+    Hooks.erase(found);
+  }
+  m_Hooked = false;
+}
+
+TREcppMemberBase* TREinstance::cppMember() const {
+  TREinstanceHooks* found = findHooks();
+  return found ? found->cppMember : nullptr;
 }
 
 void TREinstance::listen(TREeventsInstance* listener) {
@@ -67,17 +101,21 @@ void TREinstance::listen(TREeventsInstanceVector* listener) {
 }
 
 bool TREinstance::unlisten(const TREeventsInstance* listener) {
-  return m_Hooks && m_Hooks->dispatcher && m_Hooks->dispatcher->unlisten(listener);
+  TREinstanceHooks* found = findHooks();
+  return found && found->dispatcher && found->dispatcher->unlisten(listener);
 }
 
 void TREinstance::setCppMember(TREcppMemberBase* member) {
-  if (member || m_Hooks) hooks().cppMember = member;
+  if (member || m_Hooked) hooks().cppMember = member;
 }
 
 void TREinstance::notify(TREevent event, size_t index) {
-  if (TREcppMemberBase* member = m_Hooks->cppMember) member->onInstanceEvent(event, *this);
-  // A member told of the end may have let go of the hooks' owner; look again.
-  if (m_Hooks && m_Hooks->dispatcher) m_Hooks->dispatcher->dispatch(event, *this, index);
+  TREinstanceHooks* found = findHooks();
+  if (!found) return;
+  if (TREcppMemberBase* member = found->cppMember) member->onInstanceEvent(event, *this);
+  // The member may have let go of the node; look again.
+  found = findHooks();
+  if (found && found->dispatcher) found->dispatcher->dispatch(event, *this, index);
 }
 
 void TREeventDispatcher::listen(TREeventsInstance* listener, TREeventsInstanceVector* vectorListener) {
@@ -242,6 +280,7 @@ void TREinstanceSimple::beforeWrite(uint16_t version) {
 
 TREinstanceComplex::~TREinstanceComplex() {
   doDisconnect();
+  if (m_Hooked) releaseHooks();
   if (m_OwnsCppClass) delete m_CppClass;
   if (m_ObjectId && m_Root) m_Root->removeInstance(*this);
 }
@@ -531,26 +570,26 @@ TREinstanceSimple& TREinstanceVector::insert(size_t i) {
   } else if (i + 1 != m_Pool.size()) {
     std::rotate(m_Pool.begin() + ptrdiff_t(i), m_Pool.end() - 1, m_Pool.end());
   }
-  if (m_Hooks) notify(TREevent::ChildNew, i);
+  if (m_Hooked) notify(TREevent::ChildNew, i);
   return (*this)[i];
 }
 
 void TREinstanceVector::remove(size_t i) {
   COL_PRECONDITION_TEXT(i < size(), "Index < size()");
-  if (m_Hooks) notify(TREevent::ChildBeforeRemove, i);
+  if (m_Hooked) notify(TREevent::ChildBeforeRemove, i);
   beforeWrite();
   if (std::vector<uint16_t>* list = currentList())
     list->erase(list->begin() + ptrdiff_t(i));
   else
     m_Pool.erase(m_Pool.begin() + ptrdiff_t(i));
-  if (m_Hooks) notify(TREevent::ChildAfterRemove, i);
+  if (m_Hooked) notify(TREevent::ChildAfterRemove, i);
 }
 
 void TREinstanceVector::resize(size_t n) {
   if (n == size()) return;
   while (size() > n) remove(size() - 1);
   while (size() < n) push_back();
-  if (m_Hooks) notify(TREevent::Resize, n);
+  if (m_Hooked) notify(TREevent::Resize, n);
 }
 
 void TREinstanceVector::clear() {
@@ -560,7 +599,7 @@ void TREinstanceVector::clear() {
     list->clear();
   else
     m_Pool.clear();
-  if (m_Hooks) notify(TREevent::Clear, 0);
+  if (m_Hooked) notify(TREevent::Clear, 0);
 }
 
 void TREinstanceVector::defaultResize(uint16_t n) {

@@ -29,8 +29,8 @@ inline constexpr uint16_t TREnoIndex = 0xFFFF;
 using TREslotList =
     std::vector<std::unique_ptr<TREinstanceSimple>, TREslabAllocator<std::unique_ptr<TREinstanceSimple>>>;
 
-// What a node holds only once somebody binds or listens to it: kept apart, so that the
-// many nodes nobody watches carry one null pointer.
+// What a node holds only once somebody binds or listens to it: kept in a table apart, so
+// that the many nodes nobody watches carry one flag and no pointer.
 struct TREinstanceHooks {
   std::unique_ptr<TREeventDispatcher> dispatcher;
   TREcppMemberBase* cppMember = nullptr;
@@ -56,20 +56,23 @@ public:
   void listen(TREeventsInstance* listener);
   void listen(TREeventsInstanceVector* listener);
   bool unlisten(const TREeventsInstance* listener);
-  TREcppMemberBase* cppMember() const { return m_Hooks ? m_Hooks->cppMember : nullptr; }
+  TREcppMemberBase* cppMember() const;
   void setCppMember(TREcppMemberBase* member);
 
-  void doUpdate() { if (m_Hooks) notify(TREevent::Update, 0); }
-  void doDelete() { if (m_Hooks) notify(TREevent::Delete, 0); }
-  void doDisconnect() { if (m_Hooks) notify(TREevent::Disconnect, 0); }
-  void doUninitialize() { if (m_Hooks) notify(TREevent::Uninitialize, 0); }
-  void doInitialize() { if (m_Hooks) notify(TREevent::Initialize, 0); }
+  void doUpdate() { if (m_Hooked) notify(TREevent::Update, 0); }
+  void doDelete() { if (m_Hooked) notify(TREevent::Delete, 0); }
+  void doDisconnect() { if (m_Hooked) notify(TREevent::Disconnect, 0); }
+  void doUninitialize() { if (m_Hooked) notify(TREevent::Uninitialize, 0); }
+  void doInitialize() { if (m_Hooked) notify(TREevent::Initialize, 0); }
 
 protected:
   explicit TREinstance(EClassType classType) : m_Class(classType) {}
   ~TREinstance() = default;
   void notify(TREevent event, size_t index);
   TREinstanceHooks& hooks();
+  TREinstanceHooks* findHooks() const;
+  // For the destructors, after doDisconnect.
+  void releaseHooks();
   TREinstance(const TREinstance&) = delete;
   TREinstance& operator=(const TREinstance&) = delete;
   // A node that serves all versions at once needs no per-version storage.
@@ -80,9 +83,9 @@ protected:
   bool m_Global = false;
   bool m_Cascade = false;
   bool m_Read = false;
+  bool m_Hooked = false;
   TREinstance* m_Parent = nullptr;
   TRErootInstance* m_Root = nullptr;
-  std::unique_ptr<TREinstanceHooks> m_Hooks;
 
   friend class TREinstanceComplex;
   friend class TREinstanceVector;
@@ -95,7 +98,9 @@ protected:
 class TREinstanceSimple : public TREinstance {
 public:
   TREinstanceSimple() : TREinstance(eSimple) {}
-  ~TREinstanceSimple() { doDisconnect(); }
+  ~TREinstanceSimple() {
+    if (m_Hooked) doDisconnect(), releaseHooks();
+  }
   TRE_SLAB_NODE
 
   // Makes the slot a simple value, a complex of `type` or a vector of `type` items.
@@ -244,7 +249,9 @@ private:
 class TREinstanceVector : public TREinstance {
 public:
   TREinstanceVector() : TREinstance(eVector) {}
-  ~TREinstanceVector() { doDisconnect(); }
+  ~TREinstanceVector() {
+    if (m_Hooked) doDisconnect(), releaseHooks();
+  }
   TRE_SLAB_NODE
 
   const TREtype* itemType() const { return m_ItemType; }

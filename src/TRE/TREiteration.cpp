@@ -1,11 +1,11 @@
 #include "TREiteration.h"
 
 namespace {
-// A slot of class 8 or 9 is the holder of a complex or a collection, never one itself: the
-// tree's nodes are told apart by what they are, not by the class number alone.
+// The walks hand over what a slot holds (TREinstance::toInstance), never a holding slot, so
+// the class number tells the three kinds apart.
 enum class Node { Simple, Complex, Vector };
-Node kindOf(TREinstance& instance, bool isSlot) {
-  if (isSlot || instance.classType() == TREinstance::eSimple) return Node::Simple;
+Node kindOf(TREinstance& instance) {
+  if (instance.classType() == TREinstance::eSimple) return Node::Simple;
   return instance.classType() == TREinstance::eComplex ? Node::Complex : Node::Vector;
 }
 
@@ -42,7 +42,7 @@ bool TREisEmpty(TREinstance& instance) {
 }
 
 bool TREinstanceTask::apply(TREinstance& instance, const TREinstanceIterationParameters& p) {
-  switch (kindOf(instance, false)) {
+  switch (kindOf(instance)) {
     case Node::Complex: return applyComplex(static_cast<TREinstanceComplex&>(instance), p);
     case Node::Vector: return applyVector(static_cast<TREinstanceVector&>(instance), p);
     default: return applySimple(static_cast<TREinstanceSimple&>(instance), p);
@@ -50,7 +50,7 @@ bool TREinstanceTask::apply(TREinstance& instance, const TREinstanceIterationPar
 }
 
 bool TREinstanceTask::applyEnd(TREinstance& instance, const TREinstanceIterationParameters& p) {
-  switch (kindOf(instance, false)) {
+  switch (kindOf(instance)) {
     case Node::Complex: return applyComplexEnd(static_cast<TREinstanceComplex&>(instance), p);
     case Node::Vector: return applyVectorEnd(static_cast<TREinstanceVector&>(instance), p);
     default: return true;

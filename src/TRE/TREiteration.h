@@ -33,6 +33,7 @@ public:
 class TREinstanceIteration {
 public:
   virtual ~TREinstanceIteration() = default;
+  // `instance` is a complex, a collection or a simple value, not a slot that holds one.
   // False when a task or abort() stopped the walk.
   bool iterate(TREinstance& instance, TREinstanceTask& task,
                const TREinstanceIterationParameters* parameters = nullptr);
