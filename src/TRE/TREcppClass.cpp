@@ -62,6 +62,12 @@ TREinstanceComplex* TREcppClass::parentComplex() const {
   return static_cast<TREinstanceComplex*>(up);
 }
 
+void TREcppClass::copy(const TREcppClass& other) {
+  COL_PRECONDITION_TEXT(m_Instance != nullptr && other.m_Instance != nullptr,
+                        "pInstance != NULL && Orig.pInstance != NULL");
+  m_Instance->copyAllInstanceData(*other.m_Instance);
+}
+
 TREtypeComplex& TREcppClass::initializeTypeBase(const char* name, const char* description,
                                                 TREcreateCppClassFunction create, bool& wasEmpty,
                                                 bool cascadeLock) {

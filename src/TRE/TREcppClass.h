@@ -44,6 +44,8 @@ public:
   // The nearest complex above the node (over collections), and the object bound to it.
   TREinstanceComplex* parentComplex() const;
   TREcppClass* parentClass() const { return parentComplex() ? parentComplex()->cppClass() : nullptr; }
+  // The data of `other`'s node, as its version reads it, into this object's node.
+  void copy(const TREcppClass& other);
 
   static TREtypeComplex& initializeTypeBase(const char* name, const char* description,
                                             TREcreateCppClassFunction create, bool& wasEmpty, bool cascadeLock);

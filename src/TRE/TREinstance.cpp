@@ -983,6 +983,13 @@ void repointReferences(TREinstanceComplex& node, const TRErepoint& how) {
 }
 }  // namespace
 
+void TREinstanceComplex::copyAllInstanceData(TREinstanceComplex& other) {
+  COL_PRECONDITION_TEXT(&other != this, "&Orig != this");
+  Matches ignored;
+  TREversionWriter(true, ignored).complex(*this, other);
+  doInitialize();
+}
+
 bool TRErootInstance::versionIsEqual(TRErootInstance& other, uint16_t a, uint16_t b) {
   COL_PRECONDITION_TEXT(a < m_CountOfVersion && b < other.m_CountOfVersion, "VersionIndex < CountOfVersion");
   return equalComplexAt(*m_Instance, a, *other.m_Instance, b);

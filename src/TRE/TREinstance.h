@@ -186,6 +186,9 @@ public:
   void setCppClass(TREcppClass* cppClass, bool owned = false);
   // The bound object learns first that the node goes, then the member and the listeners.
   void doDisconnect();
+  // What `other` reads in its tree's version written over what this node reads, the type
+  // included; values already equal stay shared.  Object ids stay with their objects.
+  void copyAllInstanceData(TREinstanceComplex& other);
 
   // --- stored data, for the stream
   uint16_t defaultCountOfMember() const { return uint16_t(m_Children.size()); }

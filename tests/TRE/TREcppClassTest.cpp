@@ -261,4 +261,28 @@ TEST(TREcppClass, EitherEndMayGoFirst) {
   EXPECT_EQ(text(Second.Title.get()), "kept");
 }
 
+TEST(TREcppClass, CopyTakesTheDataOfTheVersionRead) {
+  Garden From;
+  From.P.Title = "zero";
+  From.Root.addVersion(0);
+  From.Root.setVersion(1);
+  From.P.Title = "one";
+  From.P.Main->Count = 9;
+  TRErootInstance To;
+  TREcppClassInstance<Plant> Copy(To.instance());
+  struct Told : TREeventsInstance {
+    int initialized = 0;
+    void onInitialize(TREinstance&) override { ++initialized; }
+  } Listener;
+  To.instance().listen(&Listener);
+  Copy->copy(From.P);
+  EXPECT_EQ(text(Copy->Title.get()), "one");
+  EXPECT_EQ(Copy->Main->Count.get(), 9);
+  ASSERT_EQ(Copy->Leaves.size(), 2u);
+  EXPECT_EQ(text(Copy->Leaves[1].Name.get()), "b");
+  EXPECT_EQ(Listener.initialized, 1);
+  From.P.Title = "changed";
+  EXPECT_EQ(text(Copy->Title.get()), "one") << "a copy shares nothing with its source";
+}
+
 }  // namespace
