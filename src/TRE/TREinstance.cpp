@@ -141,19 +141,20 @@ void TREeventDispatcher::dispatch(TREevent event, TREinstance& instance, size_t 
     TREeventsInstance* listener = m_Listeners[i].listener;
     TREeventsInstanceVector* items = m_Listeners[i].vectorListener;
     if (!listener) continue;
-    auto& vector = static_cast<TREinstanceVector&>(instance);
+    // Only a collection raises the item events.
+    auto vector = [&instance]() -> TREinstanceVector& { return static_cast<TREinstanceVector&>(instance); };
     switch (event) {
       case TREevent::Update: listener->onUpdate(instance); break;
       case TREevent::Delete: listener->onDelete(instance); break;
       case TREevent::Disconnect: listener->onDisconnect(instance); break;
       case TREevent::Uninitialize: listener->onUninitialize(instance); break;
       case TREevent::Initialize: listener->onInitialize(instance); break;
-      case TREevent::ChildNew: if (items) items->onChildNew(vector, index); break;
-      case TREevent::Resize: if (items) items->onResize(vector, index); break;
-      case TREevent::ChildBeforeRemove: if (items) items->onChildBeforeRemove(vector, index); break;
-      case TREevent::ChildAfterRemove: if (items) items->onChildAfterRemove(vector, index); break;
-      case TREevent::Clear: if (items) items->onClear(vector); break;
-      case TREevent::ResetCache: if (items) items->onResetCache(vector); break;
+      case TREevent::ChildNew: if (items) items->onChildNew(vector(), index); break;
+      case TREevent::Resize: if (items) items->onResize(vector(), index); break;
+      case TREevent::ChildBeforeRemove: if (items) items->onChildBeforeRemove(vector(), index); break;
+      case TREevent::ChildAfterRemove: if (items) items->onChildAfterRemove(vector(), index); break;
+      case TREevent::Clear: if (items) items->onClear(vector()); break;
+      case TREevent::ResetCache: if (items) items->onResetCache(vector()); break;
     }
   }
   if (outer) {

@@ -268,12 +268,13 @@ TEST(TREcppClass, CopyTakesTheDataOfTheVersionRead) {
   From.Root.setVersion(1);
   From.P.Title = "one";
   From.P.Main->Count = 9;
-  TRErootInstance To;
-  TREcppClassInstance<Plant> Copy(To.instance());
+  // Made before the tree, so that it outlives the node it listens to.
   struct Told : TREeventsInstance {
     int initialized = 0;
     void onInitialize(TREinstance&) override { ++initialized; }
   } Listener;
+  TRErootInstance To;
+  TREcppClassInstance<Plant> Copy(To.instance());
   To.instance().listen(&Listener);
   Copy->copy(From.P);
   EXPECT_EQ(text(Copy->Title.get()), "one");

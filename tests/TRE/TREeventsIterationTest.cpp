@@ -46,11 +46,13 @@ struct Plain : TREeventsInstance {
 };
 
 TEST(TREevents, ListenersHearChangesInOrder) {
+  // Listeners outlive the tree: a node tells them when it goes.
   std::string Log;
+  Recorder A("a", &Log), B("b", &Log), V("v", &Log);
+  Plain P;
   TRErootInstance Root;
   Root.instance().setType(nodeType());
   TREinstanceSimple& Text = Root.instance().member(0);
-  Recorder A("a", &Log), B("b", &Log);
   Text.listen(&A);
   Text.listen(&B);
   Text.setValue("x");
@@ -63,8 +65,6 @@ TEST(TREevents, ListenersHearChangesInOrder) {
   EXPECT_EQ(Log, "b:update ");
 
   TREinstanceVector& Items = Root.instance().vectorMember(1);
-  Recorder V("v", &Log);
-  Plain P;
   Items.listen(&V);
   Items.listen(&P);
   Log.clear();
