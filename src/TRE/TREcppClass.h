@@ -61,7 +61,8 @@ public:
 
 protected:
   // The body of a class's _initializeType: the type is registered once per process (per T),
-  // with `base` as its base, and its members are declared by _initializeMembers.
+  // with `base` as its base, and its members are declared by _initializeMembers.  The type
+  // is kept, as the registry keeps it, until TREnamespace::shutdown.
   template <class T>
   static TREtypeComplex& registerType(T& self, const char* name, const char* description,
                                       TREtypeComplex* base = nullptr, bool cascadeLock = false);

@@ -13,6 +13,7 @@
 namespace {
 struct PathTypes {
   TREtypeComplex* element;
+  TREtypeComplex* current;
   TREtypeComplex* root;
   TREtypeComplex* member;
   TREtypeComplex* parent;
@@ -51,6 +52,7 @@ const PathTypes& pathTypes() {
     TREtypeComplex& binary = declare("ReferenceExpressionBinaryOperator", expression,
                                      {{"RightHandSide", &expression}, {"LeftHandSide", &expression}});
     return PathTypes{&TREtypeComplex::getType("ReferenceElement"),
+                     &declare("TREreferenceStepCurrent", step, {}),
                      &declare("ReferenceStepRoot", step, {}),
                      &declare("ReferenceStepMember", step, {{"Name", &text}}),
                      &declare("TREreferenceStepComplexParent", step, {}),
@@ -63,7 +65,7 @@ const PathTypes& pathTypes() {
 }
 
 struct PathStep {
-  enum Kind { Root, Parent, Member } kind;
+  enum Kind { Root, Current, Parent, Member } kind;
   COLstring name;
   uint32_t position = 0;  // 1-based item of a collection; 0 for none
   COLstring keyMember, keyValue;
@@ -143,6 +145,8 @@ std::vector<PathStep> pathSteps(TREinstanceComplex& to, TREinstanceComplex& from
     steps.push_back(PathStep{PathStep::Root, {}, 0, {}, {}});
   }
   for (size_t i = common; i-- > 0;) steps.push_back(down[i]);
+  // An object that names itself.
+  if (steps.empty()) steps.push_back(PathStep{PathStep::Current, {}, 0, {}, {}});
   return steps;
 }
 
@@ -152,6 +156,7 @@ COLstring pathText(const std::vector<PathStep>& steps) {
     const PathStep& step = steps[i];
     if (i) text += "/";
     if (step.kind == PathStep::Parent) text += "..";
+    if (step.kind == PathStep::Current) text += ".";
     if (step.kind != PathStep::Member) continue;
     text += step.name;
     if (step.position) text += COLstring("[") + std::to_string(step.position) + "]";
@@ -173,8 +178,9 @@ void appendElement(TREinstanceComplex& reference, const PathStep& step) {
   const PathTypes& types = pathTypes();
   TREinstanceComplex& element = *reference.member("Element")->vector()->push_back().complex();
   if (element.type() != types.element) element.setType(*types.element);
-  TREtypeComplex* stepType = step.kind == PathStep::Root     ? types.root
-                             : step.kind == PathStep::Parent ? types.parent
+  TREtypeComplex* stepType = step.kind == PathStep::Root      ? types.root
+                             : step.kind == PathStep::Current ? types.current
+                             : step.kind == PathStep::Parent  ? types.parent
                                                               : types.member;
   TREinstanceComplex& stepNode = typedChild(element, "Step", *stepType);
   if (step.kind == PathStep::Member) stepNode.member("Name")->assign(step.name);
@@ -219,6 +225,8 @@ COLstring referenceText(TREinstanceComplex& reference, unsigned depth) {
     if (i) text += "/";
     if (stepType == types.parent)
       text += "..";
+    else if (stepType == types.current)
+      text += ".";
     else if (stepType == types.member)
       text += step->member("Name")->value().toString();
     else if (stepType != types.root)
@@ -244,8 +252,14 @@ void TREcppReferenceCreatePath(TREinstanceComplex& to, TREinstanceComplex& refer
   COL_PRECONDITION_TEXT(reference.type() && reference.type()->isDerivedFrom(TREcppRelationshipReference::type()),
                         "Reference.type() == Reference");
   std::vector<PathStep> steps = pathSteps(to, from, relative, named);
-  // An equal path is left alone, so that versions that agree keep sharing it.
-  if (referenceText(reference, 0) == pathText(steps)) return;
+  // An equal path is left alone, so that versions that agree keep sharing it.  A reference
+  // of another kind (by id) is simply replaced.
+  COLstring present;
+  try {
+    present = referenceText(reference, 0);
+  } catch (const COLerror&) {
+  }
+  if (present == pathText(steps)) return;
   reference.member("Element")->vector()->clear();
   for (const PathStep& step : steps) appendElement(reference, step);
 }

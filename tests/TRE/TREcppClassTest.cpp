@@ -158,6 +158,8 @@ TEST(TREcppClass, ReferencesFollowTheirTargets) {
   EXPECT_EQ(TREcppReferencePathFrom(*G.P.Leaves[1].instance(), G.Root.instance(), false, true), "/Leaves[Name='b']");
   EXPECT_EQ(TREcppReferencePathFrom(*G.P.Leaves[1].instance(), G.Root.instance(), true, false), "Leaves[2]");
   EXPECT_EQ(TREcppReferencePathFrom(*G.P.Main.get().instance(), *G.P.Leaves[0].instance(), true, false), "../Main");
+  EXPECT_EQ(TREcppReferencePathFrom(G.Root.instance(), G.Root.instance(), true, false), ".");
+  EXPECT_EQ(TREcppReferencePathFrom(G.Root.instance(), G.Root.instance(), false, false), "/");
   // A leaf that moves to the front is still found by name, and by position the path names
   // what stands second now.
   G.P.Leaves.remove(0);
@@ -169,6 +171,10 @@ TEST(TREcppClass, ReferencesFollowTheirTargets) {
   EXPECT_EQ(G.P.Picks[1], &G.P.Main.get());
   G.P.Favourite = nullptr;
   EXPECT_EQ(G.P.Favourite.get(), nullptr);
+  // A path written over one that led elsewhere.
+  G.P.Main->Name = "m";
+  G.P.ByIndex = G.P.Main.get();
+  EXPECT_EQ(text(G.P.ByIndex->Name.get()), "m");
 }
 
 TEST(TREcppClass, RelationshipsSurviveTheStream) {
