@@ -9,6 +9,7 @@
 #include "LANfunction.h"
 #include "QVMengineInternal.h"
 #include "QVMsegmentValidationRule.h"
+#include "QVTclasses.h"
 #include "QVTengineInternal.h"
 
 namespace {
@@ -322,20 +323,17 @@ void CTTcopier::copySettings(QVTobject from) {
   if (from.count(QVTconfig::Seperator) > 0) {
     while (to.countOfLevel() > 0) to.popSepInfo();
     for (size_t i = 0; i < from.count(QVTconfig::Seperator); ++i) {
-      QVTobject level = from.item(QVTconfig::Seperator, i);
+      const auto& level = TREcppClass::boundObject<QVTsepInfoClass>(from.item(QVTconfig::Seperator, i).node());
       QVMsepInfo info;
-      info.setAll(char(level.number(QVTsepInfo::SepCharDefault)), char(level.number(QVTsepInfo::RepeatCharDefault)),
-                  char(level.number(QVTsepInfo::SepCharEscape)), char(level.number(QVTsepInfo::RepeatCharEscape)),
-                  index32(level.number(QVTsepInfo::SepCharPosition)),
-                  index32(level.number(QVTsepInfo::RepeatCharPosition)));
+      info.setAll(char(level.SepCharDefault), char(level.RepeatCharDefault), char(level.SepCharEscape),
+                  char(level.RepeatCharEscape), index32(level.SepCharPosition), index32(level.RepeatCharPosition));
       to.pushSepCharInfo(info);
     }
   }
   for (size_t i = 0; i < from.count(QVTconfig::DatabaseConnections); ++i) {
-    QVTobject db = from.item(QVTconfig::DatabaseConnections, i);
+    const auto& db = TREcppClass::boundObject<QVTdbInfoClass>(from.item(QVTconfig::DatabaseConnections, i).node());
     to.databaseConnection(to.addDatabaseConnection())
-        ->setAll(db.text(QVTdbInfo::Label), db.text(QVTdbInfo::ApiName), db.text(QVTdbInfo::DatabaseName),
-                 db.text(QVTdbInfo::UserName), db.text(QVTdbInfo::Password));
+        ->setAll(db.Label.get(), db.ApiName.get(), db.DatabaseName.get(), db.UserName.get(), db.Password.get());
   }
 }
 

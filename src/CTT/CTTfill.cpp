@@ -8,6 +8,7 @@
 #include "COLerror.h"
 #include "QVMengineInternal.h"
 #include "QVMsegmentValidationRule.h"
+#include "QVTclasses.h"
 #include "QVTengineInternal.h"
 
 namespace {
@@ -315,23 +316,23 @@ void CTTfiller::fillSettings(const QVMconfig& from, QVTobject to) {
   to.list(QVTconfig::Seperator).resize(from.countOfLevel());
   for (size_t i = 0; i < from.countOfLevel(); ++i) {
     const QVMsepInfo& info = from.sepCharInfo(i);
-    QVTobject level = to.item(QVTconfig::Seperator, i);
-    level.setNumber(QVTsepInfo::SepCharDefault, info.sepCharDefault());
-    level.setNumber(QVTsepInfo::RepeatCharDefault, info.repeatCharDefault());
-    level.setNumber(QVTsepInfo::SepCharEscape, info.sepCharEscape());
-    level.setNumber(QVTsepInfo::RepeatCharEscape, info.repeatCharEscape());
-    level.setNumber(QVTsepInfo::SepCharPosition, info.sepCharPosition());
-    level.setNumber(QVTsepInfo::RepeatCharPosition, info.repeatCharPosition());
+    auto& level = TREcppClass::boundObject<QVTsepInfoClass>(to.item(QVTconfig::Seperator, i).node());
+    level.SepCharDefault = int8_t(info.sepCharDefault());
+    level.RepeatCharDefault = int8_t(info.repeatCharDefault());
+    level.SepCharEscape = int8_t(info.sepCharEscape());
+    level.RepeatCharEscape = int8_t(info.repeatCharEscape());
+    level.SepCharPosition = int32_t(info.sepCharPosition());
+    level.RepeatCharPosition = int32_t(info.repeatCharPosition());
   }
   to.list(QVTconfig::DatabaseConnections).resize(from.countOfDatabaseConnections());
   for (size_t i = 0; i < from.countOfDatabaseConnections(); ++i) {
     const QVMdbInfo& info = *from.databaseConnection(i);
-    QVTobject db = to.item(QVTconfig::DatabaseConnections, i);
-    db.setText(QVTdbInfo::Label, info.label());
-    db.setText(QVTdbInfo::ApiName, info.apiName());
-    db.setText(QVTdbInfo::DatabaseName, info.databaseName());
-    db.setText(QVTdbInfo::UserName, info.userName());
-    db.setText(QVTdbInfo::Password, info.password());
+    auto& db = TREcppClass::boundObject<QVTdbInfoClass>(to.item(QVTconfig::DatabaseConnections, i).node());
+    db.Label = info.label();
+    db.ApiName = info.apiName();
+    db.DatabaseName = info.databaseName();
+    db.UserName = info.userName();
+    db.Password = info.password();
   }
 }
 

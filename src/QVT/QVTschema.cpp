@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "COLerror.h"
+#include "QVTclasses.h"
 #include "TREreference.h"
 
 namespace {
@@ -49,13 +50,6 @@ const std::vector<TypeDecl>& declarations() {
       {"LanguageFunction", nullptr, nullptr, {{"Code", S, None, nullptr}}},
       {"EmbeddedPythonModule", nullptr, nullptr, {{"Name", S, Identity, nullptr}, {"Code", S, None, nullptr}}},
       {"NodeAddress", nullptr, nullptr, {{"NodeIndex", U, List, nullptr}, {"RepeatIndex", U, List, nullptr}}},
-      {"SepInfo", nullptr, nullptr,
-       {{"SepCharDefault", C, Identity, nullptr}, {"RepeatCharDefault", C, None, nullptr},
-        {"SepCharEscape", C, None, nullptr}, {"RepeatCharEscape", C, None, nullptr},
-        {"SepCharPosition", U, None, nullptr}, {"RepeatCharPosition", U, None, nullptr}}},
-      {"DbInfo", nullptr, nullptr,
-       {{"Label", S, Identity, nullptr}, {"ApiName", S, None, nullptr}, {"DatabaseName", S, None, nullptr},
-        {"UserName", S, None, nullptr}, {"Password", S, None, nullptr}}},
       {"Config", nullptr, nullptr,
        {{"HeaderSegment", S, None, "MSH"}, {"EndOfMessage", C, None, "0"}, {"OctalEscapeChar", C, None, "48"},
         {"EscapeDefault", C, None, "92"}, {"EscapeEscapeChar", C, None, "69"}, {"EscapePosition", U, None, "6"},
@@ -190,6 +184,9 @@ void QVTregisterTypes() {
   std::call_once(once, [] {
     std::lock_guard<COLcriticalSection> guard(TREnamespace::instance().criticalSection());
     TREregisterReferenceTypes();
+    // The bound classes declare their own types, before the types that hold them.
+    QVTsepInfoClass().cppType();
+    QVTdbInfoClass().cppType();
     for (const TypeDecl& decl : declarations()) declare(decl);
   });
 }

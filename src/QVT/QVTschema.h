@@ -1,7 +1,8 @@
 // QVTschema: the reflected types of the definition model, by the names a reflected binary
 // file uses, and the index of each member.  Configuration N of a definition is version N of
 // one tree; members marked global hold one value for all configurations.  Only the types
-// and the member order live here; reading and filling are CTT's.
+// and the member order live here; reading and filling are CTT's.  The types of the bound
+// classes (QVTclasses.h) come from those classes.
 #pragma once
 
 #include <cstdint>
@@ -34,13 +35,6 @@ enum : uint16_t { HeaderSegment, EndOfMessage, OctalEscapeChar, EscapeDefault, E
   DisableUntypedTreeInException, DatabaseConnections, IsDatabaseFunctionOn, DisablePythonNone,
   OutgoingPostProcessFunction, MaximumRepeatMappingLimit,
   /* later */ PostProcessFunction, ParserVersion, EscapeDataForXmlToHL7, ValidateDataForXmlToHL7 };
-}
-namespace QVTsepInfo {
-enum : uint16_t { SepCharDefault, RepeatCharDefault, SepCharEscape, RepeatCharEscape, SepCharPosition,
-  RepeatCharPosition };
-}
-namespace QVTdbInfo {
-enum : uint16_t { Label, ApiName, DatabaseName, UserName, Password };
 }
 namespace QVTfunction {
 enum : uint16_t { Code };

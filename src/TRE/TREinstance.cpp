@@ -1,8 +1,10 @@
 #include "TREinstance.h"
 
 #include <algorithm>
+#include <mutex>
 
 #include "COLerror.h"
+#include "TREcppMember.h"
 #include "TREreference.h"
 
 namespace {
@@ -44,6 +46,121 @@ TREinstance& TREinstance::toInstance(TREinstanceSimple& simple) {
   if (TREinstanceComplex* complex = simple.complex()) return *complex;
   if (TREinstanceVector* vector = simple.vector()) return *vector;
   return simple;
+}
+
+namespace {
+std::mutex HooksLock;
+// Never destroyed: trees that outlive static destruction may still look here.
+auto& Hooks = *new std::unordered_map<const TREinstance*, std::unique_ptr<TREinstanceHooks>>();
+}  // namespace
+
+TREinstanceHooks& TREinstance::hooks() {
+  std::lock_guard<std::mutex> guard(HooksLock);
+  std::unique_ptr<TREinstanceHooks>& entry = Hooks[this];
+  if (!entry) entry = std::make_unique<TREinstanceHooks>();
+  m_Hooked = true;
+  return *entry;
+}
+
+TREinstanceHooks* TREinstance::findHooks() const {
+  if (!m_Hooked) return nullptr;
+  std::lock_guard<std::mutex> guard(HooksLock);
+  auto found = Hooks.find(this);
+  return found == Hooks.end() ? nullptr : found->second.get();
+}
+
+void TREinstance::releaseHooks() {
+  std::unique_ptr<TREinstanceHooks> gone;
+  {
+    std::lock_guard<std::mutex> guard(HooksLock);
+    auto found = Hooks.find(this);
+    if (found == Hooks.end()) return;
+    gone = std::move(found->second);
+    Hooks.erase(found);
+  }
+  m_Hooked = false;
+}
+
+TREcppMemberBase* TREinstance::cppMember() const {
+  TREinstanceHooks* found = findHooks();
+  return found ? found->cppMember : nullptr;
+}
+
+void TREinstance::listen(TREeventsInstance* listener) {
+  COL_PRECONDITION_TEXT(listener != nullptr, "pListener != NULL");
+  TREinstanceHooks& h = hooks();
+  if (!h.dispatcher) h.dispatcher = std::make_unique<TREeventDispatcher>();
+  h.dispatcher->listen(listener, nullptr);
+}
+
+void TREinstance::listen(TREeventsInstanceVector* listener) {
+  COL_PRECONDITION_TEXT(listener != nullptr, "pListener != NULL");
+  TREinstanceHooks& h = hooks();
+  if (!h.dispatcher) h.dispatcher = std::make_unique<TREeventDispatcher>();
+  h.dispatcher->listen(listener, listener);
+}
+
+bool TREinstance::unlisten(const TREeventsInstance* listener) {
+  TREinstanceHooks* found = findHooks();
+  return found && found->dispatcher && found->dispatcher->unlisten(listener);
+}
+
+void TREinstance::setCppMember(TREcppMemberBase* member) {
+  if (member || m_Hooked) hooks().cppMember = member;
+}
+
+void TREinstance::notify(TREevent event, size_t index) {
+  TREinstanceHooks* found = findHooks();
+  if (!found) return;
+  if (TREcppMemberBase* member = found->cppMember) member->onInstanceEvent(event, *this);
+  // The member may have let go of the node; look again.
+  found = findHooks();
+  if (found && found->dispatcher) found->dispatcher->dispatch(event, *this, index);
+}
+
+void TREeventDispatcher::listen(TREeventsInstance* listener, TREeventsInstanceVector* vectorListener) {
+  m_Listeners.push_back(Entry{listener, vectorListener});
+}
+
+bool TREeventDispatcher::unlisten(const TREeventsInstance* listener) {
+  for (auto entry = m_Listeners.begin(); entry != m_Listeners.end(); ++entry)
+    if (entry->listener == listener) {
+      // Cleared in place while a dispatch runs over the list, removed otherwise.
+      if (m_Dispatching) entry->listener = nullptr, entry->vectorListener = nullptr;
+      else m_Listeners.erase(entry);
+      return true;
+    }
+  return false;
+}
+
+void TREeventDispatcher::dispatch(TREevent event, TREinstance& instance, size_t index) {
+  bool outer = !m_Dispatching;
+  m_Dispatching = true;
+  // By position: a listener may register another while it is told.
+  for (size_t i = 0; i < m_Listeners.size(); ++i) {
+    TREeventsInstance* listener = m_Listeners[i].listener;
+    TREeventsInstanceVector* items = m_Listeners[i].vectorListener;
+    if (!listener) continue;
+    // Only a collection raises the item events.
+    auto vector = [&instance]() -> TREinstanceVector& { return static_cast<TREinstanceVector&>(instance); };
+    switch (event) {
+      case TREevent::Update: listener->onUpdate(instance); break;
+      case TREevent::Delete: listener->onDelete(instance); break;
+      case TREevent::Disconnect: listener->onDisconnect(instance); break;
+      case TREevent::Uninitialize: listener->onUninitialize(instance); break;
+      case TREevent::Initialize: listener->onInitialize(instance); break;
+      case TREevent::ChildNew: if (items) items->onChildNew(vector(), index); break;
+      case TREevent::Resize: if (items) items->onResize(vector(), index); break;
+      case TREevent::ChildBeforeRemove: if (items) items->onChildBeforeRemove(vector(), index); break;
+      case TREevent::ChildAfterRemove: if (items) items->onChildAfterRemove(vector(), index); break;
+      case TREevent::Clear: if (items) items->onClear(vector()); break;
+      case TREevent::ResetCache: if (items) items->onResetCache(vector()); break;
+    }
+  }
+  if (outer) {
+    m_Dispatching = false;
+    std::erase_if(m_Listeners, [](const Entry& entry) { return entry.listener == nullptr; });
+  }
 }
 
 bool TREinstance::isUnversioned() const { return !m_Root || m_Root->countOfVersion() < 2 || m_Global; }
@@ -163,7 +280,28 @@ void TREinstanceSimple::beforeWrite(uint16_t version) {
 // --- TREinstanceComplex
 
 TREinstanceComplex::~TREinstanceComplex() {
+  doDisconnect();
+  if (m_Hooked) releaseHooks();
+  if (m_OwnsCppClass) delete m_CppClass;
   if (m_ObjectId && m_Root) m_Root->removeInstance(*this);
+}
+
+void TREinstanceComplex::setCppClass(TREcppClass* cppClass, bool owned) {
+  if (m_OwnsCppClass && m_CppClass != cppClass) {
+    // The object this node made for itself goes; it must not clear the pointer it loses.
+    TREcppClass* previous = m_CppClass;
+    m_CppClass = nullptr;
+    m_OwnsCppClass = false;
+    previous->onInstanceDisconnect(*this);
+    delete previous;
+  }
+  m_CppClass = cppClass;
+  m_OwnsCppClass = cppClass && owned;
+}
+
+void TREinstanceComplex::doDisconnect() {
+  if (m_CppClass) m_CppClass->onInstanceDisconnect(*this);
+  TREinstance::doDisconnect();
 }
 
 void TREinstanceComplex::fixupBase(TRErootInstance* root, TREinstance* parent, bool global, bool cascade) {
@@ -195,12 +333,14 @@ void TREinstanceComplex::setType(TREtypeComplex& newType) {
     if (!m_Type || m_Type == &newType || isUnversioned() || m_GenericType) {
       m_GenericType = false;
       setDefaultType(newType);
+      doUpdate();
       return;
     }
     ensureVersionsInitialized();
   }
   uint16_t entry = initializeType(newType, false);
   m_Versions->versions[currentVersion()] = entry;
+  doUpdate();
 }
 
 void TREinstanceComplex::ensureVersionsInitialized() {
@@ -431,22 +571,26 @@ TREinstanceSimple& TREinstanceVector::insert(size_t i) {
   } else if (i + 1 != m_Pool.size()) {
     std::rotate(m_Pool.begin() + ptrdiff_t(i), m_Pool.end() - 1, m_Pool.end());
   }
+  if (m_Hooked) notify(TREevent::ChildNew, i);
   return (*this)[i];
 }
 
 void TREinstanceVector::remove(size_t i) {
   COL_PRECONDITION_TEXT(i < size(), "Index < size()");
+  if (m_Hooked) notify(TREevent::ChildBeforeRemove, i);
   beforeWrite();
   if (std::vector<uint16_t>* list = currentList())
     list->erase(list->begin() + ptrdiff_t(i));
   else
     m_Pool.erase(m_Pool.begin() + ptrdiff_t(i));
+  if (m_Hooked) notify(TREevent::ChildAfterRemove, i);
 }
 
 void TREinstanceVector::resize(size_t n) {
   if (n == size()) return;
   while (size() > n) remove(size() - 1);
   while (size() < n) push_back();
+  if (m_Hooked) notify(TREevent::Resize, n);
 }
 
 void TREinstanceVector::clear() {
@@ -456,6 +600,7 @@ void TREinstanceVector::clear() {
     list->clear();
   else
     m_Pool.clear();
+  if (m_Hooked) notify(TREevent::Clear, 0);
 }
 
 void TREinstanceVector::defaultResize(uint16_t n) {
@@ -838,6 +983,13 @@ void repointReferences(TREinstanceComplex& node, const TRErepoint& how) {
   for (uint16_t i = 0; i < type->countOfMember(); ++i) repointSlot(node.member(i), how);
 }
 }  // namespace
+
+void TREinstanceComplex::copyAllInstanceData(TREinstanceComplex& other) {
+  COL_PRECONDITION_TEXT(&other != this, "&Orig != this");
+  Matches ignored;
+  TREversionWriter(true, ignored).complex(*this, other);
+  doInitialize();
+}
 
 bool TRErootInstance::versionIsEqual(TRErootInstance& other, uint16_t a, uint16_t b) {
   COL_PRECONDITION_TEXT(a < m_CountOfVersion && b < other.m_CountOfVersion, "VersionIndex < CountOfVersion");

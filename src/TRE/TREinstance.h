@@ -11,11 +11,13 @@
 #include <utility>
 #include <vector>
 
+#include "TREevents.h"
 #include "TREnodeSlab.h"
 #include "TREtype.h"
 #include "TREvariant.h"
 
 class TREcppClass;
+class TREcppMemberBase;
 class TREinstanceComplex;
 class TREinstanceSimple;
 class TREinstanceVector;
@@ -26,6 +28,13 @@ inline constexpr uint16_t TREnoIndex = 0xFFFF;
 // The slots of a complex instance or the items of a collection.
 using TREslotList =
     std::vector<std::unique_ptr<TREinstanceSimple>, TREslabAllocator<std::unique_ptr<TREinstanceSimple>>>;
+
+// What a node holds only once somebody binds or listens to it: kept in a table apart, so
+// that the many nodes nobody watches carry one flag and no pointer.
+struct TREinstanceHooks {
+  std::unique_ptr<TREeventDispatcher> dispatcher;
+  TREcppMemberBase* cppMember = nullptr;
+};
 
 class TREinstance {
 public:
@@ -42,9 +51,28 @@ public:
   // The instance a slot holds, or the slot itself when it holds a simple value.
   static TREinstance& toInstance(TREinstanceSimple& simple);
 
+  // Listeners are told after the bound member, in the order they came.  A null listener is
+  // refused.
+  void listen(TREeventsInstance* listener);
+  void listen(TREeventsInstanceVector* listener);
+  bool unlisten(const TREeventsInstance* listener);
+  TREcppMemberBase* cppMember() const;
+  void setCppMember(TREcppMemberBase* member);
+
+  void doUpdate() { if (m_Hooked) notify(TREevent::Update, 0); }
+  void doDelete() { if (m_Hooked) notify(TREevent::Delete, 0); }
+  void doDisconnect() { if (m_Hooked) notify(TREevent::Disconnect, 0); }
+  void doUninitialize() { if (m_Hooked) notify(TREevent::Uninitialize, 0); }
+  void doInitialize() { if (m_Hooked) notify(TREevent::Initialize, 0); }
+
 protected:
   explicit TREinstance(EClassType classType) : m_Class(classType) {}
   ~TREinstance() = default;
+  void notify(TREevent event, size_t index);
+  TREinstanceHooks& hooks();
+  TREinstanceHooks* findHooks() const;
+  // For the destructors, after doDisconnect.
+  void releaseHooks();
   TREinstance(const TREinstance&) = delete;
   TREinstance& operator=(const TREinstance&) = delete;
   // A node that serves all versions at once needs no per-version storage.
@@ -55,6 +83,7 @@ protected:
   bool m_Global = false;
   bool m_Cascade = false;
   bool m_Read = false;
+  bool m_Hooked = false;
   TREinstance* m_Parent = nullptr;
   TRErootInstance* m_Root = nullptr;
 
@@ -69,7 +98,9 @@ protected:
 class TREinstanceSimple : public TREinstance {
 public:
   TREinstanceSimple() : TREinstance(eSimple) {}
-  ~TREinstanceSimple() = default;
+  ~TREinstanceSimple() {
+    if (m_Hooked) doDisconnect(), releaseHooks();
+  }
   TRE_SLAB_NODE
 
   // Makes the slot a simple value, a complex of `type` or a vector of `type` items.
@@ -79,7 +110,10 @@ public:
   const TREvariant& value() const;
   // Splits a shared value first; the reference is valid until the next write.
   TREvariant& writableValue();
-  void setValue(const TREvariant& value) { writableValue() = value; }
+  void setValue(const TREvariant& value) {
+    writableValue() = value;
+    doUpdate();
+  }
   // Writes only when the value differs, so that versions that agree keep sharing.
   void assign(const TREvariant& value);
 
@@ -148,7 +182,13 @@ public:
   TREinstanceVector& vectorMember(uint16_t index);
 
   TREcppClass* cppClass() const { return m_CppClass; }
-  void setCppClass(TREcppClass* cppClass) { m_CppClass = cppClass; }
+  // The object bound to this node; with `owned` the node deletes it when it goes.
+  void setCppClass(TREcppClass* cppClass, bool owned = false);
+  // The bound object learns first that the node goes, then the member and the listeners.
+  void doDisconnect();
+  // What `other` reads in its tree's version written over what this node reads, the type
+  // included; values already equal stay shared.  Object ids stay with their objects.
+  void copyAllInstanceData(TREinstanceComplex& other);
 
   // --- stored data, for the stream
   uint16_t defaultCountOfMember() const { return uint16_t(m_Children.size()); }
@@ -203,6 +243,7 @@ private:
   std::unique_ptr<Versions> m_Versions;
   uint32_t m_ObjectId = 0;
   bool m_GenericType = false;
+  bool m_OwnsCppClass = false;
 
   friend class TREinstanceSimple;
   friend class TRErootInstance;
@@ -211,7 +252,9 @@ private:
 class TREinstanceVector : public TREinstance {
 public:
   TREinstanceVector() : TREinstance(eVector) {}
-  ~TREinstanceVector() = default;
+  ~TREinstanceVector() {
+    if (m_Hooked) doDisconnect(), releaseHooks();
+  }
   TRE_SLAB_NODE
 
   const TREtype* itemType() const { return m_ItemType; }
