@@ -188,16 +188,17 @@ void QVMtreeXmlWriter::end() {
 
 void QVMtreeXmlWriter::appendFiltered(std::string& Out, std::string_view Name) {
   const XMLiosTagFilter& Filter = QVMtreeTagFilter();
-  // Room once, then bytes written in place: a tag is short and most of its bytes are kept.
+  // Copied whole, then filtered in place: a tag is short and most of its bytes are kept, so
+  // this is one copy and no clearing of room that is overwritten anyway.
   const size_t Start = Out.size();
-  Out.resize(Start + Name.size());
+  Out.append(Name);
   char* At = Out.data() + Start;
-  for (const char Byte : Name)
-    if (const char Kept = Filter.translate(static_cast<unsigned char>(Byte))) *At++ = Kept;
-  Out.resize(static_cast<size_t>(At - Out.data()));
+  for (const char* Byte = At; Byte != Out.data() + Out.size(); ++Byte)
+    if (const char Kept = Filter.translate(static_cast<unsigned char>(*Byte))) *At++ = Kept;
+  if (At != Out.data() + Out.size()) Out.resize(static_cast<size_t>(At - Out.data()));
 }
 
-void QVMtreeXmlWriter::tag(const char* Open, std::string_view Tag) {
+void QVMtreeXmlWriter::tag(std::string_view Open, std::string_view Tag) {
   // Filtered straight into the document, the commonest output of all: no copy in between.
   std::string& Out = out();
   const size_t Start = Out.size();
@@ -454,6 +455,12 @@ void QVMtreeXmlFormatterX12::valueStep(const QVMtypedMessageTree& Node, const QV
     data("\"\"");
     return;
   }
+  // Most values are text: written from the tree, without a copy on the way.
+  const QVMdataType Type = Node.dataType();
+  if (Type == QVMstringType || Type == QVMenumerationType) {
+    data(Node.getAsStringValue().view());
+    return;
+  }
   bool Invalid = false;
   if (!QVMtypedValueText(Node, Grammar, FieldIndex, m_Value, Invalid))
     COL_PRECONDITION_TEXT(false, "a value of type string, integer, double or date-time");
@@ -685,6 +692,11 @@ void QVMtreeXmlFormatterStandard::compositeStep(const QVMtypedMessageTree& Tree,
 
 void QVMtreeXmlFormatterStandard::valueStep(const QVMtypedMessageTree& Node, const QVMcompositeGrammar* Grammar,
                                             unsigned FieldIndex) {
+  const QVMdataType Type = Node.dataType();
+  if (Type == QVMstringType || Type == QVMenumerationType) {
+    data(Node.getAsStringValue().view());
+    return;
+  }
   bool Invalid = false;
   if (!QVMtypedValueText(Node, Grammar, FieldIndex, m_Value, Invalid))
     COL_PRECONDITION_TEXT(false, "a value of type string, integer, double or date-time");

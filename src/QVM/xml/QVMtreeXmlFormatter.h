@@ -77,7 +77,7 @@ protected:
                      const QVMmessageDefinitionInternal* Definition) const;
 
 private:
-  void tag(const char* Open, std::string_view Tag);
+  void tag(std::string_view Open, std::string_view Tag);
   const QVMuntypedMessageTree* m_RawSegments = nullptr;
   COLstring* m_Out = nullptr;
   XMLiosLatin1DataFilter m_Values;
