@@ -66,9 +66,12 @@ void XMLdtdSchemaFormatter::printChoiceNodeOn(const XMLschemaChoice& choice, COL
 
 void XMLdtdSchemaFormatter::printGroupNodesOn(const XMLschemaModelGroup& group, const char* separator,
                                               COLostream& stream) {
+  bool First = true;
   for (size_t i = 0; i < group.countOfNodes(); ++i) {
-    if (i > 0) stream << separator;
     const XMLschemaNode& Node = group.nodeAt(i);
+    if (Node.nodeType() == XMLschemaNode::NodeWildcard) continue;  // a DTD has no words for it
+    if (!First) stream << separator;
+    First = false;
     switch (Node.nodeType()) {
       case XMLschemaNode::NodeElement:
         stream << static_cast<const XMLschemaElement&>(Node).name();
