@@ -198,6 +198,23 @@ void QVMtreeXmlWriter::appendFiltered(std::string& Out, std::string_view Name) {
   if (At != Out.data() + Out.size()) Out.resize(static_cast<size_t>(At - Out.data()));
 }
 
+void QVMtreeXmlWriter::filterTag(std::string& Tag) {
+  const XMLiosTagFilter& Filter = QVMtreeTagFilter();
+  char* At = Tag.data();
+  for (const char Byte : Tag)
+    if (const char Kept = Filter.translate(static_cast<unsigned char>(Byte))) *At++ = Kept;
+  Tag.resize(static_cast<size_t>(At - Tag.data()));
+  if (!Tag.empty() && Tag[0] >= '0' && Tag[0] <= '9') Tag[0] = '_';
+}
+
+void QVMtreeXmlWriter::filtered(std::string_view Open, std::string_view Tag) {
+  if (Tag.empty()) return;
+  std::string& Out = out();
+  Out += Open;
+  Out += Tag;
+  Out += '>';
+}
+
 void QVMtreeXmlWriter::tag(std::string_view Open, std::string_view Tag) {
   // Filtered straight into the document, the commonest output of all: no copy in between.
   std::string& Out = out();
@@ -318,10 +335,11 @@ void QVMtreeXmlFormatterX12::grammarStep(const QVMtypedMessageTree& Tree, size_t
   }
   COLstring& Tag = tagAt(m_GroupTags, Indent / 2);
   onGroupTag(&Grammar, m_Definition, m_MessageTag, Tag);
+  filterTag(Tag.str());
   if (Tree.isSubTreeEmpty()) return;
   if (!IsRoot) {
     indent(Indent);
-    openTag(Tag.view());
+    openFiltered(Tag.view());
     newLine();
   }
   const size_t Count = std::min<size_t>(Grammar.countOfSubGrammar(), Tree.countOfSubNode());
@@ -334,7 +352,7 @@ void QVMtreeXmlFormatterX12::grammarStep(const QVMtypedMessageTree& Tree, size_t
     // Deeper groups have buffers of their own, so the tag is still this group's; the list of
     // buffers may have grown meanwhile, so it is looked up again.
     indent(Indent);
-    closeTag(tagAt(m_GroupTags, Indent / 2).view());
+    closeFiltered(tagAt(m_GroupTags, Indent / 2).view());
     newLine();
   }
 }
@@ -343,8 +361,9 @@ void QVMtreeXmlFormatterX12::segmentStep(const QVMtypedMessageTree& Tree, size_t
                                          const QVMsegmentGrammar* Grammar) {
   COL_PRECONDITION_TEXT(Grammar != nullptr, "pSegmentGrammar != NULL");
   onSegmentTag(Grammar, m_SegmentTag);
+  filterTag(m_SegmentTag.str());
   indent(Indent);
-  openTag(m_SegmentTag.view());
+  openFiltered(m_SegmentTag.view());
   newLine();
   const unsigned Count = std::min<unsigned>(Grammar->countOfField(), Tree.countOfSubNode());
   for (unsigned Field = 0; Field < Count; ++Field) {
@@ -356,10 +375,13 @@ void QVMtreeXmlFormatterX12::segmentStep(const QVMtypedMessageTree& Tree, size_t
     for (unsigned Repeat = 0; Repeat < First.countOfRepeat(); ++Repeat) {
       const QVMtypedMessageTree& Node = *Tree.node(Field, Repeat);
       if (Node.countOfSubNode() == 0 && Node.isNull()) continue;
-      if (!Tagged) onSegmentFieldTag(Grammar, Field, m_FieldTag);
+      if (!Tagged) {
+        onSegmentFieldTag(Grammar, Field, m_FieldTag);
+        filterTag(m_FieldTag.str());
+      }
       Tagged = true;
       indent(Indent + 3);
-      openTag(m_FieldTag.view());
+      openFiltered(m_FieldTag.view());
       if (Node.countOfSubNode() > 0) {
         newLine();
         compositeStep(Node, Grammar->fieldType(Field), Indent + 6, 1);
@@ -367,12 +389,12 @@ void QVMtreeXmlFormatterX12::segmentStep(const QVMtypedMessageTree& Tree, size_t
       } else {
         valueStep(Node, Grammar->fieldType(Field), 0);
       }
-      closeTag(m_FieldTag.view());
+      closeFiltered(m_FieldTag.view());
       newLine();
     }
   }
   indent(Indent);
-  closeTag(m_SegmentTag.view());
+  closeFiltered(m_SegmentTag.view());
   newLine();
 }
 
@@ -384,9 +406,10 @@ void QVMtreeXmlFormatterX12::compositeStep(const QVMtypedMessageTree& Tree, cons
   const size_t Level = static_cast<size_t>(Depth);
   COLstring& CompositeTag = tagAt(m_CompositeTags, Level);
   onCompositeTag(Grammar, CompositeTag);
+  filterTag(CompositeTag.str());
   if (Header) {
     indent(Indent);
-    openTag(CompositeTag.view());
+    openFiltered(CompositeTag.view());
     newLine();
   }
   const bool Flat = Header && Depth <= 0;
@@ -401,21 +424,22 @@ void QVMtreeXmlFormatterX12::compositeStep(const QVMtypedMessageTree& Tree, cons
     }
     COLstring& FieldTag = tagAt(m_CompositeFieldTags, Level);
     onCompositeFieldTag(Grammar, Index, FieldTag);
+    filterTag(FieldTag.str());
     if (!Flat) {
       indent(Indent + 3);
-      openTag(FieldTag.view());
+      openFiltered(FieldTag.view());
       newLine();
     }
     compositeStep(Node, Grammar->fieldCompositeType(Index), Inner, Depth + 1);
     if (!Flat) {
       indent(Indent + 3);
-      closeTag(tagAt(m_CompositeFieldTags, Level).view());
+      closeFiltered(tagAt(m_CompositeFieldTags, Level).view());
       newLine();
     }
   }
   if (Header) {
     indent(Indent);
-    closeTag(tagAt(m_CompositeTags, Level).view());
+    closeFiltered(tagAt(m_CompositeTags, Level).view());
     newLine();
   }
 }
@@ -424,28 +448,30 @@ void QVMtreeXmlFormatterX12::singleFieldStep(const QVMtypedMessageTree& Node, co
                                              size_t Indent, unsigned FieldIndex) {
   COLstring& Tag = m_ComponentTag;
   onCompositeFieldTag(Grammar, FieldIndex, Tag);
+  filterTag(Tag.str());
   const QVMcompositeGrammar* Type =
       Grammar->fieldDataType(FieldIndex) == QVMcompositeType ? Grammar->fieldCompositeType(FieldIndex) : nullptr;
   if (onOutputCompositeHeaderTag() && Type && Type->countOfField() > 1) {
     // A lone value where a composite of several parts belongs: framed by the composite's element.
     COLstring& CompositeTag = m_FramingTag;
     onCompositeTag(Grammar, CompositeTag);
+    filterTag(CompositeTag.str());
     indent(Indent);
-    openTag(CompositeTag.view());
+    openFiltered(CompositeTag.view());
     newLine();
     indent(Indent + 4);
-    openTag(Tag.view());
+    openFiltered(Tag.view());
     valueStep(Node, Grammar, FieldIndex);
-    closeTag(Tag.view());
+    closeFiltered(Tag.view());
     newLine();
     indent(Indent);
-    closeTag(CompositeTag.view());
+    closeFiltered(CompositeTag.view());
     return;
   }
   indent(Indent);
-  openTag(Tag.view());
+  openFiltered(Tag.view());
   valueStep(Node, Grammar, FieldIndex);
-  closeTag(Tag.view());
+  closeFiltered(Tag.view());
   newLine();
 }
 

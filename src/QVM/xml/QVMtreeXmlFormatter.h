@@ -57,6 +57,12 @@ protected:
   // "<tag>" or "</tag>" of `Tag` as the tag filter leaves it (a leading digit made "_").
   void openTag(std::string_view Tag) { tag("<", Tag); }
   void closeTag(std::string_view Tag) { tag("</", Tag); }
+  // A tag that opens and closes an element is filtered once, when it is made: `Tag` as the tag
+  // filter leaves it, in place.  Then openFiltered and closeFiltered write it as it is (an
+  // empty one writes nothing).
+  static void filterTag(std::string& Tag);
+  void openFiltered(std::string_view Tag) { filtered("<", Tag); }
+  void closeFiltered(std::string_view Tag) { filtered("</", Tag); }
   void data(std::string_view Text);
   // The declaration and the root's start tag with the namespace of `Config`, if it has one.
   void declarationAndRoot(std::string_view Root, const QVMconfig* Config);
@@ -78,6 +84,7 @@ protected:
 
 private:
   void tag(std::string_view Open, std::string_view Tag);
+  void filtered(std::string_view Open, std::string_view Tag);
   const QVMuntypedMessageTree* m_RawSegments = nullptr;
   COLstring* m_Out = nullptr;
   XMLiosLatin1DataFilter m_Values;
