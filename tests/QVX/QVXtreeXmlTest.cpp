@@ -525,6 +525,34 @@ TEST(QVXtreeXml, StandardSchemaNamesTheGroupNumbersTheGrammarFixes) {
   EXPECT_NE(Report.find("OBR.999"), std::string::npos) << Report;
 }
 
+// "STANDARD VER 2" keeps the field tags it made from one message to the next; a composite
+// renamed in between must show under its new name, at once.
+TEST(QVXtreeXml, RenamedGrammarsAreTaggedByTheirNewNames) {
+  COLreferencePtr<QVFengine> Engine(new QVFengine);
+  QVLloadEngine(Engine->schema(), std::string(MSGBRIDGE_SOURCE_DIR) + "/examples/adt_oru.vmd");
+  Engine->schema().config().setXmlTranslationType("STANDARD VER 2");
+  const std::string Message =
+      "MSH|^~\\&|PASYS|NORTHGATE|ENGINE|NORTHGATE|20240305100000||ADT^A01|T1|P|2.4\r"
+      "EVN|A01|20240305100000\r"
+      "PID|1||MR410900^^^NORTHGATE^MR||Okonkwo^Amara||19500101|F\r"
+      "PV1|1|I|WARD3^100^A^NORTHGATE\r";
+  const std::string Before = QVJhl7ToXml(Engine->parseContext(), Message.c_str());
+  ASSERT_NE(Before.find("<CX.1>MR410900</CX.1>"), std::string::npos) << Before;
+  QVMcompositeGrammar* Cx = nullptr;
+  for (size_t Index = 0; Index < Engine->schema().countOfComposite(); ++Index)
+    if (Engine->schema().composite(Index)->name() == "CX") Cx = Engine->schema().composite(Index);
+  ASSERT_NE(Cx, nullptr);
+  Cx->setName("PatientId");
+  const std::string After = QVJhl7ToXml(Engine->parseContext(), Message.c_str());
+  EXPECT_NE(After.find("<PatientId.1>MR410900</PatientId.1>"), std::string::npos) << After;
+  EXPECT_EQ(After.find("<CX."), std::string::npos) << After;
+  // Everything else is as before.
+  std::string Expected = Before;
+  for (size_t At = Expected.find("CX."); At != std::string::npos; At = Expected.find("CX.", At))
+    Expected.replace(At, 2, "PatientId");
+  EXPECT_EQ(After, Expected);
+}
+
 // Under lenient checking a date-time its mask cannot read reaches the writer without its text;
 // the typed dialects print it by the mask, and tell the listener what the message held.
 TEST(QVXtreeXml, ADateTimeTheMaskCannotReadIsToldWithTheTextItCameAs) {

@@ -271,6 +271,29 @@ void QVMtreeXmlWriter::declarationAndRoot(std::string_view Root, const QVMconfig
 
 // --- "Full Tree Validation" and "STANDARD VER 2"
 
+QVMtreeXmlFormatterX12::QVMfieldTags& QVMtreeXmlFormatterX12::tagsOf(const void* Grammar, const COLstring& Name,
+                                                                      unsigned CountOfField) {
+  QVMfieldTags& Tags = m_FieldTagMemo[Grammar];
+  if (Tags.owner.view() != Name.view()) {
+    Tags.owner = Name;
+    Tags.tags.clear();
+  }
+  // Room for every field at once: a tag handed out stays where it is while the others are made.
+  if (Tags.tags.size() < CountOfField) Tags.tags.resize(CountOfField);
+  return Tags;
+}
+
+template <class Make>
+std::string_view QVMtreeXmlFormatterX12::memoTag(QVMfieldTags& Tags, unsigned FieldIndex, const Make& make) {
+  if (FieldIndex >= Tags.tags.size()) Tags.tags.resize(FieldIndex + 1);
+  COLstring& Tag = Tags.tags[FieldIndex];
+  if (Tag.empty()) {
+    make(Tag);
+    filterTag(Tag.str());
+  }
+  return Tag.view();
+}
+
 COLstring& QVMtreeXmlFormatterX12::tagAt(std::vector<COLstring>& Tags, size_t Level) {
   if (Tags.size() <= Level) Tags.resize(Level + 1);
   return Tags[Level];
@@ -312,6 +335,7 @@ COLstring& QVMtreeXmlFormatterX12::treeInXml(const QVMtypedMessageTree& Tree,
                         "ConfigIndex == pMessageDefinition->rootEngine()->currentConfig()");
   begin(Out);
   m_Definition = Definition;
+  m_TagsFollowNames = tagsFollowNames();
   onMessageTag(Definition, m_MessageTag);
   declarationAndRoot(m_MessageTag.view(), Config);
   const QVMmessageGrammar* Grammar = Definition->messageGrammar();
@@ -362,6 +386,7 @@ void QVMtreeXmlFormatterX12::segmentStep(const QVMtypedMessageTree& Tree, size_t
   COL_PRECONDITION_TEXT(Grammar != nullptr, "pSegmentGrammar != NULL");
   onSegmentTag(Grammar, m_SegmentTag);
   filterTag(m_SegmentTag.str());
+  QVMfieldTags* Memo = m_TagsFollowNames ? &tagsOf(Grammar, Grammar->name(), Grammar->countOfField()) : nullptr;
   indent(Indent);
   openFiltered(m_SegmentTag.view());
   newLine();
@@ -371,17 +396,21 @@ void QVMtreeXmlFormatterX12::segmentStep(const QVMtypedMessageTree& Tree, size_t
     if (First.countOfSubNode() == 0 && First.isNull() && First.countOfRepeat() == 0) continue;
     // The tag hooks depend on the grammar alone: one tag serves every repeat, and no deeper
     // step writes into this buffer.
-    bool Tagged = false;
+    std::string_view FieldTag;
     for (unsigned Repeat = 0; Repeat < First.countOfRepeat(); ++Repeat) {
       const QVMtypedMessageTree& Node = *Tree.node(Field, Repeat);
       if (Node.countOfSubNode() == 0 && Node.isNull()) continue;
-      if (!Tagged) {
-        onSegmentFieldTag(Grammar, Field, m_FieldTag);
-        filterTag(m_FieldTag.str());
+      if (FieldTag.empty()) {
+        if (Memo) {
+          FieldTag = memoTag(*Memo, Field, [&](COLstring& Tag) { onSegmentFieldTag(Grammar, Field, Tag); });
+        } else {
+          onSegmentFieldTag(Grammar, Field, m_FieldTag);
+          filterTag(m_FieldTag.str());
+          FieldTag = m_FieldTag.view();
+        }
       }
-      Tagged = true;
       indent(Indent + 3);
-      openFiltered(m_FieldTag.view());
+      openFiltered(FieldTag);
       if (Node.countOfSubNode() > 0) {
         newLine();
         compositeStep(Node, Grammar->fieldType(Field), Indent + 6, 1);
@@ -389,7 +418,7 @@ void QVMtreeXmlFormatterX12::segmentStep(const QVMtypedMessageTree& Tree, size_t
       } else {
         valueStep(Node, Grammar->fieldType(Field), 0);
       }
-      closeFiltered(m_FieldTag.view());
+      closeFiltered(FieldTag);
       newLine();
     }
   }
@@ -446,9 +475,15 @@ void QVMtreeXmlFormatterX12::compositeStep(const QVMtypedMessageTree& Tree, cons
 
 void QVMtreeXmlFormatterX12::singleFieldStep(const QVMtypedMessageTree& Node, const QVMcompositeGrammar* Grammar,
                                              size_t Indent, unsigned FieldIndex) {
-  COLstring& Tag = m_ComponentTag;
-  onCompositeFieldTag(Grammar, FieldIndex, Tag);
-  filterTag(Tag.str());
+  std::string_view Tag;
+  if (m_TagsFollowNames) {
+    Tag = memoTag(tagsOf(Grammar, Grammar->name(), Grammar->countOfField()), FieldIndex,
+                  [&](COLstring& Made) { onCompositeFieldTag(Grammar, FieldIndex, Made); });
+  } else {
+    onCompositeFieldTag(Grammar, FieldIndex, m_ComponentTag);
+    filterTag(m_ComponentTag.str());
+    Tag = m_ComponentTag.view();
+  }
   const QVMcompositeGrammar* Type =
       Grammar->fieldDataType(FieldIndex) == QVMcompositeType ? Grammar->fieldCompositeType(FieldIndex) : nullptr;
   if (onOutputCompositeHeaderTag() && Type && Type->countOfField() > 1) {
@@ -460,18 +495,18 @@ void QVMtreeXmlFormatterX12::singleFieldStep(const QVMtypedMessageTree& Node, co
     openFiltered(CompositeTag.view());
     newLine();
     indent(Indent + 4);
-    openFiltered(Tag.view());
+    openFiltered(Tag);
     valueStep(Node, Grammar, FieldIndex);
-    closeFiltered(Tag.view());
+    closeFiltered(Tag);
     newLine();
     indent(Indent);
     closeFiltered(CompositeTag.view());
     return;
   }
   indent(Indent);
-  openFiltered(Tag.view());
+  openFiltered(Tag);
   valueStep(Node, Grammar, FieldIndex);
-  closeFiltered(Tag.view());
+  closeFiltered(Tag);
   newLine();
 }
 

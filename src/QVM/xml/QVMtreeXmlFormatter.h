@@ -5,6 +5,8 @@
 #pragma once
 
 #include <string>
+#include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "COLstring.h"
@@ -116,7 +118,23 @@ public:
   // Whether a composite is framed by an element of its own.
   virtual bool onOutputCompositeHeaderTag();
 
+protected:
+  // Whether the field tags depend on the owner's name and the field number alone, so that they
+  // can be made once per grammar and kept.
+  virtual bool tagsFollowNames() const { return false; }
+
 private:
+  // The field tags of one segment or composite grammar, filtered, by field index (empty: not
+  // made yet), with the owner's name they were made from: a grammar renamed since, or another
+  // at the same address, makes them anew.
+  struct QVMfieldTags {
+    COLstring owner;
+    std::vector<COLstring> tags;
+  };
+  QVMfieldTags& tagsOf(const void* Grammar, const COLstring& Name, unsigned CountOfField);
+  template <class Make>
+  std::string_view memoTag(QVMfieldTags& Tags, unsigned FieldIndex, const Make& make);
+
   void grammarStep(const QVMtypedMessageTree& Tree, size_t Indent, const QVMmessageGrammar& Grammar, bool IsRoot);
   void segmentStep(const QVMtypedMessageTree& Tree, size_t Indent, const QVMsegmentGrammar* Grammar);
   void compositeStep(const QVMtypedMessageTree& Tree, const QVMcompositeGrammar* Grammar, size_t Indent, int Depth);
@@ -134,6 +152,9 @@ private:
   // and end tags.
   COLstring m_SegmentTag, m_FieldTag, m_ComponentTag, m_FramingTag, m_Value;
   std::vector<COLstring> m_GroupTags, m_CompositeTags, m_CompositeFieldTags;
+  // Kept from message to message while tagsFollowNames() holds.
+  std::unordered_map<const void*, QVMfieldTags> m_FieldTagMemo;
+  bool m_TagsFollowNames = false;
 };
 
 // "STANDARD VER 2", the default dialect: "PID", "PID.3", "CX.1", groups "ADT_A01.PATIENT_VISIT",
@@ -150,6 +171,9 @@ public:
   void onCompositeTag(const QVMcompositeGrammar* Grammar, COLstring& Out) override;
   void onCompositeFieldTag(const QVMcompositeGrammar* Grammar, unsigned FieldIndex, COLstring& Out) override;
   bool onOutputCompositeHeaderTag() override { return false; }
+
+protected:
+  bool tagsFollowNames() const override { return true; }
 };
 
 // "STANDARD": root named by the message's identifier values, lists as "ROOT.LST.n" numbered
