@@ -117,6 +117,8 @@ void XMLbiztalkSchemaFormatter::printGroupOn(const XMLschemaModelGroup& group, c
       case XMLschemaNode::NodeChoice:
         printChoiceNodeOn(static_cast<const XMLschemaChoice&>(Node), stream);
         break;
+      case XMLschemaNode::NodeWildcard:
+        break;  // this format has no words for it
       default:
         throw COLerror("Unknown node type", COL_ERROR_PRECONDITION);
     }

@@ -41,13 +41,33 @@ void XMLdtdSchemaFormatter::printEnumerationElementOn(const XMLschemaEnumeration
   printDtdElementOn(element.name(), "#PCDATA", stream);
 }
 
+namespace {
+
+bool XMLdtdHasWildcard(const XMLschemaModelGroup& Group) {
+  for (size_t i = 0; i < Group.countOfNodes(); ++i) {
+    const XMLschemaNode& Node = Group.nodeAt(i);
+    if (Node.nodeType() == XMLschemaNode::NodeWildcard) return true;
+    if ((Node.nodeType() == XMLschemaNode::NodeSequence || Node.nodeType() == XMLschemaNode::NodeChoice) &&
+        XMLdtdHasWildcard(static_cast<const XMLschemaModelGroup&>(Node)))
+      return true;
+  }
+  return false;
+}
+
+}  // namespace
+
 void XMLdtdSchemaFormatter::printCollectionElementOn(const XMLschemaCollection& type,
                                                      const XMLschemaElement& element, COLostream& stream) {
   const XMLschemaSequence& Content = type.mainSequence();
   if (isFirstDeclaration(element.name())) {
-    stream << "<!ELEMENT " << element.name() << " (";
-    printSequenceNodeOn(Content, stream);
-    stream << ")>";
+    // The nearest a DTD comes to a wildcard.
+    if (XMLdtdHasWildcard(Content)) {
+      stream << "<!ELEMENT " << element.name() << " ANY>";
+    } else {
+      stream << "<!ELEMENT " << element.name() << " (";
+      printSequenceNodeOn(Content, stream);
+      stream << ")>";
+    }
     stream.newline();
   }
   // A named type declares its children where the types are printed.
@@ -66,9 +86,12 @@ void XMLdtdSchemaFormatter::printChoiceNodeOn(const XMLschemaChoice& choice, COL
 
 void XMLdtdSchemaFormatter::printGroupNodesOn(const XMLschemaModelGroup& group, const char* separator,
                                               COLostream& stream) {
+  bool First = true;
   for (size_t i = 0; i < group.countOfNodes(); ++i) {
-    if (i > 0) stream << separator;
     const XMLschemaNode& Node = group.nodeAt(i);
+    if (Node.nodeType() == XMLschemaNode::NodeWildcard) continue;  // a DTD has no words for it
+    if (!First) stream << separator;
+    First = false;
     switch (Node.nodeType()) {
       case XMLschemaNode::NodeElement:
         stream << static_cast<const XMLschemaElement&>(Node).name();

@@ -51,6 +51,11 @@ XMLschemaReference* XMLschemaModelGroup::attachElementReference(XMLschemaReferen
   return reference;
 }
 
+XMLschemaWildcard* XMLschemaModelGroup::attachWildcard(XMLschemaWildcard* wildcard) {
+  attachNode(wildcard);
+  return wildcard;
+}
+
 const XMLschemaNode& XMLschemaModelGroup::nodeAt(size_t index) const {
   COL_PRECONDITION(index < m_Nodes.size());
   return *m_Nodes[index];

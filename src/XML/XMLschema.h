@@ -126,7 +126,7 @@ class XMLschemaSequence;
 
 class XMLschemaNode {
 public:
-  enum ENodeType : unsigned { NodeElement = 0, NodeReference = 1, NodeSequence = 2, NodeChoice = 3 };
+  enum ENodeType : unsigned { NodeElement = 0, NodeReference = 1, NodeSequence = 2, NodeChoice = 3, NodeWildcard = 4 };
   static constexpr unsigned OccursUnbounded = 0xFFFFFFFF;
 
   XMLschemaNode() = default;
@@ -173,6 +173,14 @@ private:
   const XMLschemaElement* m_Element;
 };
 
+// Any element at all, checked against a global declaration of its name where there is one and
+// otherwise let through with whatever it holds: for names that the grammar cannot foretell.
+// Only XSD can say it; the other formats leave it out.
+class XMLschemaWildcard : public XMLschemaNode {
+public:
+  unsigned nodeType() const override { return NodeWildcard; }
+};
+
 // The nodes of a sequence or a choice, in the order of attaching, all owned.
 class XMLschemaModelGroup : public XMLschemaNode {
 public:
@@ -182,6 +190,7 @@ public:
   XMLschemaSequence* attachSequence(XMLschemaSequence* sequence);
   XMLschemaChoice* attachChoice(XMLschemaChoice* choice);
   XMLschemaReference* attachElementReference(XMLschemaReference* reference);
+  XMLschemaWildcard* attachWildcard(XMLschemaWildcard* wildcard);
 
   size_t countOfNodes() const { return m_Nodes.size(); }
   // An index beyond the count is a failed precondition.

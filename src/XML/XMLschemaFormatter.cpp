@@ -130,6 +130,8 @@ void XMLschemaFormatter::printSequenceDeclarationsOn(const XMLschemaModelGroup& 
       case XMLschemaNode::NodeChoice:
         printSequenceDeclarationsOn(static_cast<const XMLschemaModelGroup&>(Node), stream);
         break;
+      case XMLschemaNode::NodeWildcard:
+        break;  // declares nothing
       default:
         throw COLerror("Unknown Node", COL_ERROR_PRECONDITION);
     }

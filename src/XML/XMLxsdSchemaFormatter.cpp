@@ -130,6 +130,13 @@ void XMLxsdSchemaFormatter::printGroupNodesOn(const XMLschemaModelGroup& group, 
       case XMLschemaNode::NodeChoice:
         printChoiceNodeOn(static_cast<const XMLschemaChoice&>(Node), stream);
         break;
+      case XMLschemaNode::NodeWildcard:
+        // Lax: an element with a global declaration is still held to it.
+        xml().outputTag("xsd", "any");
+        xml().outputAttribute("processContents", "lax");
+        printOccursAttributesOn(Node);
+        xml().outputTagEndClose();
+        break;
       default:
         throw COLerror("Unknown node type", COL_ERROR_PRECONDITION);
     }
@@ -171,6 +178,7 @@ void XMLxsdSchemaFormatter::printOccursAttributesOn(const XMLschemaNode& node) {
       break;
     case XMLschemaNode::NodeSequence:
     case XMLschemaNode::NodeChoice:
+    case XMLschemaNode::NodeWildcard:
       COL_PRECONDITION(!GlobalElement);
       break;
     default:

@@ -44,6 +44,16 @@ const std::map<std::string, std::function<void(XMLschema&)>> Models = {
     {"choice", XMLschemaTest::buildChoiceSchema},
     {"shared-types", buildSharedTypesSchema},
     {"note", [](XMLschema& Schema) { Schema.attachElement(stringElement("Note", 0, 5)); }},
+    // A list of elements whose names the schema cannot foretell, beside one it can.
+    {"wildcard",
+     [](XMLschema& Schema) {
+       auto* List = new XMLschemaCollection();
+       Schema.attachElement(new XMLschemaElement("List", List, false));
+       List->attachElement(stringElement("Head", 0, 1));
+       XMLschemaWildcard* Any = List->mainSequence().attachWildcard(new XMLschemaWildcard);
+       Any->setMinOccurs(0);
+       Any->setMaxOccurs(XMLschemaNode::OccursUnbounded);
+     }},
 };
 
 XMLschemaFormatter::EFormatters formatOf(const std::string& Name) {

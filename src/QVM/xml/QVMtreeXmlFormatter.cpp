@@ -188,16 +188,34 @@ void QVMtreeXmlWriter::end() {
 
 void QVMtreeXmlWriter::appendFiltered(std::string& Out, std::string_view Name) {
   const XMLiosTagFilter& Filter = QVMtreeTagFilter();
-  // Room once, then bytes written in place: a tag is short and most of its bytes are kept.
+  // Copied whole, then filtered in place: a tag is short and most of its bytes are kept, so
+  // this is one copy and no clearing of room that is overwritten anyway.
   const size_t Start = Out.size();
-  Out.resize(Start + Name.size());
+  Out.append(Name);
   char* At = Out.data() + Start;
-  for (const char Byte : Name)
-    if (const char Kept = Filter.translate(static_cast<unsigned char>(Byte))) *At++ = Kept;
-  Out.resize(static_cast<size_t>(At - Out.data()));
+  for (const char* Byte = At; Byte != Out.data() + Out.size(); ++Byte)
+    if (const char Kept = Filter.translate(static_cast<unsigned char>(*Byte))) *At++ = Kept;
+  if (At != Out.data() + Out.size()) Out.resize(static_cast<size_t>(At - Out.data()));
 }
 
-void QVMtreeXmlWriter::tag(const char* Open, std::string_view Tag) {
+void QVMtreeXmlWriter::filterTag(std::string& Tag) {
+  const XMLiosTagFilter& Filter = QVMtreeTagFilter();
+  char* At = Tag.data();
+  for (const char Byte : Tag)
+    if (const char Kept = Filter.translate(static_cast<unsigned char>(Byte))) *At++ = Kept;
+  Tag.resize(static_cast<size_t>(At - Tag.data()));
+  if (!Tag.empty() && Tag[0] >= '0' && Tag[0] <= '9') Tag[0] = '_';
+}
+
+void QVMtreeXmlWriter::filtered(std::string_view Open, std::string_view Tag) {
+  if (Tag.empty()) return;
+  std::string& Out = out();
+  Out += Open;
+  Out += Tag;
+  Out += '>';
+}
+
+void QVMtreeXmlWriter::tag(std::string_view Open, std::string_view Tag) {
   // Filtered straight into the document, the commonest output of all: no copy in between.
   std::string& Out = out();
   const size_t Start = Out.size();
@@ -253,6 +271,29 @@ void QVMtreeXmlWriter::declarationAndRoot(std::string_view Root, const QVMconfig
 
 // --- "Full Tree Validation" and "STANDARD VER 2"
 
+QVMtreeXmlFormatterX12::QVMfieldTags& QVMtreeXmlFormatterX12::tagsOf(const void* Grammar, const COLstring& Name,
+                                                                      unsigned CountOfField) {
+  QVMfieldTags& Tags = m_FieldTagMemo[Grammar];
+  if (Tags.owner.view() != Name.view()) {
+    Tags.owner = Name;
+    Tags.tags.clear();
+  }
+  // Room for every field at once: a tag handed out stays where it is while the others are made.
+  if (Tags.tags.size() < CountOfField) Tags.tags.resize(CountOfField);
+  return Tags;
+}
+
+template <class Make>
+std::string_view QVMtreeXmlFormatterX12::memoTag(QVMfieldTags& Tags, unsigned FieldIndex, const Make& make) {
+  if (FieldIndex >= Tags.tags.size()) Tags.tags.resize(FieldIndex + 1);
+  COLstring& Tag = Tags.tags[FieldIndex];
+  if (Tag.empty()) {
+    make(Tag);
+    filterTag(Tag.str());
+  }
+  return Tag.view();
+}
+
 COLstring& QVMtreeXmlFormatterX12::tagAt(std::vector<COLstring>& Tags, size_t Level) {
   if (Tags.size() <= Level) Tags.resize(Level + 1);
   return Tags[Level];
@@ -294,6 +335,7 @@ COLstring& QVMtreeXmlFormatterX12::treeInXml(const QVMtypedMessageTree& Tree,
                         "ConfigIndex == pMessageDefinition->rootEngine()->currentConfig()");
   begin(Out);
   m_Definition = Definition;
+  m_TagsFollowNames = tagsFollowNames();
   onMessageTag(Definition, m_MessageTag);
   declarationAndRoot(m_MessageTag.view(), Config);
   const QVMmessageGrammar* Grammar = Definition->messageGrammar();
@@ -317,10 +359,11 @@ void QVMtreeXmlFormatterX12::grammarStep(const QVMtypedMessageTree& Tree, size_t
   }
   COLstring& Tag = tagAt(m_GroupTags, Indent / 2);
   onGroupTag(&Grammar, m_Definition, m_MessageTag, Tag);
+  filterTag(Tag.str());
   if (Tree.isSubTreeEmpty()) return;
   if (!IsRoot) {
     indent(Indent);
-    openTag(Tag.view());
+    openFiltered(Tag.view());
     newLine();
   }
   const size_t Count = std::min<size_t>(Grammar.countOfSubGrammar(), Tree.countOfSubNode());
@@ -333,7 +376,7 @@ void QVMtreeXmlFormatterX12::grammarStep(const QVMtypedMessageTree& Tree, size_t
     // Deeper groups have buffers of their own, so the tag is still this group's; the list of
     // buffers may have grown meanwhile, so it is looked up again.
     indent(Indent);
-    closeTag(tagAt(m_GroupTags, Indent / 2).view());
+    closeFiltered(tagAt(m_GroupTags, Indent / 2).view());
     newLine();
   }
 }
@@ -342,8 +385,10 @@ void QVMtreeXmlFormatterX12::segmentStep(const QVMtypedMessageTree& Tree, size_t
                                          const QVMsegmentGrammar* Grammar) {
   COL_PRECONDITION_TEXT(Grammar != nullptr, "pSegmentGrammar != NULL");
   onSegmentTag(Grammar, m_SegmentTag);
+  filterTag(m_SegmentTag.str());
+  QVMfieldTags* Memo = m_TagsFollowNames ? &tagsOf(Grammar, Grammar->name(), Grammar->countOfField()) : nullptr;
   indent(Indent);
-  openTag(m_SegmentTag.view());
+  openFiltered(m_SegmentTag.view());
   newLine();
   const unsigned Count = std::min<unsigned>(Grammar->countOfField(), Tree.countOfSubNode());
   for (unsigned Field = 0; Field < Count; ++Field) {
@@ -351,14 +396,21 @@ void QVMtreeXmlFormatterX12::segmentStep(const QVMtypedMessageTree& Tree, size_t
     if (First.countOfSubNode() == 0 && First.isNull() && First.countOfRepeat() == 0) continue;
     // The tag hooks depend on the grammar alone: one tag serves every repeat, and no deeper
     // step writes into this buffer.
-    bool Tagged = false;
+    std::string_view FieldTag;
     for (unsigned Repeat = 0; Repeat < First.countOfRepeat(); ++Repeat) {
       const QVMtypedMessageTree& Node = *Tree.node(Field, Repeat);
       if (Node.countOfSubNode() == 0 && Node.isNull()) continue;
-      if (!Tagged) onSegmentFieldTag(Grammar, Field, m_FieldTag);
-      Tagged = true;
+      if (FieldTag.empty()) {
+        if (Memo) {
+          FieldTag = memoTag(*Memo, Field, [&](COLstring& Tag) { onSegmentFieldTag(Grammar, Field, Tag); });
+        } else {
+          onSegmentFieldTag(Grammar, Field, m_FieldTag);
+          filterTag(m_FieldTag.str());
+          FieldTag = m_FieldTag.view();
+        }
+      }
       indent(Indent + 3);
-      openTag(m_FieldTag.view());
+      openFiltered(FieldTag);
       if (Node.countOfSubNode() > 0) {
         newLine();
         compositeStep(Node, Grammar->fieldType(Field), Indent + 6, 1);
@@ -366,12 +418,12 @@ void QVMtreeXmlFormatterX12::segmentStep(const QVMtypedMessageTree& Tree, size_t
       } else {
         valueStep(Node, Grammar->fieldType(Field), 0);
       }
-      closeTag(m_FieldTag.view());
+      closeFiltered(FieldTag);
       newLine();
     }
   }
   indent(Indent);
-  closeTag(m_SegmentTag.view());
+  closeFiltered(m_SegmentTag.view());
   newLine();
 }
 
@@ -383,9 +435,10 @@ void QVMtreeXmlFormatterX12::compositeStep(const QVMtypedMessageTree& Tree, cons
   const size_t Level = static_cast<size_t>(Depth);
   COLstring& CompositeTag = tagAt(m_CompositeTags, Level);
   onCompositeTag(Grammar, CompositeTag);
+  filterTag(CompositeTag.str());
   if (Header) {
     indent(Indent);
-    openTag(CompositeTag.view());
+    openFiltered(CompositeTag.view());
     newLine();
   }
   const bool Flat = Header && Depth <= 0;
@@ -400,51 +453,60 @@ void QVMtreeXmlFormatterX12::compositeStep(const QVMtypedMessageTree& Tree, cons
     }
     COLstring& FieldTag = tagAt(m_CompositeFieldTags, Level);
     onCompositeFieldTag(Grammar, Index, FieldTag);
+    filterTag(FieldTag.str());
     if (!Flat) {
       indent(Indent + 3);
-      openTag(FieldTag.view());
+      openFiltered(FieldTag.view());
       newLine();
     }
     compositeStep(Node, Grammar->fieldCompositeType(Index), Inner, Depth + 1);
     if (!Flat) {
       indent(Indent + 3);
-      closeTag(tagAt(m_CompositeFieldTags, Level).view());
+      closeFiltered(tagAt(m_CompositeFieldTags, Level).view());
       newLine();
     }
   }
   if (Header) {
     indent(Indent);
-    closeTag(tagAt(m_CompositeTags, Level).view());
+    closeFiltered(tagAt(m_CompositeTags, Level).view());
     newLine();
   }
 }
 
 void QVMtreeXmlFormatterX12::singleFieldStep(const QVMtypedMessageTree& Node, const QVMcompositeGrammar* Grammar,
                                              size_t Indent, unsigned FieldIndex) {
-  COLstring& Tag = m_ComponentTag;
-  onCompositeFieldTag(Grammar, FieldIndex, Tag);
+  std::string_view Tag;
+  if (m_TagsFollowNames) {
+    Tag = memoTag(tagsOf(Grammar, Grammar->name(), Grammar->countOfField()), FieldIndex,
+                  [&](COLstring& Made) { onCompositeFieldTag(Grammar, FieldIndex, Made); });
+  } else {
+    onCompositeFieldTag(Grammar, FieldIndex, m_ComponentTag);
+    filterTag(m_ComponentTag.str());
+    Tag = m_ComponentTag.view();
+  }
   const QVMcompositeGrammar* Type =
       Grammar->fieldDataType(FieldIndex) == QVMcompositeType ? Grammar->fieldCompositeType(FieldIndex) : nullptr;
   if (onOutputCompositeHeaderTag() && Type && Type->countOfField() > 1) {
     // A lone value where a composite of several parts belongs: framed by the composite's element.
     COLstring& CompositeTag = m_FramingTag;
     onCompositeTag(Grammar, CompositeTag);
+    filterTag(CompositeTag.str());
     indent(Indent);
-    openTag(CompositeTag.view());
+    openFiltered(CompositeTag.view());
     newLine();
     indent(Indent + 4);
-    openTag(Tag.view());
+    openFiltered(Tag);
     valueStep(Node, Grammar, FieldIndex);
-    closeTag(Tag.view());
+    closeFiltered(Tag);
     newLine();
     indent(Indent);
-    closeTag(CompositeTag.view());
+    closeFiltered(CompositeTag.view());
     return;
   }
   indent(Indent);
-  openTag(Tag.view());
+  openFiltered(Tag);
   valueStep(Node, Grammar, FieldIndex);
-  closeTag(Tag.view());
+  closeFiltered(Tag);
   newLine();
 }
 
@@ -452,6 +514,12 @@ void QVMtreeXmlFormatterX12::valueStep(const QVMtypedMessageTree& Node, const QV
                                        unsigned FieldIndex) {
   if (Node.dataPresent() == QVMdataPresentExplicitNull) {
     data("\"\"");
+    return;
+  }
+  // Most values are text: written from the tree, without a copy on the way.
+  const QVMdataType Type = Node.dataType();
+  if (Type == QVMstringType || Type == QVMenumerationType) {
+    data(Node.getAsStringValue().view());
     return;
   }
   bool Invalid = false;
@@ -685,6 +753,11 @@ void QVMtreeXmlFormatterStandard::compositeStep(const QVMtypedMessageTree& Tree,
 
 void QVMtreeXmlFormatterStandard::valueStep(const QVMtypedMessageTree& Node, const QVMcompositeGrammar* Grammar,
                                             unsigned FieldIndex) {
+  const QVMdataType Type = Node.dataType();
+  if (Type == QVMstringType || Type == QVMenumerationType) {
+    data(Node.getAsStringValue().view());
+    return;
+  }
   bool Invalid = false;
   if (!QVMtypedValueText(Node, Grammar, FieldIndex, m_Value, Invalid))
     COL_PRECONDITION_TEXT(false, "a value of type string, integer, double or date-time");

@@ -5,6 +5,8 @@
 #pragma once
 
 #include <string>
+#include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "COLstring.h"
@@ -57,6 +59,12 @@ protected:
   // "<tag>" or "</tag>" of `Tag` as the tag filter leaves it (a leading digit made "_").
   void openTag(std::string_view Tag) { tag("<", Tag); }
   void closeTag(std::string_view Tag) { tag("</", Tag); }
+  // A tag that opens and closes an element is filtered once, when it is made: `Tag` as the tag
+  // filter leaves it, in place.  Then openFiltered and closeFiltered write it as it is (an
+  // empty one writes nothing).
+  static void filterTag(std::string& Tag);
+  void openFiltered(std::string_view Tag) { filtered("<", Tag); }
+  void closeFiltered(std::string_view Tag) { filtered("</", Tag); }
   void data(std::string_view Text);
   // The declaration and the root's start tag with the namespace of `Config`, if it has one.
   void declarationAndRoot(std::string_view Root, const QVMconfig* Config);
@@ -77,7 +85,8 @@ protected:
                      const QVMmessageDefinitionInternal* Definition) const;
 
 private:
-  void tag(const char* Open, std::string_view Tag);
+  void tag(std::string_view Open, std::string_view Tag);
+  void filtered(std::string_view Open, std::string_view Tag);
   const QVMuntypedMessageTree* m_RawSegments = nullptr;
   COLstring* m_Out = nullptr;
   XMLiosLatin1DataFilter m_Values;
@@ -109,7 +118,23 @@ public:
   // Whether a composite is framed by an element of its own.
   virtual bool onOutputCompositeHeaderTag();
 
+protected:
+  // Whether the field tags depend on the owner's name and the field number alone, so that they
+  // can be made once per grammar and kept.
+  virtual bool tagsFollowNames() const { return false; }
+
 private:
+  // The field tags of one segment or composite grammar, filtered, by field index (empty: not
+  // made yet), with the owner's name they were made from: a grammar renamed since, or another
+  // at the same address, makes them anew.
+  struct QVMfieldTags {
+    COLstring owner;
+    std::vector<COLstring> tags;
+  };
+  QVMfieldTags& tagsOf(const void* Grammar, const COLstring& Name, unsigned CountOfField);
+  template <class Make>
+  std::string_view memoTag(QVMfieldTags& Tags, unsigned FieldIndex, const Make& make);
+
   void grammarStep(const QVMtypedMessageTree& Tree, size_t Indent, const QVMmessageGrammar& Grammar, bool IsRoot);
   void segmentStep(const QVMtypedMessageTree& Tree, size_t Indent, const QVMsegmentGrammar* Grammar);
   void compositeStep(const QVMtypedMessageTree& Tree, const QVMcompositeGrammar* Grammar, size_t Indent, int Depth);
@@ -127,6 +152,9 @@ private:
   // and end tags.
   COLstring m_SegmentTag, m_FieldTag, m_ComponentTag, m_FramingTag, m_Value;
   std::vector<COLstring> m_GroupTags, m_CompositeTags, m_CompositeFieldTags;
+  // Kept from message to message while tagsFollowNames() holds.
+  std::unordered_map<const void*, QVMfieldTags> m_FieldTagMemo;
+  bool m_TagsFollowNames = false;
 };
 
 // "STANDARD VER 2", the default dialect: "PID", "PID.3", "CX.1", groups "ADT_A01.PATIENT_VISIT",
@@ -143,6 +171,9 @@ public:
   void onCompositeTag(const QVMcompositeGrammar* Grammar, COLstring& Out) override;
   void onCompositeFieldTag(const QVMcompositeGrammar* Grammar, unsigned FieldIndex, COLstring& Out) override;
   bool onOutputCompositeHeaderTag() override { return false; }
+
+protected:
+  bool tagsFollowNames() const override { return true; }
 };
 
 // "STANDARD": root named by the message's identifier values, lists as "ROOT.LST.n" numbered

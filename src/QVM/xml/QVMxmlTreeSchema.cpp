@@ -298,6 +298,123 @@ struct QVMstandardSchemaStep {
     return QVMtreeSchemaName(Name.view());
   }
 
+  // --- "STANDARD": the writer wraps each sub-grammar of a group occurrence (the root has none)
+  // in "Message.GRP.n", n from one count that runs through the whole document: every
+  // sub-grammar of every occurrence takes the next number, the repeats of one sub-grammar share
+  // it.  So a number depends on what came before in the message (how often a group repeated,
+  // whether it was there, where an occurrence stopped), except up to the first group whose
+  // length the grammar does not fix.  Those leading numbers are named exactly; beyond them a
+  // ".GRP." element is a lax wildcard (XSD cannot name a pattern), which still holds every
+  // segment inside to its global declaration.
+
+  // The writer's count so far, while the grammar alone fixes it; 0 once it does not (numbers
+  // start at 1).
+  unsigned count = 0;
+  bool counted = true;
+  void lose() { counted = false; }
+
+  COLstring groupName(unsigned Number) const {
+    COLstring Name = messageName;
+    COLostream(Name) << ".GRP." << Number;
+    return QVMtreeSchemaName(Name.view());
+  }
+
+  static void wildcard(XMLschemaModelGroup& Into, unsigned Min, unsigned Max) {
+    XMLschemaWildcard* Any = Into.attachWildcard(new XMLschemaWildcard);
+    Any->setMinOccurs(Min);
+    Any->setMaxOccurs(Max);
+  }
+
+  // The root's sub-grammars, stretch by stretch (QVMstretches).
+  void rootChildren(const QVMmessageGrammar& Root, XMLschemaModelGroup& Into) {
+    std::vector<std::vector<std::string>> Tags;
+    for (size_t Sub = 0; Sub < Root.countOfSubGrammar(); ++Sub) {
+      const QVMmessageGrammar& Child = *Root.subGrammar(Sub);
+      if (Child.isRepeating()) Tags.push_back({listName(Child).str()});
+      else if (Child.isNode()) Tags.push_back({QVMtreeSchemaName(Child.segment()->name().view()).str()});
+      else Tags.push_back({"(group " + std::to_string(Sub) + ")"});  // its ".GRP." elements stand in the root
+    }
+    for (const auto& [First, Last] : QVMstretches(Tags)) {
+      if (First == Last) {
+        rootChild(*Root.subGrammar(First), Into, true);
+        continue;
+      }
+      XMLschemaChoice* Choice = QVManyOrderChoice(Into);
+      std::unordered_set<std::string> Declared;
+      for (size_t Sub = First; Sub <= Last; ++Sub)
+        if (Declared.insert(Tags[Sub][0]).second) rootChild(*Root.subGrammar(Sub), *Choice, false);
+    }
+  }
+
+  void rootChild(const QVMmessageGrammar& Child, XMLschemaModelGroup& Parent, bool Exact) {
+    if (Child.isNode()) COL_PRECONDITION_TEXT(Child.segment() != nullptr, "pSegmentGrammar != NULL");
+    if (Child.isRepeating()) {
+      XMLschemaElement* List = Parent.attachElement(QVMcollectionElement(listName(Child)));
+      if (Exact) List->setMinOccurs(Child.isOptional() ? 0 : 1);
+      XMLschemaSequence& Repeats = QVMcollectionOf(*List).mainSequence();
+      if (Child.isNode()) {
+        XMLschemaReference* Segment =
+            Repeats.attachElementReference(new XMLschemaReference(&segmentElement(*Child.segment())));
+        Segment->setMinOccurs(0);
+        Segment->setMaxOccurs(kUnbounded);
+      } else {
+        // Each repeat numbers its sub-grammars afresh, and the repeats have no element of their own.
+        wildcard(Repeats, 0, kUnbounded);
+        lose();
+      }
+      return;
+    }
+    if (Child.isNode()) {
+      XMLschemaReference* Segment =
+          Parent.attachElementReference(new XMLschemaReference(&segmentElement(*Child.segment())));
+      if (Exact) Segment->setMinOccurs(Child.isOptional() ? 0 : 1);
+      return;
+    }
+    occurrence(Child, Parent);
+  }
+
+  // The ".GRP." elements of one occurrence of `Group`; it may stop after any of them, since the
+  // writer goes no further than the last sub-grammar the message filled.
+  void occurrence(const QVMmessageGrammar& Group, XMLschemaModelGroup& Parent) {
+    XMLschemaModelGroup* Into = &Parent;
+    for (size_t Sub = 0; Sub < Group.countOfSubGrammar(); ++Sub) {
+      XMLschemaSequence* Rest = Into->attachSequence(new XMLschemaSequence);
+      Rest->setMinOccurs(0);
+      Into = Rest;
+      const QVMmessageGrammar& Child = *Group.subGrammar(Sub);
+      const unsigned Number = counted ? ++count : 0;
+      if (Child.isRepeating()) {
+        XMLschemaElement* List = Into->attachElement(QVMcollectionElement(listName(Child)));
+        wrapper(Child, QVMcollectionOf(*List).mainSequence(), Number, 0, kUnbounded);
+      } else {
+        wrapper(Child, *Into, Number, 1, 1);
+      }
+    }
+    // How far the occurrence went is the message's business.
+    lose();
+  }
+
+  void wrapper(const QVMmessageGrammar& Child, XMLschemaModelGroup& Into, unsigned Number,
+               unsigned Min, unsigned Max) {
+    if (Number == 0) {
+      wildcard(Into, Min, Max);
+      return;
+    }
+    XMLschemaElement* Wrapper = Into.attachElement(QVMcollectionElement(groupName(Number)));
+    Wrapper->setMinOccurs(Min);
+    Wrapper->setMaxOccurs(Max);
+    XMLschemaSequence& Content = QVMcollectionOf(*Wrapper).mainSequence();
+    if (Child.isNode()) {
+      COL_PRECONDITION_TEXT(Child.segment() != nullptr, "pSegmentGrammar != NULL");
+      // An absent segment leaves its ".GRP." element empty.
+      Content.attachElementReference(new XMLschemaReference(&segmentElement(*Child.segment())))->setMinOccurs(0);
+      return;
+    }
+    // The repeats of a group share this element but not the numbers inside it.
+    if (Child.isRepeating()) lose();
+    occurrence(Child, Content);
+  }
+
   // The sub-grammars of `Group` into `Into`, stretch by stretch (QVMstretches); a list takes
   // its place in the model by the name of its wrapper.
   void children(const QVMmessageGrammar& Group, XMLschemaModelGroup& Into) {
@@ -360,7 +477,8 @@ struct QVMstandardSchemaStep {
       XMLschemaElement* FieldElement = Type && Type->countOfField() > 1
                                            ? new XMLschemaElement(FieldName, &compositeType(*Type), true)
                                            : QVMstringElement(FieldName);
-      FieldElement->setMinOccurs(Segment.isFieldRequired(Field) ? 1 : 0);
+      // Lenient checking lets a message without a required field through to the writer.
+      FieldElement->setMinOccurs(Segment.isFieldRequired(Field) && (rejectBad || standard24) ? 1 : 0);
       if (!standard24 && Segment.fieldMaxRepeat(Field) != 0) {
         // The writer puts the repeats of a field in a list of its own, "PID.3.LST".
         XMLschemaElement* List = QVMcollectionElement(FieldName + ".LST");
@@ -424,6 +542,10 @@ void QVMstandardSchema(const QVMmessageDefinitionInternal& Definition, XMLschema
   const QVMmessageGrammar* Grammar = Definition.messageGrammar();
   COL_PRECONDITION_TEXT(Grammar != nullptr, "NULL != pMessageDef->messageGrammar()");
   Step.numberLists(*Grammar);
+  if (!Standard24) {
+    Step.rootChildren(*Grammar, QVMcollectionOf(*Root).mainSequence());
+    return;
+  }
   Step.nameGroups(*Grammar, COLstring());
   Step.children(*Grammar, QVMcollectionOf(*Root).mainSequence());
 }
