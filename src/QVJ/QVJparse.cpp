@@ -84,7 +84,8 @@ void QVJengineInternalParseMessageNoPostProcess(QVJparseContext& Context, const 
     }
     switch (Config.parserVersion()) {
       case QVMparserCurrent:
-        MessageIndex = SGCcompleteParse(*Text, Engine, Context.currentSegmentList(), Environment, ResultTable);
+        MessageIndex =
+            SGCcompleteParse(*Text, Engine, *Context.currentSegmentList(), Environment, ResultTable, Context.road());
         break;
       case QVMparserLegacy:
       case QVMparserSegmentChecker3:

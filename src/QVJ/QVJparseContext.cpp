@@ -3,6 +3,7 @@
 #include "QVMengineInternal.h"
 #include "QVMtableInternal.h"
 #include "QVMxmlHl7Converter.h"
+#include "SGCcompleteParse.h"
 
 struct QVJparseContext::Private {
   COLreferencePtr<SGMsegmentList> segmentList{new SGMsegmentList};
@@ -13,6 +14,7 @@ struct QVJparseContext::Private {
   COLstring spareText;
   COLstring messageText;
   bool messageTextInUse = false;
+  SGCroad road;
   explicit Private(QVMengineInternal* Schema) : context(Schema) {}
 };
 
@@ -23,6 +25,7 @@ QVPparseContext& QVJparseContext::qvpParseContext() { return pMember->context; }
 
 QVMtableInternal& QVJparseContext::messageTable() { return pMember->messageTable; }
 COLstring& QVJparseContext::spareText() { return pMember->spareText; }
+SGCroad& QVJparseContext::road() { return pMember->road; }
 
 QVMxmlHl7Converter& QVJparseContext::converter(const COLstring& Name) {
   if (!pMember->converter || pMember->converterName != Name) {

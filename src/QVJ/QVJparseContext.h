@@ -13,6 +13,7 @@
 class QVMengineInternal;
 class QVMtableInternal;
 class QVMxmlHl7Converter;
+struct SGCroad;
 
 class QVJparseContext {
 public:
@@ -31,6 +32,8 @@ public:
   QVMtableInternal& messageTable();
   // A text buffer kept between messages for the next document.
   COLstring& spareText();
+  // The current parser's working storage, used again by every message.
+  SGCroad& road();
   // A message's text in the context's buffer while it is parsed; a parse that a script starts
   // meanwhile on the same context gets a copy of its own.
   class MessageText {

@@ -24,10 +24,18 @@ public:
   void removePooledString(const char* data, uint32_t length);
   bool hasString(const char* data) const { return m_Entries.count(data) != 0; }
   size_t countOfString() const { return m_Entries.size(); }
-  void clear() { m_Entries.clear(); }
+  // Forgets every entry but keeps the entries' storage for the strings pooled after it, so a
+  // pool cleared between messages stops allocating once it has held a message's worth.
+  void clear();
 
 private:
-  std::unordered_map<const char*, std::unique_ptr<std::vector<char>>> m_Entries;
+  using Entries = std::unordered_map<const char*, std::unique_ptr<std::vector<char>>>;
+  // An entry for newly pooled bytes: a spare one if there is one.
+  Entries::node_type takeEntry();
+  void keepSpare(Entries::node_type Entry);
+
+  Entries m_Entries;
+  std::vector<Entries::node_type> m_Spare;
 };
 
 // Points `value` at a pooled copy of the bytes (replacing the value's own pooled bytes).

@@ -176,6 +176,11 @@ void QVMtableCell::setText(const COLstring& value) {
   m_Text = value;
 }
 
+void QVMtableCell::assignText(std::string_view value) {
+  changeKind(Text);
+  m_Text.str().assign(value);
+}
+
 void QVMtableCell::setInteger(int32_t value) {
   changeKind(Integer);
   m_Integer = value;

@@ -6,6 +6,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string_view>
 
 #include "COLreference.h"
 #include "COLstring.h"
@@ -56,11 +57,14 @@ public:
   // Sets a value of the cell's kind in place, or turns the cell into that kind; a change of
   // kind lets go of the date-time object.
   void setText(const COLstring& value);
+  // As setText, copying the bytes into the cell's own buffer.
+  void assignText(std::string_view value);
   void setInteger(int32_t value);
   void setDouble(double value);
   void setDateTime(const COLdateTime& value);
   // The text kept by an invalid cell.
   void setInvalidText(const COLstring& text) { m_Text = text; }
+  void assignInvalidText(std::string_view text) { m_Text.str().assign(text); }
 
   // The date-time object, null when the cell has none (a spare one kept for reuse included).
   const COLreferencePtr<QVMdateTimeInternal>& dateTimeObject() const {

@@ -371,6 +371,11 @@ void QVMtableInternal::setInvalid(unsigned Column, unsigned Row, const COLstring
   cell(Column, Row).setInvalidText(Text);
 }
 
+void QVMtableInternal::assignInvalid(unsigned Column, unsigned Row, std::string_view Text) {
+  setInvalid(Column, Row);
+  cell(Column, Row).assignInvalidText(Text);
+}
+
 const COLstring& QVMtableInternal::invalidText(unsigned Column, unsigned Row) const {
   static const COLstring None;
   checkBoundary(Column, Row);
@@ -412,6 +417,12 @@ void QVMtableInternal::setString(unsigned Column, unsigned Row, const COLstring&
   checkBoundary(Column, Row);
   checkColumnType(Column, QVMstringType);
   cell(Column, Row).setText(Value);
+}
+
+void QVMtableInternal::assignString(unsigned Column, unsigned Row, std::string_view Value) {
+  checkBoundary(Column, Row);
+  checkColumnType(Column, QVMstringType);
+  cell(Column, Row).assignText(Value);
 }
 
 void QVMtableInternal::setInteger(unsigned Column, unsigned Row, int32_t Value) {

@@ -6,6 +6,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string_view>
 #include <vector>
 
 #include "COLreference.h"
@@ -77,6 +78,8 @@ public:
   void setInvalid(unsigned Column, unsigned Row);
   // As setInvalid, keeping the text that failed to convert.
   void setInvalid(unsigned Column, unsigned Row, const COLstring& Text);
+  // As above for bytes held elsewhere, copied into the cell's own buffer with no string between.
+  void assignInvalid(unsigned Column, unsigned Row, std::string_view Text);
   // The text an invalid cell keeps, in a column of any type; empty for other cells.
   const COLstring& invalidText(unsigned Column, unsigned Row) const;
 
@@ -89,6 +92,9 @@ public:
   // The cell's own object: the caller may change it in place, and the cell follows.
   QVMdateTimeInternal& getDateTime(unsigned Column, unsigned Row);
   void setString(unsigned Column, unsigned Row, const COLstring& Value);
+  // As setString for bytes held elsewhere (a parsed message's values): the cell's buffer is
+  // used again, so a table refilled message after message makes no new text.
+  void assignString(unsigned Column, unsigned Row, std::string_view Value);
   void setInteger(unsigned Column, unsigned Row, int32_t Value);
   void setDouble(unsigned Column, unsigned Row, double Value);
   void setDateTime(unsigned Column, unsigned Row, const COLdateTime& Value);

@@ -2,9 +2,11 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <ctime>
 #include <memory>
 #include <vector>
 
+#include "COLdateTime.h"
 #include "COLerror.h"
 #include "COLstring.h"
 #include "QVMmessageDefinitionInternal.h"
@@ -108,15 +110,30 @@ std::string_view QVMcolumnText(QVMtableInternal& Table, unsigned Column, unsigne
     const QVMdateTimeInternal& Value = Table.getDateTime(Column, Row);
     // A date the calendar cannot show (out of its range) has no text, like an invalid one.
     if (Value.status() != COLdateTime::valid) return {};
-    int Length = 0;
-    try {
-      Length = std::snprintf(DateText, sizeof DateText, "%04d-%02d-%02dT%02d:%02d:%02d", Value.year(), Value.month(),
-                             Value.day(), Value.hour(), Value.minute(), Value.second());
-    } catch (const COLerror&) {
-      return {};
+    // The calendar fields once, not once per field, and written digit by digit: this runs for
+    // every date cell of every message.
+    struct tm Fields;
+    if (!_COLTmFromOleDate(static_cast<double>(Value), Fields)) return {};
+    const int Year = Fields.tm_year;
+    if (Year < 0 || Year > 9999) {
+      const int Length = std::snprintf(DateText, sizeof DateText, "%04d-%02d-%02dT%02d:%02d:%02d", Year,
+                                       Fields.tm_mon, Fields.tm_mday, Fields.tm_hour, Fields.tm_min, Fields.tm_sec);
+      if (Length <= 0) return {};
+      return std::string_view(DateText, std::min(static_cast<size_t>(Length), sizeof DateText - 1));
     }
-    if (Length <= 0) return {};
-    return std::string_view(DateText, std::min(static_cast<size_t>(Length), sizeof DateText - 1));
+    char* At = DateText;
+    const auto Put = [&At](int Number, int Digits, char After) {
+      for (int Place = Digits - 1; Place >= 0; --Place, Number /= 10) At[Place] = static_cast<char>('0' + Number % 10);
+      At += Digits;
+      if (After) *At++ = After;
+    };
+    Put(Year, 4, '-');
+    Put(Fields.tm_mon, 2, '-');
+    Put(Fields.tm_mday, 2, 'T');
+    Put(Fields.tm_hour, 2, ':');
+    Put(Fields.tm_min, 2, ':');
+    Put(Fields.tm_sec, 2, 0);
+    return std::string_view(DateText, static_cast<size_t>(At - DateText));
   }
   Converted = Table.getStringValue(Column, Row);
   return Converted.view();

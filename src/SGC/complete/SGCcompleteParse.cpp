@@ -75,7 +75,10 @@ void SGCstripMessage(COLstring& Text) {
     while (Begin < End && Text[Begin] == C) ++Begin;
     while (End > Begin && Text[End - 1] == C) --End;
   }
-  if (Begin != 0 || End != Text.size()) Text = COLstring(std::string_view(Text).substr(Begin, End - Begin));
+  // Cut in place: the text keeps its buffer for the next message.
+  std::string& Bytes = Text.str();
+  Bytes.erase(End);
+  Bytes.erase(0, Begin);
 }
 
 void QVJdoSpecialMshHack(SGMsegment& Segment) {
@@ -185,7 +188,7 @@ COLstring SGCunidentifiedMessageReport(const QVMengineInternal& Engine, SGMsegme
 unsigned SGCparseStructure(const COLstring& Message, QVMengineInternal& Engine, SGMsegmentList& List,
                            SGCmessageStructure& Result) {
   const QVMengineInternal& Reader = Engine;
-  SGPparser Parser;
+  SGPparser& Parser = Result.tokeniser;
   SGPparserOptions Options;
   SGCcopyConfig(Reader.config(), Options);
   Result.text = Message;
@@ -232,8 +235,16 @@ void QVJcheckParsedSegments(QVMengineInternal& Engine, bool Hl7Mode, LAGenvironm
                             SGMsegmentList& SegmentList,
                             SGMstringPool& StringPool, SGCparsed* Tree, bool Reject,
                             const SGMseparatorCharacters& Separators) {
+  SCCescaperSettings Settings;
+  QVJcheckParsedSegments(Engine, Hl7Mode, Environment, SegmentList, StringPool, Tree, Reject, Separators, Settings);
+}
+
+void QVJcheckParsedSegments(QVMengineInternal& Engine, bool Hl7Mode, LAGenvironment& Environment,
+                            SGMsegmentList& SegmentList, SGMstringPool& StringPool, SGCparsed* Tree, bool Reject,
+                            const SGMseparatorCharacters& Separators, SCCescaperSettings& Settings) {
   const QVMconfig& Config = static_cast<const QVMengineInternal&>(Engine).config();
-  SCCescaper Escaper(SGCescaperSettings(Config));
+  SGCescaperSettings(Config, Settings);
+  SCCescaper Escaper(Settings);
   SGCcopyEscaper(Config, Separators, Escaper);
   for (SGCparsed* Node = Tree; Node; Node = SGCparsedGetNextPreOrder(Node)) {
     SGCparsedSegment* Placed = Node->segment();
@@ -265,14 +276,38 @@ void QVJcheckParsedSegments(QVMengineInternal& Engine, bool Hl7Mode, LAGenvironm
 unsigned SGCcompleteParse(const COLstring& Message, QVMengineInternal& Engine,
                           COLreferencePtr<SGMsegmentList> SegmentList, LAGenvironment& Environment,
                           QVMtableInternal& ResultTable) {
-  SGCmessageStructure Structure;
-  const unsigned MessageIndex = SGCparseStructure(Message, Engine, *SegmentList, Structure);
-  COLreferencePtr<SGMstringPool> Pool(new SGMstringPool);
-  Environment.resetCountOfSegmentInMessage(SegmentList->countOfSegment());
+  SGCroad Road;
+  return SGCcompleteParse(Message, Engine, *SegmentList, Environment, ResultTable, Road);
+}
+
+unsigned SGCcompleteParse(const COLstring& Message, QVMengineInternal& Engine, SGMsegmentList& SegmentList,
+                          LAGenvironment& Environment, QVMtableInternal& ResultTable, SGCroad& Road) {
+  if (Road.inUse) {
+    SGCroad Own;
+    return SGCcompleteParse(Message, Engine, SegmentList, Environment, ResultTable, Own);
+  }
+  // The parsed tree goes back to this thread's node cache when the message is done, as it
+  // did when the structure was the parse's own: a road kept past the thread (a static
+  // engine's context) must not hold nodes the cache has to take back after it is gone.
+  struct InUse {
+    SGCroad& road;
+    explicit InUse(SGCroad& Road) : road(Road) { road.inUse = true; }
+    ~InUse() {
+      road.structure.context.setTree(nullptr);
+      road.structure.context.errorList().clear();
+      road.inUse = false;
+    }
+  } Busy(Road);
+  SGCmessageStructure& Structure = Road.structure;
+  const unsigned MessageIndex = SGCparseStructure(Message, Engine, SegmentList, Structure);
+  // The previous message's unescaped values go; their buffers stay for this one.
+  SGMstringPool& Pool = *Road.pool;
+  Pool.clear();
+  Environment.resetCountOfSegmentInMessage(SegmentList.countOfSegment());
   // HL7 mode as the tokeniser's options take it from the configuration.
   const bool Hl7Mode = static_cast<const QVMengineInternal&>(Engine).config().countOfHeaderFieldsToSkip() > 2;
-  QVJcheckParsedSegments(Engine, Hl7Mode, Environment, *SegmentList, *Pool, Structure.context.tree(),
-                         Engine.rejectBadSegmentGrammar(), Structure.separators);
+  QVJcheckParsedSegments(Engine, Hl7Mode, Environment, SegmentList, Pool, Structure.context.tree(),
+                         Engine.rejectBadSegmentGrammar(), Structure.separators, Road.escaperSettings);
   SGCmap(Structure.context.tree(), ResultTable);
   COL_PRECONDITION(!ResultTable.isNode());
   COL_PRECONDITION(ResultTable.countOfRow() <= 1);

@@ -5,8 +5,11 @@
 #include <functional>
 
 #include "COLstring.h"
+#include "SCCescaper.h"
 #include "SGCparseContext.h"
 #include "SGMsegmentList.h"
+#include "SGMstringPool.h"
+#include "SGPparser.h"
 
 class QVMengineInternal;
 class QVMidentifier;
@@ -18,6 +21,18 @@ struct SGCmessageStructure {
   SGMseparatorCharacters separators;
   SGCparseContext context;
   unsigned messageIndex = 0;
+  // Kept here so that a structure used for the next message keeps the tokeniser's buffers.
+  SGPparser tokeniser;
+};
+
+// What a parse context keeps from message to message on this road, so that a warm road needs
+// no heap: the structure, the pool of unescaped values and the escaper's settings.  `inUse`
+// marks a road in the middle of a message; a parse started meanwhile gets a road of its own.
+struct SGCroad {
+  SGCmessageStructure structure;
+  COLreferencePtr<SGMstringPool> pool{new SGMstringPool};
+  SCCescaperSettings escaperSettings;
+  bool inUse = false;
 };
 
 // Removes blanks, then tabs, then carriage returns, then line feeds from both ends, one pass
@@ -55,9 +70,16 @@ class SGCparsed;
 unsigned SGCcompleteParse(const COLstring& Message, QVMengineInternal& Engine,
                           COLreferencePtr<SGMsegmentList> SegmentList, LAGenvironment& Environment,
                           QVMtableInternal& ResultTable);
+// As above on a road kept by the caller, used again by the next message.
+unsigned SGCcompleteParse(const COLstring& Message, QVMengineInternal& Engine, SGMsegmentList& SegmentList,
+                          LAGenvironment& Environment, QVMtableInternal& ResultTable, SGCroad& Road);
 
 // The segment pass: field equations, strict checks when `Reject`, unescaping into the pool,
 // then the field validation rules.  Throws for the first segment with a fault.
 void QVJcheckParsedSegments(QVMengineInternal& Engine, bool Hl7Mode, LAGenvironment& Environment,
                             SGMsegmentList& SegmentList, SGMstringPool& StringPool, SGCparsed* Tree, bool Reject,
                             const SGMseparatorCharacters& Separators);
+// As above with the escaper's settings filled into `Settings`, whose storage is used again.
+void QVJcheckParsedSegments(QVMengineInternal& Engine, bool Hl7Mode, LAGenvironment& Environment,
+                            SGMsegmentList& SegmentList, SGMstringPool& StringPool, SGCparsed* Tree, bool Reject,
+                            const SGMseparatorCharacters& Separators, SCCescaperSettings& Settings);

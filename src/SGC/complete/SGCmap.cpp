@@ -356,7 +356,7 @@ void SGCmapSetCell(QVMtableInternal& Table, unsigned Column, unsigned Row, const
     return;
   }
   if (Type.dataType != Table.columnType(Column)) {
-    Table.setInvalid(Column, Row, Value->asString());
+    Table.assignInvalid(Column, Row, Value->view());
     return;
   }
   if (Value->length() == 0) {
@@ -369,14 +369,14 @@ void SGCmapSetCell(QVMtableInternal& Table, unsigned Column, unsigned Row, const
   }
   switch (Table.columnType(Column)) {
     case QVMstringType:
-      Table.setString(Column, Row, Value->asString());
+      Table.assignString(Column, Row, Value->view());
       return;
     case QVMintegerType: {
       int Number = 0;
       if (SGCextractInteger(*Value, Number))
         Table.setInteger(Column, Row, Number);
       else
-        Table.setInvalid(Column, Row, Value->asString());
+        Table.assignInvalid(Column, Row, Value->view());
       return;
     }
     case QVMdoubleType: {
@@ -384,7 +384,7 @@ void SGCmapSetCell(QVMtableInternal& Table, unsigned Column, unsigned Row, const
       if (SGCextractDouble(*Value, Number))
         Table.setDouble(Column, Row, Number);
       else
-        Table.setInvalid(Column, Row, Value->asString());
+        Table.assignInvalid(Column, Row, Value->view());
       return;
     }
     case QVMdateTimeType: {
@@ -393,7 +393,7 @@ void SGCmapSetCell(QVMtableInternal& Table, unsigned Column, unsigned Row, const
       if (SGCextractDateTime(*Value, *Type.dateTimeGrammar, DateTime))
         Table.setDateTime(Column, Row, DateTime);
       else
-        Table.setInvalid(Column, Row, Value->asString());
+        Table.assignInvalid(Column, Row, Value->view());
       return;
     }
     default:

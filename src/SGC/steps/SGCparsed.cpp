@@ -7,13 +7,20 @@
 namespace {
 
 // Freed node blocks by size class (16-byte steps).  Each block is its own heap block, so one
-// freed on another thread is just as good there; each list keeps a bounded number.
+// freed on another thread is just as good there; each list keeps a bounded number.  Blocks
+// above the small classes are the child lists of long repeats (a large ORU's hundreds of result
+// groups): they are kept too, by powers of two from 1 kB to 1 MB, a few of each.
 struct SGCnodeCache {
   static constexpr size_t Classes = 32;
   static constexpr size_t Kept = 4096;
+  static constexpr size_t LargeClasses = 11;
+  static constexpr size_t LargeKept = 8;
   std::vector<void*> free[Classes];
+  std::vector<void*> large[LargeClasses];
   ~SGCnodeCache() {
     for (auto& List : free)
+      for (void* Block : List) ::operator delete(Block);
+    for (auto& List : large)
       for (void* Block : List) ::operator delete(Block);
   }
 };
@@ -24,6 +31,13 @@ SGCnodeCache& SGCthreadNodeCache() {
 }
 
 size_t SGCsizeClass(size_t Size) { return (Size + 15) / 16 - 1; }
+
+// The power-of-two class of a block above the small ones; LargeClasses when it is kept by none.
+size_t SGClargeClass(size_t Size) {
+  size_t Class = 0;
+  while (Class < SGCnodeCache::LargeClasses && (size_t{1024} << Class) < Size) ++Class;
+  return Class;
+}
 
 }  // namespace
 
@@ -38,6 +52,16 @@ void* SGCpooledAllocate(size_t Size) {
     }
     return ::operator new((Class + 1) * 16);
   }
+  const size_t Large = SGClargeClass(Size);
+  if (Large < SGCnodeCache::LargeClasses) {
+    std::vector<void*>& List = SGCthreadNodeCache().large[Large];
+    if (!List.empty()) {
+      void* Block = List.back();
+      List.pop_back();
+      return Block;
+    }
+    return ::operator new(size_t{1024} << Large);
+  }
   return ::operator new(Size);
 }
 
@@ -46,6 +70,12 @@ void SGCpooledFree(void* Block, size_t Size) {
   if (Class < SGCnodeCache::Classes) {
     std::vector<void*>& List = SGCthreadNodeCache().free[Class];
     if (List.size() < SGCnodeCache::Kept) {
+      List.push_back(Block);
+      return;
+    }
+  } else if (const size_t Large = SGClargeClass(Size); Large < SGCnodeCache::LargeClasses) {
+    std::vector<void*>& List = SGCthreadNodeCache().large[Large];
+    if (List.size() < SGCnodeCache::LargeKept) {
       List.push_back(Block);
       return;
     }

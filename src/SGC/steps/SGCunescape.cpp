@@ -9,8 +9,8 @@ struct SGCunescapeContext {
   SGCerrorList& Errors;
   unsigned SegmentIndex;
   bool Strict;
-  // Reused for every value of the segment: it only grows when a value has escapes.
-  COLstring Result;
+  // Reused for every value: it only grows when a value has escapes.
+  COLstring& Result;
 };
 
 void SGCunescapeValue(SGCunescapeContext& context, SGMvalue& value, unsigned field, unsigned repeat,
@@ -44,7 +44,10 @@ void SGCunescapeField(SGCunescapeContext& context, SGMfield& field, unsigned fie
 void SGCunescapeSegment(SCCescaper& escaper, bool firstSegment, bool hl7Mode, SGMsegment& segment,
                         unsigned segmentIndex, const QVMsegmentGrammar& grammar, SGMstringPool* pool,
                         SGCerrorList& errors, bool strict) {
-  SGCunescapeContext Context{escaper, grammar, pool, errors, segmentIndex, strict, COLstring()};
+  // Kept by the thread from segment to segment, so that escaped values stop costing an
+  // allocation once the longest has been seen; nothing here calls back into unescaping.
+  thread_local COLstring Scratch;
+  SGCunescapeContext Context{escaper, grammar, pool, errors, segmentIndex, strict, Scratch};
   // The header's delimiters are not escaped text.
   const unsigned FirstField = hl7Mode && firstSegment ? 2 : 0;
   const unsigned Fields = segment.countOfField();
