@@ -19,6 +19,9 @@ COLstring QVJuntypedTreeSegmentAsString(const QVMparser& Parser, const QVMuntype
 // The text hook for QVJcheckUntypedTreeSegment, which does not read the text: fails where
 // QVJuntypedTreeSegmentAsString would, and neither copies nor prints.
 COLstring QVJuntypedTreeSegmentCopyChecked(const QVMparser& Parser, const QVMuntypedMessageTree& Segment);
+// True where the strict check finds nothing to report, read from the tree without the copy
+// (fast for a clean segment; a faulty one still needs the copy for its report).
+bool QVJuntypedTreeSegmentPassesCheck(const QVMuntypedMessageTree& Segment, const QVMsegmentGrammar& Grammar);
 // Raises the strict-grammar error (code 0x80002003) of the first fault; `Text` is not part of it.
 void QVJcheckUntypedTreeSegment(const QVMparser& Parser, const QVMuntypedMessageTree& Segment,
                                 const QVMsegmentGrammar& Grammar, const COLstring& Text);
