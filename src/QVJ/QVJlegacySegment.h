@@ -1,5 +1,6 @@
 // The current parser's strict segment check, lent to the legacy parser: a raw tree segment is
 // copied into an SGMsegment (its values still pointing into the tree), printed or checked there.
+// A segment without faults is vouched for in place and never copied.
 #pragma once
 
 #include "COLstring.h"
