@@ -1,12 +1,15 @@
 #include "QVJlegacySegment.h"
 
 #include <cstring>
+#include <vector>
 
 #include "COLerror.h"
 #include "COLostream.h"
+#include "QVMenumerationGrammar.h"
 #include "QVMparser.h"
 #include "QVMuntypedMessageTree.h"
 #include "SGCcheck.h"
+#include "SGCcompositeShape.h"
 #include "SGCcompleteParse.h"
 #include "SGCerrorPrepare.h"
 #include "SGMoutput.h"
@@ -59,7 +62,192 @@ SGMsegment& QVJscratchSegment() {
   return Segment;
 }
 
+// --- the check read from the tree in place
+//
+// Most segments have no fault, and for those the copy into the current parser's form is the
+// larger part of the check.  The reading below follows the checks the copy goes through and
+// answers only whether anything at all would be reported; a segment it cannot vouch for takes
+// the copy, so that the reports come from one place.
+
+// One repeat of one field, shaped as the copy would lay it out: a leaf with a value is one sub
+// field of one value, a null leaf has none, and every sub field has at least one value.  The
+// values are gathered once, as pointers and lengths; the lists keep their storage.
+class QVJrawField {
+public:
+  // False where the field goes deeper than sub sub fields, which the copy refuses.
+  bool gather(const QVMuntypedMessageTree& Node) {
+    m_Start.clear();
+    m_Values.clear();
+    const unsigned Subs = Node.countOfSubNode();
+    if (Subs == 0) {
+      if (!Node.isNull()) {
+        m_Start.push_back(0);
+        add(Node);
+      }
+    }
+    for (unsigned s = 0; s < Subs; ++s) {
+      m_Start.push_back(static_cast<unsigned>(m_Values.size()));
+      const QVMuntypedMessageTree& Sub = *Node.node(s, 0);
+      const unsigned Leaves = Sub.countOfSubNode();
+      if (Leaves == 0) add(Sub);
+      for (unsigned t = 0; t < Leaves; ++t) {
+        const QVMuntypedMessageTree& Leaf = *Sub.node(t, 0);
+        if (Leaf.countOfSubNode() != 0) return false;
+        add(Leaf);
+      }
+    }
+    m_Start.push_back(static_cast<unsigned>(m_Values.size()));
+    return true;
+  }
+  // The header's encoding characters, as the copy puts them: the four bytes behind the name.
+  void setEncodingCharacters(const char* Name) {
+    if (countOfSubField() != 0) m_Values[0] = {Name + 4, 4};
+  }
+
+  unsigned countOfSubField() const { return static_cast<unsigned>(m_Start.size()) - 1; }
+  unsigned countOfSubSubField(unsigned Sub) const { return m_Start[Sub + 1] - m_Start[Sub]; }
+  SGMvalue value(unsigned Sub, unsigned SubSub) const {
+    SGMvalue Value;
+    const Text& Found = m_Values[m_Start[Sub] + SubSub];
+    if (Found.data) Value.set(Found.data, Found.length);
+    return Value;
+  }
+  uint32_t length(unsigned Sub, unsigned SubSub) const { return m_Values[m_Start[Sub] + SubSub].length; }
+  bool subFieldEmpty(unsigned Sub) const { return emptyRange(m_Start[Sub], m_Start[Sub + 1]); }
+  bool allEmpty() const { return emptyRange(0, static_cast<unsigned>(m_Values.size())); }
+
+private:
+  struct Text {
+    const char* data;
+    uint32_t length;
+  };
+  void add(const QVMuntypedMessageTree& Leaf) {
+    if (Leaf.isNull()) m_Values.push_back({nullptr, 0});
+    else m_Values.push_back({Leaf.getValue(), static_cast<uint32_t>(std::strlen(Leaf.getValue()))});
+  }
+  bool emptyRange(unsigned Begin, unsigned End) const {
+    for (unsigned v = Begin; v < End; ++v)
+      if (m_Values[v].length != 0) return false;
+    return true;
+  }
+
+  std::vector<unsigned> m_Start{0};
+  std::vector<Text> m_Values;
+};
+
+// The composite and index whose rules govern sub field `Index`: a sub field typed by a simple
+// composite lends it its one field's rules.
+void QVJrawLeafSource(const QVMcompositeGrammar*& Owner, unsigned& Index) {
+  const QVMcompositeGrammar* Nested = SGCnestedComposite(Owner, Index);
+  if (Nested != nullptr && SGCisFieldNmOrStType(*Nested)) {
+    Owner = Nested;
+    Index = 0;
+  }
+}
+
+// A leaf's length, explicit null and format; a type the checker would refuse counts as a fault.
+bool QVJrawLeafClean(const QVMcompositeGrammar* Owner, unsigned Index, const SGMvalue& Value, bool CompositeIsValid) {
+  if (Owner->fieldIsLengthRestricted(Index) && Value.length() > Owner->fieldMaxLength(Index)) return false;
+  if (Value.length() == 2 && Value.data()[0] == '"' && Value.data()[1] == '"') return true;
+  switch (Owner->fieldDataType(Index)) {
+    case QVMstringType: return true;
+    case QVMintegerType: return SGCvalidInteger(Value);
+    case QVMdoubleType: return SGCvalidDouble(Value);
+    case QVMdateTimeType: {
+      const QVMdateTimeGrammar* Grammar = Owner->fieldDateTimeGrammar(Index);
+      return Grammar == nullptr || SGCvalidDateTime(Value, *Grammar);
+    }
+    case QVMenumerationType: {
+      const QVMenumerationGrammar* Grammar = Owner->fieldEnumerationGrammar(Index);
+      return Grammar == nullptr || Grammar->countOfEnumItem() == 0 || Value.length() == 0 ||
+             Grammar->isValid(Value.view());
+    }
+    case QVMcompositeType: return CompositeIsValid;
+    default: return false;
+  }
+}
+
+bool QVJrawSubFieldClean(const QVJrawField& Field, unsigned Sub, const QVMcompositeGrammar& SubType) {
+  if (Field.subFieldEmpty(Sub)) return true;
+  const unsigned TypeFields = SubType.countOfField();
+  const unsigned Values = Field.countOfSubSubField(Sub);
+  for (unsigned t = 0; t < TypeFields; ++t) {
+    if (t >= Values) {
+      if (SubType.fieldIsRequired(t)) return false;
+      continue;
+    }
+    const SGMvalue Value = Field.value(Sub, t);
+    if (SubType.fieldIsRequired(t) && Value.length() == 0) return false;
+    const QVMcompositeGrammar* Owner = &SubType;
+    unsigned Index = t;
+    QVJrawLeafSource(Owner, Index);
+    if (!QVJrawLeafClean(Owner, Index, Value, true)) return false;
+  }
+  return true;
+}
+
+bool QVJrawFieldClean(const QVJrawField& Field, const QVMcompositeGrammar& FieldType) {
+  if (Field.allEmpty()) return true;
+  if (SGCisFieldNmOrStType(FieldType)) {
+    // A simple composite reads its one value without following nested composites.
+    return Field.countOfSubField() == 0 || QVJrawLeafClean(&FieldType, 0, Field.value(0, 0), false);
+  }
+  const unsigned TypeFields = FieldType.countOfField();
+  const unsigned SubFields = Field.countOfSubField();
+  for (unsigned s = 0; s < TypeFields; ++s) {
+    const bool Required = FieldType.fieldIsRequired(s);
+    if (s >= SubFields) {
+      if (Required) return false;
+      continue;
+    }
+    const bool Empty = Field.length(s, 0) == 0;
+    if (!SGCisFieldLeaf(FieldType, s) && !SGCisFieldNmOrStType(FieldType, s)) {
+      if (Required && Empty && Field.countOfSubSubField(s) < 2) return false;
+      if (const QVMcompositeGrammar* Nested = FieldType.fieldCompositeType(s))
+        if (!QVJrawSubFieldClean(Field, s, *Nested)) return false;
+    } else {
+      if (Required && Empty) return false;
+      const QVMcompositeGrammar* Owner = &FieldType;
+      unsigned Index = s;
+      QVJrawLeafSource(Owner, Index);
+      if (!QVJrawLeafClean(Owner, Index, Field.value(s, 0), false)) return false;
+    }
+  }
+  return true;
+}
+
 }  // namespace
+
+bool QVJuntypedTreeSegmentPassesCheck(const QVMuntypedMessageTree& Tree, const QVMsegmentGrammar& Grammar) {
+  // Kept per thread, as the scratch segment is, so that a warm check allocates nothing.
+  thread_local QVJrawField Field;
+  const unsigned SegmentFields = Tree.countOfSubNode() == 0 ? 0 : Tree.countOfSubNode() - 1;
+  const char* Header = nullptr;
+  if (SegmentFields > 1) {
+    const QVMuntypedMessageTree& Name = *Tree.node(0, 0);
+    if (!Name.isNull() && std::strcmp(Name.getValue(), "MSH") == 0) Header = Name.getValue();
+  }
+  const unsigned GrammarFields = Grammar.countOfField();
+  for (unsigned f = 0; f < SegmentFields; ++f) {
+    const QVMuntypedMessageTree& Node = *Tree.node(f + 1, 0);
+    const unsigned Repeats = Node.countOfRepeat();
+    const bool Checked = f < GrammarFields;
+    if (Checked && Grammar.fieldMaxRepeat(f) < Repeats - 1) return false;
+    const QVMcompositeGrammar* Type = Checked ? Grammar.fieldType(f) : nullptr;
+    for (unsigned r = 0; r < Repeats; ++r) {
+      if (!Field.gather(*Node.getRepeatedNode(r))) return false;
+      if (Header != nullptr && f == 1 && r == 0) Field.setEncodingCharacters(Header);
+      if (r == 0 && Checked && Grammar.isFieldRequired(f)) {
+        const unsigned Subs = Field.countOfSubField();
+        if (Subs == 0 || (Subs == 1 && Field.length(0, 0) == 0)) return false;
+      }
+      if (Type != nullptr && !QVJrawFieldClean(Field, *Type)) return false;
+    }
+  }
+  for (unsigned f = SegmentFields; f < GrammarFields; ++f)
+    if (Grammar.isFieldRequired(f)) return false;
+  return true;
+}
 
 void QVJcopyUntypedTreeToSegment(const QVMuntypedMessageTree& Tree, SGMsegment& Segment) {
   Segment.clear();
@@ -118,6 +306,7 @@ COLstring QVJuntypedTreeSegmentCopyChecked(const QVMparser&, const QVMuntypedMes
 
 void QVJcheckUntypedTreeSegment(const QVMparser& Parser, const QVMuntypedMessageTree& Segment,
                                 const QVMsegmentGrammar& Grammar, const COLstring&) {
+  if (QVJuntypedTreeSegmentPassesCheck(Segment, Grammar)) return;
   SGMsegment& Copy = QVJscratchSegment();
   QVJsegmentOf(Segment, Copy);
   SGCerrorList Errors;

@@ -1,5 +1,6 @@
 // The current parser's strict segment check, lent to the legacy parser: a raw tree segment is
 // copied into an SGMsegment (its values still pointing into the tree), printed or checked there.
+// A segment without faults is vouched for in place and never copied.
 #pragma once
 
 #include "COLstring.h"
@@ -19,6 +20,9 @@ COLstring QVJuntypedTreeSegmentAsString(const QVMparser& Parser, const QVMuntype
 // The text hook for QVJcheckUntypedTreeSegment, which does not read the text: fails where
 // QVJuntypedTreeSegmentAsString would, and neither copies nor prints.
 COLstring QVJuntypedTreeSegmentCopyChecked(const QVMparser& Parser, const QVMuntypedMessageTree& Segment);
+// True where the strict check finds nothing to report, read from the tree without the copy
+// (fast for a clean segment; a faulty one still needs the copy for its report).
+bool QVJuntypedTreeSegmentPassesCheck(const QVMuntypedMessageTree& Segment, const QVMsegmentGrammar& Grammar);
 // Raises the strict-grammar error (code 0x80002003) of the first fault; `Text` is not part of it.
 void QVJcheckUntypedTreeSegment(const QVMparser& Parser, const QVMuntypedMessageTree& Segment,
                                 const QVMsegmentGrammar& Grammar, const COLstring& Text);

@@ -19,67 +19,32 @@ const COLstring kNoLabel;
 int64_t g_TotalNodeCount = 0;  // diagnostic only, not synchronised
 }  // namespace
 
-using QVMuntypedList = std::vector<COLreferencePtr<QVMuntypedMessageTree>>;
+void QVMuntypedMessageTree::Slots::growTo(unsigned Length) {
+  if (nodes.size() < Length) nodes.resize(Length);
+  for (unsigned i = length; i < Length; ++i)
+    if (nodes[i]) nodes[i]->clear();
+  length = Length;
+}
 
-// A list whose length can drop below its storage: the objects past the length are kept for
-// reuse and cleared when the length grows over them again.
-struct QVMuntypedSlots {
-  QVMuntypedList nodes;
-  unsigned length = 0;
+void QVMuntypedMessageTree::Slots::cutTo(unsigned Length) {
+  nodes.resize(Length);
+  length = Length;
+}
 
-  void growTo(unsigned Length) {
-    if (nodes.size() < Length) nodes.resize(Length);
-    for (unsigned i = length; i < Length; ++i)
-      if (nodes[i]) nodes[i]->clear();
-    length = Length;
-  }
-  void cutTo(unsigned Length) {
-    nodes.resize(Length);
-    length = Length;
-  }
-  QVMuntypedMessageTree* filled(unsigned Index) {
-    if (!nodes[Index]) nodes[Index] = new QVMuntypedMessageTree;
-    return nodes[Index].get();
-  }
-};
+QVMuntypedMessageTree* QVMuntypedMessageTree::Slots::filled(unsigned Index) {
+  if (!nodes[Index]) nodes[Index] = new QVMuntypedMessageTree;
+  return nodes[Index].get();
+}
 
-class QVMuntypedMessageTreePrivate {
+// What the root and the segments carry besides their values.
+class QVMuntypedLabelPart {
 public:
-  QVMuntypedMessageTreePrivate() = default;
-  // The own string moves as one heap object, so `value` stays valid.
-  QVMuntypedMessageTreePrivate(QVMuntypedMessageTreePrivate&&) = default;
-  virtual ~QVMuntypedMessageTreePrivate() = default;
-  virtual unsigned type() const { return QVMuntypedMessageTree::eNode; }
-  virtual void clear() {
-    value = nullptr;
-    if (ownString) ownString->clear();
-    repeatNode.length = 0;
-    subNode.length = 0;
-  }
-  virtual void fullClear() {
-    clear();
-    repeatNode.cutTo(0);
-    subNode.cutTo(0);
-  }
-
-  const char* value = nullptr;
-  std::unique_ptr<COLstring> ownString;
-  QVMuntypedSlots repeatNode;
-  QVMuntypedSlots subNode;
-};
-
-class QVMuntypedMessageTreePrivateLabelNode : public QVMuntypedMessageTreePrivate {
-public:
-  explicit QVMuntypedMessageTreePrivateLabelNode(QVMuntypedMessageTreePrivate&& plain)
-      : QVMuntypedMessageTreePrivate(std::move(plain)) {}
-  ~QVMuntypedMessageTreePrivateLabelNode() override {
+  ~QVMuntypedLabelPart() {
     if (buffer) buffer->Release();
   }
-  unsigned type() const override { return QVMuntypedMessageTree::eLabelNode; }
   // A node reused for the next message must not keep what the last one said of its segment;
   // the buffer stays, for the next message's text.
-  void clear() override {
-    QVMuntypedMessageTreePrivate::clear();
+  void clear() {
     segmentGrammar = nullptr;
     hasLabel = false;  // the text stays: the next message mostly gives the same one
     errorCode.clear();
@@ -94,123 +59,107 @@ public:
   std::vector<COLstring> errorDescription;
 };
 
-namespace {
-QVMuntypedMessageTreePrivateLabelNode* asLabel(QVMuntypedMessageTreePrivate* member) {
-  return member->type() == QVMuntypedMessageTree::eLabelNode
-             ? static_cast<QVMuntypedMessageTreePrivateLabelNode*>(member)
-             : nullptr;
-}
-}  // namespace
-
-QVMuntypedMessageTree::QVMuntypedMessageTree() : pMember(new QVMuntypedMessageTreePrivate) { ++g_TotalNodeCount; }
+QVMuntypedMessageTree::QVMuntypedMessageTree() { ++g_TotalNodeCount; }
 
 QVMuntypedMessageTree::~QVMuntypedMessageTree() {
-  delete pMember;
+  delete m_Label;
   --g_TotalNodeCount;
 }
 
 int64_t QVMuntypedMessageTree::totalNodeCount() { return g_TotalNodeCount; }
-unsigned QVMuntypedMessageTree::type() const { return pMember->type(); }
+unsigned QVMuntypedMessageTree::type() const { return m_Label ? eLabelNode : eNode; }
 
-QVMuntypedMessageTreePrivate& QVMuntypedMessageTree::labelMember() {
-  if (pMember->type() != eLabelNode) {
-    QVMuntypedMessageTreePrivate* label = new QVMuntypedMessageTreePrivateLabelNode(std::move(*pMember));
-    delete pMember;
-    pMember = label;
-  }
-  return *pMember;
+QVMuntypedLabelPart& QVMuntypedMessageTree::labelPart() {
+  if (!m_Label) m_Label = new QVMuntypedLabelPart;
+  return *m_Label;
 }
 
 // --- shape
 
 QVMuntypedMessageTree* QVMuntypedMessageTree::node(unsigned SubNode, unsigned Repeat) {
-  QVMuntypedSlots& subs = pMember->subNode;
+  Slots& subs = m_SubNode;
   if (SubNode >= subs.length) subs.growTo(SubNode + 1);
   QVMuntypedMessageTree* sub = subs.filled(SubNode);
   if (Repeat == 0) return sub;
-  QVMuntypedSlots& repeats = sub->pMember->repeatNode;
+  Slots& repeats = sub->m_RepeatNode;
   if (Repeat > repeats.length) repeats.growTo(Repeat);
   return repeats.filled(Repeat - 1);
 }
 
 const QVMuntypedMessageTree* QVMuntypedMessageTree::node(unsigned SubNode, unsigned Repeat) const {
-  QVMuntypedSlots& subs = pMember->subNode;
+  Slots& subs = m_SubNode;
   COL_PRECONDITION_TEXT(SubNode < subs.length, "SubNodeIndex < pMember->subNode().size()");
   QVMuntypedMessageTree* sub = subs.filled(SubNode);
-  COL_PRECONDITION_TEXT(Repeat <= sub->pMember->repeatNode.length,
+  COL_PRECONDITION_TEXT(Repeat <= sub->m_RepeatNode.length,
                         "RepeatNodeIndex <= pMember->subNode()[SubNodeIndex]->pMember->repeatNode().size()");
-  return Repeat == 0 ? sub : sub->pMember->repeatNode.filled(Repeat - 1);
+  return Repeat == 0 ? sub : sub->m_RepeatNode.filled(Repeat - 1);
 }
 
 QVMuntypedMessageTree* QVMuntypedMessageTree::getRepeatedNode(unsigned Index) {
   if (Index == 0) return this;
-  QVMuntypedSlots& repeats = pMember->repeatNode;
+  Slots& repeats = m_RepeatNode;
   if (Index > repeats.length) repeats.growTo(Index);
   return repeats.filled(Index - 1);
 }
 
 const QVMuntypedMessageTree* QVMuntypedMessageTree::getRepeatedNode(unsigned Index) const {
   if (Index == 0) return this;
-  COL_PRECONDITION_TEXT(Index <= pMember->repeatNode.length, "NodeIndex <= pMember->repeatNode().size()");
-  return pMember->repeatNode.filled(Index - 1);
+  COL_PRECONDITION_TEXT(Index <= m_RepeatNode.length, "NodeIndex <= pMember->repeatNode().size()");
+  return m_RepeatNode.filled(Index - 1);
 }
 
 void QVMuntypedMessageTree::insertNode(unsigned SubNode, unsigned Repeat, QVMuntypedMessageTree* Node) {
   node(SubNode, Repeat);
-  if (Repeat == 0) pMember->subNode.nodes[SubNode] = Node;
-  else pMember->subNode.nodes[SubNode]->pMember->repeatNode.nodes[Repeat - 1] = Node;
+  if (Repeat == 0) m_SubNode.nodes[SubNode] = Node;
+  else m_SubNode.nodes[SubNode]->m_RepeatNode.nodes[Repeat - 1] = Node;
 }
 
-void QVMuntypedMessageTree::addNode() { pMember->subNode.growTo(pMember->subNode.length + 1); }
-unsigned QVMuntypedMessageTree::countOfSubNode() const { return pMember->subNode.length; }
-unsigned QVMuntypedMessageTree::countOfRepeat() const { return pMember->repeatNode.length + 1; }
+void QVMuntypedMessageTree::addNode() { m_SubNode.growTo(m_SubNode.length + 1); }
 
 void QVMuntypedMessageTree::setCountOfSubNode(unsigned Count) {
   if (Count > countOfSubNode()) node(Count - 1, 0);
-  else pMember->subNode.cutTo(Count);
+  else m_SubNode.cutTo(Count);
 }
 
 void QVMuntypedMessageTree::cutSubNodesKeeping(unsigned Count) {
-  if (Count < pMember->subNode.length) pMember->subNode.length = Count;
+  if (Count < m_SubNode.length) m_SubNode.length = Count;
 }
 
 void QVMuntypedMessageTree::setCountOfRepeat(unsigned Count) {
   if (Count == 0) throw COLerror("Every field has a minimum on one repeat.", COL_ERROR_PRECONDITION);
   if (Count > countOfRepeat()) getRepeatedNode(Count - 1)->setValue(kEmptyText);
-  else pMember->repeatNode.cutTo(Count - 1);
+  else m_RepeatNode.cutTo(Count - 1);
 }
 
 // --- values
 
-bool QVMuntypedMessageTree::isNull() const { return pMember->value == nullptr; }
-
 void QVMuntypedMessageTree::setNull() {
-  pMember->value = nullptr;
-  if (pMember->ownString) pMember->ownString->clear();
+  m_Value = nullptr;
+  if (m_OwnString) m_OwnString->clear();
 }
 
-void QVMuntypedMessageTree::setValue(const char* Value) { pMember->value = Value; }
+void QVMuntypedMessageTree::setValue(const char* Value) { m_Value = Value; }
 
 void QVMuntypedMessageTree::setStringValue(const COLstring& Value) {
   if (Value.empty()) {
-    pMember->ownString.reset();
-    pMember->value = kEmptyText;
+    m_OwnString.reset();
+    m_Value = kEmptyText;
     return;
   }
-  if (!pMember->ownString) pMember->ownString = std::make_unique<COLstring>();
-  *pMember->ownString = Value;
-  pMember->value = pMember->ownString->c_str();
+  if (!m_OwnString) m_OwnString = std::make_unique<COLstring>();
+  *m_OwnString = Value;
+  m_Value = m_OwnString->c_str();
 }
 
 const char* QVMuntypedMessageTree::getValue() const {
   COL_PRECONDITION(!isNull());
-  return pMember->value;
+  return m_Value;
 }
 
 const char* QVMuntypedMessageTree::getFirstValue() const {
   const QVMuntypedMessageTree* leaf = this;
   while (leaf->countOfSubNode() > 0) leaf = leaf->node(0, 0);
-  return leaf->isNull() ? kEmptyText : leaf->pMember->value;
+  return leaf->isNull() ? kEmptyText : leaf->m_Value;
 }
 
 void QVMuntypedMessageTree::setFirstValue(const COLstring& Value) {
@@ -223,28 +172,28 @@ void QVMuntypedMessageTree::setFirstValue(const COLstring& Value) {
 
 void QVMuntypedMessageTree::setBuffer(COLbuffer* Buffer) {
   COL_PRECONDITION_TEXT(Buffer != nullptr, "pBuffer != NULL");
-  auto* label = static_cast<QVMuntypedMessageTreePrivateLabelNode*>(&labelMember());
+  QVMuntypedLabelPart* label = &labelPart();
   Buffer->AddRef();
   if (label->buffer) label->buffer->Release();
   label->buffer = Buffer;
 }
 
 COLbuffer* QVMuntypedMessageTree::getBuffer() const {
-  auto* label = asLabel(pMember);
+  QVMuntypedLabelPart* label = m_Label;
   return label ? label->buffer : nullptr;
 }
 
 void QVMuntypedMessageTree::setSegment(const QVMsegmentGrammar* Grammar) {
-  static_cast<QVMuntypedMessageTreePrivateLabelNode&>(labelMember()).segmentGrammar = Grammar;
+  labelPart().segmentGrammar = Grammar;
 }
 
 const QVMsegmentGrammar* QVMuntypedMessageTree::segmentGrammar() const {
-  auto* label = asLabel(pMember);
+  QVMuntypedLabelPart* label = m_Label;
   return label ? label->segmentGrammar : nullptr;
 }
 
 void QVMuntypedMessageTree::setLabel(const COLstring& Label) {
-  auto& Member = static_cast<QVMuntypedMessageTreePrivateLabelNode&>(labelMember());
+  QVMuntypedLabelPart& Member = labelPart();
   // A node reused for the next message usually gets the label it had: no copy then.
   if (Member.label.size() != Label.size() || std::memcmp(Member.label.c_str(), Label.c_str(), Label.size()) != 0)
     Member.label = Label;
@@ -252,18 +201,18 @@ void QVMuntypedMessageTree::setLabel(const COLstring& Label) {
 }
 
 const COLstring& QVMuntypedMessageTree::getLabel() const {
-  auto* label = asLabel(pMember);
+  QVMuntypedLabelPart* label = m_Label;
   return label && label->hasLabel ? label->label : kNoLabel;
 }
 
 void QVMuntypedMessageTree::addError(unsigned Code, const COLstring& Description) {
-  auto& label = static_cast<QVMuntypedMessageTreePrivateLabelNode&>(labelMember());
+  QVMuntypedLabelPart& label = labelPart();
   label.errorCode.push_back(Code);
   label.errorDescription.push_back(Description);
 }
 
 void QVMuntypedMessageTree::clearError() {
-  auto* label = asLabel(pMember);
+  QVMuntypedLabelPart* label = m_Label;
   if (!label || (label->errorCode.empty() && label->errorCode.capacity() == 0)) return;
   label->errorCode.clear();
   label->errorDescription.clear();
@@ -274,18 +223,18 @@ void QVMuntypedMessageTree::clearError() {
 }
 
 unsigned QVMuntypedMessageTree::countOfError() const {
-  auto* label = asLabel(pMember);
+  QVMuntypedLabelPart* label = m_Label;
   return label ? static_cast<unsigned>(label->errorCode.size()) : 0;
 }
 
 unsigned QVMuntypedMessageTree::errorCode(unsigned Index) const {
-  auto* label = asLabel(pMember);
+  QVMuntypedLabelPart* label = m_Label;
   if (!label || Index >= label->errorCode.size()) throw COLerror("Node ErrorIndex", COL_ERROR_RESOURCE);
   return label->errorCode[Index];
 }
 
 const COLstring& QVMuntypedMessageTree::errorDescription(unsigned Index) const {
-  auto* label = asLabel(pMember);
+  QVMuntypedLabelPart* label = m_Label;
   if (!label || Index >= label->errorDescription.size()) throw COLerror("Node ErrorIndex", COL_ERROR_RESOURCE);
   return label->errorDescription[Index];
 }
@@ -305,8 +254,19 @@ const QVMuntypedMessageTree* QVMuntypedMessageTree::firstSubNodeWithError(QVMmes
   return nullptr;
 }
 
-void QVMuntypedMessageTree::clear() { pMember->clear(); }
-void QVMuntypedMessageTree::fullClear() { pMember->fullClear(); }
+void QVMuntypedMessageTree::clear() {
+  m_Value = nullptr;
+  if (m_OwnString) m_OwnString->clear();
+  m_RepeatNode.length = 0;
+  m_SubNode.length = 0;
+  if (m_Label) m_Label->clear();
+}
+
+void QVMuntypedMessageTree::fullClear() {
+  clear();
+  m_RepeatNode.cutTo(0);
+  m_SubNode.cutTo(0);
+}
 
 // --- text
 
@@ -315,9 +275,9 @@ void QVMuntypedMessageTree::makeFlatWire(COLstring& Result, const QVMconfig& Con
 }
 
 void QVMuntypedMessageTree::unescapeValues(const SCCescaper& Escaper, bool Strict) {
-  if (!isNull() && pMember->value[0] != '\0') {
-    const char* text = pMember->ownString && !pMember->ownString->empty() ? pMember->ownString->c_str()
-                                                                           : pMember->value;
+  if (!isNull() && m_Value[0] != '\0') {
+    const char* text = m_OwnString && !m_OwnString->empty() ? m_OwnString->c_str()
+                                                                           : m_Value;
     // Only a text with escapes comes back filled; any other keeps pointing where it was.
     COLstring result;
     Escaper.unescapeStringWithSize(result, text, std::strlen(text), Strict);
@@ -332,7 +292,7 @@ void QVMuntypedMessageTree::unescapeValues(const SCCescaper& Escaper, bool Stric
 void QVMuntypedMessageTree::printOn(COLostream& Stream, const COLstring& Indent, const char* Name) const {
   Stream << Indent << (Name ? Name : "") << (getLabel().empty() ? COLstring(" NoLabel ") : getLabel()) << " ";
   if (isNull()) Stream << "<NULL>";
-  else Stream << "'" << pMember->value << "'";
+  else Stream << "'" << m_Value << "'";
   if (countOfError() != 0) {
     Stream << " *ERRORS*: ";
     for (unsigned e = 0; e < countOfError(); ++e) Stream << "'" << errorDescription(e) << "' ";

@@ -2,9 +2,13 @@
 // each sub-node further repeats: repeat 0 is the sub-node itself, repeat r > 0 is entry r - 1
 // of its own repeat list. Values point into a shared buffer (kept on the root by setBuffer)
 // and are copied only when changed. clear() keeps the node objects for the next message.
+// A node holds its value and lists itself, and the counts are read inline: the walks over a
+// tree are the legacy road's hottest code, and each hop used to go through a second object.
 #pragma once
 
 #include <cstdint>
+#include <memory>
+#include <vector>
 
 #include "COLreference.h"
 #include "COLstring.h"
@@ -14,7 +18,7 @@ class COLostream;
 class QVMconfig;
 class QVMmessageNodeAddress;
 class QVMsegmentGrammar;
-class QVMuntypedMessageTreePrivate;
+class QVMuntypedLabelPart;
 class SCCescaper;
 
 class QVMuntypedMessageTree : public COLreference {
@@ -34,15 +38,15 @@ public:
   const QVMuntypedMessageTree* getRepeatedNode(unsigned Index) const;
   void insertNode(unsigned SubNode, unsigned Repeat, QVMuntypedMessageTree* Node);
   void addNode();
-  unsigned countOfSubNode() const;
-  unsigned countOfRepeat() const;
+  unsigned countOfSubNode() const { return m_SubNode.length; }
+  unsigned countOfRepeat() const { return m_RepeatNode.length + 1; }
   void setCountOfSubNode(unsigned Count);
   // Shortens to `Count` sub-nodes and keeps those past it for reuse, as clear() does: for a
   // tree rebuilt every message, where setCountOfSubNode would drop them.
   void cutSubNodesKeeping(unsigned Count);
   void setCountOfRepeat(unsigned Count);
 
-  bool isNull() const;
+  bool isNull() const { return m_Value == nullptr; }
   void setNull();
   // Stores the pointer, no copy: the text must outlive the tree's use of it.
   void setValue(const char* Value);
@@ -78,10 +82,25 @@ public:
   static int64_t totalNodeCount();
 
 private:
-  QVMuntypedMessageTreePrivate& labelMember();
-  QVMuntypedMessageTree* slotNode(unsigned SubNode) const;
+  // A list whose length can drop below its storage: the nodes past the length are kept for
+  // reuse and cleared when the length grows over them again.
+  struct Slots {
+    std::vector<COLreferencePtr<QVMuntypedMessageTree>> nodes;
+    unsigned length = 0;
+    void growTo(unsigned Length);
+    void cutTo(unsigned Length);
+    QVMuntypedMessageTree* filled(unsigned Index);
+  };
 
-  QVMuntypedMessageTreePrivate* pMember;
+  QVMuntypedLabelPart& labelPart();
+
+  const char* m_Value = nullptr;
+  std::unique_ptr<COLstring> m_OwnString;
+  // The const getters fill an empty slot with a node, as the others do.
+  mutable Slots m_RepeatNode;
+  mutable Slots m_SubNode;
+  // Only the root and the segments carry label items; made on the first setter.
+  QVMuntypedLabelPart* m_Label = nullptr;
 };
 
 // Walks `Address` from step `Level`. The non-const form grows the tree and always arrives;
