@@ -223,11 +223,13 @@ function writeDefinition() {
     for (const component of components) writeTextField(w, component);
     w.end('composite');
   }
+  // No element described here repeats: a column holds one value, so a repeat in the data is
+  // refused by the segment check (naming the element) rather than cut to its first value.
   ordered.forEach((segment, id) => vmd.writeSegment(w, id, {
     name: segment.id,
     description: segment.description,
     fields: segment.elements.map((element) => (
-      { name: element.name, maxRepeats: -1, required: false, composite: element.composite || textComposite })),
+      { name: element.name, maxRepeats: 0, required: false, composite: element.composite || textComposite })),
   }));
   vmd.writeMatch(w, transactions.map((t) => t.name));
   vmd.writeTableConfig(w, tables, mapSetName);
