@@ -14,29 +14,6 @@
 inline const std::filesystem::path TSTcorpusDirectory =
     std::filesystem::path(MSGBRIDGE_SOURCE_DIR) / ".." / "shared" / "corpus" / "hl7";
 
-// The messages of a batch file: its batch header and trailer lines dropped, a message begun at
-// each MSH, whatever line ends the file uses (the corpus has batches with CR alone).
-inline std::vector<std::string> TSTbatchMessages(const std::filesystem::path& Path) {
-  std::ifstream In(Path, std::ios::binary);
-  std::stringstream Text;
-  Text << In.rdbuf();
-  std::vector<std::string> Messages;
-  std::string Line;
-  for (char C : Text.str() + "\r") {
-    if (C != '\r' && C != '\n') {
-      Line += C;
-      continue;
-    }
-    if (Line.empty()) continue;
-    const std::string Kind = Line.substr(0, 3);
-    if (Kind == "MSH") Messages.emplace_back();
-    if (Kind != "FHS" && Kind != "BHS" && Kind != "BTS" && Kind != "FTS" && !Messages.empty())
-      Messages.back() += Line + "\r";
-    Line.clear();
-  }
-  return Messages;
-}
-
 // The messages of a log as the tool's readers hand them out; false when no log format is
 // recognised.
 inline bool TSTlogMessages(const std::filesystem::path& Path, std::vector<std::string>& Messages) {
@@ -44,6 +21,18 @@ inline bool TSTlogMessages(const std::filesystem::path& Path, std::vector<std::s
   if (!Reader) return false;
   while (Reader->hasNextMessage()) Messages.push_back(Reader->nextMessage().c_str());
   return true;
+}
+
+// The messages of a batch file as the tool frames them: its batch reader drops the batch
+// header and trailer lines, also for the batches the strict format check does not take (no
+// file header, CR alone between lines), which the tool reads with a note.
+inline std::vector<std::string> TSTbatchMessages(const std::filesystem::path& Path) {
+  std::vector<std::string> Messages;
+  if (TSTlogMessages(Path, Messages)) return Messages;
+  COLstring Note, Why;
+  std::unique_ptr<MLGreader> Reader(MLGfactoryOpenUnrecognised(Path.string().c_str(), Note, Why));
+  while (Reader && Reader->hasNextMessage()) Messages.push_back(Reader->nextMessage().c_str());
+  return Messages;
 }
 
 // MSH-12 read with the message's own field separator; empty when the header is shorter.
