@@ -1,6 +1,7 @@
 #include "SGCmap.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <memory>
 #include <vector>
 
@@ -522,20 +523,40 @@ void SGCmapSetCell(QVMtableInternal& Table, unsigned Column, unsigned Row, const
   }
 }
 
-void SGCexecuteInboundTableEquations(QVMengineInternal& Engine, QVMtableInternal& Table, LAGenvironment& Environment) {
+namespace {
+
+// Whether a table definition has any incoming equation, remembered for the rest of one message:
+// the same definitions come back for every row's sub-tables, and asking each column every time
+// showed in profiles.  Direct-mapped by address; a stamp tells this message's answers apart.
+struct SGCequationMemo {
+  const void* definition = nullptr;
+  uint64_t stamp = 0;
+  bool any = false;
+};
+
+thread_local SGCequationMemo t_EquationMemo[256];
+thread_local uint64_t t_EquationStamp = 0;
+
+bool SGChasIncomingEquation(QVMtableDefinitionInternal& Definition, unsigned Columns) {
+  SGCequationMemo& Memo = t_EquationMemo[(reinterpret_cast<uintptr_t>(&Definition) >> 4) & 255];
+  if (Memo.definition == &Definition && Memo.stamp == t_EquationStamp) return Memo.any;
+  bool Any = false;
+  for (unsigned Column = 0; Column < Columns && !Any; ++Column)
+    Any = Definition.incomingFunction(Column).state() != LANfunction::StateEmpty;
+  Memo = {&Definition, t_EquationStamp, Any};
+  return Any;
+}
+
+void SGCexecuteTableEquations(QVMengineInternal& Engine, QVMtableInternal& Table, LAGenvironment& Environment) {
   if (!Table.isNode()) {
     for (unsigned Row = 0; Row < Table.countOfRow(); ++Row)
       for (unsigned Sub = 0; Sub < Table.countOfRowSubTable(Row); ++Sub)
-        SGCexecuteInboundTableEquations(Engine, Table.rowSubTable(Row, Sub), Environment);
+        SGCexecuteTableEquations(Engine, Table.rowSubTable(Row, Sub), Environment);
     return;
   }
   COL_PRECONDITION_TEXT(Table.tableGrammar() != nullptr, "pTableGrammar");
   if (Table.countOfRow() == 0) return;
-  QVMtableDefinitionInternal& Definition = *Table.tableDefinition();
-  bool Any = false;
-  for (unsigned Column = 0; Column < Table.countOfColumn() && !Any; ++Column)
-    Any = Definition.incomingFunction(Column).state() != LANfunction::StateEmpty;
-  if (!Any) return;
+  if (!SGChasIncomingEquation(*Table.tableDefinition(), Table.countOfColumn())) return;
   // All equations of a row run, then the row goes if one of them asked; the next row takes its index.
   for (unsigned Row = 0; Row < Table.countOfRow();) {
     bool RemoveRow = false;
@@ -546,4 +567,12 @@ void SGCexecuteInboundTableEquations(QVMengineInternal& Engine, QVMtableInternal
     else
       ++Row;
   }
+}
+
+}  // namespace
+
+void SGCexecuteInboundTableEquations(QVMengineInternal& Engine, QVMtableInternal& Table, LAGenvironment& Environment) {
+  // Equations may be edited between messages, never during one.
+  ++t_EquationStamp;
+  SGCexecuteTableEquations(Engine, Table, Environment);
 }
