@@ -188,8 +188,10 @@ thread_local SGCgroupPlan t_GroupPlan;
 
 // The types of the entries of a segment-rooted plan under one rule, kept as the group plan is.
 struct SGCsegmentTypes {
-  const void* plan = nullptr;
+  const QVMtableMapSet* mapSet = nullptr;
   const QVMmessageGrammar* rule = nullptr;
+  // Held here, so that rows after the first skip the map set's shared holder and its lock.
+  std::shared_ptr<const SGCfillPlan> plan;
   std::vector<SGCmapValueType> types;
   std::vector<char> typed;
 };
@@ -284,7 +286,8 @@ void SGCmap(SGCparsed* Root, QVMtableInternal& Table) {
   QVMtableGrammarInternal* Grammar = &Root->rule()->message()->tableGrammar();
   // The plans of the last message may name grammar that has changed or gone since.
   t_GroupPlan.mapSet = nullptr;
-  t_SegmentTypes.plan = nullptr;
+  t_SegmentTypes.mapSet = nullptr;
+  t_SegmentTypes.plan.reset();
   Table.makeEmptyTable(Grammar);
   SGCmapItem(Root, Grammar, Table);
 }
@@ -351,14 +354,15 @@ void SGCmapFillTable(SGCparsed* Parsed, QVMtableGrammarInternal* Grammar, QVMtab
   const QVMtableMapSet* MapSet = SGCmapSetOf(Grammar);
   const unsigned Columns = SGCcolumnCount(Grammar, Table);
   if (SGCparsedSegment* Placed = Parsed->segment()) {
-    const std::shared_ptr<const SGCfillPlan> Plan = SGCplanOf(*MapSet);
     SGCsegmentTypes& Types = t_SegmentTypes;
-    if (Types.plan != Plan.get() || Types.rule != Parsed->rule()) {
-      Types.plan = Plan.get();
+    if (Types.mapSet != MapSet || Types.rule != Parsed->rule()) {
+      Types.plan = SGCplanOf(*MapSet);
+      Types.mapSet = MapSet;
       Types.rule = Parsed->rule();
-      Types.types.resize(Plan->entries.size());
-      Types.typed.assign(Plan->entries.size(), 0);
+      Types.types.resize(Types.plan->entries.size());
+      Types.typed.assign(Types.plan->entries.size(), 0);
     }
+    const SGCfillPlan* Plan = Types.plan.get();
     SGMsegment& Raw = *Placed->segmentPointer();
     const unsigned Fields = std::min<unsigned>(Raw.countOfField(), static_cast<unsigned>(Plan->fieldBegin.size()) - 1);
     for (unsigned Field = 0; Field < Fields; ++Field) {
