@@ -96,12 +96,12 @@ void QVMtableInternal::clear() {
   QVMtableInternalPrivate& member = *pMember;
   member.countOfRow = 0;
   member.countOfColumn = 0;
-  for (auto& tables : member.rowTables) {
-    for (auto& table : tables)
-      if (table->countOfRef() == 1) member.spareTables.push_back(std::move(table));
-    tables.clear();
-    member.spareRows.push_back(std::move(tables));
-  }
+  // Each row keeps its sub-tables, the last row first so that addRow takes them back in order:
+  // a sub-table comes back to the place it had, which a message of the same shape fills alike, so
+  // its storage and its own sub-tables already fit.  Pooled loose, they were dealt to other places
+  // and kept growing new ones on a log of mixed messages.
+  for (auto Row = member.rowTables.rbegin(); Row != member.rowTables.rend(); ++Row)
+    member.spareRows.push_back(std::move(*Row));
   member.rowTables.clear();
   pMember->pTableGrammar = nullptr;
 }
@@ -144,19 +144,30 @@ unsigned QVMtableInternal::addRow() {
     }
     auto& tables = member.rowTables.back();
     const size_t count = member.pTableGrammar->countOfSubGrammar();
+    // Sub-tables beyond this grammar's count go to the loose pool; one still held elsewhere stays
+    // with its holder.
+    for (size_t i = count; i < tables.size(); ++i)
+      if (tables[i]->countOfRef() == 1) member.spareTables.push_back(std::move(tables[i]));
+    if (tables.size() > count) tables.erase(tables.begin() + static_cast<std::ptrdiff_t>(count), tables.end());
     tables.reserve(count);
     for (size_t i = 0; i < count; ++i) {
-      COLreferencePtr<QVMtableInternal> table;
-      if (member.spareTables.empty()) {
-        table = new QVMtableInternal;
-      } else {
-        table = std::move(member.spareTables.back());
-        member.spareTables.pop_back();
+      if (i >= tables.size() || tables[i]->countOfRef() != 1) {
+        COLreferencePtr<QVMtableInternal> table;
+        if (member.spareTables.empty()) {
+          table = new QVMtableInternal;
+        } else {
+          table = std::move(member.spareTables.back());
+          member.spareTables.pop_back();
+        }
+        if (i < tables.size())
+          tables[i] = std::move(table);
+        else
+          tables.push_back(std::move(table));
       }
+      QVMtableInternal* table = tables[i].get();
       table->makeEmptyTable(member.pTableGrammar->subGrammar(i));
       table->setParent(this);
       table->setDefinitionOwner(pMember->definitionOwner.get());
-      tables.push_back(std::move(table));
     }
   }
   return ++pMember->countOfRow - 1;

@@ -231,9 +231,18 @@ void QVMtableXmlFormatter::outputTable(unsigned Indent, QVMtableInternal& Table,
   const std::string_view Prefix = Long ? Definition->tableName().view() : std::string_view();
   const std::string_view Dot = Long ? "." : "";
   const QVMcolumnTags* Tags = Definition ? &QVMtagsOf(*Definition) : nullptr;
+  // The row tag is filtered once per table: later rows and every closing tag copy it from where
+  // the first row's opening tag was written.
+  size_t TagAt = 0, TagLength = 0;
   for (unsigned Row = 0; Row < Table.countOfRow(); ++Row) {
     Out.append(Indent, ' ');
-    appendTag("<", TagFirst, TagDot, TagSecond);
+    if (Row == 0) {
+      TagAt = Out.size();
+      appendTag("<", TagFirst, TagDot, TagSecond);
+      TagLength = Out.size() - TagAt;
+    } else {
+      Out.append(Out, TagAt, TagLength);
+    }
     Out += kNewLine;
     for (unsigned Column = 0; Column < Table.countOfColumn(); ++Column) {
       // Null and invalid cells have no element; an invalid one is told to whoever listens, as
@@ -273,7 +282,10 @@ void QVMtableXmlFormatter::outputTable(unsigned Indent, QVMtableInternal& Table,
     for (unsigned Sub = 0; Sub < Table.countOfRowSubTable(Row); ++Sub)
       outputTable(ColumnIndent, Table.rowSubTable(Row, Sub), LongTags, false);
     Out.append(Indent, ' ');
-    appendTag("</", TagFirst, TagDot, TagSecond);
+    if (TagLength) {
+      Out += "</";
+      Out.append(Out, TagAt + 1, TagLength - 1);
+    }
     Out += kNewLine;
   }
 }

@@ -1,6 +1,7 @@
 #include "SGCmap.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <memory>
 #include <vector>
 
@@ -159,6 +160,99 @@ const SGMvalue* SGCplannedValue(SGMfield& Field, const QVMmessageNodeAddress& Ad
   }
 }
 
+// The columns of a group-rooted table, resolved once per fill rather than once per row: each
+// column's steps copied out of its address, its type, and how many leading steps it shares with
+// the column before it, so that a row walks from the group to a segment once for all the columns
+// that read that segment.  The grammar cannot change while a message is parsed, so the plan is
+// kept per thread, reused while rows of the same table under the same rule come, and dropped at
+// the start of every message.
+struct SGCgroupColumn {
+  unsigned column;
+  unsigned firstStep;  // in SGCgroupPlan::steps, two words (node, repeat) per step
+  unsigned depth;
+  unsigned shared;  // leading steps equal to the previous entry's
+  const QVMmessageNodeAddress* address;
+  bool typed;  // the type is worked out at the first value found, as the cell needs it
+  SGCmapValueType type;
+};
+
+struct SGCgroupPlan {
+  const QVMtableMapSet* mapSet = nullptr;
+  const QVMmessageGrammar* rule = nullptr;
+  unsigned columns = 0;
+  std::vector<SGCgroupColumn> entries;
+  std::vector<uint32_t> steps;
+};
+
+thread_local SGCgroupPlan t_GroupPlan;
+
+// The types of the entries of a segment-rooted plan under one rule, kept as the group plan is.
+struct SGCsegmentTypes {
+  const QVMtableMapSet* mapSet = nullptr;
+  const QVMmessageGrammar* rule = nullptr;
+  // Held here, so that rows after the first skip the map set's shared holder and its lock.
+  std::shared_ptr<const SGCfillPlan> plan;
+  std::vector<SGCmapValueType> types;
+  std::vector<char> typed;
+};
+
+thread_local SGCsegmentTypes t_SegmentTypes;
+
+SGCgroupPlan& SGCgroupPlanOf(const QVMtableMapSet& MapSet, const QVMmessageGrammar* Rule, unsigned Columns) {
+  SGCgroupPlan& Plan = t_GroupPlan;
+  if (Plan.mapSet == &MapSet && Plan.rule == Rule && Plan.columns == Columns) return Plan;
+  Plan.mapSet = &MapSet;
+  Plan.rule = Rule;
+  Plan.columns = Columns;
+  Plan.entries.clear();
+  Plan.steps.clear();
+  const QVMmessageNodeAddress* Previous = nullptr;
+  for (unsigned Column = 0; Column < Columns && Column < MapSet.countOfMap(); ++Column) {
+    const QVMmessageNodeAddress& Address = MapSet.map(Column).nodeAddress();
+    const unsigned Depth = Address.depth();
+    if (Depth == 0) continue;
+    SGCgroupColumn Entry{Column, static_cast<unsigned>(Plan.steps.size()), Depth, 0, &Address, false, {}};
+    for (unsigned Step = 0; Step < Depth; ++Step) {
+      Plan.steps.push_back(Address.nodeIndex(Step));
+      Plan.steps.push_back(Address.repeatIndex(Step));
+    }
+    if (Previous) {
+      const unsigned Common = std::min(Depth, Previous->depth());
+      while (Entry.shared < Common && Address.nodeIndex(Entry.shared) == Previous->nodeIndex(Entry.shared) &&
+             Address.repeatIndex(Entry.shared) == Previous->repeatIndex(Entry.shared))
+        ++Entry.shared;
+    }
+    Plan.entries.push_back(Entry);
+    Previous = &Address;
+  }
+  return Plan;
+}
+
+// Walks the steps from a group row as SGCmapValueFromParsed does until it meets a segment; `At`
+// is the step the segment's field is read at.
+SGMsegment* SGCwalkToSegment(SGCparsed* Parsed, const uint32_t* Steps, unsigned Depth, unsigned& At) {
+  for (At = 0; Parsed; ++At) {
+    if (At >= Depth) return nullptr;
+    COL_PRECONDITION_TEXT(!Parsed->repeats(), "! pParsed->repeats()");
+    if (SGCparsedSegment* Segment = Parsed->segment()) return Segment->segmentPointer();
+    SGCparsedCollection* Group = Parsed->collection();
+    if (!Group) return nullptr;
+    const unsigned Node = Steps[2 * At];
+    const unsigned Repeat = Steps[2 * At + 1];
+    if (Node >= Group->countOfChild()) return nullptr;
+    SGCparsed* Child = Group->child(Node);
+    if (Child->notPresent()) return nullptr;
+    if (SGCparsedRepeats* Repeats = Child->repeats()) {
+      if (Repeat >= Repeats->countOfChild()) return nullptr;
+      Child = Repeats->child(Repeat);
+    } else if (Repeat != 0) {
+      return nullptr;
+    }
+    Parsed = Child;
+  }
+  return nullptr;
+}
+
 unsigned SGCcolumnCount(QVMtableGrammarInternal* Grammar, QVMtableInternal& Table) {
   const size_t Defined = Grammar->table()->countOfColumn();
   const size_t Held = Table.countOfColumn();
@@ -190,6 +284,10 @@ void SGCmap(SGCparsed* Root, QVMtableInternal& Table) {
   COL_PRECONDITION_TEXT(Root != nullptr, "pParsed");
   COL_PRECONDITION_TEXT(!Root->parent(), "! pParsed->parent()");
   QVMtableGrammarInternal* Grammar = &Root->rule()->message()->tableGrammar();
+  // The plans of the last message may name grammar that has changed or gone since.
+  t_GroupPlan.mapSet = nullptr;
+  t_SegmentTypes.mapSet = nullptr;
+  t_SegmentTypes.plan.reset();
   Table.makeEmptyTable(Grammar);
   SGCmapItem(Root, Grammar, Table);
 }
@@ -256,7 +354,15 @@ void SGCmapFillTable(SGCparsed* Parsed, QVMtableGrammarInternal* Grammar, QVMtab
   const QVMtableMapSet* MapSet = SGCmapSetOf(Grammar);
   const unsigned Columns = SGCcolumnCount(Grammar, Table);
   if (SGCparsedSegment* Placed = Parsed->segment()) {
-    const std::shared_ptr<const SGCfillPlan> Plan = SGCplanOf(*MapSet);
+    SGCsegmentTypes& Types = t_SegmentTypes;
+    if (Types.mapSet != MapSet || Types.rule != Parsed->rule()) {
+      Types.plan = SGCplanOf(*MapSet);
+      Types.mapSet = MapSet;
+      Types.rule = Parsed->rule();
+      Types.types.resize(Types.plan->entries.size());
+      Types.typed.assign(Types.plan->entries.size(), 0);
+    }
+    const SGCfillPlan* Plan = Types.plan.get();
     SGMsegment& Raw = *Placed->segmentPointer();
     const unsigned Fields = std::min<unsigned>(Raw.countOfField(), static_cast<unsigned>(Plan->fieldBegin.size()) - 1);
     for (unsigned Field = 0; Field < Fields; ++Field) {
@@ -267,18 +373,38 @@ void SGCmapFillTable(SGCparsed* Parsed, QVMtableGrammarInternal* Grammar, QVMtab
         // The row is new, so its cells are null already: only a value found needs its type.
         const SGMvalue* Value = SGCplannedValue(Raw.field(Field, Planned.repeat), Planned.address);
         if (!Value) continue;
-        SGCmapSetCell(Table, Planned.column, Row, Value, SGCtypeFromRule(Parsed->rule(), Planned.address));
+        if (!Types.typed[Entry]) {
+          Types.types[Entry] = SGCtypeFromRule(Types.rule, Planned.address);
+          Types.typed[Entry] = 1;
+        }
+        SGCmapSetCell(Table, Planned.column, Row, Value, Types.types[Entry]);
       }
     }
     return;
   }
-  for (unsigned Column = 0; Column < Columns && Column < MapSet->countOfMap(); ++Column) {
-    const QVMmessageNodeAddress& Address = MapSet->map(Column).nodeAddress();
-    if (Address.depth() == 0) continue;
+  SGCgroupPlan& Plan = SGCgroupPlanOf(*MapSet, Parsed->rule(), Columns);
+  SGMsegment* Reached = nullptr;  // the segment the last walk met, at step ReachedAt
+  unsigned ReachedAt = 0;
+  for (SGCgroupColumn& Entry : Plan.entries) {
+    const uint32_t* Steps = &Plan.steps[Entry.firstStep];
+    unsigned At = ReachedAt;
+    SGMsegment* Segment = Reached && Entry.shared >= ReachedAt && Entry.depth > ReachedAt
+                              ? Reached
+                              : SGCwalkToSegment(Parsed, Steps, Entry.depth, At);
+    Reached = Segment;
+    ReachedAt = At;
+    if (!Segment) continue;
+    const unsigned Field = Steps[2 * At];
+    const unsigned Repeat = Steps[2 * At + 1];
+    if (Field >= Segment->countOfField() || Repeat >= Segment->countOfFieldRepeat(Field)) continue;
     // The row is new, so its cells are null already: only a value found needs its type.
-    const SGMvalue* Value = SGCmapValueFromParsed(Parsed, Address, 0);
+    const SGMvalue* Value = SGCmapValueFromField(Segment->field(Field, Repeat), *Entry.address, At + 1);
     if (!Value) continue;
-    SGCmapSetCell(Table, Column, Row, Value, SGCtypeFromRule(Parsed->rule(), Address));
+    if (!Entry.typed) {
+      Entry.type = SGCtypeFromRule(Plan.rule, *Entry.address);
+      Entry.typed = true;
+    }
+    SGCmapSetCell(Table, Entry.column, Row, Value, Entry.type);
   }
 }
 
@@ -401,20 +527,40 @@ void SGCmapSetCell(QVMtableInternal& Table, unsigned Column, unsigned Row, const
   }
 }
 
-void SGCexecuteInboundTableEquations(QVMengineInternal& Engine, QVMtableInternal& Table, LAGenvironment& Environment) {
+namespace {
+
+// Whether a table definition has any incoming equation, remembered for the rest of one message:
+// the same definitions come back for every row's sub-tables, and asking each column every time
+// showed in profiles.  Direct-mapped by address; a stamp tells this message's answers apart.
+struct SGCequationMemo {
+  const void* definition = nullptr;
+  uint64_t stamp = 0;
+  bool any = false;
+};
+
+thread_local SGCequationMemo t_EquationMemo[256];
+thread_local uint64_t t_EquationStamp = 0;
+
+bool SGChasIncomingEquation(QVMtableDefinitionInternal& Definition, unsigned Columns) {
+  SGCequationMemo& Memo = t_EquationMemo[(reinterpret_cast<uintptr_t>(&Definition) >> 4) & 255];
+  if (Memo.definition == &Definition && Memo.stamp == t_EquationStamp) return Memo.any;
+  bool Any = false;
+  for (unsigned Column = 0; Column < Columns && !Any; ++Column)
+    Any = Definition.incomingFunction(Column).state() != LANfunction::StateEmpty;
+  Memo = {&Definition, t_EquationStamp, Any};
+  return Any;
+}
+
+void SGCexecuteTableEquations(QVMengineInternal& Engine, QVMtableInternal& Table, LAGenvironment& Environment) {
   if (!Table.isNode()) {
     for (unsigned Row = 0; Row < Table.countOfRow(); ++Row)
       for (unsigned Sub = 0; Sub < Table.countOfRowSubTable(Row); ++Sub)
-        SGCexecuteInboundTableEquations(Engine, Table.rowSubTable(Row, Sub), Environment);
+        SGCexecuteTableEquations(Engine, Table.rowSubTable(Row, Sub), Environment);
     return;
   }
   COL_PRECONDITION_TEXT(Table.tableGrammar() != nullptr, "pTableGrammar");
   if (Table.countOfRow() == 0) return;
-  QVMtableDefinitionInternal& Definition = *Table.tableDefinition();
-  bool Any = false;
-  for (unsigned Column = 0; Column < Table.countOfColumn() && !Any; ++Column)
-    Any = Definition.incomingFunction(Column).state() != LANfunction::StateEmpty;
-  if (!Any) return;
+  if (!SGChasIncomingEquation(*Table.tableDefinition(), Table.countOfColumn())) return;
   // All equations of a row run, then the row goes if one of them asked; the next row takes its index.
   for (unsigned Row = 0; Row < Table.countOfRow();) {
     bool RemoveRow = false;
@@ -425,4 +571,12 @@ void SGCexecuteInboundTableEquations(QVMengineInternal& Engine, QVMtableInternal
     else
       ++Row;
   }
+}
+
+}  // namespace
+
+void SGCexecuteInboundTableEquations(QVMengineInternal& Engine, QVMtableInternal& Table, LAGenvironment& Environment) {
+  // Equations may be edited between messages, never during one.
+  ++t_EquationStamp;
+  SGCexecuteTableEquations(Engine, Table, Environment);
 }
