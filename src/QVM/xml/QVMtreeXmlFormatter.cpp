@@ -401,8 +401,9 @@ void QVMtreeXmlFormatterX12::segmentStep(const QVMtypedMessageTree& Tree, size_t
     // The tag hooks depend on the grammar alone: one tag serves every repeat, and no deeper
     // step writes into this buffer.
     std::string_view FieldTag;
-    for (unsigned Repeat = 0; Repeat < First.countOfRepeat(); ++Repeat) {
-      const QVMtypedMessageTree& Node = *Tree.node(Field, Repeat);
+    const unsigned Repeats = First.countOfRepeat();
+    for (unsigned Repeat = 0; Repeat < Repeats; ++Repeat) {
+      const QVMtypedMessageTree& Node = Repeat == 0 ? First : *Tree.node(Field, Repeat);
       if (Node.countOfSubNode() == 0 && Node.isNull()) continue;
       if (FieldTag.empty()) {
         if (Memo) {
