@@ -232,6 +232,20 @@ void QVMtreeXmlWriter::tag(std::string_view Open, std::string_view Tag) {
 }
 
 void QVMtreeXmlWriter::data(std::string_view Text) {
+  // Most values are printable ASCII without markup: those bytes the filter passes as they are,
+  // so they are appended whole and the filter sees only the rest.
+  bool Plain = true;
+  for (const char C : Text) {
+    const auto Byte = static_cast<unsigned char>(C);
+    if (Byte < 0x20 || Byte >= 0x7F || Byte == '"' || Byte == '\'' || Byte == '<' || Byte == '>' || Byte == '&') {
+      Plain = false;
+      break;
+    }
+  }
+  if (Plain) {
+    out().append(Text);
+    return;
+  }
   try {
     m_Values.write(Text.data(), Text.size());
   } catch (const COLerror& Cause) {
