@@ -232,6 +232,20 @@ void QVMtreeXmlWriter::tag(std::string_view Open, std::string_view Tag) {
 }
 
 void QVMtreeXmlWriter::data(std::string_view Text) {
+  // Most values are printable ASCII without markup: those bytes the filter passes as they are,
+  // so they are appended whole and the filter sees only the rest.
+  bool Plain = true;
+  for (const char C : Text) {
+    const auto Byte = static_cast<unsigned char>(C);
+    if (Byte < 0x20 || Byte >= 0x7F || Byte == '"' || Byte == '\'' || Byte == '<' || Byte == '>' || Byte == '&') {
+      Plain = false;
+      break;
+    }
+  }
+  if (Plain) {
+    out().append(Text);
+    return;
+  }
   try {
     m_Values.write(Text.data(), Text.size());
   } catch (const COLerror& Cause) {
@@ -276,6 +290,7 @@ QVMtreeXmlFormatterX12::QVMfieldTags& QVMtreeXmlFormatterX12::tagsOf(const void*
   QVMfieldTags& Tags = m_FieldTagMemo[Grammar];
   if (Tags.owner.view() != Name.view()) {
     Tags.owner = Name;
+    Tags.self.clear();
     Tags.tags.clear();
   }
   // Room for every field at once: a tag handed out stays where it is while the others are made.
@@ -384,11 +399,14 @@ void QVMtreeXmlFormatterX12::grammarStep(const QVMtypedMessageTree& Tree, size_t
 void QVMtreeXmlFormatterX12::segmentStep(const QVMtypedMessageTree& Tree, size_t Indent,
                                          const QVMsegmentGrammar* Grammar) {
   COL_PRECONDITION_TEXT(Grammar != nullptr, "pSegmentGrammar != NULL");
-  onSegmentTag(Grammar, m_SegmentTag);
-  filterTag(m_SegmentTag.str());
   QVMfieldTags* Memo = m_TagsFollowNames ? &tagsOf(Grammar, Grammar->name(), Grammar->countOfField()) : nullptr;
+  COLstring& SegmentTag = Memo ? Memo->self : m_SegmentTag;
+  if (!Memo || SegmentTag.empty()) {
+    onSegmentTag(Grammar, SegmentTag);
+    filterTag(SegmentTag.str());
+  }
   indent(Indent);
-  openFiltered(m_SegmentTag.view());
+  openFiltered(SegmentTag.view());
   newLine();
   const unsigned Count = std::min<unsigned>(Grammar->countOfField(), Tree.countOfSubNode());
   for (unsigned Field = 0; Field < Count; ++Field) {
@@ -397,8 +415,9 @@ void QVMtreeXmlFormatterX12::segmentStep(const QVMtypedMessageTree& Tree, size_t
     // The tag hooks depend on the grammar alone: one tag serves every repeat, and no deeper
     // step writes into this buffer.
     std::string_view FieldTag;
-    for (unsigned Repeat = 0; Repeat < First.countOfRepeat(); ++Repeat) {
-      const QVMtypedMessageTree& Node = *Tree.node(Field, Repeat);
+    const unsigned Repeats = First.countOfRepeat();
+    for (unsigned Repeat = 0; Repeat < Repeats; ++Repeat) {
+      const QVMtypedMessageTree& Node = Repeat == 0 ? First : *Tree.node(Field, Repeat);
       if (Node.countOfSubNode() == 0 && Node.isNull()) continue;
       if (FieldTag.empty()) {
         if (Memo) {
@@ -423,7 +442,7 @@ void QVMtreeXmlFormatterX12::segmentStep(const QVMtypedMessageTree& Tree, size_t
     }
   }
   indent(Indent);
-  closeFiltered(m_SegmentTag.view());
+  closeFiltered(SegmentTag.view());
   newLine();
 }
 
@@ -444,11 +463,14 @@ void QVMtreeXmlFormatterX12::compositeStep(const QVMtypedMessageTree& Tree, cons
   const bool Flat = Header && Depth <= 0;
   const size_t Inner = Flat ? Indent + 3 : Indent + 6;
   const unsigned Count = std::min<unsigned>(Tree.countOfSubNode(), Grammar->countOfField());
+  QVMfieldTags* Memo = nullptr;
   for (unsigned Index = 0; Index < Count; ++Index) {
     const QVMtypedMessageTree& Node = *Tree.node(Index, 0);
     if ((Node.countOfSubNode() == 0 && Node.isNull()) || Node.isSubTreeEmpty()) continue;
     if (Node.countOfSubNode() == 0) {
-      singleFieldStep(Node, Grammar, Indent + 3, Index);
+      // One look-up of the kept tags for all the leaves of this composite.
+      if (m_TagsFollowNames && !Memo) Memo = &tagsOf(Grammar, Grammar->name(), Grammar->countOfField());
+      singleFieldStep(Node, Grammar, Indent + 3, Index, Memo);
       continue;
     }
     COLstring& FieldTag = tagAt(m_CompositeFieldTags, Level);
@@ -474,11 +496,10 @@ void QVMtreeXmlFormatterX12::compositeStep(const QVMtypedMessageTree& Tree, cons
 }
 
 void QVMtreeXmlFormatterX12::singleFieldStep(const QVMtypedMessageTree& Node, const QVMcompositeGrammar* Grammar,
-                                             size_t Indent, unsigned FieldIndex) {
+                                             size_t Indent, unsigned FieldIndex, QVMfieldTags* Memo) {
   std::string_view Tag;
-  if (m_TagsFollowNames) {
-    Tag = memoTag(tagsOf(Grammar, Grammar->name(), Grammar->countOfField()), FieldIndex,
-                  [&](COLstring& Made) { onCompositeFieldTag(Grammar, FieldIndex, Made); });
+  if (Memo) {
+    Tag = memoTag(*Memo, FieldIndex, [&](COLstring& Made) { onCompositeFieldTag(Grammar, FieldIndex, Made); });
   } else {
     onCompositeFieldTag(Grammar, FieldIndex, m_ComponentTag);
     filterTag(m_ComponentTag.str());

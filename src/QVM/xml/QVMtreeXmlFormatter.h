@@ -129,6 +129,8 @@ private:
   // at the same address, makes them anew.
   struct QVMfieldTags {
     COLstring owner;
+    // A segment's own tag (empty: not made yet).
+    COLstring self;
     std::vector<COLstring> tags;
   };
   QVMfieldTags& tagsOf(const void* Grammar, const COLstring& Name, unsigned CountOfField);
@@ -138,8 +140,9 @@ private:
   void grammarStep(const QVMtypedMessageTree& Tree, size_t Indent, const QVMmessageGrammar& Grammar, bool IsRoot);
   void segmentStep(const QVMtypedMessageTree& Tree, size_t Indent, const QVMsegmentGrammar* Grammar);
   void compositeStep(const QVMtypedMessageTree& Tree, const QVMcompositeGrammar* Grammar, size_t Indent, int Depth);
+  // `Memo`: the kept tags of `Grammar`, when tags follow names.
   void singleFieldStep(const QVMtypedMessageTree& Node, const QVMcompositeGrammar* Grammar, size_t Indent,
-                       unsigned FieldIndex);
+                       unsigned FieldIndex, QVMfieldTags* Memo);
   void valueStep(const QVMtypedMessageTree& Node, const QVMcompositeGrammar* Grammar, unsigned FieldIndex);
 
   // The tag buffer of a nesting level of the walk, kept from message to message so that a

@@ -1,6 +1,6 @@
 #include "QVPcompositeGenerator.h"
 
-#include <cstdio>
+#include <ctime>
 
 #include "COLerror.h"
 #include "COLostream.h"
@@ -32,12 +32,6 @@ void QVPrequiredFrom(const QVMcompositeGrammar& Composite, unsigned First, QVMun
   }
   Stream.flush();
   if (!Missing.empty()) QVPfault(Untyped, QVPfaultRequiredMissing, "Required fields missing: " + Missing, Ok);
-}
-
-void QVPappendNumber(COLstring& Result, const char* Format, int Value) {
-  char Buffer[16];
-  std::snprintf(Buffer, sizeof Buffer, Format, Value);
-  Result += Buffer;
 }
 
 }  // namespace
@@ -164,31 +158,61 @@ void QVPcompositeGenerator::generateLeafGrammar(const QVMtypedMessageTree& Typed
   Untyped.setStringValue(Text);
 }
 
+namespace {
+
+// `Value` as "%0<Width>i" writes it, or "%+0<Width>i" when `Plus`: the width counts the sign.
+char* QVPputNumber(char* At, int Value, int Width, bool Plus = false) {
+  unsigned Magnitude = Value < 0 ? 0u - static_cast<unsigned>(Value) : static_cast<unsigned>(Value);
+  char Digits[12];
+  int Count = 0;
+  do {
+    Digits[Count++] = static_cast<char>('0' + Magnitude % 10);
+    Magnitude /= 10;
+  } while (Magnitude);
+  const bool Sign = Value < 0 || Plus;
+  if (Sign) *At++ = Value < 0 ? '-' : '+';
+  for (int Pad = Width - Count - (Sign ? 1 : 0); Pad > 0; --Pad) *At++ = '0';
+  while (Count) *At++ = Digits[--Count];
+  return At;
+}
+
+}  // namespace
+
 void QVPdateTimeGrammarConvertDateTimeToString(const QVMdateTimeGrammar& Grammar, const COLdateTime& DateTime,
                                                COLstring& Result) {
   Result.clear();
   if (static_cast<double>(DateTime) == 0) return;
-  for (unsigned Item = 0; Item < Grammar.countOfMaskItem(); ++Item) {
-    switch (Grammar.maskItem(Item)) {
-      case QVMdateTimeGrammar::MaskYear: QVPappendNumber(Result, "%04i", DateTime.year()); break;
-      case QVMdateTimeGrammar::MaskMonth: QVPappendNumber(Result, "%02i", DateTime.month()); break;
-      case QVMdateTimeGrammar::MaskDay: QVPappendNumber(Result, "%02i", DateTime.day()); break;
-      case QVMdateTimeGrammar::MaskHour: QVPappendNumber(Result, "%02i", DateTime.hour()); break;
-      case QVMdateTimeGrammar::MaskMinute: QVPappendNumber(Result, "%02i", DateTime.minute()); break;
-      case QVMdateTimeGrammar::MaskSecond: QVPappendNumber(Result, "%02i", DateTime.second()); break;
+  // The calendar fields once for the whole mask: asking the date-time for each of them works the
+  // calendar out again every time. A value without fields takes the accessors, whose raise
+  // names the field asked for.
+  struct tm Fields;
+  const bool Known = DateTime.status() == COLdateTime::valid && _COLTmFromOleDate(DateTime, Fields);
+  std::string& Out = Result.str();
+  char Item[32];
+  for (unsigned Index = 0; Index < Grammar.countOfMaskItem(); ++Index) {
+    char* End = Item;
+    switch (Grammar.maskItem(Index)) {
+      case QVMdateTimeGrammar::MaskYear: End = QVPputNumber(Item, Known ? Fields.tm_year : DateTime.year(), 4); break;
+      case QVMdateTimeGrammar::MaskMonth: End = QVPputNumber(Item, Known ? Fields.tm_mon : DateTime.month(), 2); break;
+      case QVMdateTimeGrammar::MaskDay: End = QVPputNumber(Item, Known ? Fields.tm_mday : DateTime.day(), 2); break;
+      case QVMdateTimeGrammar::MaskHour: End = QVPputNumber(Item, Known ? Fields.tm_hour : DateTime.hour(), 2); break;
+      case QVMdateTimeGrammar::MaskMinute: End = QVPputNumber(Item, Known ? Fields.tm_min : DateTime.minute(), 2); break;
+      case QVMdateTimeGrammar::MaskSecond: End = QVPputNumber(Item, Known ? Fields.tm_sec : DateTime.second(), 2); break;
       case QVMdateTimeGrammar::MaskFraction:
         if (DateTime.secondFraction() > 0 || Grammar.fieldsRequired()) {
           COL_PRECONDITION_TEXT(DateTime.secondFraction() < 1, "DateTime.secondFraction() < 1");
-          Result += '.';
-          QVPappendNumber(Result, "%04i", static_cast<int>(DateTime.secondFraction() * 10000));
+          *End++ = '.';
+          End = QVPputNumber(End, static_cast<int>(DateTime.secondFraction() * 10000), 4);
         }
         break;
       case QVMdateTimeGrammar::MaskTimeZone:
-        QVPappendNumber(Result, "%+03i", DateTime.zone());
-        Result += "00";
+        End = QVPputNumber(Item, DateTime.zone(), 3, true);
+        *End++ = '0';
+        *End++ = '0';
         break;
       default:
         COL_PRECONDITION_TEXT(false, "Unknown date/time mask item");
     }
+    Out.append(Item, End);
   }
 }

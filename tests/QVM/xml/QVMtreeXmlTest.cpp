@@ -1,5 +1,6 @@
 // What of the tree dialects no definition can choose: "EXPANDED 2.4" is reached only through the
 // registry, and reads group paths; a message without identifiers has no "STANDARD" root name.
+// The writers hand values through the XML data filter, escaping and refusing as it does.
 #include <gtest/gtest.h>
 
 #include "COLerror.h"
@@ -58,6 +59,24 @@ TEST_F(QVMtreeXml, StandardNamesItsRootByIdentifiersAndNeedsOne) {
   COLstring Out;
   EXPECT_EQ(TSTraised([&] { Converter->treeInXml(Tree, &Message, Engine->currentConfig(), Out, '.'); }),
             COLerror("XML translation requires at least one message identifier", 0x80000100));
+}
+
+// Values pass the XML data filter: markup and Latin-1 bytes escaped, a control byte refused by name.
+TEST_F(QVMtreeXml, Standard2EscapesMarkupAndLatin1AndRefusesAControlByte) {
+  auto Converter = QVMxmlHl7Converter::getConverter("STANDARD VER 2");
+  Converter->setConfig(&Engine->config());
+  QVMtypedMessageTree Tree;
+  QVMtypedMessageTree& Header = *Tree.makeNodeUpTo(0, 0);
+  Header.makeNodeUpTo(2, 0)->setStringValue("A&B<\xE9'\"> ok");
+  COLstring Out;
+  const auto write = [&] { Converter->treeInXml(Tree, Engine->message(0), Engine->currentConfig(), Out, '.'); };
+  write();
+  EXPECT_NE(Out.str().find("<MSH.3>A&amp;B&lt;\xC3\xA9&apos;&quot;&gt; ok</MSH.3>"), std::string::npos)
+      << Out.c_str();
+  Header.node(2, 0)->setStringValue("A\x01");
+  const COLerror Refused = TSTraised(write);
+  EXPECT_EQ(Refused.description().str().rfind("The value 'A\\x01' cannot be written as XML: ", 0), 0u)
+      << Refused.description().c_str();
 }
 
 }  // namespace

@@ -3,6 +3,8 @@
 // generators record.
 #include <gtest/gtest.h>
 
+#include <cstdio>
+
 #include "COLerror.h"
 #include "QVMcompositeGrammar.h"
 #include "QVMconfig.h"
@@ -72,6 +74,40 @@ TEST(QVPdateTimeText, EveryMaskItemHasItsFormat) {
   EXPECT_EQ(Text.str(), "0703");
   QVPdateTimeGrammarConvertDateTimeToString(fullMask(true), COLdateTime(0.0), Text);
   EXPECT_EQ(Text.str(), "");
+}
+
+// The digits are written by hand: across the calendar, a date-time reads the same as the
+// printf formats make of its accessors, padding, signs and three-digit years included.
+TEST(QVPdateTimeText, TheDigitsMatchThePrintfFormatsAcrossTheCalendar) {
+  const QVMdateTimeGrammar Mask = fullMask(true);
+  COLstring Text;
+  const int Zones[] = {-12, -5, 0, 3, 14};
+  unsigned Checked = 0;
+  for (double Day = COLdateTime::MinimumDate; Day <= COLdateTime::MaximumDate; Day += 3652.77) {
+    COLdateTime Value(Day + 0.73);
+    Value.setZone(static_cast<int16_t>(Zones[Checked % 5]));
+    Value.setSecondFraction(Checked % 3 ? 0.0 : 0.0125 * (Checked % 80));
+    char Expected[64];
+    std::snprintf(Expected, sizeof Expected, "%04i%02i%02i%02i%02i%02i.%04i%+03i00", Value.year(), Value.month(),
+                  Value.day(), Value.hour(), Value.minute(), Value.second(),
+                  static_cast<int>(Value.secondFraction() * 10000), Value.zone());
+    QVPdateTimeGrammarConvertDateTimeToString(Mask, Value, Text);
+    ASSERT_EQ(Text.str(), Expected) << "day " << Day;
+    ++Checked;
+  }
+  EXPECT_GT(Checked, 250u);
+  // Year 100 keeps its leading zero.
+  QVPdateTimeGrammarConvertDateTimeToString(fullMask(false), COLdateTime(100, 1, 2, 0, 0, 0), Text);
+  EXPECT_EQ(Text.str(), "01000102000000+0000");
+}
+
+// A value without calendar fields is refused naming the first field the mask asks for.
+TEST(QVPdateTimeText, AValueWithoutFieldsIsRefusedByItsFirstField) {
+  COLdateTime Value(2024, 3, 7, 9, 5, 4);
+  Value.setStatus(COLdateTime::invalid);
+  COLstring Text;
+  EXPECT_EQ(TSTerrorText([&] { QVPdateTimeGrammarConvertDateTimeToString(fullMask(false), Value, Text); }),
+            "Date time error while extracting year.");
 }
 
 // --- flat text
