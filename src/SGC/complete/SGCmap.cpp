@@ -228,6 +228,17 @@ SGCgroupPlan& SGCgroupPlanOf(const QVMtableMapSet& MapSet, const QVMmessageGramm
   return Plan;
 }
 
+// One step of an address inside a group: child `Node`, occurrence `Repeat` of it when it repeats
+// (only occurrence 0 of one that does not); null when the message has no such place.
+SGCparsed* SGCgroupStep(SGCparsedCollection& Group, unsigned Node, unsigned Repeat) {
+  if (Node >= Group.countOfChild()) return nullptr;
+  SGCparsed* Child = Group.child(Node);
+  if (Child->notPresent()) return nullptr;
+  if (SGCparsedRepeats* Repeats = Child->repeats())
+    return Repeat < Repeats->countOfChild() ? Repeats->child(Repeat) : nullptr;
+  return Repeat == 0 ? Child : nullptr;
+}
+
 // Walks the steps from a group row as SGCmapValueFromParsed does until it meets a segment; `At`
 // is the step the segment's field is read at.
 SGMsegment* SGCwalkToSegment(SGCparsed* Parsed, const uint32_t* Steps, unsigned Depth, unsigned& At) {
@@ -237,18 +248,7 @@ SGMsegment* SGCwalkToSegment(SGCparsed* Parsed, const uint32_t* Steps, unsigned 
     if (SGCparsedSegment* Segment = Parsed->segment()) return Segment->segmentPointer();
     SGCparsedCollection* Group = Parsed->collection();
     if (!Group) return nullptr;
-    const unsigned Node = Steps[2 * At];
-    const unsigned Repeat = Steps[2 * At + 1];
-    if (Node >= Group->countOfChild()) return nullptr;
-    SGCparsed* Child = Group->child(Node);
-    if (Child->notPresent()) return nullptr;
-    if (SGCparsedRepeats* Repeats = Child->repeats()) {
-      if (Repeat >= Repeats->countOfChild()) return nullptr;
-      Child = Repeats->child(Repeat);
-    } else if (Repeat != 0) {
-      return nullptr;
-    }
-    Parsed = Child;
+    Parsed = SGCgroupStep(*Group, Steps[2 * At], Steps[2 * At + 1]);
   }
   return nullptr;
 }
@@ -433,18 +433,7 @@ SGMvalue* SGCmapValueFromParsed(SGCparsed* Parsed, const QVMmessageNodeAddress& 
       return SGCmapValueFromSegment(*Segment->segmentPointer(), Address, Depth);
     SGCparsedCollection* Group = Parsed->collection();
     if (!Group) return nullptr;
-    const unsigned Node = Address.nodeIndex(Depth);
-    const unsigned Repeat = Address.repeatIndex(Depth);
-    if (Node >= Group->countOfChild()) return nullptr;
-    SGCparsed* Child = Group->child(Node);
-    if (Child->notPresent()) return nullptr;
-    if (SGCparsedRepeats* Repeats = Child->repeats()) {
-      if (Repeat >= Repeats->countOfChild()) return nullptr;
-      Child = Repeats->child(Repeat);
-    } else if (Repeat != 0) {
-      return nullptr;
-    }
-    Parsed = Child;
+    Parsed = SGCgroupStep(*Group, Address.nodeIndex(Depth), Address.repeatIndex(Depth));
     ++Depth;
   }
   return nullptr;
