@@ -80,12 +80,15 @@ function componentsOf(code) {
 
 // One composite per data type. A type with components lists them; a primitive gets one
 // component "Value", so that a table column mapped to the field as a whole reads it.
+// Descriptions written here instead of the data set's: GTS is a timing pattern in free text.
+const typeDescriptions = { GTS: 'General Timing Pattern' };
+
 function buildComposites() {
   const codes = Object.keys(data.fields).sort(compareText);
   const composites = new Map();
   for (const code of codes) {
     const components = componentsOf(code);
-    const composite = { name: code, description: plain(data.fields[code].desc), fields: [] };
+    const composite = { name: code, description: typeDescriptions[code] || plain(data.fields[code].desc), fields: [] };
     if (components.length === 0) {
       composite.fields.push({ name: 'Value', maxLength: -1, required: false, restricted: false, type: 'String' });
     } else {
