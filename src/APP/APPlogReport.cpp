@@ -132,7 +132,22 @@ void APPlogReport::UnwrittenValues::skippedSegment(const COLstring& message, con
   m_SkippedTexts.push_back(line);
 }
 
+void APPlogReport::UnwrittenValues::missingRequired(const COLstring& message, const COLstring& grammar,
+                                                   bool isSegment) {
+  COLstring line;
+  COLostream(line) << "message " << m_Number << (message.empty() ? COLstring() : " (" + message + ")")
+                   << ": the required " << (isSegment ? "segment " : "group ") << grammar
+                   << " is not in the message; it is translated without it.";
+  m_MissingTexts.push_back(line);
+}
+
 void APPlogReport::UnwrittenValues::report() {
+  for (const COLstring& text : m_MissingTexts) {
+    m_Report.m_Out << "\nWarning: " << text << newline;
+    ++m_Report.m_Warnings;
+    ++m_Report.m_RequiredMissing;
+  }
+  m_MissingTexts.clear();
   for (const COLstring& text : m_SkippedTexts) {
     m_Report.m_Out << "\nWarning: " << text << newline;
     ++m_Report.m_Warnings;
@@ -159,6 +174,12 @@ bool APPlogReport::summary() {
   if (m_ValuesLost) {
     m_Out << open << COLstring(std::to_string(m_ValuesLost))
           << (m_ValuesLost == 1 ? " value" : " values") << " left out of the XML";
+    open = ", ";
+  }
+  if (m_RequiredMissing) {
+    m_Out << open << COLstring(std::to_string(m_RequiredMissing))
+          << (m_RequiredMissing == 1 ? " required segment or group" : " required segments or groups")
+          << " missing";
     open = ", ";
   }
   if (m_SegmentsSkipped) {

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <exception>
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "COLostream.h"
@@ -46,18 +47,23 @@ public:
 
   // Listens, while it lives, for the values that the XML of message `number` leaves out
   // because they do not fit their column's type, and for the defined segments the parse
-  // skipped, and warns of each one once the message is written.
+  // skipped, and warns of each one once the message is written.  When `lenient`, it also
+  // takes the message's missing required segments and groups, which then do not fail it.
   class UnwrittenValues : public QVMtableXmlUnwrittenValues,
                           public QVMtreeXmlUnreadableValues,
-                          public SGCskippedSegments {
+                          public SGCskippedSegments,
+                          public SGCmissingRequired {
   public:
-    UnwrittenValues(APPlogReport& report, unsigned number)
-        : m_Report(report), m_Number(number), m_Scope(*this), m_TreeScope(*this), m_SkippedScope(*this) {}
+    UnwrittenValues(APPlogReport& report, unsigned number, bool lenient)
+        : m_Report(report), m_Number(number), m_Scope(*this), m_TreeScope(*this), m_SkippedScope(*this) {
+      if (lenient) m_MissingScope.emplace(*this);
+    }
     void unwrittenValue(const QVMtableInternal& table, unsigned column, unsigned row, const COLstring& text) override;
     // A date-time of a tree dialect that its mask could not read.
     void unreadableValue(const COLstring& message, const COLstring& place, const COLstring& text,
                          const COLstring& written) override;
     void skippedSegment(const COLstring& message, const COLstring& segment, unsigned index) override;
+    void missingRequired(const COLstring& message, const COLstring& grammar, bool isSegment) override;
     // The warnings, once the message's file is written.
     void report();
 
@@ -66,9 +72,11 @@ public:
     unsigned m_Number;
     std::vector<COLstring> m_Texts;
     std::vector<COLstring> m_SkippedTexts;
+    std::vector<COLstring> m_MissingTexts;
     QVMtableXmlUnwrittenScope m_Scope;
     QVMtreeXmlUnreadableScope m_TreeScope;
     SGCskippedSegmentsScope m_SkippedScope;
+    std::optional<SGCmissingRequiredScope> m_MissingScope;
   };
 
   // After the last message, before the statistics: a warning if the input was cut short.
@@ -92,5 +100,6 @@ private:
   uint64_t m_HeadersLost = 0;
   uint64_t m_ValuesLost = 0;
   uint64_t m_SegmentsSkipped = 0;
+  uint64_t m_RequiredMissing = 0;
   bool m_CutReported = false;
 };

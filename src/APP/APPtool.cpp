@@ -52,10 +52,14 @@ void installOptions(CMDlineParser& parser) {
   parser.addFlagWithoutArgument("reload", "Reloads the vmd file between messages. Ignored if --release is present.");
   parser.addFlagWithoutArgument("release",
                                 "Releases the engine between messages and reloads the vmd file. Implies --reload.");
-  // Hidden: the usage text stays as it is; the README documents it.
+  // Hidden flags: the usage text stays as it is; the README documents them.
   parser.addFlagWithArgument("scripttimelimit", "seconds",
                              "Stops the run when one script runs longer than this many seconds (0: no limit).");
   parser.hideFlag("scripttimelimit");
+  parser.addFlagWithoutArgument("lenient",
+                                "Translates a message that lacks required segments or groups, with a warning for "
+                                "each one, instead of failing it.");
+  parser.hideFlag("lenient");
 }
 
 unsigned scriptTimeLimit(CMDlineParser& parser) {
@@ -225,6 +229,7 @@ int runTool(int argc, const char* const* argv, COLostream& out, APPengineFactory
   const COLstring outFile = parser.extraArgument(size_t{2});
   const bool release = parser.isFlagPresent("release");
   const bool reload = parser.isFlagPresent("reload");
+  const bool lenient = parser.isFlagPresent("lenient");
 
   refuseOutputOverInput(toxml, toxsd, fromxml, vmdFile, inFile, outFile);
   LANsetScriptTimeLimit(scriptTimeLimit(parser), APPstopOverrunningScript);
@@ -272,7 +277,7 @@ int runTool(int argc, const char* const* argv, COLostream& out, APPengineFactory
     APPlogReport::Guard failure(report, count + 1);
     if (toxml) {
       // Translated before the file is made, so a message that fails leaves no empty file.
-      APPlogReport::UnwrittenValues unwritten(report, count + 1);
+      APPlogReport::UnwrittenValues unwritten(report, count + 1, lenient);
       const COLstring xml = engine->translateMessageToXml(message);
       APPwriteWholeFile(APPxmlFileName(count + 1, xmlDirectory, xmlName), xml);
       unwritten.report();

@@ -214,12 +214,20 @@ unsigned SGCparseStructure(const COLstring& Message, QVMengineInternal& Engine, 
   COL_PRECONDITION(Grammar != nullptr);
   Result.context.errorList().clear();
   if (!Result.context.parse(*Grammar, List)) {
+    SGCmissingRequired* Lenient = SGCmissingRequiredListener();
     for (const auto& Error : Result.context.errorList()) {
       if (!Error->isFatal()) continue;
+      if (Lenient && Error->errorCode() == SGCparsedError::RequiredItemMissing) continue;
       COLerror Report("", COL_ERROR_PRECONDITION);
       SGCparsedErrorPrepareError(Definition.name(), Error.get(), Report);
       throw Report;
     }
+    // Only missing items are left: the listener hears each, and the message goes on without them.
+    for (const auto& Error : Result.context.errorList())
+      if (Error->errorCode() == SGCparsedError::RequiredItemMissing) {
+        const QVMmessageGrammar& Missing = *Error->errorParsed()->rule();
+        Lenient->missingRequired(Definition.name(), Missing.fullGrammarName(), Missing.isNode());
+      }
   }
   // What is left in the list now is what "ignore unknown segments" let pass.
   if (SGCskippedSegmentsHeard())

@@ -7,6 +7,7 @@
 
 namespace {
 thread_local SGCskippedSegments* t_Skipped = nullptr;
+thread_local SGCmissingRequired* t_Missing = nullptr;
 }  // namespace
 
 SGCskippedSegmentsScope::SGCskippedSegmentsScope(SGCskippedSegments& Listener) : m_Previous(t_Skipped) {
@@ -30,3 +31,11 @@ void SGCreportSkippedSegment(const QVMmessageGrammar& Grammar, const COLstring& 
   while (Root->parent()) Root = Root->parent();
   if (Root->message()) SGCreportSkippedSegment(*Root->message(), Segment, Index);
 }
+
+SGCmissingRequiredScope::SGCmissingRequiredScope(SGCmissingRequired& Listener) : m_Previous(t_Missing) {
+  t_Missing = &Listener;
+}
+
+SGCmissingRequiredScope::~SGCmissingRequiredScope() { t_Missing = m_Previous; }
+
+SGCmissingRequired* SGCmissingRequiredListener() { return t_Missing; }

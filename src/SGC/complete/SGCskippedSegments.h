@@ -37,3 +37,30 @@ bool SGCskippedSegmentsHeard();
 void SGCreportSkippedSegment(const QVMmessageDefinitionInternal& Message, const COLstring& Segment, unsigned Index);
 // The same, for a grammar of the message.
 void SGCreportSkippedSegment(const QVMmessageGrammar& Grammar, const COLstring& Segment, unsigned Index);
+
+// Messages that lack a required segment or group.  The parse refuses them, unless a listener of
+// this kind is installed on the thread: then each missing item is told to it and the message goes
+// on without it.  Leniency comes only with a listener, so that nothing is let through unheard.
+// Only the requirement is relaxed: a segment the grammar has no place for, or one repeated more
+// often than allowed, still fails the message.
+class SGCmissingRequired {
+public:
+  virtual ~SGCmissingRequired() = default;
+  // `Grammar` is the segment or group (`IsSegment`) of a message of definition `Message`, by its
+  // full name ("ADT_A01.EVN"), that the message does not have.
+  virtual void missingRequired(const COLstring& Message, const COLstring& Grammar, bool IsSegment) = 0;
+};
+
+class SGCmissingRequiredScope {
+public:
+  explicit SGCmissingRequiredScope(SGCmissingRequired& Listener);
+  ~SGCmissingRequiredScope();
+  SGCmissingRequiredScope(const SGCmissingRequiredScope&) = delete;
+  SGCmissingRequiredScope& operator=(const SGCmissingRequiredScope&) = delete;
+
+private:
+  SGCmissingRequired* m_Previous;
+};
+
+// The listener of the current thread, or null when missing required items fail the message.
+SGCmissingRequired* SGCmissingRequiredListener();
