@@ -132,6 +132,15 @@ void APPlogReport::UnwrittenValues::skippedSegment(const COLstring& message, con
   m_SkippedTexts.push_back(line);
 }
 
+void APPlogReport::UnwrittenValues::unplacedValue(const COLstring& message, const COLstring& place,
+                                                 const COLstring& text, const COLstring& reason) {
+  COLstring line;
+  COLostream(line) << "message " << m_Number << (message.empty() ? COLstring() : " (" + message + ")")
+                   << ": the value '" << APPshownValue(text) << "' of " << place << " has no place in the grammar ("
+                   << reason << ") and is left out of the XML.";
+  m_Texts.push_back(line);
+}
+
 void APPlogReport::UnwrittenValues::missingRequired(const COLstring& message, const COLstring& grammar,
                                                    bool isSegment) {
   COLstring line;

@@ -16,6 +16,7 @@
 #include "QVMtableXmlFormatter.h"
 #include "QVMtreeXmlFormatter.h"
 #include "SGCskippedSegments.h"
+#include "SGCunplacedValues.h"
 
 class APPlogReport {
 public:
@@ -46,16 +47,22 @@ public:
   };
 
   // Listens, while it lives, for the values that the XML of message `number` leaves out
-  // because they do not fit their column's type, and for the defined segments the parse
-  // skipped, and warns of each one once the message is written.  When `lenient`, it also
+  // because they do not fit their column's type or have no place in the grammar, and for the
+  // defined segments the parse skipped, and warns of each one once the message is written.  When `lenient`, it also
   // takes the message's missing required segments and groups, which then do not fail it.
   class UnwrittenValues : public QVMtableXmlUnwrittenValues,
                           public QVMtreeXmlUnreadableValues,
                           public SGCskippedSegments,
+                          public SGCunplacedValues,
                           public SGCmissingRequired {
   public:
     UnwrittenValues(APPlogReport& report, unsigned number, bool lenient)
-        : m_Report(report), m_Number(number), m_Scope(*this), m_TreeScope(*this), m_SkippedScope(*this) {
+        : m_Report(report),
+          m_Number(number),
+          m_Scope(*this),
+          m_TreeScope(*this),
+          m_SkippedScope(*this),
+          m_UnplacedScope(*this) {
       if (lenient) m_MissingScope.emplace(*this);
     }
     void unwrittenValue(const QVMtableInternal& table, unsigned column, unsigned row, const COLstring& text) override;
@@ -64,6 +71,8 @@ public:
                          const COLstring& written) override;
     void skippedSegment(const COLstring& message, const COLstring& segment, unsigned index) override;
     void missingRequired(const COLstring& message, const COLstring& grammar, bool isSegment) override;
+    void unplacedValue(const COLstring& message, const COLstring& place, const COLstring& text,
+                       const COLstring& reason) override;
     // The warnings, once the message's file is written.
     void report();
 
@@ -76,6 +85,7 @@ public:
     QVMtableXmlUnwrittenScope m_Scope;
     QVMtreeXmlUnreadableScope m_TreeScope;
     SGCskippedSegmentsScope m_SkippedScope;
+    SGCunplacedValuesScope m_UnplacedScope;
     std::optional<SGCmissingRequiredScope> m_MissingScope;
   };
 

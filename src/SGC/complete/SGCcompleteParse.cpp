@@ -22,6 +22,7 @@
 #include "SGCmatch.h"
 #include "SGCparsedErrorPrepare.h"
 #include "SGCskippedSegments.h"
+#include "SGCunplacedValues.h"
 #include "SGPparser.h"
 
 namespace {
@@ -239,6 +240,18 @@ unsigned SGCparseStructure(const COLstring& Message, QVMengineInternal& Engine, 
 
 // --- the whole road
 
+namespace {
+
+// The name of the message definition a grammar belongs to.
+const COLstring& SGCmessageName(const QVMmessageGrammar& Grammar) {
+  static const COLstring None;
+  const QVMmessageGrammar* Root = &Grammar;
+  while (Root->parent()) Root = Root->parent();
+  return Root->message() ? Root->message()->name() : None;
+}
+
+}  // namespace
+
 void QVJcheckParsedSegments(QVMengineInternal& Engine, bool Hl7Mode, LAGenvironment& Environment,
                             SGMsegmentList& SegmentList,
                             SGMstringPool& StringPool, SGCparsed* Tree, bool Reject,
@@ -271,6 +284,7 @@ void QVJcheckParsedSegments(QVMengineInternal& Engine, bool Hl7Mode, LAGenvironm
                                    Index, Field, Environment, Grammar->name() + "." + Definition.name());
     }
     SGCcheckAndReport(*Grammar, Segment, Index, Node, Escaper, Hl7Mode, StringPool, Separators, Reject);
+    if (SGCunplacedValuesHeard()) SGCreportUnplacedValues(SGCmessageName(*Node->rule()), Segment, *Grammar);
     if (!Scripts->hasRules) continue;
     for (uint32_t Field = 0; Field < Grammar->countOfField(); ++Field) {
       const QVMsegmentSubField& Definition = *Grammar->field(Field);

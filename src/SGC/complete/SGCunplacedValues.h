@@ -1,0 +1,37 @@
+// Values of a message that its segment grammars have no place for: a field past a segment's last,
+// a repeat of a field that does not repeat (or past its limit), a component past the last of the
+// field's type, a sub-component of a component that has none.  The tables are filled by the
+// grammar, so such a value reaches no cell; a host that listens hears of each one.
+#pragma once
+
+#include "COLstring.h"
+
+class QVMsegmentGrammar;
+class SGMsegment;
+
+class SGCunplacedValues {
+public:
+  virtual ~SGCunplacedValues() = default;
+  // `Place` is where the value stands, as HL7 people write it ("PID-8 (repeat 2)", "OBX-3.7",
+  // "PID-3.2.2"); `Reason` says what the grammar allows there ("PID-8 does not repeat").
+  virtual void unplacedValue(const COLstring& Message, const COLstring& Place, const COLstring& Text,
+                             const COLstring& Reason) = 0;
+};
+
+// Installs `Listener` for the current thread while it lives; the one before comes back after.
+class SGCunplacedValuesScope {
+public:
+  explicit SGCunplacedValuesScope(SGCunplacedValues& Listener);
+  ~SGCunplacedValuesScope();
+  SGCunplacedValuesScope(const SGCunplacedValuesScope&) = delete;
+  SGCunplacedValuesScope& operator=(const SGCunplacedValuesScope&) = delete;
+
+private:
+  SGCunplacedValues* m_Previous;
+};
+
+// Whether anyone listens; the scan costs nothing when no one does.
+bool SGCunplacedValuesHeard();
+
+// Tells the listener of every non-empty value of `Segment` that `Grammar` has no place for.
+void SGCreportUnplacedValues(const COLstring& Message, const SGMsegment& Segment, const QVMsegmentGrammar& Grammar);
