@@ -16,6 +16,7 @@
 #include "QVMuntypedMessageTree.h"
 #include "QVPcheckField.h"
 #include "QVPvalidationRule.h"
+#include "SGCunplacedValues.h"
 
 bool QVMsegmentGrammarMatchSegment(const QVMsegmentGrammar& Grammar, const QVMuntypedMessageTree& Segment) {
   COLstring Value;
@@ -180,6 +181,12 @@ void QVMengineInternalCheckSegments(QVMengineInternal& Engine, const QVMmessageD
       COL_PRECONDITION(AsStringFunction != nullptr);
       const COLstring Text = AsStringFunction(Parser, Segment);
       CheckFunction(Parser, Segment, *Grammar, Text);
+    }
+    if (SGCunplacedValuesHeard()) {
+      // The tree dialects keep every repeat; the table dialects only those a field allows.
+      const QVMxmlFormatType Dialect = static_cast<const QVMengineInternal&>(Engine).config().xmlFormatType();
+      SGCreportUnplacedValues(Definition.name(), Segment, *Grammar,
+                              Dialect != QVMxmlTableShortTags && Dialect != QVMxmlTableLongTags);
     }
     Checker.checkSegment(Engine.LanguageEngine(), Segment, TypedSegmentList, *Grammar, Escaper,
                          RawSegmentList.getBuffer(), Environment);

@@ -17,6 +17,7 @@
 #include "QVMuntypedMessageTree.h"
 #include "QVPparseContext.h"
 #include "QVPvalidationRule.h"
+#include "SGCunplacedValues.h"
 
 void QVPengineInternalParseMessage(QVPparseContext& Context, const COLstring& Message, unsigned& MessageIndex,
                                    QVMtableInternal& Table, QVMsegmentAsStringFunction AsStringFunction,
@@ -60,9 +61,17 @@ unsigned QVPengineInternalStructureMessage(QVPparseContext& Context, const COLst
 
   // Checker 3 types each segment once it has found its place.
   QVMmessageChecker3Hooks Hooks;
+  struct Typing {
+    QVPparseContext& context;
+    const COLstring& message;
+    bool repeatsKept;  // the tree dialects keep every repeat; the table dialects those a field allows
+  } Here{Context, Definition.name(),
+         Config.xmlFormatType() != QVMxmlTableShortTags && Config.xmlFormatType() != QVMxmlTableLongTags};
   // One pointer captured: std::function keeps it without allocating.
-  Hooks.CheckSegment = [&Context](const QVMsegmentGrammar& Grammar, QVMuntypedMessageTree& Segment,
-                                  QVMtypedMessageTree& TypedList) {
+  Hooks.CheckSegment = [&Here](const QVMsegmentGrammar& Grammar, QVMuntypedMessageTree& Segment,
+                               QVMtypedMessageTree& TypedList) {
+    QVPparseContext& Context = Here.context;
+    if (SGCunplacedValuesHeard()) SGCreportUnplacedValues(Here.message, Segment, Grammar, Here.repeatsKept);
     QVMsegmentChecker().checkSegment(Context.schema()->LanguageEngine(), Segment, TypedList, Grammar,
                                      Context.escaper(), Context.rawSegmentList().getBuffer(),
                                      Context.pythonEnvironment());

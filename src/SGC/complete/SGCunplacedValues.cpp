@@ -1,9 +1,11 @@
 #include "SGCunplacedValues.h"
 
 #include <string>
+#include <string_view>
 
 #include "QVMcompositeGrammar.h"
 #include "QVMsegmentGrammar.h"
+#include "QVMuntypedMessageTree.h"
 #include "SGCcompositeShape.h"
 #include "SGMsegmentList.h"
 
@@ -16,15 +18,50 @@ constexpr uint32_t kNoLimit = 0xFFFFFFFFu;
 
 std::string number(uint32_t Value) { return std::to_string(Value); }
 
+// A tokenised segment of the current road, fields counted from 0 as the grammar counts them.
+struct TokenisedSegment {
+  const SGMsegment& segment;
+  uint32_t fields() const { return segment.countOfField(); }
+  uint32_t repeats(uint32_t F) const { return segment.countOfFieldRepeat(F); }
+  uint32_t components(uint32_t F, uint32_t R) const { return segment.field(F, R).countOfSubField(); }
+  uint32_t parts(uint32_t F, uint32_t R, uint32_t C) const { return segment.field(F, R).countOfSubSubField(C); }
+  std::string_view value(uint32_t F, uint32_t R, uint32_t C, uint32_t P) const {
+    return segment.field(F, R).value(C, P).view();
+  }
+};
+
+// A segment of the legacy road's raw tree: its name is sub-node 0, field F is sub-node F + 1, and
+// a node without sub-nodes is one value.
+struct RawSegment {
+  const QVMuntypedMessageTree& segment;
+  const QVMuntypedMessageTree& field(uint32_t F, uint32_t R) const {
+    const QVMuntypedMessageTree& First = *segment.node(F + 1, 0);
+    return R ? *First.getRepeatedNode(R) : First;
+  }
+  static const QVMuntypedMessageTree& part(const QVMuntypedMessageTree& Node, uint32_t Index) {
+    return Node.countOfSubNode() ? *Node.node(Index, 0) : Node;
+  }
+  static uint32_t count(const QVMuntypedMessageTree& Node) { return Node.countOfSubNode() ? Node.countOfSubNode() : 1; }
+  uint32_t fields() const { return segment.countOfSubNode() ? segment.countOfSubNode() - 1 : 0; }
+  uint32_t repeats(uint32_t F) const { return segment.node(F + 1, 0)->countOfRepeat(); }
+  uint32_t components(uint32_t F, uint32_t R) const { return count(field(F, R)); }
+  uint32_t parts(uint32_t F, uint32_t R, uint32_t C) const { return count(part(field(F, R), C)); }
+  std::string_view value(uint32_t F, uint32_t R, uint32_t C, uint32_t P) const {
+    const QVMuntypedMessageTree& Leaf = part(part(field(F, R), C), P);
+    return Leaf.isNull() || Leaf.countOfSubNode() ? std::string_view() : std::string_view(Leaf.getValue());
+  }
+};
+
+template <class Segment>
 class Scan {
 public:
-  Scan(const COLstring& Message, const SGMsegment& Segment)
-      : m_Message(Message), m_Segment(Segment), m_Name(Segment.name().asString().c_str()) {}
+  Scan(const COLstring& Message, const Segment& Values, std::string Name, bool RepeatsKept)
+      : m_Message(Message), m_Values(Values), m_Name(std::move(Name)), m_RepeatsKept(RepeatsKept) {}
 
   void segment(const QVMsegmentGrammar& Grammar) {
     const uint32_t Defined = Grammar.countOfField();
-    for (uint32_t Field = 0; Field < m_Segment.countOfField(); ++Field) {
-      const uint32_t Repeats = m_Segment.countOfFieldRepeat(Field);
+    for (uint32_t Field = 0; Field < m_Values.fields(); ++Field) {
+      const uint32_t Repeats = m_Values.repeats(Field);
       if (Field >= Defined) {
         for (uint32_t Repeat = 0; Repeat < Repeats; ++Repeat)
           wholeRepeat(Field, Repeat, m_Name + " has " + number(Defined) + " fields");
@@ -33,10 +70,10 @@ public:
       const uint32_t Limit = Grammar.fieldMaxRepeat(Field);
       const QVMcompositeGrammar* Type = Grammar.fieldType(Field);
       for (uint32_t Repeat = 0; Repeat < Repeats; ++Repeat) {
-        if (Limit != kNoLimit && Repeat > Limit) {
+        if (!m_RepeatsKept && Limit != kNoLimit && Repeat > Limit) {
           wholeRepeat(Field, Repeat,
-                      fieldPlace(Field) + (Limit == 0 ? " does not repeat" : " repeats at most " + number(Limit + 1) +
-                                                                                   " times"));
+                      fieldPlace(Field) +
+                          (Limit == 0 ? " does not repeat" : " repeats at most " + number(Limit + 1) + " times"));
           continue;
         }
         if (Type) components(Field, Repeat, *Type);
@@ -49,16 +86,16 @@ private:
   static std::string repeat(uint32_t Repeat) { return Repeat ? " (repeat " + number(Repeat + 1) + ")" : ""; }
 
   void components(uint32_t Field, uint32_t Repeat, const QVMcompositeGrammar& Type) {
-    const SGMfield& Value = m_Segment.field(Field, Repeat);
     // A simple type holds one value: what the message splits it into beyond that has no place.
     const uint32_t Count = Type.countOfField();
-    for (uint32_t Component = 0; Component < Value.countOfSubField(); ++Component) {
+    for (uint32_t Component = 0; Component < m_Values.components(Field, Repeat); ++Component) {
       const std::string Here = fieldPlace(Field) + "." + number(Component + 1);
+      const uint32_t Held = m_Values.parts(Field, Repeat, Component);
       if (Component >= Count) {
         const std::string Reason =
             std::string(Type.name().view()) + " has " + number(Count) + (Count == 1 ? " component" : " components");
-        for (uint32_t Part = 0; Part < Value.countOfSubSubField(Component); ++Part)
-          if (heard(Here + repeat(Repeat), Value.value(Component, Part), Reason)) break;
+        for (uint32_t Part = 0; Part < Held; ++Part)
+          if (heard(Here + repeat(Repeat), m_Values.value(Field, Repeat, Component, Part), Reason)) break;
         continue;
       }
       const QVMcompositeGrammar* Nested = SGCnestedComposite(&Type, Component);
@@ -66,29 +103,29 @@ private:
       const std::string Reason =
           Nested ? std::string(Nested->name().view()) + " has " + number(Parts) + (Parts == 1 ? " part" : " parts")
                  : Here + " has no sub-components";
-      for (uint32_t Part = Parts; Part < Value.countOfSubSubField(Component); ++Part)
-        heard(Here + "." + number(Part + 1) + repeat(Repeat), Value.value(Component, Part), Reason);
+      for (uint32_t Part = Parts; Part < Held; ++Part)
+        heard(Here + "." + number(Part + 1) + repeat(Repeat), m_Values.value(Field, Repeat, Component, Part), Reason);
     }
   }
 
   // A repeat as a whole: told once, by its first value that holds anything.
   void wholeRepeat(uint32_t Field, uint32_t Repeat, const std::string& Reason) {
-    const SGMfield& Value = m_Segment.field(Field, Repeat);
-    for (uint32_t Component = 0; Component < Value.countOfSubField(); ++Component)
-      for (uint32_t Part = 0; Part < Value.countOfSubSubField(Component); ++Part)
-        if (heard(fieldPlace(Field) + repeat(Repeat), Value.value(Component, Part), Reason)) return;
+    for (uint32_t Component = 0; Component < m_Values.components(Field, Repeat); ++Component)
+      for (uint32_t Part = 0; Part < m_Values.parts(Field, Repeat, Component); ++Part)
+        if (heard(fieldPlace(Field) + repeat(Repeat), m_Values.value(Field, Repeat, Component, Part), Reason)) return;
   }
 
   // Told if it holds anything; true when told.
-  bool heard(const std::string& Place, const SGMvalue& Value, const std::string& Reason) {
-    if (Value.length() == 0) return false;
-    t_Unplaced->unplacedValue(m_Message, COLstring(Place), Value.asString(), COLstring(Reason));
+  bool heard(const std::string& Place, std::string_view Value, const std::string& Reason) {
+    if (Value.empty()) return false;
+    t_Unplaced->unplacedValue(m_Message, COLstring(Place), COLstring(Value), COLstring(Reason));
     return true;
   }
 
   const COLstring& m_Message;
-  const SGMsegment& m_Segment;
+  const Segment& m_Values;
   std::string m_Name;
+  bool m_RepeatsKept;
 };
 
 }  // namespace
@@ -103,5 +140,13 @@ bool SGCunplacedValuesHeard() { return t_Unplaced != nullptr; }
 
 void SGCreportUnplacedValues(const COLstring& Message, const SGMsegment& Segment, const QVMsegmentGrammar& Grammar) {
   if (!t_Unplaced) return;
-  Scan(Message, Segment).segment(Grammar);
+  const TokenisedSegment Values{Segment};
+  Scan<TokenisedSegment>(Message, Values, std::string(Segment.name().view()), false).segment(Grammar);
+}
+
+void SGCreportUnplacedValues(const COLstring& Message, const QVMuntypedMessageTree& Segment,
+                             const QVMsegmentGrammar& Grammar, bool RepeatsKept) {
+  if (!t_Unplaced) return;
+  const RawSegment Values{Segment};
+  Scan<RawSegment>(Message, Values, std::string(Grammar.name().view()), RepeatsKept).segment(Grammar);
 }

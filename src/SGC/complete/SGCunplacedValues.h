@@ -7,6 +7,7 @@
 #include "COLstring.h"
 
 class QVMsegmentGrammar;
+class QVMuntypedMessageTree;
 class SGMsegment;
 
 class SGCunplacedValues {
@@ -35,3 +36,7 @@ bool SGCunplacedValuesHeard();
 
 // Tells the listener of every non-empty value of `Segment` that `Grammar` has no place for.
 void SGCreportUnplacedValues(const COLstring& Message, const SGMsegment& Segment, const QVMsegmentGrammar& Grammar);
+// The same for a segment of the legacy road's raw tree.  `RepeatsKept`: the road keeps every
+// repeat (the tree dialects do), so only components, parts and fields can be without a place.
+void SGCreportUnplacedValues(const COLstring& Message, const QVMuntypedMessageTree& Segment,
+                             const QVMsegmentGrammar& Grammar, bool RepeatsKept);
