@@ -35,6 +35,8 @@ public:
   QVMtableCell& operator=(QVMtableCell&& other) noexcept;
 
   Kind kind() const { return m_Kind; }
+  // Nothing there and no date-time object that could change that: the state is null.
+  bool isPlainNull() const { return m_Kind == Text && !m_HasDateTime && m_Text.empty(); }
   QVMtableInternalState state() const;
   // The text of the value whatever its kind; none for an invalid cell.
   COLstring getStringValue() const;

@@ -342,6 +342,11 @@ void QVMtableInternal::fixUpDateTime(unsigned Column, unsigned Row) {
   raise(text, COL_ERROR_PRECONDITION);
 }
 
+const QVMtableCell* QVMtableInternal::rowCells(unsigned Row) const {
+  checkRow(Row);
+  return &cell(0, Row);
+}
+
 QVMtableInternalState QVMtableInternal::state(unsigned Column, unsigned Row) {
   checkBoundary(Column, Row);
   fixUpDateTime(Column, Row);

@@ -72,6 +72,9 @@ public:
 
   // --- cell states
   QVMtableInternalState state(unsigned Column, unsigned Row);
+  // The cells of row `Row`, one per column, for a writer that walks them all: the row is checked
+  // once, the columns not at all.
+  const QVMtableCell* rowCells(unsigned Row) const;
   bool isNull(unsigned Column, unsigned Row);
   void setNull(unsigned Column, unsigned Row);
   void setPresentButNull(unsigned Column, unsigned Row);

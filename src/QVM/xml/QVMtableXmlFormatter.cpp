@@ -244,7 +244,11 @@ void QVMtableXmlFormatter::outputTable(unsigned Indent, QVMtableInternal& Table,
       Out.append(Out, TagAt, TagLength);
     }
     Out += kNewLine;
-    for (unsigned Column = 0; Column < Table.countOfColumn(); ++Column) {
+    // Most cells of a wide table hold nothing: those are passed over without the checked reads.
+    const unsigned Columns = Table.countOfColumn();
+    const QVMtableCell* Cells = Columns ? Table.rowCells(Row) : nullptr;
+    for (unsigned Column = 0; Column < Columns; ++Column) {
+      if (Cells[Column].isPlainNull()) continue;
       // Null and invalid cells have no element; an invalid one is told to whoever listens, as
       // the writer is the last to see its text.
       const QVMtableInternalState State = Table.state(Column, Row);
