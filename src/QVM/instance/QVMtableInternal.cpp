@@ -132,7 +132,10 @@ unsigned QVMtableInternal::addRow() {
   if (isNode()) {
     std::vector<QVMtableCell>& cells = pMember->cells;
     const size_t end = static_cast<size_t>(pMember->countOfRow + 1) * pMember->countOfColumn;
-    for (size_t i = end - pMember->countOfColumn; i < end && i < cells.size(); ++i) cells[i].reset();
+    // A row used again: most cells of a wide table were never filled, and writing nothing over
+    // them is most of the cost.
+    for (size_t i = end - pMember->countOfColumn; i < end && i < cells.size(); ++i)
+      if (!cells[i].isPlainNull()) cells[i].reset();
     if (cells.size() < end) cells.resize(end);
   } else {
     QVMtableInternalPrivate& member = *pMember;
