@@ -46,16 +46,7 @@ const XMLiosTagFilterNoDelimiter& QVMtagFilter() {
 
 constexpr std::string_view kNewLine = "\r\n";
 
-thread_local QVMtableXmlUnwrittenValues* t_Unwritten = nullptr;
-
 }  // namespace
-
-QVMtableXmlUnwrittenScope::QVMtableXmlUnwrittenScope(QVMtableXmlUnwrittenValues& Listener)
-    : m_Previous(t_Unwritten) {
-  t_Unwritten = &Listener;
-}
-
-QVMtableXmlUnwrittenScope::~QVMtableXmlUnwrittenScope() { t_Unwritten = m_Previous; }
 
 COLstring QVMtableMessageName(const QVMtableInternal& Table) {
   const QVMtableGrammarInternal* Grammar = Table.tableGrammar();
@@ -254,7 +245,8 @@ void QVMtableXmlFormatter::outputTable(unsigned Indent, QVMtableInternal& Table,
       const QVMtableInternalState State = Table.state(Column, Row);
       if (State == QVMtableStateNull) continue;
       if (State == QVMtableStateInvalid) {
-        if (t_Unwritten) t_Unwritten->unwrittenValue(Table, Column, Row, Table.invalidText(Column, Row));
+        if (QVMtableXmlUnwrittenValues* Listener = QVMtableXmlUnwrittenScope::current())
+          Listener->unwrittenValue(Table, Column, Row, Table.invalidText(Column, Row));
         continue;
       }
       // String cells, the common case, are written from the cell itself without a copy.

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "COLstring.h"
+#include "COLthreadListener.h"
 #include "XMLiosFilter.h"
 
 class QVMtableGrammarInternal;
@@ -30,17 +31,8 @@ public:
   virtual void unwrittenValue(const QVMtableInternal& Table, unsigned Column, unsigned Row, const COLstring& Text) = 0;
 };
 
-// Installs `Listener` for the current thread while it lives; the one before comes back after.
-class QVMtableXmlUnwrittenScope {
-public:
-  explicit QVMtableXmlUnwrittenScope(QVMtableXmlUnwrittenValues& Listener);
-  ~QVMtableXmlUnwrittenScope();
-  QVMtableXmlUnwrittenScope(const QVMtableXmlUnwrittenScope&) = delete;
-  QVMtableXmlUnwrittenScope& operator=(const QVMtableXmlUnwrittenScope&) = delete;
-
-private:
-  QVMtableXmlUnwrittenValues* m_Previous;
-};
+// Installs a listener for the current thread while it lives.
+using QVMtableXmlUnwrittenScope = COLthreadListenerScope<QVMtableXmlUnwrittenValues>;
 
 // The message a table row belongs to, for reports: the name of its root's message, else empty.
 COLstring QVMtableMessageName(const QVMtableInternal& Table);

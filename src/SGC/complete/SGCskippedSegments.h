@@ -5,6 +5,7 @@
 #pragma once
 
 #include "COLstring.h"
+#include "COLthreadListener.h"
 
 class QVMmessageGrammar;
 class QVMmessageDefinitionInternal;
@@ -17,20 +18,11 @@ public:
   virtual void skippedSegment(const COLstring& Message, const COLstring& Segment, unsigned Index) = 0;
 };
 
-// Installs `Listener` for the current thread while it lives; the one before comes back after.
-class SGCskippedSegmentsScope {
-public:
-  explicit SGCskippedSegmentsScope(SGCskippedSegments& Listener);
-  ~SGCskippedSegmentsScope();
-  SGCskippedSegmentsScope(const SGCskippedSegmentsScope&) = delete;
-  SGCskippedSegmentsScope& operator=(const SGCskippedSegmentsScope&) = delete;
-
-private:
-  SGCskippedSegments* m_Previous;
-};
+// Installs a listener for the current thread while it lives.
+using SGCskippedSegmentsScope = COLthreadListenerScope<SGCskippedSegments>;
 
 // Whether anyone listens; the callers look up nothing when no one does.
-bool SGCskippedSegmentsHeard();
+inline bool SGCskippedSegmentsHeard() { return SGCskippedSegmentsScope::current() != nullptr; }
 
 // Tells the listener, if the configuration of `Message` defines a segment `Segment`; segments it
 // does not define (a site's Z segments) are skipped quietly.
@@ -51,16 +43,7 @@ public:
   virtual void missingRequired(const COLstring& Message, const COLstring& Grammar, bool IsSegment) = 0;
 };
 
-class SGCmissingRequiredScope {
-public:
-  explicit SGCmissingRequiredScope(SGCmissingRequired& Listener);
-  ~SGCmissingRequiredScope();
-  SGCmissingRequiredScope(const SGCmissingRequiredScope&) = delete;
-  SGCmissingRequiredScope& operator=(const SGCmissingRequiredScope&) = delete;
-
-private:
-  SGCmissingRequired* m_Previous;
-};
+using SGCmissingRequiredScope = COLthreadListenerScope<SGCmissingRequired>;
 
 // The listener of the current thread, or null when missing required items fail the message.
-SGCmissingRequired* SGCmissingRequiredListener();
+inline SGCmissingRequired* SGCmissingRequiredListener() { return SGCmissingRequiredScope::current(); }

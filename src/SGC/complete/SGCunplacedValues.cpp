@@ -11,8 +11,6 @@
 
 namespace {
 
-thread_local SGCunplacedValues* t_Unplaced = nullptr;
-
 // The limit counts repeats after the first; all bits set is no limit.
 constexpr uint32_t kNoLimit = 0xFFFFFFFFu;
 
@@ -118,7 +116,7 @@ private:
   // Told if it holds anything; true when told.
   bool heard(const std::string& Place, std::string_view Value, const std::string& Reason) {
     if (Value.empty()) return false;
-    t_Unplaced->unplacedValue(m_Message, COLstring(Place), COLstring(Value), COLstring(Reason));
+    SGCunplacedValuesScope::current()->unplacedValue(m_Message, COLstring(Place), COLstring(Value), COLstring(Reason));
     return true;
   }
 
@@ -130,23 +128,15 @@ private:
 
 }  // namespace
 
-SGCunplacedValuesScope::SGCunplacedValuesScope(SGCunplacedValues& Listener) : m_Previous(t_Unplaced) {
-  t_Unplaced = &Listener;
-}
-
-SGCunplacedValuesScope::~SGCunplacedValuesScope() { t_Unplaced = m_Previous; }
-
-bool SGCunplacedValuesHeard() { return t_Unplaced != nullptr; }
-
 void SGCreportUnplacedValues(const COLstring& Message, const SGMsegment& Segment, const QVMsegmentGrammar& Grammar) {
-  if (!t_Unplaced) return;
+  if (!SGCunplacedValuesHeard()) return;
   const TokenisedSegment Values{Segment};
   Scan<TokenisedSegment>(Message, Values, std::string(Segment.name().view()), false).segment(Grammar);
 }
 
 void SGCreportUnplacedValues(const COLstring& Message, const QVMuntypedMessageTree& Segment,
                              const QVMsegmentGrammar& Grammar, bool RepeatsKept) {
-  if (!t_Unplaced) return;
+  if (!SGCunplacedValuesHeard()) return;
   const RawSegment Values{Segment};
   Scan<RawSegment>(Message, Values, std::string(Grammar.name().view()), RepeatsKept).segment(Grammar);
 }

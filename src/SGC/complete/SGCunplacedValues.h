@@ -5,6 +5,7 @@
 #pragma once
 
 #include "COLstring.h"
+#include "COLthreadListener.h"
 
 class QVMsegmentGrammar;
 class QVMuntypedMessageTree;
@@ -19,20 +20,11 @@ public:
                              const COLstring& Reason) = 0;
 };
 
-// Installs `Listener` for the current thread while it lives; the one before comes back after.
-class SGCunplacedValuesScope {
-public:
-  explicit SGCunplacedValuesScope(SGCunplacedValues& Listener);
-  ~SGCunplacedValuesScope();
-  SGCunplacedValuesScope(const SGCunplacedValuesScope&) = delete;
-  SGCunplacedValuesScope& operator=(const SGCunplacedValuesScope&) = delete;
-
-private:
-  SGCunplacedValues* m_Previous;
-};
+// Installs a listener for the current thread while it lives.
+using SGCunplacedValuesScope = COLthreadListenerScope<SGCunplacedValues>;
 
 // Whether anyone listens; the scan costs nothing when no one does.
-bool SGCunplacedValuesHeard();
+inline bool SGCunplacedValuesHeard() { return SGCunplacedValuesScope::current() != nullptr; }
 
 // Tells the listener of every non-empty value of `Segment` that `Grammar` has no place for.
 void SGCreportUnplacedValues(const COLstring& Message, const SGMsegment& Segment, const QVMsegmentGrammar& Grammar);
