@@ -118,6 +118,7 @@ private:
   bool topLevelPathHolds(QVMmessageGrammar* G, QVMtypedMessageTree* N, const Path& Address, bool OpenedRepeat,
                          unsigned Depth) const;
   bool checkTransitionPath(const QVMmessageGrammar* G, const Path& Address) const;
+  bool missingAllowed(const QVMmessageGrammar& Grammar) const;
   void checkRequired(const QVMmessageGrammar& Grammar, const QVMtypedMessageTree* Tree, bool Required);
   void addUnfilteredTypedSegment(const QVMsegmentGrammar& Grammar, QVMuntypedMessageTree& Raw);
   void listenTo(const QVMsegmentGrammar& Grammar);

@@ -11,6 +11,7 @@
 #include "QVMuntypedMessageTree.h"
 #include "QVPsituationalRule.h"
 #include "SGCparsedErrorPrepare.h"
+#include "QVMmessageDefinitionInternal.h"
 #include "SGCskippedSegments.h"
 
 COLstring QVMmessageCheckerRootName(const QVMmessageGrammar& Grammar);
@@ -321,7 +322,7 @@ bool QVMmessageChecker3::findSegment(QVMmessageGrammar* G, Path& Address, QVMunt
       ++I;
       continue;
     }
-    const bool RequiredHereToo = !Sub->isOptional() && (Required || present(N));
+    const bool RequiredHereToo = !Sub->isOptional() && (Required || present(N)) && !missingAllowed(*Sub);
     if (leafHits(*Sub, Raw)) {
       if (findInLeaf(G, Address, N, I, FirstRequired, Node, OpenedRepeat, Depth)) return true;
       if (present(Node) || !Ordered) {
@@ -433,6 +434,12 @@ bool QVMmessageChecker3::checkTransitionPath(const QVMmessageGrammar* G, const P
   return true;
 }
 
+// A host that listens for missing required segments takes the message without them; a group a
+// situational rule made required still fails, so that the rule's own error code runs.
+bool QVMmessageChecker3::missingAllowed(const QVMmessageGrammar& Grammar) const {
+  return SGCmissingRequiredListener() != nullptr && affectedStateOf(&Grammar) == nullptr;
+}
+
 void QVMmessageChecker3::checkRequired(const QVMmessageGrammar& Grammar, const QVMtypedMessageTree* Tree,
                                        bool Required) {
   for (unsigned Index = 0; Index < Grammar.countOfSubGrammar(); ++Index) {
@@ -441,6 +448,12 @@ void QVMmessageChecker3::checkRequired(const QVMmessageGrammar& Grammar, const Q
         (Tree && Index < Tree->countOfSubNode()) ? Tree->node(Index, 0) : nullptr;
     if (Sub.isNode()) {
       if (Sub.isOptional() || !Required || present(First)) continue;
+      if (missingAllowed(Sub)) {
+        const QVMmessageDefinitionInternal* Message = pMessageGrammar->message();
+        SGCmissingRequiredListener()->missingRequired(Message ? Message->name() : COLstring(), Sub.fullGrammarName(),
+                                                      true);
+        continue;
+      }
       LastErredSubGrammar = &Sub;
       COLerror Error("Required segment " + Sub.grammarName() +
                          " was expected but not found at the position specified in the message grammar " +

@@ -6,7 +6,8 @@
 //   grammar          replaces its grammar: a line per item, two blanks of indent per level; a
 //                    segment name, or any other name for a group, then flags: ? optional,
 //                    * repeating, ~ unordered, max=N
-//   check MODE       tolerant, 2 or 3, and "lenient" for the definition's ignoreUnknownSegments
+//   check MODE       tolerant, 2 or 3, and "lenient" for the definition's ignoreUnknownSegments;
+//                    "missing" listens for missing required segments ("missing NAME" below the tree)
 //   segments         the message: "|" between fields, one segment a line (fields are typed as text)
 //   situational      "SEG requires PATH [raises|passes]": a situational rule on segment SEG makes
 //                    the grammar at PATH (names joined by "/") required as SEG is typed; its
@@ -18,6 +19,7 @@
 // the checker left out, N counted from 1.
 #include <gtest/gtest.h>
 
+#include <optional>
 #include <sstream>
 
 #include "ANTengine.h"
@@ -61,7 +63,7 @@ QVMmessageGrammar* grammarAt(QVMmessageGrammar* Grammar, const std::string& Path
   return Grammar;
 }
 
-class Runner : public SGCskippedSegments {
+class Runner : public SGCskippedSegments, public SGCmissingRequired {
 public:
   explicit Runner(const TSTdataCase& Case) : Case(Case) {
     ANTloadEngine(TSTreadFile(std::string(MSGBRIDGE_SOURCE_DIR) + "/" + Case.argument("definition")), Engine,
@@ -87,6 +89,8 @@ public:
         throw COLerror("the on-error script raised", 0x80002006);
     };
     SGCskippedSegmentsScope Listening(*this);
+    std::optional<SGCmissingRequiredScope> Missing;
+    if (Mode.find("missing") != std::string::npos) Missing.emplace(*this);
     try {
       if (Mode[0] != '3')
         for (unsigned Index = 0; Index < Raw.countOfSubNode(); ++Index) typeSegment(nullptr, *Raw.node(Index, 0), Typed);
@@ -103,6 +107,10 @@ public:
       for (const std::string& Path : split(Case.text("watch"), '\n'))
         Out += Path + " optional=" + std::to_string(grammarAt(Message->messageGrammar(), Path)->isOptional()) + "\n";
     return Out;
+  }
+
+  void missingRequired(const COLstring&, const COLstring& Grammar, bool) override {
+    Skipped += "missing " + Grammar.str() + "\n";
   }
 
   void skippedSegment(const COLstring&, const COLstring& Segment, unsigned Index) override {
