@@ -43,8 +43,9 @@ void QVMappendNumber(std::string& Out, unsigned long long Number) {
 // no composite.
 const QVMdateTimeGrammar* QVMdateTimeGrammarOf(const QVMcompositeGrammar* Grammar, unsigned FieldIndex) {
   for (unsigned Depth = 0; Grammar && FieldIndex < Grammar->countOfField() && Depth < 64; ++Depth) {
-    if (Grammar->fieldDataType(FieldIndex) != QVMcompositeType) return Grammar->fieldDateTimeGrammar(FieldIndex);
-    Grammar = Grammar->fieldCompositeType(FieldIndex);
+    const QVMcompositeSubField& Field = *Grammar->field(FieldIndex);
+    if (Field.dataType() != QVMcompositeType) return Grammar->fieldDateTimeGrammar(FieldIndex);
+    Grammar = Field.compositeType();
     FieldIndex = 0;
   }
   return nullptr;
@@ -415,6 +416,7 @@ void QVMtreeXmlFormatterX12::segmentStep(const QVMtypedMessageTree& Tree, size_t
     // The tag hooks depend on the grammar alone: one tag serves every repeat, and no deeper
     // step writes into this buffer.
     std::string_view FieldTag;
+    const QVMcompositeGrammar* Type = nullptr;
     const unsigned Repeats = First.countOfRepeat();
     for (unsigned Repeat = 0; Repeat < Repeats; ++Repeat) {
       const QVMtypedMessageTree& Node = Repeat == 0 ? First : *Tree.node(Field, Repeat);
@@ -427,15 +429,16 @@ void QVMtreeXmlFormatterX12::segmentStep(const QVMtypedMessageTree& Tree, size_t
           filterTag(m_FieldTag.str());
           FieldTag = m_FieldTag.view();
         }
+        Type = Grammar->fieldType(Field);
       }
       indent(Indent + 3);
       openFiltered(FieldTag);
       if (Node.countOfSubNode() > 0) {
         newLine();
-        compositeStep(Node, Grammar->fieldType(Field), Indent + 6, 1);
+        compositeStep(Node, Type, Indent + 6, 1);
         indent(Indent + 3);
       } else {
-        valueStep(Node, Grammar->fieldType(Field), 0);
+        valueStep(Node, Type, 0);
       }
       closeFiltered(FieldTag);
       newLine();
@@ -505,8 +508,8 @@ void QVMtreeXmlFormatterX12::singleFieldStep(const QVMtypedMessageTree& Node, co
     filterTag(m_ComponentTag.str());
     Tag = m_ComponentTag.view();
   }
-  const QVMcompositeGrammar* Type =
-      Grammar->fieldDataType(FieldIndex) == QVMcompositeType ? Grammar->fieldCompositeType(FieldIndex) : nullptr;
+  const QVMcompositeSubField& Field = *Grammar->field(FieldIndex);
+  const QVMcompositeGrammar* Type = Field.dataType() == QVMcompositeType ? Field.compositeType() : nullptr;
   if (onOutputCompositeHeaderTag() && Type && Type->countOfField() > 1) {
     // A lone value where a composite of several parts belongs: framed by the composite's element.
     COLstring& CompositeTag = m_FramingTag;
