@@ -239,9 +239,16 @@ bool QVJuntypedTreeSegmentPassesCheck(const QVMuntypedMessageTree& Tree, const Q
     const bool Checked = f < GrammarFields;
     // The grammar is asked only what the field's shape leaves open: most fields come once.
     if (Checked && Repeats > 1 && Grammar.fieldMaxRepeat(f) < Repeats - 1) return false;
-    const QVMcompositeGrammar* Type = Checked ? Grammar.fieldType(f) : nullptr;
+    const QVMcompositeGrammar* Type = nullptr;
     for (unsigned r = 0; r < Repeats; ++r) {
-      if (!Field.gather(r == 0 ? Node : *Node.getRepeatedNode(r))) return false;
+      const QVMuntypedMessageTree& Occurrence = r == 0 ? Node : *Node.getRepeatedNode(r);
+      if (Occurrence.countOfSubNode() == 0 && Occurrence.isNull()) {
+        // Most fields of a segment are absent: nothing to gather, and only a required one fails.
+        if (r == 0 && Checked && Grammar.isFieldRequired(f)) return false;
+        continue;
+      }
+      if (!Field.gather(Occurrence)) return false;
+      if (Checked && Type == nullptr) Type = Grammar.fieldType(f);
       if (Header != nullptr && f == 1 && r == 0) Field.setEncodingCharacters(Header);
       if (r == 0 && Checked) {
         const unsigned Subs = Field.countOfSubField();

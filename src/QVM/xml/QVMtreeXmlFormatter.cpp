@@ -1,8 +1,11 @@
 #include "QVMtreeXmlFormatter.h"
 
+#include <algorithm>
 #include <cctype>
 #include <charconv>
+#include <cstdint>
 #include <cstdio>
+#include <cstring>
 #include <utility>
 #include <vector>
 
@@ -216,6 +219,34 @@ void QVMtreeXmlWriter::filtered(std::string_view Open, std::string_view Tag) {
   Out += '>';
 }
 
+void QVMtreeXmlWriter::filteredLine(size_t Indent, std::string_view Open, std::string_view Tag, bool Break) {
+  // Composed on the stack and appended once: a document is mostly such lines, and one append
+  // costs what each of its pieces would.
+  char Line[256];
+  const size_t Size = Indent + (Tag.empty() ? 0 : Open.size() + Tag.size() + 1) + (Break ? 2 : 0);
+  if (Size > sizeof Line) {
+    indent(Indent);
+    filtered(Open, Tag);
+    if (Break) newLine();
+    return;
+  }
+  char* At = Line;
+  std::memset(At, ' ', Indent);
+  At += Indent;
+  if (!Tag.empty()) {
+    std::memcpy(At, Open.data(), Open.size());
+    At += Open.size();
+    std::memcpy(At, Tag.data(), Tag.size());
+    At += Tag.size();
+    *At++ = '>';
+  }
+  if (Break) {
+    *At++ = '\r';
+    *At++ = '\n';
+  }
+  out().append(Line, static_cast<size_t>(At - Line));
+}
+
 void QVMtreeXmlWriter::tag(std::string_view Open, std::string_view Tag) {
   // Filtered straight into the document, the commonest output of all: no copy in between.
   std::string& Out = out();
@@ -288,7 +319,13 @@ void QVMtreeXmlWriter::declarationAndRoot(std::string_view Root, const QVMconfig
 
 QVMtreeXmlFormatterX12::QVMfieldTags& QVMtreeXmlFormatterX12::tagsOf(const void* Grammar, const COLstring& Name,
                                                                       unsigned CountOfField) {
-  QVMfieldTags& Tags = m_FieldTagMemo[Grammar];
+  QVMfieldTagSlot& Slot = slotOf(Grammar);
+  if (Slot.tags == nullptr) {
+    m_FieldTagStore.push_back(std::make_unique<QVMfieldTags>());
+    Slot.grammar = Grammar;
+    Slot.tags = m_FieldTagStore.back().get();
+  }
+  QVMfieldTags& Tags = *Slot.tags;
   if (Tags.owner.view() != Name.view()) {
     Tags.owner = Name;
     Tags.self.clear();
@@ -297,6 +334,21 @@ QVMtreeXmlFormatterX12::QVMfieldTags& QVMtreeXmlFormatterX12::tagsOf(const void*
   // Room for every field at once: a tag handed out stays where it is while the others are made.
   if (Tags.tags.size() < CountOfField) Tags.tags.resize(CountOfField);
   return Tags;
+}
+
+QVMtreeXmlFormatterX12::QVMfieldTagSlot& QVMtreeXmlFormatterX12::slotOf(const void* Grammar) {
+  // Kept at most half full, so that a probe ends soon on a free slot.
+  if (2 * (m_FieldTagStore.size() + 1) > m_FieldTagSlots.size()) {
+    std::vector<QVMfieldTagSlot> Old(std::max<size_t>(64, 2 * m_FieldTagSlots.size()));
+    Old.swap(m_FieldTagSlots);
+    m_FieldTagShift = 64 - static_cast<unsigned>(__builtin_ctzll(m_FieldTagSlots.size()));
+    for (const QVMfieldTagSlot& Kept : Old)
+      if (Kept.tags != nullptr) slotOf(Kept.grammar) = Kept;
+  }
+  const size_t Mask = m_FieldTagSlots.size() - 1;
+  size_t At = static_cast<size_t>((reinterpret_cast<uintptr_t>(Grammar) * 0x9E3779B97F4A7C15ull) >> m_FieldTagShift);
+  while (m_FieldTagSlots[At].tags != nullptr && m_FieldTagSlots[At].grammar != Grammar) At = (At + 1) & Mask;
+  return m_FieldTagSlots[At];
 }
 
 template <class Make>
@@ -378,9 +430,7 @@ void QVMtreeXmlFormatterX12::grammarStep(const QVMtypedMessageTree& Tree, size_t
   filterTag(Tag.str());
   if (Tree.isSubTreeEmpty()) return;
   if (!IsRoot) {
-    indent(Indent);
-    openFiltered(Tag.view());
-    newLine();
+    filteredLine(Indent, "<", Tag.view(), true);
   }
   const size_t Count = std::min<size_t>(Grammar.countOfSubGrammar(), Tree.countOfSubNode());
   for (unsigned Index = 0; Index < Count; ++Index) {
@@ -391,9 +441,7 @@ void QVMtreeXmlFormatterX12::grammarStep(const QVMtypedMessageTree& Tree, size_t
   if (!IsRoot) {
     // Deeper groups have buffers of their own, so the tag is still this group's; the list of
     // buffers may have grown meanwhile, so it is looked up again.
-    indent(Indent);
-    closeFiltered(tagAt(m_GroupTags, Indent / 2).view());
-    newLine();
+    filteredLine(Indent, "</", tagAt(m_GroupTags, Indent / 2).view(), true);
   }
 }
 
@@ -406,9 +454,7 @@ void QVMtreeXmlFormatterX12::segmentStep(const QVMtypedMessageTree& Tree, size_t
     onSegmentTag(Grammar, SegmentTag);
     filterTag(SegmentTag.str());
   }
-  indent(Indent);
-  openFiltered(SegmentTag.view());
-  newLine();
+  filteredLine(Indent, "<", SegmentTag.view(), true);
   const unsigned Count = std::min<unsigned>(Grammar->countOfField(), Tree.countOfSubNode());
   for (unsigned Field = 0; Field < Count; ++Field) {
     const QVMtypedMessageTree& First = *Tree.node(Field, 0);
@@ -431,8 +477,7 @@ void QVMtreeXmlFormatterX12::segmentStep(const QVMtypedMessageTree& Tree, size_t
         }
         Type = Grammar->fieldType(Field);
       }
-      indent(Indent + 3);
-      openFiltered(FieldTag);
+      filteredLine(Indent + 3, "<", FieldTag, false);
       if (Node.countOfSubNode() > 0) {
         newLine();
         compositeStep(Node, Type, Indent + 6, 1);
@@ -440,13 +485,10 @@ void QVMtreeXmlFormatterX12::segmentStep(const QVMtypedMessageTree& Tree, size_t
       } else {
         valueStep(Node, Type, 0);
       }
-      closeFiltered(FieldTag);
-      newLine();
+      filteredLine(0, "</", FieldTag, true);
     }
   }
-  indent(Indent);
-  closeFiltered(SegmentTag.view());
-  newLine();
+  filteredLine(Indent, "</", SegmentTag.view(), true);
 }
 
 void QVMtreeXmlFormatterX12::compositeStep(const QVMtypedMessageTree& Tree, const QVMcompositeGrammar* Grammar,
@@ -459,9 +501,7 @@ void QVMtreeXmlFormatterX12::compositeStep(const QVMtypedMessageTree& Tree, cons
   onCompositeTag(Grammar, CompositeTag);
   filterTag(CompositeTag.str());
   if (Header) {
-    indent(Indent);
-    openFiltered(CompositeTag.view());
-    newLine();
+    filteredLine(Indent, "<", CompositeTag.view(), true);
   }
   const bool Flat = Header && Depth <= 0;
   const size_t Inner = Flat ? Indent + 3 : Indent + 6;
@@ -480,21 +520,15 @@ void QVMtreeXmlFormatterX12::compositeStep(const QVMtypedMessageTree& Tree, cons
     onCompositeFieldTag(Grammar, Index, FieldTag);
     filterTag(FieldTag.str());
     if (!Flat) {
-      indent(Indent + 3);
-      openFiltered(FieldTag.view());
-      newLine();
+      filteredLine(Indent + 3, "<", FieldTag.view(), true);
     }
     compositeStep(Node, Grammar->fieldCompositeType(Index), Inner, Depth + 1);
     if (!Flat) {
-      indent(Indent + 3);
-      closeFiltered(tagAt(m_CompositeFieldTags, Level).view());
-      newLine();
+      filteredLine(Indent + 3, "</", tagAt(m_CompositeFieldTags, Level).view(), true);
     }
   }
   if (Header) {
-    indent(Indent);
-    closeFiltered(tagAt(m_CompositeTags, Level).view());
-    newLine();
+    filteredLine(Indent, "</", tagAt(m_CompositeTags, Level).view(), true);
   }
 }
 
@@ -515,23 +549,16 @@ void QVMtreeXmlFormatterX12::singleFieldStep(const QVMtypedMessageTree& Node, co
     COLstring& CompositeTag = m_FramingTag;
     onCompositeTag(Grammar, CompositeTag);
     filterTag(CompositeTag.str());
-    indent(Indent);
-    openFiltered(CompositeTag.view());
-    newLine();
-    indent(Indent + 4);
-    openFiltered(Tag);
+    filteredLine(Indent, "<", CompositeTag.view(), true);
+    filteredLine(Indent + 4, "<", Tag, false);
     valueStep(Node, Grammar, FieldIndex);
-    closeFiltered(Tag);
-    newLine();
-    indent(Indent);
-    closeFiltered(CompositeTag.view());
+    filteredLine(0, "</", Tag, true);
+    filteredLine(Indent, "</", CompositeTag.view(), false);
     return;
   }
-  indent(Indent);
-  openFiltered(Tag);
+  filteredLine(Indent, "<", Tag, false);
   valueStep(Node, Grammar, FieldIndex);
-  closeFiltered(Tag);
-  newLine();
+  filteredLine(0, "</", Tag, true);
 }
 
 void QVMtreeXmlFormatterX12::valueStep(const QVMtypedMessageTree& Node, const QVMcompositeGrammar* Grammar,

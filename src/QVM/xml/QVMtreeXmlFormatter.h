@@ -4,9 +4,9 @@
 // the raw segments.  They read the definition and the tree and never change either.
 #pragma once
 
+#include <memory>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
 
 #include "COLstring.h"
@@ -65,6 +65,9 @@ protected:
   static void filterTag(std::string& Tag);
   void openFiltered(std::string_view Tag) { filtered("<", Tag); }
   void closeFiltered(std::string_view Tag) { filtered("</", Tag); }
+  // `Indent` blanks, `Open` ("<" or "</") and the filtered `Tag` with its ">" (nothing of the
+  // tag when it is empty) and, with `Break`, a line end.
+  void filteredLine(size_t Indent, std::string_view Open, std::string_view Tag, bool Break);
   void data(std::string_view Text);
   // The declaration and the root's start tag with the namespace of `Config`, if it has one.
   void declarationAndRoot(std::string_view Root, const QVMconfig* Config);
@@ -155,8 +158,17 @@ private:
   // and end tags.
   COLstring m_SegmentTag, m_FieldTag, m_ComponentTag, m_FramingTag, m_Value;
   std::vector<COLstring> m_GroupTags, m_CompositeTags, m_CompositeFieldTags;
-  // Kept from message to message while tagsFollowNames() holds.
-  std::unordered_map<const void*, QVMfieldTags> m_FieldTagMemo;
+  // Kept from message to message while tagsFollowNames() holds.  The tags stay where they are
+  // made (a step keeps its owner's while deeper steps look up theirs); the grammars find them
+  // through an open-addressed table, one multiply and usually one probe per look-up.
+  struct QVMfieldTagSlot {
+    const void* grammar = nullptr;
+    QVMfieldTags* tags = nullptr;
+  };
+  QVMfieldTagSlot& slotOf(const void* Grammar);
+  std::vector<std::unique_ptr<QVMfieldTags>> m_FieldTagStore;
+  std::vector<QVMfieldTagSlot> m_FieldTagSlots;
+  unsigned m_FieldTagShift = 64;
   bool m_TagsFollowNames = false;
 };
 
