@@ -182,12 +182,22 @@ void QVMtreeXmlWriter::finish(std::string_view Root) {
 void QVMtreeXmlWriter::begin(COLstring& Out) {
   Out.clear();
   m_Out = &Out;
+  m_Text = &Out.str();
+  m_Size = 0;
   m_Values.setSink(&Out);
 }
 
 void QVMtreeXmlWriter::end() {
+  if (m_Text) settle();
   m_Values.setSink(nullptr);
   m_Out = nullptr;
+  m_Text = nullptr;
+}
+
+void QVMtreeXmlWriter::widen(size_t Count) {
+  // The storage the string has is used first: a document usually fits where the last one was.
+  const size_t Needed = m_Size + Count;
+  m_Text->resize(Needed <= m_Text->capacity() ? m_Text->capacity() : std::max(Needed + 1024, 2 * m_Text->capacity()));
 }
 
 void QVMtreeXmlWriter::appendFiltered(std::string& Out, std::string_view Name) {
@@ -213,54 +223,50 @@ void QVMtreeXmlWriter::filterTag(std::string& Tag) {
 
 void QVMtreeXmlWriter::filtered(std::string_view Open, std::string_view Tag) {
   if (Tag.empty()) return;
-  std::string& Out = out();
-  Out += Open;
-  Out += Tag;
-  Out += '>';
+  char* At = room(Open.size() + Tag.size() + 1);
+  std::memcpy(At, Open.data(), Open.size());
+  At += Open.size();
+  std::memcpy(At, Tag.data(), Tag.size());
+  At[Tag.size()] = '>';
 }
 
 void QVMtreeXmlWriter::filteredLine(size_t Indent, std::string_view Open, std::string_view Tag, bool Break) {
-  // Composed on the stack and appended once: a document is mostly such lines, and one append
-  // costs what each of its pieces would.
-  char Line[256];
   const size_t Size = Indent + (Tag.empty() ? 0 : Open.size() + Tag.size() + 1) + (Break ? 2 : 0);
-  if (Size > sizeof Line) {
-    indent(Indent);
-    filtered(Open, Tag);
-    if (Break) newLine();
-    return;
-  }
-  char* At = Line;
+  char* At = room(Size);
   std::memset(At, ' ', Indent);
   At += Indent;
   if (!Tag.empty()) {
-    std::memcpy(At, Open.data(), Open.size());
-    At += Open.size();
+    *At++ = '<';
+    if (Open.size() == 2) *At++ = '/';
     std::memcpy(At, Tag.data(), Tag.size());
     At += Tag.size();
     *At++ = '>';
   }
   if (Break) {
-    *At++ = '\r';
-    *At++ = '\n';
+    At[0] = '\r';
+    At[1] = '\n';
   }
-  out().append(Line, static_cast<size_t>(At - Line));
 }
 
 void QVMtreeXmlWriter::tag(std::string_view Open, std::string_view Tag) {
   // Filtered straight into the document, the commonest output of all: no copy in between.
-  std::string& Out = out();
-  const size_t Start = Out.size();
-  Out += Open;
-  const size_t Name = Out.size();
-  appendFiltered(Out, Tag);
-  if (Out.size() == Name) {
-    Out.resize(Start);
+  // Room for every byte is taken, and what the filter drops is given back.
+  const XMLiosTagFilter& Filter = QVMtreeTagFilter();
+  const size_t Start = m_Size;
+  char* At = room(Open.size() + Tag.size() + 1);
+  std::memcpy(At, Open.data(), Open.size());
+  At += Open.size();
+  char* const Name = At;
+  for (const char Byte : Tag)
+    if (const char Kept = Filter.translate(static_cast<unsigned char>(Byte))) *At++ = Kept;
+  if (At == Name) {
+    m_Size = Start;
     return;
   }
   // A name may not start with a digit.
-  if (Out[Name] >= '0' && Out[Name] <= '9') Out[Name] = '_';
-  Out += '>';
+  if (*Name >= '0' && *Name <= '9') *Name = '_';
+  *At++ = '>';
+  m_Size = static_cast<size_t>(At - m_Text->data());
 }
 
 void QVMtreeXmlWriter::data(std::string_view Text) {
@@ -275,12 +281,16 @@ void QVMtreeXmlWriter::data(std::string_view Text) {
     }
   }
   if (Plain) {
-    out().append(Text);
+    if (!Text.empty()) std::memcpy(room(Text.size()), Text.data(), Text.size());
     return;
   }
   try {
+    // The filter appends to the string itself.
+    settle();
     m_Values.write(Text.data(), Text.size());
+    resume();
   } catch (const COLerror& Cause) {
+    resume();
     // Name the value: a control byte XML cannot carry is the usual cause.
     COLstring Shown;
     for (const char C : Text) {
@@ -298,7 +308,13 @@ void QVMtreeXmlWriter::data(std::string_view Text) {
 }
 
 void QVMtreeXmlWriter::declarationAndRoot(std::string_view Root, const QVMconfig* Config) {
-  std::string& Out = out();
+  // Once per document: written by appending, the cursor put behind it afterwards.
+  settle();
+  struct Resume {
+    QVMtreeXmlWriter& Writer;
+    ~Resume() { Writer.resume(); }
+  } ResumeAfter{*this};
+  std::string& Out = *m_Text;
   Out += "<?xml version=\"1.0\"?>\r\n";
   m_Tag.clear();
   appendFiltered(m_Tag, Root);

@@ -4,6 +4,7 @@
 // the raw segments.  They read the definition and the tree and never change either.
 #pragma once
 
+#include <cstring>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -53,9 +54,12 @@ class QVMtreeXmlWriter {
 protected:
   void begin(COLstring& Out);
   void end();
-  std::string& out() { return m_Out->str(); }
-  void indent(size_t Count) { m_Out->str().append(Count, ' '); }
-  void newLine() { m_Out->str() += "\r\n"; }
+  void indent(size_t Count) { std::memset(room(Count), ' ', Count); }
+  void newLine() {
+    char* At = room(2);
+    At[0] = '\r';
+    At[1] = '\n';
+  }
   // "<tag>" or "</tag>" of `Tag` as the tag filter leaves it (a leading digit made "_").
   void openTag(std::string_view Tag) { tag("<", Tag); }
   void closeTag(std::string_view Tag) { tag("</", Tag); }
@@ -88,10 +92,26 @@ protected:
                      const QVMmessageDefinitionInternal* Definition) const;
 
 private:
+  // The document is written through a cursor: between begin() and end() the string is kept
+  // longer than what is written, its tail room for what comes, and end() cuts it to size.  A
+  // document is thousands of small pieces, and an append of each cost more than the bytes.
+  char* room(size_t Count) {
+    if (Count > m_Text->size() - m_Size) widen(Count);
+    char* At = m_Text->data() + m_Size;
+    m_Size += Count;
+    return At;
+  }
+  void widen(size_t Count);
+  // The string cut to what is written, for a filter that appends to it; then the cursor is put
+  // behind what the filter wrote.
+  void settle() { m_Text->resize(m_Size); }
+  void resume() { m_Size = m_Text->size(); }
   void tag(std::string_view Open, std::string_view Tag);
   void filtered(std::string_view Open, std::string_view Tag);
   const QVMuntypedMessageTree* m_RawSegments = nullptr;
   COLstring* m_Out = nullptr;
+  std::string* m_Text = nullptr;
+  size_t m_Size = 0;
   XMLiosLatin1DataFilter m_Values;
   std::string m_Tag;
 };
