@@ -221,6 +221,27 @@ bool QVJrawFieldClean(const QVJrawField& Field, const QVMcompositeGrammar& Field
   return true;
 }
 
+// QVJrawFieldClean of a field that came as one value, not empty: its first sub field holds the
+// value and the type's other sub fields are missing.  Most fields come so, and this reads them
+// without gathering.
+bool QVJloneValueClean(const SGMvalue& Value, const QVMcompositeGrammar& FieldType) {
+  const unsigned TypeFields = FieldType.countOfField();
+  if (TypeFields == 1 && FieldType.field(0)->dataType() != QVMcompositeType)
+    return QVJrawLeafClean(*FieldType.field(0), Value, false);
+  for (unsigned s = 1; s < TypeFields; ++s)
+    if (FieldType.field(s)->isRequired()) return false;
+  if (TypeFields == 0) return true;
+  const QVMcompositeSubField& First = *FieldType.field(0);
+  if (First.dataType() != QVMcompositeType || QVJsimpleNested(First))
+    return QVJrawLeafClean(QVJrawLeafRules(FieldType, 0), Value, false);
+  const QVMcompositeGrammar* Nested = First.compositeType();
+  if (Nested == nullptr) return true;
+  const unsigned NestedFields = Nested->countOfField();
+  for (unsigned t = 1; t < NestedFields; ++t)
+    if (Nested->field(t)->isRequired()) return false;
+  return NestedFields == 0 || QVJrawLeafClean(QVJrawLeafRules(*Nested, 0), Value, true);
+}
+
 }  // namespace
 
 bool QVJuntypedTreeSegmentPassesCheck(const QVMuntypedMessageTree& Tree, const QVMsegmentGrammar& Grammar) {
@@ -245,6 +266,19 @@ bool QVJuntypedTreeSegmentPassesCheck(const QVMuntypedMessageTree& Tree, const Q
       if (Occurrence.countOfSubNode() == 0 && Occurrence.isNull()) {
         // Most fields of a segment are absent: nothing to gather, and only a required one fails.
         if (r == 0 && Checked && Grammar.isFieldRequired(f)) return false;
+        continue;
+      }
+      if (Occurrence.countOfSubNode() == 0 && !(Header != nullptr && f == 1 && r == 0)) {
+        // A lone value, read in place.
+        const char* Text = Occurrence.getValue();
+        SGMvalue Value;
+        Value.set(Text, static_cast<uint32_t>(std::strlen(Text)));
+        if (Value.length() == 0) {
+          if (r == 0 && Checked && Grammar.isFieldRequired(f)) return false;
+          continue;
+        }
+        if (Checked && Type == nullptr) Type = Grammar.fieldType(f);
+        if (Type != nullptr && !QVJloneValueClean(Value, *Type)) return false;
         continue;
       }
       if (!Field.gather(Occurrence)) return false;
