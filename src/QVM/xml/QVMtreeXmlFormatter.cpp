@@ -441,11 +441,12 @@ void QVMtreeXmlFormatterX12::grammarStep(const QVMtypedMessageTree& Tree, size_t
     segmentStep(Tree, Indent, Grammar.segment());
     return;
   }
-  COLstring& Tag = tagAt(m_GroupTags, Indent / 2);
-  onGroupTag(&Grammar, m_Definition, m_MessageTag, Tag);
-  filterTag(Tag.str());
   if (Tree.isSubTreeEmpty()) return;
+  // The root's element is the document's own: its tag is made only for the groups below.
   if (!IsRoot) {
+    COLstring& Tag = tagAt(m_GroupTags, Indent / 2);
+    onGroupTag(&Grammar, m_Definition, m_MessageTag, Tag);
+    filterTag(Tag.str());
     filteredLine(Indent, "<", Tag.view(), true);
   }
   const size_t Count = std::min<size_t>(Grammar.countOfSubGrammar(), Tree.countOfSubNode());
@@ -513,10 +514,11 @@ void QVMtreeXmlFormatterX12::compositeStep(const QVMtypedMessageTree& Tree, cons
   if (!Grammar) return;
   const bool Header = onOutputCompositeHeaderTag();
   const size_t Level = static_cast<size_t>(Depth);
-  COLstring& CompositeTag = tagAt(m_CompositeTags, Level);
-  onCompositeTag(Grammar, CompositeTag);
-  filterTag(CompositeTag.str());
+  // A dialect without composite elements never writes the composite's tag: it is not made.
   if (Header) {
+    COLstring& CompositeTag = tagAt(m_CompositeTags, Level);
+    onCompositeTag(Grammar, CompositeTag);
+    filterTag(CompositeTag.str());
     filteredLine(Indent, "<", CompositeTag.view(), true);
   }
   const bool Flat = Header && Depth <= 0;
@@ -525,22 +527,32 @@ void QVMtreeXmlFormatterX12::compositeStep(const QVMtypedMessageTree& Tree, cons
   QVMfieldTags* Memo = nullptr;
   for (unsigned Index = 0; Index < Count; ++Index) {
     const QVMtypedMessageTree& Node = *Tree.node(Index, 0);
-    if ((Node.countOfSubNode() == 0 && Node.isNull()) || Node.isSubTreeEmpty()) continue;
-    if (Node.countOfSubNode() == 0) {
+    // A leaf is empty when it is null; only a composite needs the walk below it.
+    const bool Leaf = Node.countOfSubNode() == 0;
+    if (Leaf ? Node.isNull() : Node.isSubTreeEmpty()) continue;
+    if (Leaf) {
       // One look-up of the kept tags for all the leaves of this composite.
       if (m_TagsFollowNames && !Memo) Memo = &tagsOf(Grammar, Grammar->name(), Grammar->countOfField());
       singleFieldStep(Node, Grammar, Indent + 3, Index, Memo);
       continue;
     }
-    COLstring& FieldTag = tagAt(m_CompositeFieldTags, Level);
-    onCompositeFieldTag(Grammar, Index, FieldTag);
-    filterTag(FieldTag.str());
-    if (!Flat) {
-      filteredLine(Indent + 3, "<", FieldTag.view(), true);
+    // A kept tag stays where it is while the deeper steps run; a buffer of this level may move
+    // when deeper levels add theirs, so its tag is looked up again for the end tag.
+    std::string_view FieldTag;
+    if (m_TagsFollowNames) {
+      if (!Memo) Memo = &tagsOf(Grammar, Grammar->name(), Grammar->countOfField());
+      FieldTag = memoTag(*Memo, Index, [&](COLstring& Made) { onCompositeFieldTag(Grammar, Index, Made); });
+    } else {
+      COLstring& Made = tagAt(m_CompositeFieldTags, Level);
+      onCompositeFieldTag(Grammar, Index, Made);
+      filterTag(Made.str());
+      FieldTag = Made.view();
     }
+    if (!Flat) filteredLine(Indent + 3, "<", FieldTag, true);
     compositeStep(Node, Grammar->fieldCompositeType(Index), Inner, Depth + 1);
     if (!Flat) {
-      filteredLine(Indent + 3, "</", tagAt(m_CompositeFieldTags, Level).view(), true);
+      if (!m_TagsFollowNames) FieldTag = tagAt(m_CompositeFieldTags, Level).view();
+      filteredLine(Indent + 3, "</", FieldTag, true);
     }
   }
   if (Header) {
