@@ -9,7 +9,8 @@
 #include "QVMparser.h"
 #include "QVMuntypedMessageTree.h"
 #include "SGCcheck.h"
-#include "SGCcompositeShape.h"
+#include "QVMcompositeGrammar.h"
+#include "QVMsegmentGrammar.h"
 #include "SGCcompleteParse.h"
 #include "SGCerrorPrepare.h"
 #include "SGMoutput.h"
@@ -135,30 +136,38 @@ private:
   std::vector<Text> m_Values;
 };
 
-// The composite and index whose rules govern sub field `Index`: a sub field typed by a simple
-// composite lends it its one field's rules.
-void QVJrawLeafSource(const QVMcompositeGrammar*& Owner, unsigned& Index) {
-  const QVMcompositeGrammar* Nested = SGCnestedComposite(Owner, Index);
-  if (Nested != nullptr && SGCisFieldNmOrStType(*Nested)) {
-    Owner = Nested;
-    Index = 0;
-  }
+// The rules that govern sub field `Index` of `Owner`: a sub field typed by a simple composite
+// lends it its one field's.  Read through the sub field itself, whose getters are inline: this
+// runs for every value of every segment.
+const QVMcompositeSubField& QVJrawLeafRules(const QVMcompositeGrammar& Owner, unsigned Index) {
+  const QVMcompositeSubField& Field = *Owner.field(Index);
+  if (Field.dataType() == QVMcompositeType)
+    if (const QVMcompositeGrammar* Nested = Field.compositeType())
+      if (Nested->countOfField() == 1 && Nested->field(0)->dataType() != QVMcompositeType) return *Nested->field(0);
+  return Field;
+}
+
+// Whether the sub field is typed by a composite of exactly one leaf.
+bool QVJsimpleNested(const QVMcompositeSubField& Field) {
+  if (Field.dataType() != QVMcompositeType) return false;
+  const QVMcompositeGrammar* Nested = Field.compositeType();
+  return Nested != nullptr && Nested->countOfField() == 1 && Nested->field(0)->dataType() != QVMcompositeType;
 }
 
 // A leaf's length, explicit null and format; a type the checker would refuse counts as a fault.
-bool QVJrawLeafClean(const QVMcompositeGrammar* Owner, unsigned Index, const SGMvalue& Value, bool CompositeIsValid) {
-  if (Owner->fieldIsLengthRestricted(Index) && Value.length() > Owner->fieldMaxLength(Index)) return false;
+bool QVJrawLeafClean(const QVMcompositeSubField& Rules, const SGMvalue& Value, bool CompositeIsValid) {
+  if (Rules.isLengthRestricted() && Value.length() > Rules.maxLength()) return false;
   if (Value.length() == 2 && Value.data()[0] == '"' && Value.data()[1] == '"') return true;
-  switch (Owner->fieldDataType(Index)) {
+  switch (Rules.dataType()) {
     case QVMstringType: return true;
     case QVMintegerType: return SGCvalidInteger(Value);
     case QVMdoubleType: return SGCvalidDouble(Value);
     case QVMdateTimeType: {
-      const QVMdateTimeGrammar* Grammar = Owner->fieldDateTimeGrammar(Index);
+      const QVMdateTimeGrammar* Grammar = Rules.dateTimeGrammar();
       return Grammar == nullptr || SGCvalidDateTime(Value, *Grammar);
     }
     case QVMenumerationType: {
-      const QVMenumerationGrammar* Grammar = Owner->fieldEnumerationGrammar(Index);
+      const QVMenumerationGrammar* Grammar = Rules.enumerationGrammar();
       return Grammar == nullptr || Grammar->countOfEnumItem() == 0 || Value.length() == 0 ||
              Grammar->isValid(Value.view());
     }
@@ -172,48 +181,65 @@ bool QVJrawSubFieldClean(const QVJrawField& Field, unsigned Sub, const QVMcompos
   const unsigned TypeFields = SubType.countOfField();
   const unsigned Values = Field.countOfSubSubField(Sub);
   for (unsigned t = 0; t < TypeFields; ++t) {
+    const bool Required = SubType.field(t)->isRequired();
     if (t >= Values) {
-      if (SubType.fieldIsRequired(t)) return false;
+      if (Required) return false;
       continue;
     }
     const SGMvalue Value = Field.value(Sub, t);
-    if (SubType.fieldIsRequired(t) && Value.length() == 0) return false;
-    const QVMcompositeGrammar* Owner = &SubType;
-    unsigned Index = t;
-    QVJrawLeafSource(Owner, Index);
-    if (!QVJrawLeafClean(Owner, Index, Value, true)) return false;
+    if (Required && Value.length() == 0) return false;
+    if (!QVJrawLeafClean(QVJrawLeafRules(SubType, t), Value, true)) return false;
   }
   return true;
 }
 
 bool QVJrawFieldClean(const QVJrawField& Field, const QVMcompositeGrammar& FieldType) {
   if (Field.allEmpty()) return true;
-  if (SGCisFieldNmOrStType(FieldType)) {
-    // A simple composite reads its one value without following nested composites.
-    return Field.countOfSubField() == 0 || QVJrawLeafClean(&FieldType, 0, Field.value(0, 0), false);
-  }
   const unsigned TypeFields = FieldType.countOfField();
+  if (TypeFields == 1 && FieldType.field(0)->dataType() != QVMcompositeType) {
+    // A simple composite reads its one value without following nested composites.
+    return Field.countOfSubField() == 0 || QVJrawLeafClean(*FieldType.field(0), Field.value(0, 0), false);
+  }
   const unsigned SubFields = Field.countOfSubField();
   for (unsigned s = 0; s < TypeFields; ++s) {
-    const bool Required = FieldType.fieldIsRequired(s);
+    const QVMcompositeSubField& Sub = *FieldType.field(s);
+    const bool Required = Sub.isRequired();
     if (s >= SubFields) {
       if (Required) return false;
       continue;
     }
     const bool Empty = Field.length(s, 0) == 0;
-    if (!SGCisFieldLeaf(FieldType, s) && !SGCisFieldNmOrStType(FieldType, s)) {
+    if (Sub.dataType() == QVMcompositeType && !QVJsimpleNested(Sub)) {
       if (Required && Empty && Field.countOfSubSubField(s) < 2) return false;
-      if (const QVMcompositeGrammar* Nested = FieldType.fieldCompositeType(s))
+      if (const QVMcompositeGrammar* Nested = Sub.compositeType())
         if (!QVJrawSubFieldClean(Field, s, *Nested)) return false;
     } else {
       if (Required && Empty) return false;
-      const QVMcompositeGrammar* Owner = &FieldType;
-      unsigned Index = s;
-      QVJrawLeafSource(Owner, Index);
-      if (!QVJrawLeafClean(Owner, Index, Field.value(s, 0), false)) return false;
+      if (!QVJrawLeafClean(QVJrawLeafRules(FieldType, s), Field.value(s, 0), false)) return false;
     }
   }
   return true;
+}
+
+// QVJrawFieldClean of a field that came as one value, not empty: its first sub field holds the
+// value and the type's other sub fields are missing.  Most fields come so, and this reads them
+// without gathering.
+bool QVJloneValueClean(const SGMvalue& Value, const QVMcompositeGrammar& FieldType) {
+  const unsigned TypeFields = FieldType.countOfField();
+  if (TypeFields == 1 && FieldType.field(0)->dataType() != QVMcompositeType)
+    return QVJrawLeafClean(*FieldType.field(0), Value, false);
+  for (unsigned s = 1; s < TypeFields; ++s)
+    if (FieldType.field(s)->isRequired()) return false;
+  if (TypeFields == 0) return true;
+  const QVMcompositeSubField& First = *FieldType.field(0);
+  if (First.dataType() != QVMcompositeType || QVJsimpleNested(First))
+    return QVJrawLeafClean(QVJrawLeafRules(FieldType, 0), Value, false);
+  const QVMcompositeGrammar* Nested = First.compositeType();
+  if (Nested == nullptr) return true;
+  const unsigned NestedFields = Nested->countOfField();
+  for (unsigned t = 1; t < NestedFields; ++t)
+    if (Nested->field(t)->isRequired()) return false;
+  return NestedFields == 0 || QVJrawLeafClean(QVJrawLeafRules(*Nested, 0), Value, true);
 }
 
 }  // namespace
@@ -232,14 +258,35 @@ bool QVJuntypedTreeSegmentPassesCheck(const QVMuntypedMessageTree& Tree, const Q
     const QVMuntypedMessageTree& Node = *Tree.node(f + 1, 0);
     const unsigned Repeats = Node.countOfRepeat();
     const bool Checked = f < GrammarFields;
-    if (Checked && Grammar.fieldMaxRepeat(f) < Repeats - 1) return false;
-    const QVMcompositeGrammar* Type = Checked ? Grammar.fieldType(f) : nullptr;
+    // The grammar is asked only what the field's shape leaves open: most fields come once.
+    if (Checked && Repeats > 1 && Grammar.fieldMaxRepeat(f) < Repeats - 1) return false;
+    const QVMcompositeGrammar* Type = nullptr;
     for (unsigned r = 0; r < Repeats; ++r) {
-      if (!Field.gather(*Node.getRepeatedNode(r))) return false;
+      const QVMuntypedMessageTree& Occurrence = r == 0 ? Node : *Node.getRepeatedNode(r);
+      if (Occurrence.countOfSubNode() == 0 && Occurrence.isNull()) {
+        // Most fields of a segment are absent: nothing to gather, and only a required one fails.
+        if (r == 0 && Checked && Grammar.isFieldRequired(f)) return false;
+        continue;
+      }
+      if (Occurrence.countOfSubNode() == 0 && !(Header != nullptr && f == 1 && r == 0)) {
+        // A lone value, read in place.
+        const char* Text = Occurrence.getValue();
+        SGMvalue Value;
+        Value.set(Text, static_cast<uint32_t>(std::strlen(Text)));
+        if (Value.length() == 0) {
+          if (r == 0 && Checked && Grammar.isFieldRequired(f)) return false;
+          continue;
+        }
+        if (Checked && Type == nullptr) Type = Grammar.fieldType(f);
+        if (Type != nullptr && !QVJloneValueClean(Value, *Type)) return false;
+        continue;
+      }
+      if (!Field.gather(Occurrence)) return false;
+      if (Checked && Type == nullptr) Type = Grammar.fieldType(f);
       if (Header != nullptr && f == 1 && r == 0) Field.setEncodingCharacters(Header);
-      if (r == 0 && Checked && Grammar.isFieldRequired(f)) {
+      if (r == 0 && Checked) {
         const unsigned Subs = Field.countOfSubField();
-        if (Subs == 0 || (Subs == 1 && Field.length(0, 0) == 0)) return false;
+        if ((Subs == 0 || (Subs == 1 && Field.length(0, 0) == 0)) && Grammar.isFieldRequired(f)) return false;
       }
       if (Type != nullptr && !QVJrawFieldClean(Field, *Type)) return false;
     }

@@ -26,7 +26,8 @@
 //   next-back              the message generated from the tables of the next message
 //   next-config            edits of the configuration made between the two messages, a line
 //                          each: "escape-code LEVEL C" (the code letter of the level's delimiter),
-//                          "field-in SEGMENT.N CODE" (field N's incoming equation, one line)
+//                          "field-in SEGMENT.N CODE" (field N's incoming equation, one line),
+//                          "rename-composite NAME NEW" (the composite's name)
 // Line ends of XML and error texts are compared as "\n".
 #include <gtest/gtest.h>
 
@@ -94,6 +95,10 @@ void editConfig(QVMengineInternal& Schema, const std::string& Lines) {
       LANfunction& Function = Segment.fieldIncomingFunction(std::stoul(Value.substr(Value.find('.') + 1)) - 1);
       Function.setEngine(&Schema.LanguageEngine());
       Function.setCode((Code + "\n").c_str());
+    } else if (Key == "rename-composite") {
+      std::string Name;
+      Words >> Value >> Name;
+      Schema.composite(Schema.compositeByName(Value.c_str()))->setName(Name.c_str());
     } else {
       ADD_FAILURE() << "unknown configuration edit " << Key;
     }

@@ -1,8 +1,11 @@
 #include "QVMtreeXmlFormatter.h"
 
+#include <algorithm>
 #include <cctype>
 #include <charconv>
+#include <cstdint>
 #include <cstdio>
+#include <cstring>
 #include <utility>
 #include <vector>
 
@@ -43,8 +46,9 @@ void QVMappendNumber(std::string& Out, unsigned long long Number) {
 // no composite.
 const QVMdateTimeGrammar* QVMdateTimeGrammarOf(const QVMcompositeGrammar* Grammar, unsigned FieldIndex) {
   for (unsigned Depth = 0; Grammar && FieldIndex < Grammar->countOfField() && Depth < 64; ++Depth) {
-    if (Grammar->fieldDataType(FieldIndex) != QVMcompositeType) return Grammar->fieldDateTimeGrammar(FieldIndex);
-    Grammar = Grammar->fieldCompositeType(FieldIndex);
+    const QVMcompositeSubField& Field = *Grammar->field(FieldIndex);
+    if (Field.dataType() != QVMcompositeType) return Grammar->fieldDateTimeGrammar(FieldIndex);
+    Grammar = Field.compositeType();
     FieldIndex = 0;
   }
   return nullptr;
@@ -178,12 +182,22 @@ void QVMtreeXmlWriter::finish(std::string_view Root) {
 void QVMtreeXmlWriter::begin(COLstring& Out) {
   Out.clear();
   m_Out = &Out;
+  m_Text = &Out.str();
+  m_Size = 0;
   m_Values.setSink(&Out);
 }
 
 void QVMtreeXmlWriter::end() {
+  if (m_Text) settle();
   m_Values.setSink(nullptr);
   m_Out = nullptr;
+  m_Text = nullptr;
+}
+
+void QVMtreeXmlWriter::widen(size_t Count) {
+  // The storage the string has is used first: a document usually fits where the last one was.
+  const size_t Needed = m_Size + Count;
+  m_Text->resize(Needed <= m_Text->capacity() ? m_Text->capacity() : std::max(Needed + 1024, 2 * m_Text->capacity()));
 }
 
 void QVMtreeXmlWriter::appendFiltered(std::string& Out, std::string_view Name) {
@@ -209,26 +223,50 @@ void QVMtreeXmlWriter::filterTag(std::string& Tag) {
 
 void QVMtreeXmlWriter::filtered(std::string_view Open, std::string_view Tag) {
   if (Tag.empty()) return;
-  std::string& Out = out();
-  Out += Open;
-  Out += Tag;
-  Out += '>';
+  char* At = room(Open.size() + Tag.size() + 1);
+  std::memcpy(At, Open.data(), Open.size());
+  At += Open.size();
+  std::memcpy(At, Tag.data(), Tag.size());
+  At[Tag.size()] = '>';
+}
+
+void QVMtreeXmlWriter::filteredLine(size_t Indent, std::string_view Open, std::string_view Tag, bool Break) {
+  const size_t Size = Indent + (Tag.empty() ? 0 : Open.size() + Tag.size() + 1) + (Break ? 2 : 0);
+  char* At = room(Size);
+  std::memset(At, ' ', Indent);
+  At += Indent;
+  if (!Tag.empty()) {
+    *At++ = '<';
+    if (Open.size() == 2) *At++ = '/';
+    std::memcpy(At, Tag.data(), Tag.size());
+    At += Tag.size();
+    *At++ = '>';
+  }
+  if (Break) {
+    At[0] = '\r';
+    At[1] = '\n';
+  }
 }
 
 void QVMtreeXmlWriter::tag(std::string_view Open, std::string_view Tag) {
   // Filtered straight into the document, the commonest output of all: no copy in between.
-  std::string& Out = out();
-  const size_t Start = Out.size();
-  Out += Open;
-  const size_t Name = Out.size();
-  appendFiltered(Out, Tag);
-  if (Out.size() == Name) {
-    Out.resize(Start);
+  // Room for every byte is taken, and what the filter drops is given back.
+  const XMLiosTagFilter& Filter = QVMtreeTagFilter();
+  const size_t Start = m_Size;
+  char* At = room(Open.size() + Tag.size() + 1);
+  std::memcpy(At, Open.data(), Open.size());
+  At += Open.size();
+  char* const Name = At;
+  for (const char Byte : Tag)
+    if (const char Kept = Filter.translate(static_cast<unsigned char>(Byte))) *At++ = Kept;
+  if (At == Name) {
+    m_Size = Start;
     return;
   }
   // A name may not start with a digit.
-  if (Out[Name] >= '0' && Out[Name] <= '9') Out[Name] = '_';
-  Out += '>';
+  if (*Name >= '0' && *Name <= '9') *Name = '_';
+  *At++ = '>';
+  m_Size = static_cast<size_t>(At - m_Text->data());
 }
 
 void QVMtreeXmlWriter::data(std::string_view Text) {
@@ -243,12 +281,16 @@ void QVMtreeXmlWriter::data(std::string_view Text) {
     }
   }
   if (Plain) {
-    out().append(Text);
+    if (!Text.empty()) std::memcpy(room(Text.size()), Text.data(), Text.size());
     return;
   }
   try {
+    // The filter appends to the string itself.
+    settle();
     m_Values.write(Text.data(), Text.size());
+    resume();
   } catch (const COLerror& Cause) {
+    resume();
     // Name the value: a control byte XML cannot carry is the usual cause.
     COLstring Shown;
     for (const char C : Text) {
@@ -266,7 +308,13 @@ void QVMtreeXmlWriter::data(std::string_view Text) {
 }
 
 void QVMtreeXmlWriter::declarationAndRoot(std::string_view Root, const QVMconfig* Config) {
-  std::string& Out = out();
+  // Once per document: written by appending, the cursor put behind it afterwards.
+  settle();
+  struct Resume {
+    QVMtreeXmlWriter& Writer;
+    ~Resume() { Writer.resume(); }
+  } ResumeAfter{*this};
+  std::string& Out = *m_Text;
   Out += "<?xml version=\"1.0\"?>\r\n";
   m_Tag.clear();
   appendFiltered(m_Tag, Root);
@@ -287,7 +335,13 @@ void QVMtreeXmlWriter::declarationAndRoot(std::string_view Root, const QVMconfig
 
 QVMtreeXmlFormatterX12::QVMfieldTags& QVMtreeXmlFormatterX12::tagsOf(const void* Grammar, const COLstring& Name,
                                                                       unsigned CountOfField) {
-  QVMfieldTags& Tags = m_FieldTagMemo[Grammar];
+  QVMfieldTagSlot& Slot = slotOf(Grammar);
+  if (Slot.tags == nullptr) {
+    m_FieldTagStore.push_back(std::make_unique<QVMfieldTags>());
+    Slot.grammar = Grammar;
+    Slot.tags = m_FieldTagStore.back().get();
+  }
+  QVMfieldTags& Tags = *Slot.tags;
   if (Tags.owner.view() != Name.view()) {
     Tags.owner = Name;
     Tags.self.clear();
@@ -296,6 +350,21 @@ QVMtreeXmlFormatterX12::QVMfieldTags& QVMtreeXmlFormatterX12::tagsOf(const void*
   // Room for every field at once: a tag handed out stays where it is while the others are made.
   if (Tags.tags.size() < CountOfField) Tags.tags.resize(CountOfField);
   return Tags;
+}
+
+QVMtreeXmlFormatterX12::QVMfieldTagSlot& QVMtreeXmlFormatterX12::slotOf(const void* Grammar) {
+  // Kept at most half full, so that a probe ends soon on a free slot.
+  if (2 * (m_FieldTagStore.size() + 1) > m_FieldTagSlots.size()) {
+    std::vector<QVMfieldTagSlot> Old(std::max<size_t>(64, 2 * m_FieldTagSlots.size()));
+    Old.swap(m_FieldTagSlots);
+    m_FieldTagShift = 64 - static_cast<unsigned>(__builtin_ctzll(m_FieldTagSlots.size()));
+    for (const QVMfieldTagSlot& Kept : Old)
+      if (Kept.tags != nullptr) slotOf(Kept.grammar) = Kept;
+  }
+  const size_t Mask = m_FieldTagSlots.size() - 1;
+  size_t At = static_cast<size_t>((reinterpret_cast<uintptr_t>(Grammar) * 0x9E3779B97F4A7C15ull) >> m_FieldTagShift);
+  while (m_FieldTagSlots[At].tags != nullptr && m_FieldTagSlots[At].grammar != Grammar) At = (At + 1) & Mask;
+  return m_FieldTagSlots[At];
 }
 
 template <class Make>
@@ -372,14 +441,13 @@ void QVMtreeXmlFormatterX12::grammarStep(const QVMtypedMessageTree& Tree, size_t
     segmentStep(Tree, Indent, Grammar.segment());
     return;
   }
-  COLstring& Tag = tagAt(m_GroupTags, Indent / 2);
-  onGroupTag(&Grammar, m_Definition, m_MessageTag, Tag);
-  filterTag(Tag.str());
   if (Tree.isSubTreeEmpty()) return;
+  // The root's element is the document's own: its tag is made only for the groups below.
   if (!IsRoot) {
-    indent(Indent);
-    openFiltered(Tag.view());
-    newLine();
+    COLstring& Tag = tagAt(m_GroupTags, Indent / 2);
+    onGroupTag(&Grammar, m_Definition, m_MessageTag, Tag);
+    filterTag(Tag.str());
+    filteredLine(Indent, "<", Tag.view(), true);
   }
   const size_t Count = std::min<size_t>(Grammar.countOfSubGrammar(), Tree.countOfSubNode());
   for (unsigned Index = 0; Index < Count; ++Index) {
@@ -390,9 +458,7 @@ void QVMtreeXmlFormatterX12::grammarStep(const QVMtypedMessageTree& Tree, size_t
   if (!IsRoot) {
     // Deeper groups have buffers of their own, so the tag is still this group's; the list of
     // buffers may have grown meanwhile, so it is looked up again.
-    indent(Indent);
-    closeFiltered(tagAt(m_GroupTags, Indent / 2).view());
-    newLine();
+    filteredLine(Indent, "</", tagAt(m_GroupTags, Indent / 2).view(), true);
   }
 }
 
@@ -405,9 +471,7 @@ void QVMtreeXmlFormatterX12::segmentStep(const QVMtypedMessageTree& Tree, size_t
     onSegmentTag(Grammar, SegmentTag);
     filterTag(SegmentTag.str());
   }
-  indent(Indent);
-  openFiltered(SegmentTag.view());
-  newLine();
+  filteredLine(Indent, "<", SegmentTag.view(), true);
   const unsigned Count = std::min<unsigned>(Grammar->countOfField(), Tree.countOfSubNode());
   for (unsigned Field = 0; Field < Count; ++Field) {
     const QVMtypedMessageTree& First = *Tree.node(Field, 0);
@@ -415,6 +479,7 @@ void QVMtreeXmlFormatterX12::segmentStep(const QVMtypedMessageTree& Tree, size_t
     // The tag hooks depend on the grammar alone: one tag serves every repeat, and no deeper
     // step writes into this buffer.
     std::string_view FieldTag;
+    const QVMcompositeGrammar* Type = nullptr;
     const unsigned Repeats = First.countOfRepeat();
     for (unsigned Repeat = 0; Repeat < Repeats; ++Repeat) {
       const QVMtypedMessageTree& Node = Repeat == 0 ? First : *Tree.node(Field, Repeat);
@@ -427,23 +492,20 @@ void QVMtreeXmlFormatterX12::segmentStep(const QVMtypedMessageTree& Tree, size_t
           filterTag(m_FieldTag.str());
           FieldTag = m_FieldTag.view();
         }
+        Type = Grammar->fieldType(Field);
       }
-      indent(Indent + 3);
-      openFiltered(FieldTag);
+      filteredLine(Indent + 3, "<", FieldTag, false);
       if (Node.countOfSubNode() > 0) {
         newLine();
-        compositeStep(Node, Grammar->fieldType(Field), Indent + 6, 1);
+        compositeStep(Node, Type, Indent + 6, 1);
         indent(Indent + 3);
       } else {
-        valueStep(Node, Grammar->fieldType(Field), 0);
+        valueStep(Node, Type, 0);
       }
-      closeFiltered(FieldTag);
-      newLine();
+      filteredLine(0, "</", FieldTag, true);
     }
   }
-  indent(Indent);
-  closeFiltered(SegmentTag.view());
-  newLine();
+  filteredLine(Indent, "</", SegmentTag.view(), true);
 }
 
 void QVMtreeXmlFormatterX12::compositeStep(const QVMtypedMessageTree& Tree, const QVMcompositeGrammar* Grammar,
@@ -452,13 +514,12 @@ void QVMtreeXmlFormatterX12::compositeStep(const QVMtypedMessageTree& Tree, cons
   if (!Grammar) return;
   const bool Header = onOutputCompositeHeaderTag();
   const size_t Level = static_cast<size_t>(Depth);
-  COLstring& CompositeTag = tagAt(m_CompositeTags, Level);
-  onCompositeTag(Grammar, CompositeTag);
-  filterTag(CompositeTag.str());
+  // A dialect without composite elements never writes the composite's tag: it is not made.
   if (Header) {
-    indent(Indent);
-    openFiltered(CompositeTag.view());
-    newLine();
+    COLstring& CompositeTag = tagAt(m_CompositeTags, Level);
+    onCompositeTag(Grammar, CompositeTag);
+    filterTag(CompositeTag.str());
+    filteredLine(Indent, "<", CompositeTag.view(), true);
   }
   const bool Flat = Header && Depth <= 0;
   const size_t Inner = Flat ? Indent + 3 : Indent + 6;
@@ -466,32 +527,36 @@ void QVMtreeXmlFormatterX12::compositeStep(const QVMtypedMessageTree& Tree, cons
   QVMfieldTags* Memo = nullptr;
   for (unsigned Index = 0; Index < Count; ++Index) {
     const QVMtypedMessageTree& Node = *Tree.node(Index, 0);
-    if ((Node.countOfSubNode() == 0 && Node.isNull()) || Node.isSubTreeEmpty()) continue;
-    if (Node.countOfSubNode() == 0) {
+    // A leaf is empty when it is null; only a composite needs the walk below it.
+    const bool Leaf = Node.countOfSubNode() == 0;
+    if (Leaf ? Node.isNull() : Node.isSubTreeEmpty()) continue;
+    if (Leaf) {
       // One look-up of the kept tags for all the leaves of this composite.
       if (m_TagsFollowNames && !Memo) Memo = &tagsOf(Grammar, Grammar->name(), Grammar->countOfField());
       singleFieldStep(Node, Grammar, Indent + 3, Index, Memo);
       continue;
     }
-    COLstring& FieldTag = tagAt(m_CompositeFieldTags, Level);
-    onCompositeFieldTag(Grammar, Index, FieldTag);
-    filterTag(FieldTag.str());
-    if (!Flat) {
-      indent(Indent + 3);
-      openFiltered(FieldTag.view());
-      newLine();
+    // A kept tag stays where it is while the deeper steps run; a buffer of this level may move
+    // when deeper levels add theirs, so its tag is looked up again for the end tag.
+    std::string_view FieldTag;
+    if (m_TagsFollowNames) {
+      if (!Memo) Memo = &tagsOf(Grammar, Grammar->name(), Grammar->countOfField());
+      FieldTag = memoTag(*Memo, Index, [&](COLstring& Made) { onCompositeFieldTag(Grammar, Index, Made); });
+    } else {
+      COLstring& Made = tagAt(m_CompositeFieldTags, Level);
+      onCompositeFieldTag(Grammar, Index, Made);
+      filterTag(Made.str());
+      FieldTag = Made.view();
     }
+    if (!Flat) filteredLine(Indent + 3, "<", FieldTag, true);
     compositeStep(Node, Grammar->fieldCompositeType(Index), Inner, Depth + 1);
     if (!Flat) {
-      indent(Indent + 3);
-      closeFiltered(tagAt(m_CompositeFieldTags, Level).view());
-      newLine();
+      if (!m_TagsFollowNames) FieldTag = tagAt(m_CompositeFieldTags, Level).view();
+      filteredLine(Indent + 3, "</", FieldTag, true);
     }
   }
   if (Header) {
-    indent(Indent);
-    closeFiltered(tagAt(m_CompositeTags, Level).view());
-    newLine();
+    filteredLine(Indent, "</", tagAt(m_CompositeTags, Level).view(), true);
   }
 }
 
@@ -505,30 +570,23 @@ void QVMtreeXmlFormatterX12::singleFieldStep(const QVMtypedMessageTree& Node, co
     filterTag(m_ComponentTag.str());
     Tag = m_ComponentTag.view();
   }
-  const QVMcompositeGrammar* Type =
-      Grammar->fieldDataType(FieldIndex) == QVMcompositeType ? Grammar->fieldCompositeType(FieldIndex) : nullptr;
+  const QVMcompositeSubField& Field = *Grammar->field(FieldIndex);
+  const QVMcompositeGrammar* Type = Field.dataType() == QVMcompositeType ? Field.compositeType() : nullptr;
   if (onOutputCompositeHeaderTag() && Type && Type->countOfField() > 1) {
     // A lone value where a composite of several parts belongs: framed by the composite's element.
     COLstring& CompositeTag = m_FramingTag;
     onCompositeTag(Grammar, CompositeTag);
     filterTag(CompositeTag.str());
-    indent(Indent);
-    openFiltered(CompositeTag.view());
-    newLine();
-    indent(Indent + 4);
-    openFiltered(Tag);
+    filteredLine(Indent, "<", CompositeTag.view(), true);
+    filteredLine(Indent + 4, "<", Tag, false);
     valueStep(Node, Grammar, FieldIndex);
-    closeFiltered(Tag);
-    newLine();
-    indent(Indent);
-    closeFiltered(CompositeTag.view());
+    filteredLine(0, "</", Tag, true);
+    filteredLine(Indent, "</", CompositeTag.view(), false);
     return;
   }
-  indent(Indent);
-  openFiltered(Tag);
+  filteredLine(Indent, "<", Tag, false);
   valueStep(Node, Grammar, FieldIndex);
-  closeFiltered(Tag);
-  newLine();
+  filteredLine(0, "</", Tag, true);
 }
 
 void QVMtreeXmlFormatterX12::valueStep(const QVMtypedMessageTree& Node, const QVMcompositeGrammar* Grammar,

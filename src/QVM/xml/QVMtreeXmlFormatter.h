@@ -4,9 +4,10 @@
 // the raw segments.  They read the definition and the tree and never change either.
 #pragma once
 
+#include <cstring>
+#include <memory>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
 
 #include "COLstring.h"
@@ -53,9 +54,12 @@ class QVMtreeXmlWriter {
 protected:
   void begin(COLstring& Out);
   void end();
-  std::string& out() { return m_Out->str(); }
-  void indent(size_t Count) { m_Out->str().append(Count, ' '); }
-  void newLine() { m_Out->str() += "\r\n"; }
+  void indent(size_t Count) { std::memset(room(Count), ' ', Count); }
+  void newLine() {
+    char* At = room(2);
+    At[0] = '\r';
+    At[1] = '\n';
+  }
   // "<tag>" or "</tag>" of `Tag` as the tag filter leaves it (a leading digit made "_").
   void openTag(std::string_view Tag) { tag("<", Tag); }
   void closeTag(std::string_view Tag) { tag("</", Tag); }
@@ -65,6 +69,9 @@ protected:
   static void filterTag(std::string& Tag);
   void openFiltered(std::string_view Tag) { filtered("<", Tag); }
   void closeFiltered(std::string_view Tag) { filtered("</", Tag); }
+  // `Indent` blanks, `Open` ("<" or "</") and the filtered `Tag` with its ">" (nothing of the
+  // tag when it is empty) and, with `Break`, a line end.
+  void filteredLine(size_t Indent, std::string_view Open, std::string_view Tag, bool Break);
   void data(std::string_view Text);
   // The declaration and the root's start tag with the namespace of `Config`, if it has one.
   void declarationAndRoot(std::string_view Root, const QVMconfig* Config);
@@ -85,10 +92,26 @@ protected:
                      const QVMmessageDefinitionInternal* Definition) const;
 
 private:
+  // The document is written through a cursor: between begin() and end() the string is kept
+  // longer than what is written, its tail room for what comes, and end() cuts it to size.  A
+  // document is thousands of small pieces, and an append of each cost more than the bytes.
+  char* room(size_t Count) {
+    if (Count > m_Text->size() - m_Size) widen(Count);
+    char* At = m_Text->data() + m_Size;
+    m_Size += Count;
+    return At;
+  }
+  void widen(size_t Count);
+  // The string cut to what is written, for a filter that appends to it; then the cursor is put
+  // behind what the filter wrote.
+  void settle() { m_Text->resize(m_Size); }
+  void resume() { m_Size = m_Text->size(); }
   void tag(std::string_view Open, std::string_view Tag);
   void filtered(std::string_view Open, std::string_view Tag);
   const QVMuntypedMessageTree* m_RawSegments = nullptr;
   COLstring* m_Out = nullptr;
+  std::string* m_Text = nullptr;
+  size_t m_Size = 0;
   XMLiosLatin1DataFilter m_Values;
   std::string m_Tag;
 };
@@ -155,8 +178,17 @@ private:
   // and end tags.
   COLstring m_SegmentTag, m_FieldTag, m_ComponentTag, m_FramingTag, m_Value;
   std::vector<COLstring> m_GroupTags, m_CompositeTags, m_CompositeFieldTags;
-  // Kept from message to message while tagsFollowNames() holds.
-  std::unordered_map<const void*, QVMfieldTags> m_FieldTagMemo;
+  // Kept from message to message while tagsFollowNames() holds.  The tags stay where they are
+  // made (a step keeps its owner's while deeper steps look up theirs); the grammars find them
+  // through an open-addressed table, one multiply and usually one probe per look-up.
+  struct QVMfieldTagSlot {
+    const void* grammar = nullptr;
+    QVMfieldTags* tags = nullptr;
+  };
+  QVMfieldTagSlot& slotOf(const void* Grammar);
+  std::vector<std::unique_ptr<QVMfieldTags>> m_FieldTagStore;
+  std::vector<QVMfieldTagSlot> m_FieldTagSlots;
+  unsigned m_FieldTagShift = 64;
   bool m_TagsFollowNames = false;
 };
 

@@ -11,6 +11,8 @@ void QVPbuilder::build(QVMuntypedMessageTree& Result, QVMtokeniser& Tokeniser, u
   COL_PRECONDITION(HeaderFieldsToSkip == 0 || Levels > 1);
   m_FieldCount.assign(Levels, 0);
   m_RepeatCount.assign(Levels, 0);
+  m_Path.assign(Levels, nullptr);
+  m_Valid = 0;
   if (HeaderFieldsToSkip != 0) m_FieldCount[1] = HeaderFieldsToSkip;
   m_Level = HeaderFieldsToSkip != 0 ? 1 : 0;
 
@@ -32,11 +34,13 @@ void QVPbuilder::separatorStep(QVMuntypedMessageTree& Result, unsigned Level) {
     m_Level = Level;
     setValue(Result);
     m_FieldCount[Level] = 1;
+    touched(Level);
     return;
   }
   setValue(Result);
   ++m_FieldCount[Level];
   m_RepeatCount[Level] = 0;
+  touched(Level);
   m_Level = Level;
 }
 
@@ -50,13 +54,17 @@ void QVPbuilder::repeatStep(QVMuntypedMessageTree& Result, unsigned Level) {
   setValue(Result);
   m_Level = Level;
   ++m_RepeatCount[Level];
+  touched(Level);
 }
 
 void QVPbuilder::setValue(QVMuntypedMessageTree& Result) {
   if (m_Token == nullptr || *m_Token == '\0') return;
-  QVMuntypedMessageTree* Node = &Result;
-  for (unsigned Level = 0; Level <= m_Level; ++Level) Node = Node->node(m_FieldCount[Level], m_RepeatCount[Level]);
-  Node->setValue(m_Token);
+  for (unsigned Level = m_Valid; Level <= m_Level; ++Level) {
+    QVMuntypedMessageTree& Parent = Level == 0 ? Result : *m_Path[Level - 1];
+    m_Path[Level] = Parent.node(m_FieldCount[Level], m_RepeatCount[Level]);
+  }
+  if (m_Valid <= m_Level) m_Valid = m_Level + 1;
+  m_Path[m_Level]->setValue(m_Token);
 }
 
 void QVPbuilder::resetCounters(int LowLevel, int HighLevel) {
@@ -67,4 +75,5 @@ void QVPbuilder::resetCounters(int LowLevel, int HighLevel) {
     m_FieldCount[Level] = 0;
     m_RepeatCount[Level] = 0;
   }
+  if (LowLevel <= HighLevel) touched(static_cast<unsigned>(LowLevel));
 }

@@ -15,9 +15,9 @@
 
 namespace {
 
-// The leaf of data type `Type` (not a composite) at `FieldIndex` of the composite.
-void checkLeaf(QVMuntypedMessageTree& Raw, const QVMcompositeGrammar& Composite, QVMdataType Type,
-               QVMtypedMessageTree& Typed, unsigned FieldIndex, const SCCescaper& Escaper, bool Strict) {
+// A leaf (not a composite) of the sub field `Rules`.
+void checkLeaf(QVMuntypedMessageTree& Raw, const QVMcompositeSubField& Rules, QVMtypedMessageTree& Typed,
+               const SCCescaper& Escaper, bool Strict) {
   // A leaf that came with components (a^b or a&b where the grammar wants one value) takes the
   // first, however deep it stands.
   const QVMuntypedMessageTree* Source = &Raw;
@@ -29,7 +29,7 @@ void checkLeaf(QVMuntypedMessageTree& Raw, const QVMcompositeGrammar& Composite,
     return;
   }
   uint32_t Present = QVMdataPresentConverted;
-  switch (Type) {
+  switch (Rules.dataType()) {
     case QVMintegerType:
       Typed.setIntegerValue(std::atoi(Value));
       break;
@@ -37,7 +37,7 @@ void checkLeaf(QVMuntypedMessageTree& Raw, const QVMcompositeGrammar& Composite,
       Typed.setDoubleValue(std::strtod(Value, nullptr));
       break;
     case QVMdateTimeType: {
-      const QVMdateTimeGrammar* Grammar = Composite.fieldDateTimeGrammar(FieldIndex);
+      const QVMdateTimeGrammar* Grammar = Rules.dateTimeGrammar();
       COL_PRECONDITION_TEXT(Grammar != nullptr, "NULL != Grammar.fieldDateTimeGrammar(FieldIndex)");
       QVMdateTimeInternal DateTime;
       if (!QVPdateTimeGrammarConvertStringToDateTime(*Grammar, Value, DateTime)) Present = QVMdataPresentNotConverted;
@@ -60,15 +60,16 @@ void checkLeaf(QVMuntypedMessageTree& Raw, const QVMcompositeGrammar& Composite,
   Typed.setDataPresent(Present);
 }
 
-// Sub field `FieldIndex` of the composite, whatever its type: the type is read once.
+// Sub field `FieldIndex` of the composite, whatever its type: the sub field is looked up once and
+// read through its inline getters, since this runs for every value of every segment.
 void checkSubField(QVMuntypedMessageTree& Raw, QVMtypedMessageTree& Typed, const QVMcompositeGrammar& Composite,
                    unsigned FieldIndex, const SCCescaper& Escaper, bool Strict) {
-  const QVMdataType Type = Composite.fieldDataType(FieldIndex);
-  if (Type != QVMcompositeType) {
-    checkLeaf(Raw, Composite, Type, Typed, FieldIndex, Escaper, Strict);
+  const QVMcompositeSubField& Rules = *Composite.field(FieldIndex);
+  if (Rules.dataType() != QVMcompositeType) {
+    checkLeaf(Raw, Rules, Typed, Escaper, Strict);
     return;
   }
-  const QVMcompositeGrammar* Inner = Composite.fieldCompositeType(FieldIndex);
+  const QVMcompositeGrammar* Inner = Rules.compositeType();
   COL_PRECONDITION_TEXT(Inner != nullptr, "Grammar.fieldCompositeType(FieldIndex) != NULL");
   QVPcheckComposite(Raw, Typed, *Inner, Escaper, Strict);
 }
@@ -107,9 +108,9 @@ void QVPcheckField(QVMuntypedMessageTree& Raw, QVMtypedMessageTree& Typed, const
 
 void QVPcheckLeafGrammar(QVMuntypedMessageTree& Raw, const QVMcompositeGrammar& Composite, QVMtypedMessageTree& Typed,
                          unsigned FieldIndex, const SCCescaper& Escaper, bool Strict) {
-  const QVMdataType Type = Composite.fieldDataType(FieldIndex);
-  COL_PRECONDITION_TEXT(Type != QVMcompositeType, "Grammar.fieldDataType(FieldIndex) != QVMcompositeType");
-  checkLeaf(Raw, Composite, Type, Typed, FieldIndex, Escaper, Strict);
+  const QVMcompositeSubField& Rules = *Composite.field(FieldIndex);
+  COL_PRECONDITION_TEXT(Rules.dataType() != QVMcompositeType, "Grammar.fieldDataType(FieldIndex) != QVMcompositeType");
+  checkLeaf(Raw, Rules, Typed, Escaper, Strict);
 }
 
 bool QVPdateTimeGrammarConvertStringToDateTime(const QVMdateTimeGrammar& Grammar, const char* Value,
