@@ -232,13 +232,14 @@ struct QVMtypedTreePool {
       Own->orphan = true;
       return;
     }
-    Own->subNode.dropFrom(*Own->pool, 0);
-    Own->repeatNode.dropFrom(*Own->pool, 0);
+    // Parents before children, the order a message takes them in.
     QVMtypedTreePool& Pool = *Own->pool;
     (Pool.freeLast ? Pool.freeLast->nextFree : Pool.freeFirst) = Own;
     Pool.freeLast = Own;
     --Pool.live;
     --g_TotalNodeCount;
+    Own->subNode.dropFrom(Pool, 0);
+    Own->repeatNode.dropFrom(Pool, 0);
   }
 
 
