@@ -42,17 +42,20 @@ class QVMtypedMessageTreePrivate {
 public:
   QVMtypedMessageTreePrivate(QVMtypedTreePool* Pool, QVMtypedMessageTree* Home);
 
-  QVMtypedMessageTree* parent = nullptr;
+  // What a walk reads first, together at the front.
+  QVMtypedSlots subNode;
+  QVMtypedSlots repeatNode;
   const QVMtypedTreePrivateType* pType;
+  QVMtypedMessageTree* parent = nullptr;
   bool IsNull = true;
   bool isPresent = false;
   // Left its list while lent; goes back to the pool when the last borrower gives it back.
   bool orphan = false;
+  uint32_t dataPresent = QVMdataPresentNotConverted;
   union {
     int32_t integer;
     double number;
   } value{};
-  uint32_t dataPresent = QVMdataPresentNotConverted;
   // Handles of other nodes that share this member (replaceNode).
   uint32_t lent = 0;
   const QVMsegmentGrammar* segmentGrammar = nullptr;
@@ -65,8 +68,6 @@ public:
   QVMdateTimeInternal dateTime;
   COLstring label;
   COLstring stringValue;
-  QVMtypedSlots repeatNode;
-  QVMtypedSlots subNode;
 };
 
 // Stateless, shared: how one data type keeps, resets and prints its value.
@@ -148,10 +149,11 @@ const QVMtypedTreePrivateType* QVMtypedTreePrivateType::instance(QVMdataType Typ
 }
 
 // A node and its own member side by side: one piece of a pool's storage.
+// The node first: a walk goes from it straight to the front of its member.
 struct QVMtypedTreeEntry {
-  explicit QVMtypedTreeEntry(QVMtypedTreePool* Pool) : own(Pool, &handle), handle(QVMtypedMessageTree::PoolEntry{}, &own) {}
-  QVMtypedMessageTreePrivate own;
+  explicit QVMtypedTreeEntry(QVMtypedTreePool* Pool) : handle(QVMtypedMessageTree::PoolEntry{}, &own), own(Pool, &handle) {}
   QVMtypedMessageTree handle;
+  QVMtypedMessageTreePrivate own;
 };
 
 // The storage of one root: nodes in chunks that never move, and the slots of their lists in
@@ -354,9 +356,11 @@ QVMtypedMessageTree* QVMtypedMessageTree::slot(unsigned SubNode, unsigned Repeat
   COL_PRECONDITION_TEXT(SubNode < countOfSubNode(), "SubNodeIndex < countOfSubNode()");
   auto* self = const_cast<QVMtypedMessageTree*>(this);
   QVMtypedMessageTree* sub = pMember->subNode.filled(*pMember->pool, SubNode, self);
+  // Repeat 0 always exists: the sub-node itself, which need not be read here.
+  if (Repeat == 0) return sub;
   COL_PRECONDITION_TEXT(Repeat < sub->countOfRepeat(),
                         "RepeatIndex < pMember->subNode()[SubNodeIndex]->countOfRepeat()");
-  return Repeat == 0 ? sub : sub->pMember->repeatNode.filled(*sub->pMember->pool, Repeat - 1, self);
+  return sub->pMember->repeatNode.filled(*sub->pMember->pool, Repeat - 1, self);
 }
 
 QVMtypedMessageTree* QVMtypedMessageTree::node(unsigned SubNode, unsigned Repeat) { return slot(SubNode, Repeat); }
