@@ -1,5 +1,5 @@
 // Message trees as step cases (tests/support/TSTsteps.h), tests/data/QVM/tree/*.test, one tree
-// a case; untyped.test for untyped trees, typed.test for typed ones.  PATH is "/" or child steps "N.R/N" (node N, repeat R, 0 when left out);
+// a case; untyped.test for untyped trees, typed*.test for typed ones.  PATH is "/" or child steps "N.R/N" (node N, repeat R, 0 when left out);
 // a step "~I" takes repeat I of the node reached (getRepeatedNode).  ADDRESS is "N.R/N.R".
 //
 //   tokenise TEXT (segments end in \x0d, fields |, repeats ~, components ^; empty stays null)
@@ -213,9 +213,10 @@ class Tree : public TSTstepModel {
 // (by the other tree) | grab LEVEL ADDRESS (growing; kept) | reach LEVEL ADDRESS -> none|root|kept|other
 // Storage: grown -> nodes made since mark | swap (the other tree becomes the one the steps work
 // on) | replace PATH OTHERPATH | addrepeat PATH | return (returnTakenContents) | dropother (a new
-// other tree) | fill PATH DEPTH WIDTH REPEATS [TAG] (below PATH, DEPTH levels of WIDTH sub-nodes
-// of REPEATS repeats each; a leaf holds TAG and its path from PATH) | check PATH ... (the same
-// shape, values and parents, exactly -> ok or the first place that differs)
+// other tree) | insert SUBNODE REPEAT (the other tree's root) | isother PATH | fill PATH DEPTH
+// WIDTH REPEATS [TAG] (below PATH, DEPTH levels of WIDTH sub-nodes of REPEATS repeats each; a
+// leaf holds TAG and its path from PATH) | check PATH ... (the same shape, values and parents,
+// exactly -> ok or the first place that differs)
 class Typed : public TSTstepModel {
   QVMtypedMessageTree& at(size_t At) { return *walk(Root.get(), word(At)); }
 
@@ -291,6 +292,8 @@ class Typed : public TSTstepModel {
     if (Verb == "addrepeat") return at(1).addRepeatNode(), "";
     if (Verb == "return") return Root->returnTakenContents(), "";
     if (Verb == "dropother") return Other = new QVMtypedMessageTree, "";
+    if (Verb == "insert") return Root->insertNode(index(1), index(2), Other.get()), "";
+    if (Verb == "isother") return std::to_string(&at(1) == Other.get());
     if (Verb == "fill" || Verb == "check") {
       const std::string Tag = Words.size() > 5 ? word(5) : "";
       if (Verb == "fill") return fill(at(1), index(2), index(3), index(4), Tag), "";
