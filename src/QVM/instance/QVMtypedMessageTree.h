@@ -1,6 +1,9 @@
 // QVMtypedMessageTree: a message shaped like its grammar, with typed leaf values and the
 // present marks that generation needs. Repeats work as in the untyped tree: repeat 0 is the
 // sub-node itself. Getters are strict: check isNull() and dataType() before reading.
+// A root owns the storage of all the nodes below it: they come from chunks that grow with the
+// tree's largest shape and are reused by clear(), so a context parsing message after message
+// makes no nodes once warm. Node pointers stay valid while the root lives.
 #pragma once
 
 #include <cstdint>
@@ -15,6 +18,7 @@ class QVMdateTimeInternal;
 class QVMmessageNodeAddress;
 class QVMsegmentGrammar;
 class QVMtypedMessageTreePrivate;
+struct QVMtypedTreePool;
 
 // How a leaf came in on the legacy road.
 enum QVMdataPresent : uint32_t {
@@ -91,12 +95,22 @@ public:
 
 private:
   friend struct QVMtypedSlots;
+  friend struct QVMtypedTreePool;
+  friend struct QVMtypedTreeEntry;
+  struct PoolEntry {};
+  // A node of a root's storage: its member is the one beside it in the same entry.
+  QVMtypedMessageTree(PoolEntry, QVMtypedMessageTreePrivate* Own);
   QVMtypedMessageTree* slot(unsigned SubNode, unsigned Repeat) const;
   QVMtypedMessageTree* adopt(QVMtypedMessageTree* Node);
+  bool borrows() const { return pMember != pOwn; }
+  // Back to the own member after replaceNode.
+  void giveBack();
 
-  COLreferencePtr<QVMtypedMessageTreePrivate> pMember;
-  // Set while `pMember` is another node's (replaceNode).
-  COLreferencePtr<QVMtypedMessageTreePrivate> pOwn;
+  QVMtypedMessageTreePrivate* pMember;
+  // The member this node was made with; pMember differs while it shares another's.
+  QVMtypedMessageTreePrivate* pOwn;
+  // Roots only: the storage every node below comes from.
+  QVMtypedTreePool* pPool = nullptr;
 };
 
 QVMtypedMessageTree* QVMmessageNodeAddressGetSubNode(const QVMmessageNodeAddress& Address,

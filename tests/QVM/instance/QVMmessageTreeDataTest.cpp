@@ -1,5 +1,5 @@
 // Message trees as step cases (tests/support/TSTsteps.h), tests/data/QVM/tree/*.test, one tree
-// a case; untyped.test for untyped trees, typed.test for typed ones.  PATH is "/" or child steps "N.R/N" (node N, repeat R, 0 when left out);
+// a case; untyped.test for untyped trees, typed*.test for typed ones.  PATH is "/" or child steps "N.R/N" (node N, repeat R, 0 when left out);
 // a step "~I" takes repeat I of the node reached (getRepeatedNode).  ADDRESS is "N.R/N.R".
 //
 //   tokenise TEXT (segments end in \x0d, fields |, repeats ~, components ^; empty stays null)
@@ -19,6 +19,7 @@
 #include <sstream>
 #include <string>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
 #include "COLbuffer.h"
@@ -210,8 +211,43 @@ class Tree : public TSTstepModel {
 // present PATH -> dataPresent | setpresent PATH N | empty PATH | presentup PATH | ispresent PATH
 // add | repeatsupto PATH N | droprepeat PATH | parentis PATH PARENT | other TEXT | replace PATH
 // (by the other tree) | grab LEVEL ADDRESS (growing; kept) | reach LEVEL ADDRESS -> none|root|kept|other
+// Storage: grown -> nodes made since mark | swap (the other tree becomes the one the steps work
+// on) | replace PATH OTHERPATH | addrepeat PATH | return (returnTakenContents) | dropother (a new
+// other tree) | insert SUBNODE REPEAT (the other tree's root) | isother PATH | fill PATH DEPTH
+// WIDTH REPEATS [TAG] (below PATH, DEPTH levels of WIDTH sub-nodes of REPEATS repeats each; a
+// leaf holds TAG and its path from PATH) | check PATH ... (the same shape, values and parents,
+// exactly -> ok or the first place that differs)
 class Typed : public TSTstepModel {
   QVMtypedMessageTree& at(size_t At) { return *walk(Root.get(), word(At)); }
+
+  static void fill(QVMtypedMessageTree& Node, unsigned Depth, unsigned Width, unsigned Repeats, const std::string& Path) {
+    if (Depth == 0) return Node.setStringValue(Path.c_str());
+    for (unsigned Sub = Width; Sub-- > 0;)
+      for (unsigned Repeat = 0; Repeat < Repeats; ++Repeat)
+        fill(*Node.makeNodeUpTo(Sub, Repeat), Depth - 1, Width, Repeats,
+             Path + "/" + std::to_string(Sub) + (Repeat ? "." + std::to_string(Repeat) : ""));
+  }
+
+  static std::string check(const QVMtypedMessageTree& Node, unsigned Depth, unsigned Width, unsigned Repeats,
+                           const std::string& Path) {
+    if (Depth == 0) {
+      if (Node.countOfSubNode() != 0 || Node.isNull() || Node.dataType() != QVMstringType ||
+          Node.getStringValue().str() != Path)
+        return Path;
+      return "";
+    }
+    if (Node.countOfSubNode() != Width || Node.isNull()) return Path;
+    for (unsigned Sub = 0; Sub < Width; ++Sub) {
+      if (Node.node(Sub, 0)->countOfRepeat() != Repeats) return Path;
+      for (unsigned Repeat = 0; Repeat < Repeats; ++Repeat) {
+        const QVMtypedMessageTree& Child = *Node.node(Sub, Repeat);
+        const std::string ChildPath = Path + "/" + std::to_string(Sub) + (Repeat ? "." + std::to_string(Repeat) : "");
+        if (Child.parent() != &Node) return ChildPath + " parent";
+        if (std::string Bad = check(Child, Depth - 1, Width, Repeats, ChildPath); !Bad.empty()) return Bad;
+      }
+    }
+    return "";
+  }
 
   std::string step() override {
     const std::string& Verb = word(0);
@@ -249,7 +285,21 @@ class Typed : public TSTstepModel {
     if (Verb == "keep") return Kept = &at(1), "";
     if (Verb == "kept") return std::to_string(&at(1) == Kept);
     if (Verb == "other") return Other->setStringValue(word(1).c_str()), "";
-    if (Verb == "replace") return at(1).replaceNode(*Other), "";
+    if (Verb == "replace")
+      return at(1).replaceNode(Words.size() > 2 ? *walk(Other.get(), word(2)) : *Other), "";
+    if (Verb == "grown") return std::to_string(QVMtypedMessageTree::totalNodeCount() - Marked);
+    if (Verb == "swap") return std::swap(Root, Other), "";
+    if (Verb == "addrepeat") return at(1).addRepeatNode(), "";
+    if (Verb == "return") return Root->returnTakenContents(), "";
+    if (Verb == "dropother") return Other = new QVMtypedMessageTree, "";
+    if (Verb == "insert") return Root->insertNode(index(1), index(2), Other.get()), "";
+    if (Verb == "isother") return std::to_string(&at(1) == Other.get());
+    if (Verb == "fill" || Verb == "check") {
+      const std::string Tag = Words.size() > 5 ? word(5) : "";
+      if (Verb == "fill") return fill(at(1), index(2), index(3), index(4), Tag), "";
+      const std::string Bad = check(at(1), index(2), index(3), index(4), Tag);
+      return Bad.empty() ? "ok" : Bad.substr(Tag.size());
+    }
     if (Verb == "grab") return Kept = QVMmessageNodeAddressGetSubNode(address(word(2)), *Root, index(1)), "";
     if (Verb == "reach") {
       const QVMtypedMessageTree* Found =
