@@ -91,8 +91,6 @@ bool QVMtypedValueText(const QVMtypedMessageTree& Node, const QVMcompositeGramma
   }
 }
 
-thread_local QVMtreeXmlUnreadableValues* t_Unreadable = nullptr;
-
 // Where `Child` hangs below `Parent`: its sub-node and repeat.
 bool QVMplaceBelow(const QVMtypedMessageTree& Parent, const QVMtypedMessageTree& Child, unsigned& SubNode,
                    unsigned& Repeat) {
@@ -122,18 +120,12 @@ const char* QVMrawTextAt(const QVMuntypedMessageTree& Segment, const std::vector
 
 }  // namespace
 
-QVMtreeXmlUnreadableScope::QVMtreeXmlUnreadableScope(QVMtreeXmlUnreadableValues& Listener)
-    : m_Previous(t_Unreadable) {
-  t_Unreadable = &Listener;
-}
-
-QVMtreeXmlUnreadableScope::~QVMtreeXmlUnreadableScope() { t_Unreadable = m_Previous; }
-
 // --- the shared writer
 
 void QVMtreeXmlWriter::checkReadable(const QVMtypedMessageTree& Leaf, const COLstring& Written,
                                      const QVMmessageDefinitionInternal* Definition) const {
-  if (!t_Unreadable || Leaf.dataType() != QVMdateTimeType || Leaf.dataPresent() != QVMdataPresentNotConverted)
+  QVMtreeXmlUnreadableValues* Listener = QVMtreeXmlUnreadableScope::current();
+  if (!Listener || Leaf.dataType() != QVMdateTimeType || Leaf.dataPresent() != QVMdataPresentNotConverted)
     return;
   // The leaf's place, from its segment down; the nodes below a placed segment still hang below
   // the node of the list of typed segments that the checker made, whose index is that of the
@@ -170,7 +162,7 @@ void QVMtreeXmlWriter::checkReadable(const QVMtypedMessageTree& Leaf, const COLs
         if (const char* Value = QVMrawTextAt(Raw, Path)) Text = Value;
     }
   }
-  t_Unreadable->unreadableValue(Definition ? Definition->name() : COLstring(), Place, Text, Written);
+  Listener->unreadableValue(Definition ? Definition->name() : COLstring(), Place, Text, Written);
 }
 
 void QVMtreeXmlWriter::finish(std::string_view Root) {

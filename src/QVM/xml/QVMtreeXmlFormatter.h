@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "COLstring.h"
+#include "COLthreadListener.h"
 #include "XMLiosFilter.h"
 
 class QVMcompositeGrammar;
@@ -36,17 +37,8 @@ public:
                                const COLstring& Written) = 0;
 };
 
-// Installs `Listener` for the current thread while it lives; the one before comes back after.
-class QVMtreeXmlUnreadableScope {
-public:
-  explicit QVMtreeXmlUnreadableScope(QVMtreeXmlUnreadableValues& Listener);
-  ~QVMtreeXmlUnreadableScope();
-  QVMtreeXmlUnreadableScope(const QVMtreeXmlUnreadableScope&) = delete;
-  QVMtreeXmlUnreadableScope& operator=(const QVMtreeXmlUnreadableScope&) = delete;
-
-private:
-  QVMtreeXmlUnreadableValues* m_Previous;
-};
+// Installs a listener for the current thread while it lives.
+using QVMtreeXmlUnreadableScope = COLthreadListenerScope<QVMtreeXmlUnreadableValues>;
 
 // What the writers share: one document appended to the caller's string, tags through the tag
 // filter, values as 8-bit text written as UTF-8 with the five entities, lines ending "\r\n".
