@@ -212,12 +212,21 @@ public:
 
   // What a writer derives from the names (its tags), kept here for it and dropped whenever a
   // name or the order of the columns changes.  Read and filled while messages are written, on
-  // any thread; edits of the definition happen while none is.
+  // any thread; edits of the definition happen while none is.  The first one published stays
+  // until the next edit, so what namesInPlace() gave a writer is never freed under it; writers
+  // read it in place, since a counted copy per table would have every thread write one count.
+  const void* namesInPlace() const { return m_NamesInPlace.load(std::memory_order_acquire); }
   std::shared_ptr<const void> namesCache() const { return m_NamesCache.load(std::memory_order_acquire); }
   void setNamesCache(std::shared_ptr<const void> cache) const {
-    m_NamesCache.store(std::move(cache), std::memory_order_release);
+    std::shared_ptr<const void> Expected;
+    const void* Published = cache.get();
+    if (m_NamesCache.compare_exchange_strong(Expected, std::move(cache), std::memory_order_acq_rel))
+      m_NamesInPlace.store(Published, std::memory_order_release);
   }
-  void namesChanged() { m_NamesCache.store(nullptr); }
+  void namesChanged() {
+    m_NamesInPlace.store(nullptr, std::memory_order_release);
+    m_NamesCache.store(nullptr);
+  }
 
   // --- map sets of the current configuration
   size_t countOfMapSet() const;
@@ -235,6 +244,7 @@ private:
   COLstring m_TableName;
   std::vector<QVMcolumnDefinition> m_Columns;
   mutable std::atomic<std::shared_ptr<const void>> m_NamesCache;
+  mutable std::atomic<const void*> m_NamesInPlace{nullptr};
   COLstring m_Description;
   DBaction m_DatabaseAction = 1;
   QVMengineInternal* m_RootEngine = nullptr;
