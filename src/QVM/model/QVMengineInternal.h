@@ -155,7 +155,8 @@ public:
   void noteTableRenamed(const QVMtableDefinitionInternal* table, const COLstring& oldName);
 
   // A cache that the parser derives from this definition (the identification index). The
-  // engine only keeps it alive; the parser builds, checks and replaces it under the lock.
+  // engine only keeps it alive; the parser builds, checks and replaces it under the lock, and
+  // the fill plans its map sets hold likewise.
   std::mutex& parserCacheMutex() const { return m_ParserCacheMutex; }
   std::shared_ptr<const void>& parserCache() const { return m_ParserCache; }
 
