@@ -237,8 +237,8 @@ struct SGCplanSlot {
   const SGCruleTypes* types = nullptr;
 };
 
-constexpr unsigned kPlanSlots = 64;
-thread_local SGCplanSlot t_PlanSlots[kPlanSlots];
+constexpr unsigned kPlanSlotBits = 8;
+thread_local SGCplanSlot t_PlanSlots[1u << kPlanSlotBits];
 
 std::mutex& SGCplanMutex(QVMengineInternal* Engine) {
   static std::mutex WithoutEngine;
@@ -275,8 +275,11 @@ void SGCfillSlot(SGCplanSlot& Slot, const QVMtableMapSet& MapSet, const QVMmessa
 }
 
 const SGCplanSlot& SGCplanFor(const QVMtableMapSet& MapSet, const QVMmessageGrammar* Rule) {
-  const uintptr_t Key = reinterpret_cast<uintptr_t>(&MapSet) ^ (reinterpret_cast<uintptr_t>(Rule) >> 3);
-  SGCplanSlot& Slot = t_PlanSlots[(Key >> 4) % kPlanSlots];
+  // Map sets and rules are heap objects a few dozen bytes apart: a multiplicative hash spreads
+  // the low bits that tell them apart over the slot index.
+  const uint64_t Key = (reinterpret_cast<uintptr_t>(&MapSet) * 0x9E3779B97F4A7C15ull) ^
+                       (reinterpret_cast<uintptr_t>(Rule) * 0xC2B2AE3D27D4EB4Full);
+  SGCplanSlot& Slot = t_PlanSlots[Key >> (64 - kPlanSlotBits)];
   if (Slot.mapSet != &MapSet || Slot.rule != Rule || Slot.plan.get() != MapSet.planInPlace() ||
       Slot.plan->generation != t_Source.generation)
     SGCfillSlot(Slot, MapSet, Rule);
