@@ -116,6 +116,7 @@ int main(int argc, char** argv) {
     double Rate[3] = {0, 0, 0};
     double Cpu[3] = {1e9, 1e9, 1e9};
     const uint64_t RevisionBefore = QVMrevision();
+    const uint64_t GenerationBefore = Engine->planGeneration();
     // The settings take turns, so a burst of load from elsewhere hits both alike.
     for (int Round = 0; Round < Rounds; ++Round)
       for (unsigned Threads = 1; Threads <= 2; ++Threads) {
@@ -134,6 +135,10 @@ int main(int argc, char** argv) {
     // thread rebuild the identification index under the engine's lock.
     if (QVMrevision() != RevisionBefore)
       std::printf("revision_changes %llu\n", static_cast<unsigned long long>(QVMrevision() - RevisionBefore));
+    // Nor may it count as an edit: every thread would build its table plans again.
+    if (Engine->planGeneration() != GenerationBefore)
+      std::printf("generation_changes %llu\n",
+                  static_cast<unsigned long long>(Engine->planGeneration() - GenerationBefore));
   } catch (const COLerror& Error) {
     std::fprintf(stderr, "bench_threads: %s\n", Error.description().c_str());
     return 1;

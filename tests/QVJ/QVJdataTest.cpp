@@ -28,6 +28,10 @@
 //                          each: "escape-code LEVEL C" (the code letter of the level's delimiter),
 //                          "field-in SEGMENT.N CODE" (field N's incoming equation, one line),
 //                          "rename-composite NAME NEW" (the composite's name)
+//                          "insert MESSAGE GROUP INDEX SEGMENT" (an optional SEGMENT put in at
+//                          INDEX of the message grammar's group of that name),
+//                          "map TABLE COLUMN NODE..." (the column reads that address in every
+//                          map set of the table, repeat 0 at each step)
 // Line ends of XML and error texts are compared as "\n".
 #include <gtest/gtest.h>
 
@@ -43,6 +47,7 @@
 #include "QVLvmdFile.h"
 #include "QVMconfig.h"
 #include "QVMengineInternal.h"
+#include "QVMmessageGrammar.h"
 #include "QVMsegmentGrammar.h"
 #include "QVMsegmentValidationRule.h"
 #include "QVMtableDefinitionInternal.h"
@@ -76,6 +81,13 @@ LANfunction& scriptOf(QVMengineInternal& Schema, const std::string& Key) {
   throw COLerror("no script rule on " + Name, 0);
 }
 
+QVMmessageGrammar* findGroup(QVMmessageGrammar* Node, const std::string& Name) {
+  if (!Node->isNode() && std::string(Node->grammarName()) == Name) return Node;
+  for (size_t Index = 0; Index < Node->countOfSubGrammar(); ++Index)
+    if (QVMmessageGrammar* Found = findGroup(Node->subGrammar(Index), Name)) return Found;
+  return nullptr;
+}
+
 void editConfig(QVMengineInternal& Schema, const std::string& Lines) {
   QVMconfig& Config = Schema.config();
   std::istringstream In(Lines);
@@ -99,6 +111,24 @@ void editConfig(QVMengineInternal& Schema, const std::string& Lines) {
       std::string Name;
       Words >> Value >> Name;
       Schema.composite(Schema.compositeByName(Value.c_str()))->setName(Name.c_str());
+    } else if (Key == "insert") {
+      std::string Message, Group, Segment;
+      size_t Index = 0;
+      Words >> Message >> Group >> Index >> Segment;
+      QVMmessageGrammar* Found = findGroup(Schema.message(Schema.messageByName(Message.c_str()))->messageGrammar(),
+                                           Group);
+      ASSERT_NE(Found, nullptr) << "no group " << Group;
+      Found->insertSegment(Schema.segment(Schema.segmentByName(Segment.c_str())), Index)->setIsOptional(true);
+    } else if (Key == "map") {
+      std::string Table, Column;
+      Words >> Table >> Column;
+      QVMmessageNodeAddress Address;
+      uint32_t Step = 0;
+      for (uint32_t Node; Words >> Node; ++Step) Address.setNodeAndRepeatIndex(Step, Node, 0);
+      QVMtableDefinitionInternal& Definition = *Schema.table(Schema.tableByName(Table.c_str()));
+      const uint32_t At = Definition.columnIndex(Column.c_str());
+      for (size_t Set = 0; Set < Definition.countOfMapSet(); ++Set)
+        Definition.mapSet(Set)->map(At).setNodeAddress(Address);
     } else {
       ADD_FAILURE() << "unknown configuration edit " << Key;
     }

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "COLostream.h"
+#include "QVMengineInternal.h"
 #include "QVMgrammarSupport.h"
 
 struct QVMcompositeGrammarPrivate {
@@ -62,6 +63,7 @@ QVMcompositeGrammar::QVMcompositeGrammar(const QVMcompositeGrammar& other)
 QVMcompositeGrammar& QVMcompositeGrammar::operator=(const QVMcompositeGrammar& other) {
   if (this == &other) return *this;
   COLstring oldName = pMember->name;
+  QVMdefinitionEdited(pMember->rootEngine);
   pMember = std::make_unique<QVMcompositeGrammarPrivate>(*other.pMember);
   QVMgrammarNameChanged(*this, oldName);
   return *this;
@@ -83,7 +85,10 @@ void QVMcompositeGrammar::setDescription(const COLstring& description) { pMember
 
 uint32_t QVMcompositeGrammar::countOfField() const { return static_cast<uint32_t>(pMember->fields.size()); }
 
+// Whoever asks for a sub-field to change it may change its type: plans made from the types
+// are stale from here on.
 QVMcompositeSubField* QVMcompositeGrammar::field(uint32_t fieldIndex) {
+  QVMdefinitionEdited(pMember->rootEngine);
   COL_PRECONDITION_TEXT(fieldIndex < pMember->fields.size(), "FieldIndex < countOfField()");
   return pMember->fields[fieldIndex].get();
 }
@@ -94,16 +99,19 @@ const QVMcompositeSubField* QVMcompositeGrammar::field(uint32_t fieldIndex) cons
 }
 
 void QVMcompositeGrammar::addFieldAt(uint32_t fieldIndex) {
+  QVMdefinitionEdited(pMember->rootEngine);
   COL_PRECONDITION_TEXT(fieldIndex <= pMember->fields.size(), "FieldIndex <= countOfField()");
   pMember->fields.insert(pMember->fields.begin() + fieldIndex, std::make_unique<QVMcompositeSubField>());
 }
 
 void QVMcompositeGrammar::removeField(uint32_t fieldIndex) {
+  QVMdefinitionEdited(pMember->rootEngine);
   COL_PRECONDITION_TEXT(fieldIndex < pMember->fields.size(), "FieldIndex < countOfField()");
   pMember->fields.erase(pMember->fields.begin() + fieldIndex);
 }
 
 void QVMcompositeGrammar::moveField(uint32_t fromIndex, uint32_t toIndex) {
+  QVMdefinitionEdited(pMember->rootEngine);
   QVMmoveElement(pMember->fields, fromIndex, toIndex);
 }
 

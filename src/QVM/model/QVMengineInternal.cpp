@@ -57,6 +57,10 @@ void QVMengineInternal::resetLanguageEngine() {
       }
 }
 
+void QVMdefinitionEdited(QVMengineInternal* engine) {
+  if (engine) engine->definitionEdited();
+}
+
 // --- grammars
 
 QVMsegmentGrammar* QVMengineInternal::segment(size_t SegmentIndex) const {
@@ -65,6 +69,7 @@ QVMsegmentGrammar* QVMengineInternal::segment(size_t SegmentIndex) const {
 }
 
 void QVMengineInternal::deleteSegment(size_t SegmentIndex) {
+  definitionEdited();
   COL_PRECONDITION(SegmentIndex < countOfSegment());
   engineConfig().removeSegment(SegmentIndex);
 }
@@ -75,6 +80,7 @@ QVMcompositeGrammar* QVMengineInternal::composite(size_t CompositeIndex) const {
 }
 
 void QVMengineInternal::deleteComposite(size_t CompositeIndex) {
+  definitionEdited();
   COL_PRECONDITION(CompositeIndex < countOfComposite());
   engineConfig().removeComposite(CompositeIndex);
 }
@@ -85,6 +91,7 @@ QVMenumerationGrammar* QVMengineInternal::enumerationGrammar(size_t EnumerationI
 }
 
 void QVMengineInternal::deleteEnumerationGrammar(size_t EnumerationIndex) {
+  definitionEdited();
   COL_PRECONDITION(EnumerationIndex < countOfEnumerationGrammar());
   engineConfig().removeEnumerationGrammar(EnumerationIndex);
 }
@@ -95,6 +102,7 @@ QVMdateTimeGrammar* QVMengineInternal::dateTimeGrammar(size_t DateTimeIndex) con
 }
 
 void QVMengineInternal::deleteDateTimeGrammar(size_t DateTimeIndex) {
+  definitionEdited();
   COL_PRECONDITION(DateTimeIndex < countOfDateTimeGrammar());
   engineConfig().removeDateTimeGrammar(DateTimeIndex);
 }
@@ -107,6 +115,7 @@ QVMmessageDefinitionInternal* QVMengineInternal::message(size_t MessageIndex) co
 }
 
 size_t QVMengineInternal::addMessage() {
+  definitionEdited();
   QVMrevisionChanged();
   m_Messages.push_back(std::make_unique<QVMmessageDefinitionInternal>());
   m_MessageNames.appended(m_Messages);
@@ -116,6 +125,7 @@ size_t QVMengineInternal::addMessage() {
 }
 
 void QVMengineInternal::deleteMessage(size_t MessageIndex) {
+  definitionEdited();
   QVMrevisionChanged();
   COL_PRECONDITION(MessageIndex < countOfMessage());
   uint32_t index = static_cast<uint32_t>(MessageIndex);
@@ -149,6 +159,7 @@ QVMtableDefinitionInternal* QVMengineInternal::table(size_t TableIndex) const {
 }
 
 size_t QVMengineInternal::addTable() {
+  definitionEdited();
   m_Tables.push_back(std::make_unique<QVMtableDefinitionInternal>());
   m_TableNames.appended(m_Tables);
   m_Tables.back()->init(this);
@@ -156,6 +167,7 @@ size_t QVMengineInternal::addTable() {
 }
 
 void QVMengineInternal::deleteTable(size_t TableIndex) {
+  definitionEdited();
   COL_PRECONDITION(TableIndex < countOfTable());
   m_Tables.erase(m_Tables.begin() + TableIndex);
   m_TableNames.invalidate();
@@ -186,6 +198,7 @@ uint32_t QVMengineInternal::configPosition(const QVMengineConfig* config) const 
 }
 
 void QVMengineInternal::setCurrentConfig(uint32_t index) {
+  if (index != m_CurrentConfig) definitionEdited();
   QVMrevisionChanged();
   if (index >= m_Configs.size()) {
     COLstring text;
@@ -197,6 +210,7 @@ void QVMengineInternal::setCurrentConfig(uint32_t index) {
 }
 
 size_t QVMengineInternal::addConfiguration(const COLstring& name) {
+  definitionEdited();
   QVMrevisionChanged();
   m_Configs.push_back(std::make_unique<QVMengineConfig>());
   m_Configs.back()->init(this);
@@ -207,6 +221,7 @@ size_t QVMengineInternal::addConfiguration(const COLstring& name) {
 }
 
 void QVMengineInternal::deleteConfig(size_t index) {
+  definitionEdited();
   QVMrevisionChanged();
   COL_PRECONDITION(index < countOfConfig());
   // The grammars go last, once no record of a message or table points into them.
@@ -220,6 +235,7 @@ void QVMengineInternal::deleteConfig(size_t index) {
 // --- life cycle
 
 void QVMengineInternal::clear() {
+  definitionEdited();
   QVMrevisionChanged();
   m_CurrentConfig = 0;
   m_OutgoingConfigIndex = 0;
@@ -240,6 +256,7 @@ void QVMengineInternal::clear() {
 }
 
 void QVMengineInternal::postLoad() {
+  definitionEdited();
   QVMrevisionChanged();
   uint32_t remembered = m_CurrentConfig;
   for (uint32_t c = 0; c < m_Configs.size(); ++c) {

@@ -4,6 +4,7 @@
 // parsing, generation, XML and scripts read it. Name lookups are indexed.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <mutex>
@@ -21,6 +22,9 @@
 #include "QVMtableDefinitionInternal.h"
 
 class COLsink;
+
+// Tells the engine, when there is one, that a part of its definition changed.
+void QVMdefinitionEdited(QVMengineInternal* engine);
 
 class QVMengineInternal : public COLreference {
 public:
@@ -151,9 +155,17 @@ public:
   void noteTableRenamed(const QVMtableDefinitionInternal* table, const COLstring& oldName);
 
   // A cache that the parser derives from this definition (the identification index). The
-  // engine only keeps it alive; the parser builds, checks and replaces it under the lock.
+  // engine only keeps it alive; the parser builds, checks and replaces it under the lock, and
+  // the fill plans its map sets hold likewise.
   std::mutex& parserCacheMutex() const { return m_ParserCacheMutex; }
   std::shared_ptr<const void>& parserCache() const { return m_ParserCache; }
+
+  // Counts the edits of what a parse derives plans from: grammars, map sets, configurations.
+  // A plan remembers the count it was built at and is stale at any other, so that a parse can
+  // tell with one load, without a lock, that what it holds still fits.  Edits happen while no
+  // parse runs; the count only tells the next parse.
+  uint64_t planGeneration() const { return m_PlanGeneration.value.load(std::memory_order_acquire); }
+  void definitionEdited() { m_PlanGeneration.value.fetch_add(1, std::memory_order_acq_rel); }
 
 private:
   void setUpLanguageEngine();
@@ -176,6 +188,12 @@ private:
   std::unique_ptr<COLostream> m_LogStream;
   mutable std::mutex m_ParserCacheMutex;
   mutable std::shared_ptr<const void> m_ParserCache;
+  // On a line of its own: every parse thread reads it, and nothing it shares a line with may
+  // be written while they do.
+  struct alignas(64) Generation {
+    std::atomic<uint64_t> value{1};
+    char pad[64 - sizeof(std::atomic<uint64_t>)];
+  } m_PlanGeneration;
 
   QVMnameIndex<QVMmessageDefinitionInternal, &QVMmessageDefinitionInternal::name> m_MessageNames;
   QVMnameIndex<QVMtableDefinitionInternal, &QVMtableDefinitionInternal::tableName> m_TableNames;

@@ -2,6 +2,7 @@
 #include "QVMmessageGrammar.h"
 
 #include "COLerror.h"
+#include "QVMengineInternal.h"
 #include "QVMgrammarTypes.h"
 #include "QVMmessageDefinitionInternal.h"
 #include "QVMtableGrammarInternal.h"
@@ -25,6 +26,7 @@ QVMmessageGrammar::QVMmessageGrammar(const QVMmessageGrammar& other)
 
 QVMmessageGrammar& QVMmessageGrammar::operator=(const QVMmessageGrammar& other) {
   if (this == &other) return *this;
+  shapeChanged();
   m_MaximumRepeat = other.m_MaximumRepeat;
   m_IsNode = other.m_IsNode;
   m_IsOptional = other.m_IsOptional;
@@ -82,7 +84,15 @@ QVMmessageGrammar* QVMmessageGrammar::subGrammar(size_t GrammarIndex) const {
   return m_SubGrammars[GrammarIndex].get();
 }
 
+void QVMmessageGrammar::shapeChanged() const { QVMdefinitionEdited(m_Message ? m_Message->rootEngine() : nullptr); }
+
+void QVMmessageGrammar::setSegment(QVMsegmentGrammar* segment) {
+  shapeChanged();
+  m_Segment = segment;
+}
+
 QVMmessageGrammar* QVMmessageGrammar::insertSegment(QVMsegmentGrammar* segment, size_t GrammarIndex) {
+  shapeChanged();
   if (GrammarIndex == npos || GrammarIndex == COLstring::npos) GrammarIndex = m_SubGrammars.size();
   COL_PRECONDITION_TEXT(GrammarIndex <= m_SubGrammars.size(), "GrammarIndex <= pMember->SubGrammarVector.size()");
   auto node = std::make_unique<QVMmessageGrammar>();
@@ -93,6 +103,7 @@ QVMmessageGrammar* QVMmessageGrammar::insertSegment(QVMsegmentGrammar* segment, 
 }
 
 QVMmessageGrammar* QVMmessageGrammar::insertGroup(const COLstring& name, size_t GrammarIndex) {
+  shapeChanged();
   if (GrammarIndex == npos || GrammarIndex == COLstring::npos) GrammarIndex = m_SubGrammars.size();
   COL_PRECONDITION(GrammarIndex <= countOfSubGrammar());
   auto node = std::make_unique<QVMmessageGrammar>();
@@ -103,6 +114,7 @@ QVMmessageGrammar* QVMmessageGrammar::insertGroup(const COLstring& name, size_t 
 }
 
 void QVMmessageGrammar::remove(size_t GrammarIndex) {
+  shapeChanged();
   COL_PRECONDITION(GrammarIndex < countOfSubGrammar());
   QVMmessageGrammar* child = m_SubGrammars[GrammarIndex].get();
   while (child->countOfSubGrammar() > 0) child->remove(child->countOfSubGrammar() - 1);
@@ -112,6 +124,7 @@ void QVMmessageGrammar::remove(size_t GrammarIndex) {
 }
 
 void QVMmessageGrammar::moveGrammarTo(QVMmessageGrammar* newParent, size_t index) {
+  shapeChanged();
   COL_PRECONDITION(newParent != NULL);
   COL_PRECONDITION(m_Parent != NULL);
   for (const QVMmessageGrammar* up = newParent; up; up = up->m_Parent)

@@ -34,7 +34,7 @@ public:
   QVMmessageGrammar* parent() const { return m_Parent; }
   QVMmessageDefinitionInternal* message() const { return m_Message; }
   QVMsegmentGrammar* segment() const { return m_Segment; }
-  void setSegment(QVMsegmentGrammar* segment) { m_Segment = segment; }
+  void setSegment(QVMsegmentGrammar* segment);
   bool isOptional() const { return m_IsOptional; }
   void setIsOptional(bool value) { m_IsOptional = value; }
   bool isRepeating() const { return m_IsRepeating; }
@@ -68,6 +68,8 @@ public:
 
 private:
   void copySubtreeFrom(const QVMmessageGrammar& other);
+  // Tells the engine that the shape of the tree changed: what was planned on it is stale.
+  void shapeChanged() const;
 
   uint32_t m_MaximumRepeat = 0;
   bool m_IsNode = false;

@@ -94,6 +94,8 @@ struct QVMsegmentGrammarPrivate {
   QVMengineInternal* rootEngine = nullptr;
   // Not copied: a copy derives its own.
   mutable std::atomic<std::shared_ptr<const QVMsegmentScripts>> scripts;
+  // What `scripts` holds, for readers that must not count a reference.
+  mutable std::atomic<const QVMsegmentScripts*> scriptsInPlace{nullptr};
 
   QVMsegmentGrammarPrivate() = default;
   QVMsegmentGrammarPrivate(const QVMsegmentGrammarPrivate& other)
@@ -117,6 +119,7 @@ QVMsegmentGrammar::QVMsegmentGrammar(const QVMsegmentGrammar& other)
 QVMsegmentGrammar& QVMsegmentGrammar::operator=(const QVMsegmentGrammar& other) {
   if (this == &other) return *this;
   QVMengineInternal* ownEngine = pMember->rootEngine;
+  QVMdefinitionEdited(ownEngine);
   COLstring oldName = pMember->name;
   pMember = std::make_unique<QVMsegmentGrammarPrivate>(*other.pMember);
   initValidationRules();
@@ -172,11 +175,13 @@ QVMsegmentSubField& QVMsegmentGrammar::checkedField(uint32_t fieldIndex) const {
 
 QVMsegmentSubField* QVMsegmentGrammar::field(uint32_t fieldIndex) {
   scriptsChanged();
+  fieldsChanged();
   return &checkedField(fieldIndex);
 }
 const QVMsegmentSubField* QVMsegmentGrammar::field(uint32_t fieldIndex) const { return &checkedField(fieldIndex); }
 
 void QVMsegmentGrammar::insertField(uint32_t fieldIndex) {
+  fieldsChanged();
   COL_PRECONDITION_TEXT(fieldIndex <= pMember->fields.size(), "FieldIndex <= countOfField()");
   auto field = std::make_unique<QVMsegmentSubField>();
   field->setLanguageEngine(languageEngine());
@@ -186,12 +191,14 @@ void QVMsegmentGrammar::insertField(uint32_t fieldIndex) {
 }
 
 void QVMsegmentGrammar::removeField(uint32_t fieldIndex) {
+  fieldsChanged();
   COL_PRECONDITION_TEXT(fieldIndex < pMember->fields.size(), "FieldIndex < pMember->Field.size()");
   pMember->fields.erase(pMember->fields.begin() + fieldIndex);
   initValidationRules();
 }
 
 void QVMsegmentGrammar::moveField(uint32_t fromIndex, uint32_t toIndex) {
+  fieldsChanged();
   QVMmoveElement(pMember->fields, fromIndex, toIndex);
   // Refreshed at once so that a rule always names the field that holds it.
   initValidationRules();
@@ -213,6 +220,7 @@ QVMcompositeGrammar* QVMsegmentGrammar::fieldType(uint32_t fieldIndex) const {
   return checkedField(fieldIndex).fieldType();
 }
 void QVMsegmentGrammar::setFieldType(uint32_t fieldIndex, QVMcompositeGrammar* composite) {
+  fieldsChanged();
   QVMsegmentSubField& field = checkedField(fieldIndex);
   COL_PRECONDITION_TEXT(composite != nullptr, "pCompositeGrammar != NULL");
   field.setFieldType(composite);
@@ -281,7 +289,17 @@ void QVMsegmentGrammar::removeValidationRule(uint32_t fieldIndex, uint32_t ruleI
   scriptsChanged();
 }
 
-void QVMsegmentGrammar::scriptsChanged() { pMember->scripts.store(nullptr, std::memory_order_release); }
+void QVMsegmentGrammar::scriptsChanged() {
+  pMember->scriptsInPlace.store(nullptr, std::memory_order_release);
+  pMember->scripts.store(nullptr, std::memory_order_release);
+}
+
+void QVMsegmentGrammar::fieldsChanged() { QVMdefinitionEdited(pMember->rootEngine); }
+
+const QVMsegmentScripts& QVMsegmentGrammar::currentScripts() const {
+  if (const QVMsegmentScripts* Known = pMember->scriptsInPlace.load(std::memory_order_acquire)) return *Known;
+  return *scripts();
+}
 
 std::shared_ptr<const QVMsegmentScripts> QVMsegmentGrammar::scripts() const {
   std::shared_ptr<const QVMsegmentScripts> Known = pMember->scripts.load(std::memory_order_acquire);
@@ -292,8 +310,11 @@ std::shared_ptr<const QVMsegmentScripts> QVMsegmentGrammar::scripts() const {
     if (Field.incomingFunction().state() != LANfunction::StateEmpty) Built->equationFields.push_back(Index);
     Built->hasRules = Built->hasRules || Field.countOfValidationRule() != 0;
   }
-  // Two parses may build it at once; both results are equal.
-  pMember->scripts.store(Built, std::memory_order_release);
+  // Two parses may build it at once: the first one's stays, so that what currentScripts()
+  // handed out is never replaced under a reader.
+  std::shared_ptr<const QVMsegmentScripts> Expected;
+  if (!pMember->scripts.compare_exchange_strong(Expected, Built, std::memory_order_acq_rel)) return Expected;
+  pMember->scriptsInPlace.store(Built.get(), std::memory_order_release);
   return Built;
 }
 

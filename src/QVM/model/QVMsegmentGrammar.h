@@ -133,6 +133,9 @@ public:
   // Derived from the fields on first use after an edit; safe to read from parses on any thread,
   // while no edit runs.
   std::shared_ptr<const QVMsegmentScripts> scripts() const;
+  // The same without counting a reference, for the per-segment step of a parse: a counted copy
+  // would make every parse thread write the one shared count.  Valid until the next edit.
+  const QVMsegmentScripts& currentScripts() const;
 
   // Name, description and identifiers (by value and node address); fields do not count.
   bool operator==(const QVMsegmentGrammar& other) const;
@@ -141,6 +144,8 @@ public:
 private:
   QVMsegmentSubField& checkedField(uint32_t fieldIndex) const;
   void scriptsChanged();
+  // The fields' layout or types changed: plans made from them are stale.
+  void fieldsChanged();
 
   std::unique_ptr<QVMsegmentGrammarPrivate> pMember;
 };

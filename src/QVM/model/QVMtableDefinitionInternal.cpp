@@ -24,6 +24,12 @@ QVMtableMapSet& QVMtableMapSet::operator=(const QVMtableMapSet& other) {
   return *this;
 }
 
+void QVMtableMapSet::itemsChanged() {
+  m_PlanInPlace.store(nullptr, std::memory_order_release);
+  m_PlanOwner.reset();
+  QVMdefinitionEdited(m_Table ? m_Table->rootEngine() : nullptr);
+}
+
 void QVMtableMapSet::setTableDefinition(QVMtableDefinitionInternal* table) {
   m_Table = table;
   pad();

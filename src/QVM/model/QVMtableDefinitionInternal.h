@@ -57,21 +57,26 @@ public:
   void moveColumn(size_t FromIndex, size_t ToIndex);
 
   // What a parse derives from the items (its fill plan), kept here for it and dropped whenever
-  // an item may change: the mutable map() and every edit.  Read and filled while messages are
-  // parsed, on any thread; edits of the definition happen while none is.
-  std::shared_ptr<const void> planCache() const { return m_PlanCache.load(std::memory_order_acquire); }
-  void setPlanCache(std::shared_ptr<const void> cache) const {
-    m_PlanCache.store(std::move(cache), std::memory_order_release);
+  // an item may change: the mutable map() and every edit, which also tell the engine.  planInPlace
+  // is for the parse's check that what it holds is still the current plan: one load, no count.
+  // The owner is read and replaced only under the lock the parse keeps for it; edits of the
+  // definition happen while no parse runs.
+  const void* planInPlace() const { return m_PlanInPlace.load(std::memory_order_acquire); }
+  const std::shared_ptr<const void>& planOwner() const { return m_PlanOwner; }
+  void setPlan(std::shared_ptr<const void> plan) const {
+    m_PlanInPlace.store(plan.get(), std::memory_order_release);
+    m_PlanOwner = std::move(plan);
   }
 
 private:
   void pad() const;
-  void itemsChanged() { m_PlanCache.store(nullptr, std::memory_order_release); }
+  void itemsChanged();
 
   QVMtableDefinitionInternal* m_Table = nullptr;
   COLstring m_Name = "Mapset";
   mutable std::vector<QVMmapItem> m_Items;
-  mutable std::atomic<std::shared_ptr<const void>> m_PlanCache;
+  mutable std::shared_ptr<const void> m_PlanOwner;
+  mutable std::atomic<const void*> m_PlanInPlace{nullptr};
 };
 
 // The record of a table in one configuration; always at least one map set once tied to a table.
@@ -207,12 +212,21 @@ public:
 
   // What a writer derives from the names (its tags), kept here for it and dropped whenever a
   // name or the order of the columns changes.  Read and filled while messages are written, on
-  // any thread; edits of the definition happen while none is.
+  // any thread; edits of the definition happen while none is.  The first one published stays
+  // until the next edit, so what namesInPlace() gave a writer is never freed under it; writers
+  // read it in place, since a counted copy per table would have every thread write one count.
+  const void* namesInPlace() const { return m_NamesInPlace.load(std::memory_order_acquire); }
   std::shared_ptr<const void> namesCache() const { return m_NamesCache.load(std::memory_order_acquire); }
   void setNamesCache(std::shared_ptr<const void> cache) const {
-    m_NamesCache.store(std::move(cache), std::memory_order_release);
+    std::shared_ptr<const void> Expected;
+    const void* Published = cache.get();
+    if (m_NamesCache.compare_exchange_strong(Expected, std::move(cache), std::memory_order_acq_rel))
+      m_NamesInPlace.store(Published, std::memory_order_release);
   }
-  void namesChanged() { m_NamesCache.store(nullptr); }
+  void namesChanged() {
+    m_NamesInPlace.store(nullptr, std::memory_order_release);
+    m_NamesCache.store(nullptr);
+  }
 
   // --- map sets of the current configuration
   size_t countOfMapSet() const;
@@ -230,6 +244,7 @@ private:
   COLstring m_TableName;
   std::vector<QVMcolumnDefinition> m_Columns;
   mutable std::atomic<std::shared_ptr<const void>> m_NamesCache;
+  mutable std::atomic<const void*> m_NamesInPlace{nullptr};
   COLstring m_Description;
   DBaction m_DatabaseAction = 1;
   QVMengineInternal* m_RootEngine = nullptr;

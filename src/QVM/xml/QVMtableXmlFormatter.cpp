@@ -180,6 +180,7 @@ std::string QVMfilteredTag(std::string_view Prefix, std::string_view Name) {
 }
 
 const QVMcolumnTags& QVMtagsOf(const QVMtableDefinitionInternal& Definition) {
+  if (const void* Known = Definition.namesInPlace()) return *static_cast<const QVMcolumnTags*>(Known);
   std::shared_ptr<const void> Cache = Definition.namesCache();
   if (!Cache) {
     auto Tags = std::make_shared<QVMcolumnTags>();
@@ -192,8 +193,8 @@ const QVMcolumnTags& QVMtagsOf(const QVMtableDefinitionInternal& Definition) {
         Tags->close[Long].push_back(Tag.empty() ? std::string(kNewLine) : "</" + Tag + ">" + std::string(kNewLine));
       }
     }
-    Cache = Tags;
-    Definition.setNamesCache(Cache);
+    Definition.setNamesCache(Tags);
+    Cache = Definition.namesCache();  // another thread's, when it published first
   }
   // The definition keeps its cache alive while this table is written: no edit happens meanwhile.
   return *static_cast<const QVMcolumnTags*>(Cache.get());

@@ -275,7 +275,7 @@ void QVJcheckParsedSegments(QVMengineInternal& Engine, bool Hl7Mode, LAGenvironm
     SGMsegment& Segment = *Placed->segmentPointer();
     const unsigned Index = Placed->index();
     // Most segments have neither equations nor rules: what the grammar holds of them is derived once.
-    const std::shared_ptr<const QVMsegmentScripts> Scripts = Grammar->scripts();
+    const QVMsegmentScripts* Scripts = &Grammar->currentScripts();
     for (const uint32_t Field : Scripts->equationFields) {
       const QVMsegmentSubField& Definition = *Grammar->field(Field);
       // An equation that did not compile is run too, so that its error is reported.  Running

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <memory>
+#include <mutex>
 #include <vector>
 
 #include "COLerror.h"
@@ -102,25 +103,55 @@ const QVMtableMapSet* SGCmapSetOf(QVMtableGrammarInternal* Grammar) {
   return MapSet;
 }
 
-// The map set of a table rooted at a segment, laid out by the field each column reads, so that
-// filling a row visits the fields the segment has rather than every mapped column.  Addresses
-// that can reach no value (deeper than a sub-sub-field, or repeating below the field) are left
-// out: their cells stay null, as the lookup would leave them.
+// What filling a table needs of one map set, worked out once per loaded definition and kept by
+// the map set for every parse on every thread.  Two layouts of the same columns:
+//  - for rows rooted at a segment, the columns by the field they read, so that a row visits the
+//    fields the segment has rather than every mapped column.  Addresses that can reach no value
+//    (deeper than a sub-sub-field, or repeating below the field) are left out: their cells stay
+//    null, as the lookup would leave them;
+//  - for rows rooted at a group, the columns in order with their steps copied out and how many
+//    leading steps each shares with the column before it, so that a row walks from the group to
+//    a segment once for all the columns that read that segment.
+// The type of each column depends on the grammar rule the rows sit on as well, so the plan keeps
+// one list of types per rule it has met (usually one).  A plan is stale once the engine has seen
+// an edit since it was built; an edit of the map set drops it at once.
 struct SGCfillEntry {
   unsigned column;
   unsigned repeat;
   QVMmessageNodeAddress address;
 };
 
-struct SGCfillPlan {
-  std::vector<SGCfillEntry> entries;  // by field
-  std::vector<unsigned> fieldBegin;   // entries of field F: [fieldBegin[F], fieldBegin[F + 1])
+struct SGCgroupColumn {
+  unsigned column;
+  unsigned firstStep;  // in SGCfillPlan::steps, two words (node, repeat) per step
+  unsigned depth;
+  unsigned shared;  // leading steps equal to the previous entry's
+  QVMmessageNodeAddress address;
 };
 
-std::shared_ptr<const SGCfillPlan> SGCplanOf(const QVMtableMapSet& MapSet) {
-  if (std::shared_ptr<const void> Cached = MapSet.planCache())
-    return std::static_pointer_cast<const SGCfillPlan>(Cached);
-  auto Plan = std::make_shared<SGCfillPlan>();
+// A column's type under one rule; `deferred` when working it out failed, so that the failure is
+// raised where a value needs the type, as it would be without a plan.
+struct SGCplannedType {
+  SGCmapValueType type;
+  bool deferred = false;
+};
+
+struct SGCruleTypes {
+  const QVMmessageGrammar* rule = nullptr;
+  std::vector<SGCplannedType> segmentTypes;  // by SGCfillPlan::entries
+  std::vector<SGCplannedType> groupTypes;    // by SGCfillPlan::columns
+};
+
+struct SGCfillPlan {
+  uint64_t generation = 0;
+  std::vector<SGCfillEntry> entries;  // by field
+  std::vector<unsigned> fieldBegin;   // entries of field F: [fieldBegin[F], fieldBegin[F + 1])
+  std::vector<SGCgroupColumn> columns;
+  std::vector<uint32_t> steps;
+  std::vector<std::shared_ptr<const SGCruleTypes>> rules;
+};
+
+void SGCplanSegmentLayout(const QVMtableMapSet& MapSet, SGCfillPlan& Plan) {
   std::vector<std::pair<unsigned, unsigned>> Order;  // field, column
   for (unsigned Column = 0; Column < MapSet.countOfMap(); ++Column) {
     const QVMmessageNodeAddress& Address = MapSet.map(Column).nodeAddress();
@@ -131,15 +162,128 @@ std::shared_ptr<const SGCfillPlan> SGCplanOf(const QVMtableMapSet& MapSet) {
   }
   std::stable_sort(Order.begin(), Order.end(), [](const auto& A, const auto& B) { return A.first < B.first; });
   const unsigned Fields = Order.empty() ? 0 : Order.back().first + 1;
-  Plan->fieldBegin.assign(Fields + 1, 0);
+  Plan.fieldBegin.assign(Fields + 1, 0);
   for (const auto& [Field, Column] : Order) {
     const QVMmessageNodeAddress& Address = MapSet.map(Column).nodeAddress();
-    Plan->entries.push_back({Column, Address.repeatIndex(0), Address});
-    ++Plan->fieldBegin[Field + 1];
+    Plan.entries.push_back({Column, Address.repeatIndex(0), Address});
+    ++Plan.fieldBegin[Field + 1];
   }
-  for (unsigned Field = 0; Field < Fields; ++Field) Plan->fieldBegin[Field + 1] += Plan->fieldBegin[Field];
-  MapSet.setPlanCache(Plan);
-  return Plan;
+  for (unsigned Field = 0; Field < Fields; ++Field) Plan.fieldBegin[Field + 1] += Plan.fieldBegin[Field];
+}
+
+void SGCplanGroupLayout(const QVMtableMapSet& MapSet, SGCfillPlan& Plan) {
+  const QVMmessageNodeAddress* Previous = nullptr;
+  for (unsigned Column = 0; Column < MapSet.countOfMap(); ++Column) {
+    const QVMmessageNodeAddress& Address = MapSet.map(Column).nodeAddress();
+    const unsigned Depth = Address.depth();
+    if (Depth == 0) continue;
+    SGCgroupColumn Entry{Column, static_cast<unsigned>(Plan.steps.size()), Depth, 0, Address};
+    for (unsigned Step = 0; Step < Depth; ++Step) {
+      Plan.steps.push_back(Address.nodeIndex(Step));
+      Plan.steps.push_back(Address.repeatIndex(Step));
+    }
+    if (Previous) {
+      const unsigned Common = std::min(Depth, Previous->depth());
+      while (Entry.shared < Common && Address.nodeIndex(Entry.shared) == Previous->nodeIndex(Entry.shared) &&
+             Address.repeatIndex(Entry.shared) == Previous->repeatIndex(Entry.shared))
+        ++Entry.shared;
+    }
+    Plan.columns.push_back(std::move(Entry));
+    Previous = &Address;
+  }
+}
+
+SGCplannedType SGCplanType(const QVMmessageGrammar* Rule, const QVMmessageNodeAddress& Address) {
+  SGCplannedType Planned;
+  try {
+    Planned.type = SGCtypeFromRule(Rule, Address);
+  } catch (const COLerror&) {
+    Planned.deferred = true;
+  }
+  return Planned;
+}
+
+std::shared_ptr<const SGCruleTypes> SGCplanRuleTypes(const SGCfillPlan& Plan, const QVMmessageGrammar* Rule) {
+  auto Types = std::make_shared<SGCruleTypes>();
+  Types->rule = Rule;
+  Types->segmentTypes.reserve(Plan.entries.size());
+  for (const SGCfillEntry& Entry : Plan.entries) Types->segmentTypes.push_back(SGCplanType(Rule, Entry.address));
+  Types->groupTypes.reserve(Plan.columns.size());
+  for (const SGCgroupColumn& Entry : Plan.columns) Types->groupTypes.push_back(SGCplanType(Rule, Entry.address));
+  return Types;
+}
+
+const SGCmapValueType& SGCtypeOf(const SGCplannedType& Planned, const QVMmessageGrammar* Rule,
+                                 const QVMmessageNodeAddress& Address) {
+  if (Planned.deferred) SGCtypeFromRule(Rule, Address);  // raises what planning met
+  return Planned.type;
+}
+
+// The engine of the message being filled and its generation, read once per message.
+struct SGCfillSource {
+  QVMengineInternal* engine = nullptr;
+  uint64_t generation = 0;
+};
+
+thread_local SGCfillSource t_Source;
+
+// The plans this thread used last, by map set and rule: a row whose slot still names the map
+// set's current plan, built at the engine's current generation, takes no lock and counts no
+// reference.  The slot holds the plan, so that a plan the map set dropped is never read freed.
+struct SGCplanSlot {
+  const QVMtableMapSet* mapSet = nullptr;
+  const QVMmessageGrammar* rule = nullptr;
+  std::shared_ptr<const SGCfillPlan> plan;
+  const SGCruleTypes* types = nullptr;
+};
+
+constexpr unsigned kPlanSlotBits = 8;
+thread_local SGCplanSlot t_PlanSlots[1u << kPlanSlotBits];
+
+std::mutex& SGCplanMutex(QVMengineInternal* Engine) {
+  static std::mutex WithoutEngine;
+  return Engine ? Engine->parserCacheMutex() : WithoutEngine;
+}
+
+// The map set's plan with the types for `Rule`, built or completed under the engine's lock.  A
+// plan is never changed once published: one that lacks the rule is replaced by a copy with it.
+void SGCfillSlot(SGCplanSlot& Slot, const QVMtableMapSet& MapSet, const QVMmessageGrammar* Rule) {
+  std::lock_guard<std::mutex> Lock(SGCplanMutex(t_Source.engine));
+  auto Plan = std::static_pointer_cast<const SGCfillPlan>(MapSet.planOwner());
+  if (!Plan || Plan->generation != t_Source.generation) {
+    auto Fresh = std::make_shared<SGCfillPlan>();
+    Fresh->generation = t_Source.generation;
+    SGCplanSegmentLayout(MapSet, *Fresh);
+    SGCplanGroupLayout(MapSet, *Fresh);
+    Plan = Fresh;
+    MapSet.setPlan(Plan);
+  }
+  const SGCruleTypes* Types = nullptr;
+  for (const auto& Known : Plan->rules)
+    if (Known->rule == Rule) Types = Known.get();
+  if (!Types) {
+    auto Wider = std::make_shared<SGCfillPlan>(*Plan);
+    Wider->rules.push_back(SGCplanRuleTypes(*Wider, Rule));
+    Types = Wider->rules.back().get();
+    Plan = Wider;
+    MapSet.setPlan(Plan);
+  }
+  Slot.mapSet = &MapSet;
+  Slot.rule = Rule;
+  Slot.plan = std::move(Plan);
+  Slot.types = Types;
+}
+
+const SGCplanSlot& SGCplanFor(const QVMtableMapSet& MapSet, const QVMmessageGrammar* Rule) {
+  // Map sets and rules are heap objects a few dozen bytes apart: a multiplicative hash spreads
+  // the low bits that tell them apart over the slot index.
+  const uint64_t Key = (reinterpret_cast<uintptr_t>(&MapSet) * 0x9E3779B97F4A7C15ull) ^
+                       (reinterpret_cast<uintptr_t>(Rule) * 0xC2B2AE3D27D4EB4Full);
+  SGCplanSlot& Slot = t_PlanSlots[Key >> (64 - kPlanSlotBits)];
+  if (Slot.mapSet != &MapSet || Slot.rule != Rule || Slot.plan.get() != MapSet.planInPlace() ||
+      Slot.plan->generation != t_Source.generation)
+    SGCfillSlot(Slot, MapSet, Rule);
+  return Slot;
 }
 
 // The value a planned address reaches in one occurrence of its field, as SGCmapValueFromField.
@@ -158,74 +302,6 @@ const SGMvalue* SGCplannedValue(SGMfield& Field, const QVMmessageNodeAddress& Ad
       return Sub < SubFields && SubSub < Field.countOfSubSubField(Sub) ? &Field.value(Sub, SubSub) : nullptr;
     }
   }
-}
-
-// The columns of a group-rooted table, resolved once per fill rather than once per row: each
-// column's steps copied out of its address, its type, and how many leading steps it shares with
-// the column before it, so that a row walks from the group to a segment once for all the columns
-// that read that segment.  The grammar cannot change while a message is parsed, so the plan is
-// kept per thread, reused while rows of the same table under the same rule come, and dropped at
-// the start of every message.
-struct SGCgroupColumn {
-  unsigned column;
-  unsigned firstStep;  // in SGCgroupPlan::steps, two words (node, repeat) per step
-  unsigned depth;
-  unsigned shared;  // leading steps equal to the previous entry's
-  const QVMmessageNodeAddress* address;
-  bool typed;  // the type is worked out at the first value found, as the cell needs it
-  SGCmapValueType type;
-};
-
-struct SGCgroupPlan {
-  const QVMtableMapSet* mapSet = nullptr;
-  const QVMmessageGrammar* rule = nullptr;
-  unsigned columns = 0;
-  std::vector<SGCgroupColumn> entries;
-  std::vector<uint32_t> steps;
-};
-
-thread_local SGCgroupPlan t_GroupPlan;
-
-// The types of the entries of a segment-rooted plan under one rule, kept as the group plan is.
-struct SGCsegmentTypes {
-  const QVMtableMapSet* mapSet = nullptr;
-  const QVMmessageGrammar* rule = nullptr;
-  // Held here, so that rows after the first skip the map set's shared holder and its lock.
-  std::shared_ptr<const SGCfillPlan> plan;
-  std::vector<SGCmapValueType> types;
-  std::vector<char> typed;
-};
-
-thread_local SGCsegmentTypes t_SegmentTypes;
-
-SGCgroupPlan& SGCgroupPlanOf(const QVMtableMapSet& MapSet, const QVMmessageGrammar* Rule, unsigned Columns) {
-  SGCgroupPlan& Plan = t_GroupPlan;
-  if (Plan.mapSet == &MapSet && Plan.rule == Rule && Plan.columns == Columns) return Plan;
-  Plan.mapSet = &MapSet;
-  Plan.rule = Rule;
-  Plan.columns = Columns;
-  Plan.entries.clear();
-  Plan.steps.clear();
-  const QVMmessageNodeAddress* Previous = nullptr;
-  for (unsigned Column = 0; Column < Columns && Column < MapSet.countOfMap(); ++Column) {
-    const QVMmessageNodeAddress& Address = MapSet.map(Column).nodeAddress();
-    const unsigned Depth = Address.depth();
-    if (Depth == 0) continue;
-    SGCgroupColumn Entry{Column, static_cast<unsigned>(Plan.steps.size()), Depth, 0, &Address, false, {}};
-    for (unsigned Step = 0; Step < Depth; ++Step) {
-      Plan.steps.push_back(Address.nodeIndex(Step));
-      Plan.steps.push_back(Address.repeatIndex(Step));
-    }
-    if (Previous) {
-      const unsigned Common = std::min(Depth, Previous->depth());
-      while (Entry.shared < Common && Address.nodeIndex(Entry.shared) == Previous->nodeIndex(Entry.shared) &&
-             Address.repeatIndex(Entry.shared) == Previous->repeatIndex(Entry.shared))
-        ++Entry.shared;
-    }
-    Plan.entries.push_back(Entry);
-    Previous = &Address;
-  }
-  return Plan;
 }
 
 // One step of an address inside a group: child `Node`, occurrence `Repeat` of it when it repeats
@@ -283,11 +359,11 @@ unsigned SGCmappingPoint(QVMtableGrammarInternal* Grammar) {
 void SGCmap(SGCparsed* Root, QVMtableInternal& Table) {
   COL_PRECONDITION_TEXT(Root != nullptr, "pParsed");
   COL_PRECONDITION_TEXT(!Root->parent(), "! pParsed->parent()");
-  QVMtableGrammarInternal* Grammar = &Root->rule()->message()->tableGrammar();
-  // The plans of the last message may name grammar that has changed or gone since.
-  t_GroupPlan.mapSet = nullptr;
-  t_SegmentTypes.mapSet = nullptr;
-  t_SegmentTypes.plan.reset();
+  QVMmessageDefinitionInternal* Message = Root->rule()->message();
+  QVMtableGrammarInternal* Grammar = &Message->tableGrammar();
+  // Edits come between messages: one look at the engine tells whether the plans still fit.
+  t_Source.engine = Message->rootEngine();
+  t_Source.generation = t_Source.engine ? t_Source.engine->planGeneration() : 0;
   Table.makeEmptyTable(Grammar);
   SGCmapItem(Root, Grammar, Table);
 }
@@ -353,39 +429,32 @@ void SGCmapRowAtField(QVMtableGrammarInternal* Grammar, SGCparsedSegment* Parsed
 void SGCmapFillTable(SGCparsed* Parsed, QVMtableGrammarInternal* Grammar, QVMtableInternal& Table, unsigned Row) {
   const QVMtableMapSet* MapSet = SGCmapSetOf(Grammar);
   const unsigned Columns = SGCcolumnCount(Grammar, Table);
+  const QVMmessageGrammar* Rule = Parsed->rule();
+  const SGCplanSlot& Slot = SGCplanFor(*MapSet, Rule);
+  const SGCfillPlan& Plan = *Slot.plan;
   if (SGCparsedSegment* Placed = Parsed->segment()) {
-    SGCsegmentTypes& Types = t_SegmentTypes;
-    if (Types.mapSet != MapSet || Types.rule != Parsed->rule()) {
-      Types.plan = SGCplanOf(*MapSet);
-      Types.mapSet = MapSet;
-      Types.rule = Parsed->rule();
-      Types.types.resize(Types.plan->entries.size());
-      Types.typed.assign(Types.plan->entries.size(), 0);
-    }
-    const SGCfillPlan* Plan = Types.plan.get();
     SGMsegment& Raw = *Placed->segmentPointer();
-    const unsigned Fields = std::min<unsigned>(Raw.countOfField(), static_cast<unsigned>(Plan->fieldBegin.size()) - 1);
+    const unsigned Fields = std::min<unsigned>(Raw.countOfField(), static_cast<unsigned>(Plan.fieldBegin.size()) - 1);
     for (unsigned Field = 0; Field < Fields; ++Field) {
       const unsigned Repeats = Raw.countOfFieldRepeat(Field);
-      for (unsigned Entry = Plan->fieldBegin[Field]; Entry < Plan->fieldBegin[Field + 1]; ++Entry) {
-        const SGCfillEntry& Planned = Plan->entries[Entry];
+      for (unsigned Entry = Plan.fieldBegin[Field]; Entry < Plan.fieldBegin[Field + 1]; ++Entry) {
+        const SGCfillEntry& Planned = Plan.entries[Entry];
         if (Planned.column >= Columns || Planned.repeat >= Repeats) continue;
-        // The row is new, so its cells are null already: only a value found needs its type.
+        // The row is new, so its cells are null already: only a value found is set.
         const SGMvalue* Value = SGCplannedValue(Raw.field(Field, Planned.repeat), Planned.address);
         if (!Value) continue;
-        if (!Types.typed[Entry]) {
-          Types.types[Entry] = SGCtypeFromRule(Types.rule, Planned.address);
-          Types.typed[Entry] = 1;
-        }
-        SGCmapSetCell(Table, Planned.column, Row, Value, Types.types[Entry]);
+        SGCmapSetCell(Table, Planned.column, Row, Value,
+                      SGCtypeOf(Slot.types->segmentTypes[Entry], Rule, Planned.address));
       }
     }
     return;
   }
-  SGCgroupPlan& Plan = SGCgroupPlanOf(*MapSet, Parsed->rule(), Columns);
   SGMsegment* Reached = nullptr;  // the segment the last walk met, at step ReachedAt
   unsigned ReachedAt = 0;
-  for (SGCgroupColumn& Entry : Plan.entries) {
+  for (size_t Index = 0; Index < Plan.columns.size(); ++Index) {
+    const SGCgroupColumn& Entry = Plan.columns[Index];
+    // Columns come in order, and a column after a skipped one could not trust the walk before it.
+    if (Entry.column >= Columns) break;
     const uint32_t* Steps = &Plan.steps[Entry.firstStep];
     unsigned At = ReachedAt;
     SGMsegment* Segment = Reached && Entry.shared >= ReachedAt && Entry.depth > ReachedAt
@@ -397,14 +466,10 @@ void SGCmapFillTable(SGCparsed* Parsed, QVMtableGrammarInternal* Grammar, QVMtab
     const unsigned Field = Steps[2 * At];
     const unsigned Repeat = Steps[2 * At + 1];
     if (Field >= Segment->countOfField() || Repeat >= Segment->countOfFieldRepeat(Field)) continue;
-    // The row is new, so its cells are null already: only a value found needs its type.
-    const SGMvalue* Value = SGCmapValueFromField(Segment->field(Field, Repeat), *Entry.address, At + 1);
+    // The row is new, so its cells are null already: only a value found is set.
+    const SGMvalue* Value = SGCmapValueFromField(Segment->field(Field, Repeat), Entry.address, At + 1);
     if (!Value) continue;
-    if (!Entry.typed) {
-      Entry.type = SGCtypeFromRule(Plan.rule, *Entry.address);
-      Entry.typed = true;
-    }
-    SGCmapSetCell(Table, Entry.column, Row, Value, Entry.type);
+    SGCmapSetCell(Table, Entry.column, Row, Value, SGCtypeOf(Slot.types->groupTypes[Index], Rule, Entry.address));
   }
 }
 
