@@ -213,7 +213,7 @@ unsigned SGCparseStructure(const COLstring& Message, QVMengineInternal& Engine, 
   QVMmessageDefinitionInternal& Definition = *Reader.message(MessageIndex);
   QVMmessageGrammar* Grammar = Definition.messageGrammar();
   COL_PRECONDITION(Grammar != nullptr);
-  Result.context.errorList().clear();
+  Result.context.clearErrors();
   if (!Result.context.parse(*Grammar, List)) {
     SGCmissingRequired* Lenient = SGCmissingRequiredListener();
     for (const auto& Error : Result.context.errorList()) {
@@ -316,7 +316,7 @@ unsigned SGCcompleteParse(const COLstring& Message, QVMengineInternal& Engine, S
     explicit InUse(SGCroad& Road) : road(Road) { road.inUse = true; }
     ~InUse() {
       road.structure.context.setTree(nullptr);
-      road.structure.context.errorList().clear();
+      road.structure.context.clearErrors();
       road.inUse = false;
     }
   } Busy(Road);

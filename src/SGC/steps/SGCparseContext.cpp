@@ -11,6 +11,8 @@
 struct SGCparseContext::Private {
   COLreferencePtr<SGCparsed> tree;
   SGCparsedErrorVector errorList;
+  // A log with site segments skips one in most messages: its error object is not made anew.
+  SGCparsedErrorVector spareErrors;
   QVMmessageGrammar* rootRule = nullptr;
 };
 
@@ -30,6 +32,28 @@ SGCparsedErrorVector& SGCparseContext::errorList() { return pMember->errorList; 
 const SGCparsedErrorVector& SGCparseContext::errorList() const { return pMember->errorList; }
 QVMmessageGrammar* SGCparseContext::rootRule() const { return pMember->rootRule; }
 
+void SGCparseContext::addError(unsigned SegmentIndex, SGMsegment* Segment, unsigned ErrorCode,
+                               SGCparsed* ErrorParsed, bool IsFatal) {
+  SGCparsedErrorVector& Spare = pMember->spareErrors;
+  if (Spare.empty()) {
+    pMember->errorList.push_back(new SGCparsedError(SegmentIndex, Segment, ErrorCode, ErrorParsed, IsFatal));
+    return;
+  }
+  pMember->errorList.push_back(std::move(Spare.back()));
+  Spare.pop_back();
+  pMember->errorList.back()->assign(SegmentIndex, Segment, ErrorCode, ErrorParsed, IsFatal);
+}
+
+void SGCparseContext::clearErrors() {
+  for (COLreferencePtr<SGCparsedError>& Error : pMember->errorList) {
+    if (Error->countOfRef() != 1) continue;
+    // The node goes back to the tree's cache now, not when the object is used again.
+    Error->release();
+    pMember->spareErrors.push_back(std::move(Error));
+  }
+  pMember->errorList.clear();
+}
+
 void SGCperformParse(SGCparseContext& Context, SGMsegmentList& List, QVMmessageGrammar& Grammar) {
   Context.setTree(SGCparseCreateRoot(Grammar));
   SGCparsed* Root = Context.tree();
@@ -43,8 +67,7 @@ void SGCperformParse(SGCparseContext& Context, SGMsegmentList& List, QVMmessageG
       Current = Placed;
       continue;
     }
-    Errors.push_back(new SGCparsedError(Index, &List.segment(Index), SGCparsedError::SegmentNotInGrammar, Current,
-                                        UnknownIsFatal));
+    Context.addError(Index, &List.segment(Index), SGCparsedError::SegmentNotInGrammar, Current, UnknownIsFatal);
   }
   SGCpruneLastNodesInRepeats(Root);
   SGCpruneEmptyNodes(Root);

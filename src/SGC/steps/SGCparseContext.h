@@ -28,6 +28,11 @@ public:
   void setTree(COLreferencePtr<SGCparsed> Tree);
   SGCparsedErrorVector& errorList();
   const SGCparsedErrorVector& errorList() const;
+  // Appends an error; error objects of earlier messages are used again.
+  void addError(unsigned SegmentIndex, SGMsegment* Segment, unsigned ErrorCode, SGCparsed* ErrorParsed,
+                bool IsFatal);
+  // Empties the list, keeping the error objects nobody else holds for the next message.
+  void clearErrors();
   QVMmessageGrammar* rootRule() const;
 
 private:

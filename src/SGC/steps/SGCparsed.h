@@ -129,6 +129,16 @@ public:
       : m_SegmentIndex(SegmentIndex), m_Segment(Segment), m_ErrorCode(ErrorCode), m_ErrorParsed(ErrorParsed),
         m_IsFatal(IsFatal) {}
 
+  // The same error object used again for another fault, and let go of the node it named.
+  void assign(unsigned SegmentIndex, SGMsegment* Segment, unsigned ErrorCode, SGCparsed* ErrorParsed, bool IsFatal) {
+    m_SegmentIndex = SegmentIndex;
+    m_Segment = Segment;
+    m_ErrorCode = ErrorCode;
+    m_ErrorParsed = ErrorParsed;
+    m_IsFatal = IsFatal;
+  }
+  void release() { m_ErrorParsed = nullptr; }
+
   unsigned segmentIndex() const { return m_SegmentIndex; }
   SGMsegment* segment() const { return m_Segment; }
   unsigned errorCode() const { return m_ErrorCode; }
