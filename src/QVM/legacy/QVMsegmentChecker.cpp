@@ -182,12 +182,8 @@ void QVMengineInternalCheckSegments(QVMengineInternal& Engine, const QVMmessageD
       const COLstring Text = AsStringFunction(Parser, Segment);
       CheckFunction(Parser, Segment, *Grammar, Text);
     }
-    if (SGCunplacedValuesHeard()) {
-      // The tree dialects keep every repeat; the table dialects only those a field allows.
-      const QVMxmlFormatType Dialect = static_cast<const QVMengineInternal&>(Engine).config().xmlFormatType();
-      SGCreportUnplacedValues(Definition.name(), Segment, *Grammar,
-                              Dialect != QVMxmlTableShortTags && Dialect != QVMxmlTableLongTags);
-    }
+    SGCreportUnplacedValues(Definition.name(), Segment, *Grammar,
+                            static_cast<const QVMengineInternal&>(Engine).config());
     Checker.checkSegment(Engine.LanguageEngine(), Segment, TypedSegmentList, *Grammar, Escaper,
                          RawSegmentList.getBuffer(), Environment);
   }

@@ -64,14 +64,13 @@ unsigned QVPengineInternalStructureMessage(QVPparseContext& Context, const COLst
   struct Typing {
     QVPparseContext& context;
     const COLstring& message;
-    bool repeatsKept;  // the tree dialects keep every repeat; the table dialects those a field allows
-  } Here{Context, Definition.name(),
-         Config.xmlFormatType() != QVMxmlTableShortTags && Config.xmlFormatType() != QVMxmlTableLongTags};
+    const QVMconfig& config;
+  } Here{Context, Definition.name(), Config};
   // One pointer captured: std::function keeps it without allocating.
   Hooks.CheckSegment = [&Here](const QVMsegmentGrammar& Grammar, QVMuntypedMessageTree& Segment,
                                QVMtypedMessageTree& TypedList) {
     QVPparseContext& Context = Here.context;
-    if (SGCunplacedValuesHeard()) SGCreportUnplacedValues(Here.message, Segment, Grammar, Here.repeatsKept);
+    SGCreportUnplacedValues(Here.message, Segment, Grammar, Here.config);
     QVMsegmentChecker().checkSegment(Context.schema()->LanguageEngine(), Segment, TypedList, Grammar,
                                      Context.escaper(), Context.rawSegmentList().getBuffer(),
                                      Context.pythonEnvironment());

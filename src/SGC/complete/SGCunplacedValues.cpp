@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "QVMcompositeGrammar.h"
+#include "QVMconfig.h"
 #include "QVMsegmentGrammar.h"
 #include "QVMuntypedMessageTree.h"
 #include "SGCcompositeShape.h"
@@ -50,11 +51,13 @@ struct RawSegment {
   }
 };
 
+// Texts are made only for a value that is told of: the scan runs over every field of every
+// message while a host listens, and nearly all of them hold nothing past their grammar.
 template <class Segment>
 class Scan {
 public:
-  Scan(const COLstring& Message, const Segment& Values, std::string Name, bool RepeatsKept)
-      : m_Message(Message), m_Values(Values), m_Name(std::move(Name)), m_RepeatsKept(RepeatsKept) {}
+  Scan(const COLstring& Message, const Segment& Values, std::string_view Name, bool RepeatsKept)
+      : m_Message(Message), m_Values(Values), m_Name(Name), m_RepeatsKept(RepeatsKept) {}
 
   void segment(const QVMsegmentGrammar& Grammar) {
     const uint32_t Defined = Grammar.countOfField();
@@ -62,16 +65,18 @@ public:
       const uint32_t Repeats = m_Values.repeats(Field);
       if (Field >= Defined) {
         for (uint32_t Repeat = 0; Repeat < Repeats; ++Repeat)
-          wholeRepeat(Field, Repeat, m_Name + " has " + number(Defined) + " fields");
+          if (const std::string_view Value = firstValue(Field, Repeat); !Value.empty())
+            tell(fieldPlace(Field) + repeat(Repeat), Value, std::string(m_Name) + " has " + number(Defined) + " fields");
         continue;
       }
       const uint32_t Limit = Grammar.fieldMaxRepeat(Field);
       const QVMcompositeGrammar* Type = Grammar.fieldType(Field);
       for (uint32_t Repeat = 0; Repeat < Repeats; ++Repeat) {
         if (!m_RepeatsKept && Limit != kNoLimit && Repeat > Limit) {
-          wholeRepeat(Field, Repeat,
-                      fieldPlace(Field) +
-                          (Limit == 0 ? " does not repeat" : " repeats at most " + number(Limit + 1) + " times"));
+          if (const std::string_view Value = firstValue(Field, Repeat); !Value.empty())
+            tell(fieldPlace(Field) + repeat(Repeat), Value,
+                 fieldPlace(Field) +
+                     (Limit == 0 ? " does not repeat" : " repeats at most " + number(Limit + 1) + " times"));
           continue;
         }
         if (Type) components(Field, Repeat, *Type);
@@ -80,49 +85,55 @@ public:
   }
 
 private:
-  std::string fieldPlace(uint32_t Field) const { return m_Name + "-" + number(Field + 1); }
+  std::string fieldPlace(uint32_t Field) const { return std::string(m_Name) + "-" + number(Field + 1); }
+  std::string componentPlace(uint32_t Field, uint32_t Component) const {
+    return fieldPlace(Field) + "." + number(Component + 1);
+  }
   static std::string repeat(uint32_t Repeat) { return Repeat ? " (repeat " + number(Repeat + 1) + ")" : ""; }
+  static std::string count(const QVMcompositeGrammar& Type, uint32_t Count, const char* Word) {
+    return std::string(Type.name().view()) + " has " + number(Count) + " " + Word + (Count == 1 ? "" : "s");
+  }
 
   void components(uint32_t Field, uint32_t Repeat, const QVMcompositeGrammar& Type) {
     // A simple type holds one value: what the message splits it into beyond that has no place.
     const uint32_t Count = Type.countOfField();
-    for (uint32_t Component = 0; Component < m_Values.components(Field, Repeat); ++Component) {
-      const std::string Here = fieldPlace(Field) + "." + number(Component + 1);
+    const uint32_t Components = m_Values.components(Field, Repeat);
+    for (uint32_t Component = 0; Component < Components; ++Component) {
       const uint32_t Held = m_Values.parts(Field, Repeat, Component);
       if (Component >= Count) {
-        const std::string Reason =
-            std::string(Type.name().view()) + " has " + number(Count) + (Count == 1 ? " component" : " components");
         for (uint32_t Part = 0; Part < Held; ++Part)
-          if (heard(Here + repeat(Repeat), m_Values.value(Field, Repeat, Component, Part), Reason)) break;
+          if (const std::string_view Value = m_Values.value(Field, Repeat, Component, Part); !Value.empty()) {
+            tell(componentPlace(Field, Component) + repeat(Repeat), Value, count(Type, Count, "component"));
+            break;
+          }
         continue;
       }
       const QVMcompositeGrammar* Nested = SGCnestedComposite(&Type, Component);
       const uint32_t Parts = Nested ? Nested->countOfField() : 1;
-      const std::string Reason =
-          Nested ? std::string(Nested->name().view()) + " has " + number(Parts) + (Parts == 1 ? " part" : " parts")
-                 : Here + " has no sub-components";
       for (uint32_t Part = Parts; Part < Held; ++Part)
-        heard(Here + "." + number(Part + 1) + repeat(Repeat), m_Values.value(Field, Repeat, Component, Part), Reason);
+        if (const std::string_view Value = m_Values.value(Field, Repeat, Component, Part); !Value.empty())
+          tell(componentPlace(Field, Component) + "." + number(Part + 1) + repeat(Repeat), Value,
+               Nested ? count(*Nested, Parts, "part") : componentPlace(Field, Component) + " has no sub-components");
     }
   }
 
-  // A repeat as a whole: told once, by its first value that holds anything.
-  void wholeRepeat(uint32_t Field, uint32_t Repeat, const std::string& Reason) {
-    for (uint32_t Component = 0; Component < m_Values.components(Field, Repeat); ++Component)
+  // A repeat as a whole is told once, by its first value that holds anything.
+  std::string_view firstValue(uint32_t Field, uint32_t Repeat) const {
+    const uint32_t Components = m_Values.components(Field, Repeat);
+    for (uint32_t Component = 0; Component < Components; ++Component)
       for (uint32_t Part = 0; Part < m_Values.parts(Field, Repeat, Component); ++Part)
-        if (heard(fieldPlace(Field) + repeat(Repeat), m_Values.value(Field, Repeat, Component, Part), Reason)) return;
+        if (const std::string_view Value = m_Values.value(Field, Repeat, Component, Part); !Value.empty())
+          return Value;
+    return {};
   }
 
-  // Told if it holds anything; true when told.
-  bool heard(const std::string& Place, std::string_view Value, const std::string& Reason) {
-    if (Value.empty()) return false;
+  void tell(const std::string& Place, std::string_view Value, const std::string& Reason) {
     SGCunplacedValuesScope::current()->unplacedValue(m_Message, COLstring(Place), COLstring(Value), COLstring(Reason));
-    return true;
   }
 
   const COLstring& m_Message;
   const Segment& m_Values;
-  std::string m_Name;
+  std::string_view m_Name;
   bool m_RepeatsKept;
 };
 
@@ -131,12 +142,14 @@ private:
 void SGCreportUnplacedValues(const COLstring& Message, const SGMsegment& Segment, const QVMsegmentGrammar& Grammar) {
   if (!SGCunplacedValuesHeard()) return;
   const TokenisedSegment Values{Segment};
-  Scan<TokenisedSegment>(Message, Values, std::string(Segment.name().view()), false).segment(Grammar);
+  Scan<TokenisedSegment>(Message, Values, Segment.name().view(), false).segment(Grammar);
 }
 
 void SGCreportUnplacedValues(const COLstring& Message, const QVMuntypedMessageTree& Segment,
-                             const QVMsegmentGrammar& Grammar, bool RepeatsKept) {
+                             const QVMsegmentGrammar& Grammar, const QVMconfig& Config) {
   if (!SGCunplacedValuesHeard()) return;
+  const QVMxmlFormatType Dialect = Config.xmlFormatType();
+  const bool RepeatsKept = Dialect != QVMxmlTableShortTags && Dialect != QVMxmlTableLongTags;
   const RawSegment Values{Segment};
-  Scan<RawSegment>(Message, Values, std::string(Grammar.name().view()), RepeatsKept).segment(Grammar);
+  Scan<RawSegment>(Message, Values, Grammar.name().view(), RepeatsKept).segment(Grammar);
 }

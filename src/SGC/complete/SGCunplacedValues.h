@@ -7,6 +7,7 @@
 #include "COLstring.h"
 #include "COLthreadListener.h"
 
+class QVMconfig;
 class QVMsegmentGrammar;
 class QVMuntypedMessageTree;
 class SGMsegment;
@@ -28,7 +29,7 @@ inline bool SGCunplacedValuesHeard() { return SGCunplacedValuesScope::current() 
 
 // Tells the listener of every non-empty value of `Segment` that `Grammar` has no place for.
 void SGCreportUnplacedValues(const COLstring& Message, const SGMsegment& Segment, const QVMsegmentGrammar& Grammar);
-// The same for a segment of the legacy road's raw tree.  `RepeatsKept`: the road keeps every
-// repeat (the tree dialects do), so only components, parts and fields can be without a place.
+// The same for a segment of the legacy road's raw tree, under configuration `Config`: its tree
+// dialects keep every repeat, so there only components, parts and fields can be without a place.
 void SGCreportUnplacedValues(const COLstring& Message, const QVMuntypedMessageTree& Segment,
-                             const QVMsegmentGrammar& Grammar, bool RepeatsKept);
+                             const QVMsegmentGrammar& Grammar, const QVMconfig& Config);
