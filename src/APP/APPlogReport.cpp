@@ -1,6 +1,5 @@
 #include "APPlogReport.h"
 
-#include <cstdio>
 #include <string>
 
 #include "COLerror.h"
@@ -76,34 +75,15 @@ void APPlogReport::afterLastMessage() {
   if (m_Active) warnCut();
 }
 
-namespace {
-
-// Control bytes by number: printed raw they would garble the report.
-COLstring APPshownValue(const COLstring& text) {
-  COLstring shown;
-  for (const char c : text.view()) {
-    const auto byte = static_cast<unsigned char>(c);
-    if (byte >= 0x20 && byte != 0x7F) {
-      shown += c;
-      continue;
-    }
-    char hex[8];
-    std::snprintf(hex, sizeof hex, "\\x%02X", byte);
-    shown += hex;
-  }
-  return shown;
-}
-
-}  // namespace
-
 void APPlogReport::UnwrittenValues::unreadableValue(const COLstring& message, const COLstring& place,
                                                    const COLstring& text, const COLstring& written) {
   COLstring line;
   COLostream stream(line);
   stream << "message " << m_Number << (message.empty() ? COLstring() : " (" + message + ")") << ": the value ";
-  if (!text.empty()) stream << "'" << APPshownValue(text) << "' ";
+  if (!text.empty()) stream << "'" << COLshownValue(text.view()) << "' ";
   stream << "of " << (place.empty() ? COLstring("a date-time field") : place)
-         << " does not fit the field's date-time format and is written as '" << APPshownValue(written)
+         << " does not fit the field's date-time format and is written as '"
+         << COLshownValue(written.view())
          << "' in the XML.";
   stream.flush();
   m_Texts.push_back(line);
@@ -111,7 +91,7 @@ void APPlogReport::UnwrittenValues::unreadableValue(const COLstring& message, co
 
 void APPlogReport::UnwrittenValues::unwrittenValue(const QVMtableInternal& table, unsigned column, unsigned row,
                                                   const COLstring& text) {
-  const COLstring shown = APPshownValue(text);
+  const COLstring shown = COLshownValue(text.view());
   const QVMtableDefinitionInternal* definition = table.tableDefinition();
   const COLstring message = QVMtableMessageName(table);
   COLstring line;
@@ -127,7 +107,7 @@ void APPlogReport::UnwrittenValues::skippedSegment(const COLstring& message, con
                                                   unsigned index) {
   COLstring line;
   COLostream(line) << "message " << m_Number << (message.empty() ? COLstring() : " (" + message + ")")
-                   << ": segment " << APPshownValue(segment) << " at position " << index + 1
+                   << ": segment " << COLshownValue(segment.view()) << " at position " << index + 1
                    << " has no place in the message grammar and is left out of the XML.";
   m_SkippedTexts.push_back(line);
 }
@@ -136,8 +116,8 @@ void APPlogReport::UnwrittenValues::unplacedValue(const COLstring& message, cons
                                                  const COLstring& text, const COLstring& reason) {
   COLstring line;
   COLostream(line) << "message " << m_Number << (message.empty() ? COLstring() : " (" + message + ")")
-                   << ": the value '" << APPshownValue(text) << "' of " << place << " has no place in the grammar ("
-                   << reason << ") and is left out of the XML.";
+                   << ": the value '" << COLshownValue(text.view()) << "' of " << place
+                   << " has no place in the grammar (" << reason << ") and is left out of the XML.";
   m_Texts.push_back(line);
 }
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cctype>
 #include <climits>
+#include <cstdio>
 #include <cstdlib>
 #include <cwchar>
 
@@ -296,4 +297,20 @@ size_t COLlengthWithLimit(const char* text, size_t limit) {
   if (!text) return 0;
   const void* end = std::memchr(text, 0, limit);
   return end ? static_cast<size_t>(static_cast<const char*>(end) - text) : limit;
+}
+
+COLstring COLshownValue(std::string_view text, size_t most) {
+  COLstring shown;
+  for (const char c : text.substr(0, most)) {
+    const auto byte = static_cast<unsigned char>(c);
+    if (byte >= 0x20 && byte != 0x7F) {
+      shown += c;
+      continue;
+    }
+    char hex[8];
+    std::snprintf(hex, sizeof hex, "\\x%02X", byte);
+    shown += hex;
+  }
+  if (text.size() > most) shown += "...";
+  return shown;
 }

@@ -141,6 +141,10 @@ inline bool operator!=(const char* a, const COLstring& b) { return b != a; }
 // Length of a NUL-terminated text, looking at no more than `limit` bytes.
 size_t COLlengthWithLimit(const char* text, size_t limit);
 
+// A value as a report line shows it: control bytes as "\xHH", so that they neither garble the
+// line nor go unseen; at most `most` bytes of it, then "...".
+COLstring COLshownValue(std::string_view text, size_t most = std::string_view::npos);
+
 template <>
 struct std::hash<COLstring> {
   size_t operator()(const COLstring& s) const noexcept { return std::hash<std::string_view>()(s.view()); }

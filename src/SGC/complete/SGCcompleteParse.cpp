@@ -1,7 +1,6 @@
 #include "SGCcompleteParse.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <vector>
 
 #include "COLerror.h"
@@ -118,24 +117,6 @@ COLstring SGCidentifierPlace(const QVMidentifier& Identifier) {
   return Place;
 }
 
-// Values are shown as far as a line allows; control bytes by number.
-COLstring SGCshownValue(const COLstring& Value) {
-  constexpr size_t kShown = 40;
-  COLstring Shown;
-  for (const char C : Value.view().substr(0, kShown)) {
-    const auto Byte = static_cast<unsigned char>(C);
-    if (Byte >= 0x20 && Byte != 0x7F) {
-      Shown += C;
-    } else {
-      char Hex[8];
-      std::snprintf(Hex, sizeof Hex, "\\x%02X", Byte);
-      Shown += Hex;
-    }
-  }
-  if (Value.size() > kShown) Shown += "...";
-  return Shown;
-}
-
 }  // namespace
 
 COLstring SGCunidentifiedMessageReport(const QVMengineInternal& Engine,
@@ -158,7 +139,9 @@ COLstring SGCunidentifiedMessageReport(const QVMengineInternal& Engine,
       }
       COLstring Value;
       Places.push_back(Place);
-      Shown.push_back(ValueOf(Identifier, Value) ? Place + " '" + SGCshownValue(Value) + "'" : Place + " absent");
+      // A value is shown as far as a line allows.
+      Shown.push_back(ValueOf(Identifier, Value) ? Place + " '" + COLshownValue(Value.view(), 40) + "'"
+                                                 : Place + " absent");
     }
   }
   COLstring Text = SGCunidentifiedMessageText();
