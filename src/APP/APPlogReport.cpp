@@ -75,7 +75,7 @@ void APPlogReport::afterLastMessage() {
   if (m_Active) warnCut();
 }
 
-void APPlogReport::UnwrittenValues::unreadableValue(const COLstring& message, const COLstring& place,
+void APPlogReport::MessageNotes::unreadableValue(const COLstring& message, const COLstring& place,
                                                    const COLstring& text, const COLstring& written) {
   COLstring line;
   COLostream stream(line);
@@ -89,7 +89,7 @@ void APPlogReport::UnwrittenValues::unreadableValue(const COLstring& message, co
   m_Texts.push_back(line);
 }
 
-void APPlogReport::UnwrittenValues::unwrittenValue(const QVMtableInternal& table, unsigned column, unsigned row,
+void APPlogReport::MessageNotes::unwrittenValue(const QVMtableInternal& table, unsigned column, unsigned row,
                                                   const COLstring& text) {
   const COLstring shown = COLshownValue(text.view());
   const QVMtableDefinitionInternal* definition = table.tableDefinition();
@@ -103,7 +103,7 @@ void APPlogReport::UnwrittenValues::unwrittenValue(const QVMtableInternal& table
   m_Texts.push_back(line);
 }
 
-void APPlogReport::UnwrittenValues::skippedSegment(const COLstring& message, const COLstring& segment,
+void APPlogReport::MessageNotes::skippedSegment(const COLstring& message, const COLstring& segment,
                                                   unsigned index) {
   COLstring line;
   COLostream(line) << "message " << m_Number << (message.empty() ? COLstring() : " (" + message + ")")
@@ -112,7 +112,7 @@ void APPlogReport::UnwrittenValues::skippedSegment(const COLstring& message, con
   m_SkippedTexts.push_back(line);
 }
 
-void APPlogReport::UnwrittenValues::unplacedValue(const COLstring& message, const COLstring& place,
+void APPlogReport::MessageNotes::unplacedValue(const COLstring& message, const COLstring& place,
                                                  const COLstring& text, const COLstring& reason) {
   COLstring line;
   COLostream(line) << "message " << m_Number << (message.empty() ? COLstring() : " (" + message + ")")
@@ -121,7 +121,7 @@ void APPlogReport::UnwrittenValues::unplacedValue(const COLstring& message, cons
   m_Texts.push_back(line);
 }
 
-void APPlogReport::UnwrittenValues::missingRequired(const COLstring& message, const COLstring& grammar,
+void APPlogReport::MessageNotes::missingRequired(const COLstring& message, const COLstring& grammar,
                                                    bool isSegment) {
   COLstring line;
   COLostream(line) << "message " << m_Number << (message.empty() ? COLstring() : " (" + message + ")")
@@ -130,7 +130,7 @@ void APPlogReport::UnwrittenValues::missingRequired(const COLstring& message, co
   m_MissingTexts.push_back(line);
 }
 
-void APPlogReport::UnwrittenValues::report() {
+void APPlogReport::MessageNotes::report() {
   for (const COLstring& text : m_MissingTexts) {
     m_Report.m_Out << "\nWarning: " << text << newline;
     ++m_Report.m_Warnings;

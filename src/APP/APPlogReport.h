@@ -48,15 +48,16 @@ public:
 
   // Listens, while it lives, for the values that the XML of message `number` leaves out
   // because they do not fit their column's type or have no place in the grammar, and for the
-  // defined segments the parse skipped, and warns of each one once the message is written.  When `lenient`, it also
-  // takes the message's missing required segments and groups, which then do not fail it.
-  class UnwrittenValues : public QVMtableXmlUnwrittenValues,
-                          public QVMtreeXmlUnreadableValues,
-                          public SGCskippedSegments,
-                          public SGCunplacedValues,
-                          public SGCmissingRequired {
+  // defined segments the parse skipped, and warns of each one once the message is written.
+  // When `lenient`, it also takes the message's missing required segments and groups, which
+  // then do not fail it.
+  class MessageNotes : public QVMtableXmlUnwrittenValues,
+                       public QVMtreeXmlUnreadableValues,
+                       public SGCskippedSegments,
+                       public SGCunplacedValues,
+                       public SGCmissingRequired {
   public:
-    UnwrittenValues(APPlogReport& report, unsigned number, bool lenient)
+    MessageNotes(APPlogReport& report, unsigned number, bool lenient)
         : m_Report(report),
           m_Number(number),
           m_Scope(*this),

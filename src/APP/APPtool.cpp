@@ -277,10 +277,10 @@ int runTool(int argc, const char* const* argv, COLostream& out, APPengineFactory
     APPlogReport::Guard failure(report, count + 1);
     if (toxml) {
       // Translated before the file is made, so a message that fails leaves no empty file.
-      APPlogReport::UnwrittenValues unwritten(report, count + 1, lenient);
+      APPlogReport::MessageNotes notes(report, count + 1, lenient);
       const COLstring xml = engine->translateMessageToXml(message);
       APPwriteWholeFile(APPxmlFileName(count + 1, xmlDirectory, xmlName), xml);
-      unwritten.report();
+      notes.report();
     } else if (fromxml) {
       const COLstring flat = APPtranslateXmlFile(*engine, xmlReader->lastFileName(), message);
       try {
