@@ -81,3 +81,26 @@ TEST_F(LAGtableTest, AFaultNamesTheColumnAndTheNextRunWorks) {
 }
 
 }  // namespace
+
+// Whether any equation exists is remembered between runs, so each route by which code can be
+// set must count as an edit: a run that found none must not hide one set afterwards.
+TEST_F(LAGtableTest, AnEquationSetAfterARunWithNoneRunsWhicheverRouteSetIt) {
+  ASSERT_EQ(run(), "");
+  EXPECT_EQ(Patient.getInteger(kAge, 0), 1);
+  QVMtableDefinitionInternal& Definition = *Made.patient->table();
+  Definition.incomingFunction(kAge).setCode("value = value + 100\n");
+  ASSERT_EQ(run(), "");
+  EXPECT_EQ(Patient.getInteger(kAge, 0), 101);
+  Definition.incomingFunction(kAge).setCode("");
+  ASSERT_EQ(run(), "");
+  EXPECT_EQ(Patient.getInteger(kAge, 0), 101);
+  Definition.column(kAge).config(0).incomingFunction().setCode("value = value * 2\n");
+  ASSERT_EQ(run(), "");
+  EXPECT_EQ(Patient.getInteger(kAge, 0), 202);
+  Definition.column(kAge).config(0).incomingFunction().setCode("");
+  equation(kName, "value = value + '!'\n");
+  ASSERT_EQ(run(), "");
+  EXPECT_EQ(Patient.getString(kName, 1), "b!");
+  // The age equation is gone again: the cells keep what the earlier runs made of them.
+  EXPECT_EQ(Patient.getInteger(kAge, 1), 204);
+}

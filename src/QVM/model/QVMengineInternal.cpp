@@ -57,6 +57,21 @@ void QVMengineInternal::resetLanguageEngine() {
       }
 }
 
+bool QVMengineInternal::hasIncomingTableEquation() const {
+  const uint64_t Generation = planGeneration();
+  const uint64_t Known = m_TableEquationsKnown.load(std::memory_order_acquire);
+  if (Known >> 1 == Generation) return (Known & 1) != 0;
+  bool Any = false;
+  for (const auto& Table : m_Tables) {
+    const QVMtableDefinitionInternal& Definition = *Table;
+    for (size_t Column = 0; Column < Definition.countOfColumn() && !Any; ++Column)
+      Any = Definition.incomingFunction(Column).state() != LANfunction::StateEmpty;
+    if (Any) break;
+  }
+  m_TableEquationsKnown.store(Generation << 1 | (Any ? 1 : 0), std::memory_order_release);
+  return Any;
+}
+
 void QVMdefinitionEdited(QVMengineInternal* engine) {
   if (engine) engine->definitionEdited();
 }

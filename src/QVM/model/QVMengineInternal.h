@@ -167,6 +167,11 @@ public:
   uint64_t planGeneration() const { return m_PlanGeneration.value.load(std::memory_order_acquire); }
   void definitionEdited() { m_PlanGeneration.value.fetch_add(1, std::memory_order_acq_rel); }
 
+  // Whether a column of any table has an incoming script in the current configuration, worked
+  // out once per plan generation: most definitions have none, and a parse then skips the walk
+  // over its tables that would look for them.
+  bool hasIncomingTableEquation() const;
+
 private:
   void setUpLanguageEngine();
 
@@ -194,6 +199,8 @@ private:
     std::atomic<uint64_t> value{1};
     char pad[64 - sizeof(std::atomic<uint64_t>)];
   } m_PlanGeneration;
+  // (generation << 1) | answer of hasIncomingTableEquation(); 0 before the first question.
+  mutable std::atomic<uint64_t> m_TableEquationsKnown{0};
 
   QVMnameIndex<QVMmessageDefinitionInternal, &QVMmessageDefinitionInternal::name> m_MessageNames;
   QVMnameIndex<QVMtableDefinitionInternal, &QVMtableDefinitionInternal::tableName> m_TableNames;

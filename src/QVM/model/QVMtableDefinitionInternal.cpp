@@ -134,6 +134,7 @@ void QVMcolumnDefinition::removeConfig(size_t index) {
 
 QVMcolumnConfig& QVMcolumnDefinition::config(size_t index) {
   COL_PRECONDITION(index < m_Configs.size());
+  QVMdefinitionEdited(m_Table ? m_Table->rootEngine() : nullptr);
   return m_Configs[index];
 }
 
@@ -308,6 +309,16 @@ LANfunction& QVMtableDefinitionInternal::incomingFunction(size_t ColumnIndex) {
 }
 
 LANfunction& QVMtableDefinitionInternal::outgoingFunction(size_t ColumnIndex) {
+  COL_PRECONDITION(m_RootEngine != NULL);
+  return column(ColumnIndex).config(m_RootEngine->currentConfig()).outgoingFunction();
+}
+
+const LANfunction& QVMtableDefinitionInternal::incomingFunction(size_t ColumnIndex) const {
+  COL_PRECONDITION(m_RootEngine != NULL);
+  return column(ColumnIndex).config(m_RootEngine->currentConfig()).incomingFunction();
+}
+
+const LANfunction& QVMtableDefinitionInternal::outgoingFunction(size_t ColumnIndex) const {
   COL_PRECONDITION(m_RootEngine != NULL);
   return column(ColumnIndex).config(m_RootEngine->currentConfig()).outgoingFunction();
 }

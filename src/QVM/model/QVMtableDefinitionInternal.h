@@ -139,6 +139,7 @@ public:
   void setIsKey(bool value) { m_IsKey = value; }
   QVMtableDefinitionInternal* table() const { return m_Table; }
   size_t countOfConfig() const { return m_Configs.size(); }
+  // The writable record tells the engine: its scripts may change through it.
   QVMcolumnConfig& config(size_t index);
   const QVMcolumnConfig& config(size_t index) const;
 
@@ -206,9 +207,12 @@ public:
   void setIncomingFunctionCode(size_t configIndex, size_t ColumnIndex, const COLstring& code);
   const COLstring& outgoingFunctionCode(size_t configIndex, size_t ColumnIndex) const;
   void setOutgoingFunctionCode(size_t configIndex, size_t ColumnIndex, const COLstring& code);
-  // ... and in the current configuration.
+  // ... and in the current configuration.  The writable ones tell the engine, as the caller
+  // may set new code through them.
   LANfunction& incomingFunction(size_t ColumnIndex);
   LANfunction& outgoingFunction(size_t ColumnIndex);
+  const LANfunction& incomingFunction(size_t ColumnIndex) const;
+  const LANfunction& outgoingFunction(size_t ColumnIndex) const;
 
   // What a writer derives from the names (its tags), kept here for it and dropped whenever a
   // name or the order of the columns changes.  Read and filled while messages are written, on

@@ -104,7 +104,7 @@ void QVMrunColumnScript(const LANfunction& Function, QVMdataType Type, bool Disa
 }
 
 // Runs the column's outgoing equation on one cell; a failure names the column and the row.
-void QVMcolumnScript(QVMtableDefinitionInternal& Definition, QVMtableInternal& Table, unsigned Column,
+void QVMcolumnScript(const QVMtableDefinitionInternal& Definition, QVMtableInternal& Table, unsigned Column,
                      unsigned Row, bool DisablePythonNone, QVMoutgoingCell& Cell, LAGenvironment& Environment) {
   const LANfunction& Function = Definition.outgoingFunction(Column);
   try {
@@ -174,7 +174,7 @@ void QVMstoreCell(QVMtableInternal& Table, unsigned Column, unsigned Row, QVMtyp
 
 void QVMfillRows(bool DisablePythonNone, QVMtableGrammarInternal& TableGrammar, QVMtableInternal& Table,
                  QVMtypedMessageTree& RootNode, LAGenvironment& Environment) {
-  QVMtableDefinitionInternal* Definition = TableGrammar.table();
+  const QVMtableDefinitionInternal* Definition = TableGrammar.table();
   COL_PRECONDITION_TEXT(Definition != nullptr, "pTableDefinition != NULL");
   const QVMtableMapSet* MapSet = TableGrammar.tableMapSetIndex() < Definition->countOfMapSet()
                                      ? Definition->mapSet(TableGrammar.tableMapSetIndex())

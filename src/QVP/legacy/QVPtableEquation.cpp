@@ -1,5 +1,7 @@
 #include "QVPtableEquation.h"
 
+#include <utility>
+
 #include "COLerror.h"
 #include "COLostream.h"
 #include "LAGexecute.h"
@@ -12,7 +14,7 @@
 void QVPexecuteInboundTableEquation(QVMengineInternal& Engine, QVMtableInternal& Table, unsigned Column, unsigned Row,
                                     bool& RemoveRow, LAGenvironment& Environment) {
   QVMtableDefinitionInternal& Definition = *Table.tableDefinition();
-  LANfunction& Function = Definition.incomingFunction(Column);
+  const LANfunction& Function = std::as_const(Definition).incomingFunction(Column);
   if (Function.state() == LANfunction::StateEmpty) return;
   const bool DisablePythonNone = static_cast<const QVMengineInternal&>(Engine).config().disablePythonNone();
   try {

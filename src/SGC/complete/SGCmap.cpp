@@ -583,25 +583,25 @@ void SGCmapSetCell(QVMtableInternal& Table, unsigned Column, unsigned Row, const
 
 namespace {
 
-// Whether a table definition has any incoming equation, remembered for the rest of one message:
-// the same definitions come back for every row's sub-tables, and asking each column every time
-// showed in profiles.  Direct-mapped by address; a stamp tells this message's answers apart.
+// Whether a table definition has any incoming equation, remembered until the definition is
+// next edited: the same definitions come back for every row's sub-tables, and asking each
+// column every time showed in profiles.  Direct-mapped by address; the plan generation tells a
+// stale answer (or a definition at a freed one's address) apart.
 struct SGCequationMemo {
   const void* definition = nullptr;
-  uint64_t stamp = 0;
+  uint64_t generation = 0;
   bool any = false;
 };
 
 thread_local SGCequationMemo t_EquationMemo[256];
-thread_local uint64_t t_EquationStamp = 0;
 
-bool SGChasIncomingEquation(QVMtableDefinitionInternal& Definition, unsigned Columns) {
+bool SGChasIncomingEquation(const QVMtableDefinitionInternal& Definition, unsigned Columns, uint64_t Generation) {
   SGCequationMemo& Memo = t_EquationMemo[(reinterpret_cast<uintptr_t>(&Definition) >> 4) & 255];
-  if (Memo.definition == &Definition && Memo.stamp == t_EquationStamp) return Memo.any;
+  if (Memo.definition == &Definition && Memo.generation == Generation) return Memo.any;
   bool Any = false;
   for (unsigned Column = 0; Column < Columns && !Any; ++Column)
     Any = Definition.incomingFunction(Column).state() != LANfunction::StateEmpty;
-  Memo = {&Definition, t_EquationStamp, Any};
+  Memo = {&Definition, Generation, Any};
   return Any;
 }
 
@@ -614,7 +614,7 @@ void SGCexecuteTableEquations(QVMengineInternal& Engine, QVMtableInternal& Table
   }
   COL_PRECONDITION_TEXT(Table.tableGrammar() != nullptr, "pTableGrammar");
   if (Table.countOfRow() == 0) return;
-  if (!SGChasIncomingEquation(*Table.tableDefinition(), Table.countOfColumn())) return;
+  if (!SGChasIncomingEquation(*Table.tableDefinition(), Table.countOfColumn(), Engine.planGeneration())) return;
   // All equations of a row run, then the row goes if one of them asked; the next row takes its index.
   for (unsigned Row = 0; Row < Table.countOfRow();) {
     bool RemoveRow = false;
@@ -630,7 +630,5 @@ void SGCexecuteTableEquations(QVMengineInternal& Engine, QVMtableInternal& Table
 }  // namespace
 
 void SGCexecuteInboundTableEquations(QVMengineInternal& Engine, QVMtableInternal& Table, LAGenvironment& Environment) {
-  // Equations may be edited between messages, never during one.
-  ++t_EquationStamp;
-  SGCexecuteTableEquations(Engine, Table, Environment);
+  if (Engine.hasIncomingTableEquation()) SGCexecuteTableEquations(Engine, Table, Environment);
 }
