@@ -16,6 +16,35 @@ public:
   // The cells of a node table, row after row: adding a row costs no allocation per cell.
   // Cells past the rows in use are kept from earlier rows, to be reset and used again.
   std::vector<QVMtableCell> cells;
+  // A bit per cell of `cells`, set once the cell may hold something: a cell whose bit is clear is
+  // plain null.  Most cells of a wide table stay empty, and resetting or writing a row then
+  // visits only the cells that were written.  By position in `cells`, whatever the row width,
+  // since a table made again for another grammar keeps the cells it had.
+  std::vector<uint64_t> filled;
+
+  void grow(size_t count) {
+    if (cells.size() < count) cells.resize(count);
+    if (filled.size() * 64 < count) filled.resize((count + 63) / 64);
+  }
+  void mark(size_t index) { filled[index / 64] |= uint64_t{1} << (index % 64); }
+  // Calls `visit(index)` for each marked cell in [begin, end), in order.
+  template <typename Visit>
+  void forEachMarked(size_t begin, size_t end, Visit&& visit) const {
+    for (size_t word = begin / 64; word * 64 < end && word < filled.size(); ++word) {
+      uint64_t bits = filled[word];
+      if (word == begin / 64) bits &= ~uint64_t{0} << (begin % 64);
+      if ((word + 1) * 64 > end) bits &= ~uint64_t{0} >> ((word + 1) * 64 - end);
+      for (; bits; bits &= bits - 1) visit(word * 64 + static_cast<size_t>(__builtin_ctzll(bits)));
+    }
+  }
+  // Marks exactly the cells of [begin, end) that hold something.
+  void remark(size_t begin, size_t end) {
+    for (size_t index = begin; index < end; ++index) {
+      uint64_t& word = filled[index / 64];
+      const uint64_t bit = uint64_t{1} << (index % 64);
+      word = cells[index].isPlainNull() ? word & ~bit : word | bit;
+    }
+  }
   // The sub-tables of each row of a group table, in grammar order.
   std::vector<std::vector<COLreferencePtr<QVMtableInternal>>> rowTables;
   // What cleared rows left: their emptied lists and the sub-tables nobody else holds.  A
@@ -60,6 +89,8 @@ QVMtableInternal::QVMtableInternal(const QVMtableInternal& other)
   pMember->definitionOwner = source.definitionOwner;
   pMember->cells.assign(source.cells.begin(),
                         source.cells.begin() + static_cast<std::ptrdiff_t>(source.countOfRow) * source.countOfColumn);
+  pMember->filled.assign((pMember->cells.size() + 63) / 64, 0);
+  pMember->remark(0, pMember->cells.size());
   pMember->rowTables.reserve(source.rowTables.size());
   for (const auto& tables : source.rowTables) {
     auto& copy = pMember->rowTables.emplace_back();
@@ -130,13 +161,14 @@ void QVMtableInternal::checkIfEmpty() const {
 unsigned QVMtableInternal::addRow() {
   COL_PRECONDITION_TEXT(pMember->pTableGrammar != nullptr, "pMember->pTableGrammar != NULL");
   if (isNode()) {
-    std::vector<QVMtableCell>& cells = pMember->cells;
-    const size_t end = static_cast<size_t>(pMember->countOfRow + 1) * pMember->countOfColumn;
-    // A row used again: most cells of a wide table were never filled, and writing nothing over
-    // them is most of the cost.
-    for (size_t i = end - pMember->countOfColumn; i < end && i < cells.size(); ++i)
-      if (!cells[i].isPlainNull()) cells[i].reset();
-    if (cells.size() < end) cells.resize(end);
+    QVMtableInternalPrivate& member = *pMember;
+    const size_t end = static_cast<size_t>(member.countOfRow + 1) * member.countOfColumn;
+    // A row used again: only the cells an earlier row wrote need a reset.
+    member.grow(end);
+    member.forEachMarked(end - member.countOfColumn, end, [&member](size_t index) {
+      member.cells[index].reset();
+      member.filled[index / 64] &= ~(uint64_t{1} << (index % 64));
+    });
   } else {
     QVMtableInternalPrivate& member = *pMember;
     if (member.spareRows.empty()) {
@@ -187,8 +219,12 @@ void QVMtableInternal::checkRow(unsigned Row) const {
 void QVMtableInternal::removeRow(unsigned Row) {
   checkRow(Row);
   // The row's cells go to the end, where cells wait to be used again.
-  const auto first = pMember->cells.begin() + static_cast<std::ptrdiff_t>(Row) * pMember->countOfColumn;
-  if (pMember->countOfColumn) std::rotate(first, first + pMember->countOfColumn, pMember->cells.end());
+  const size_t first = static_cast<size_t>(Row) * pMember->countOfColumn;
+  if (pMember->countOfColumn) {
+    const auto at = pMember->cells.begin() + static_cast<std::ptrdiff_t>(first);
+    std::rotate(at, at + pMember->countOfColumn, pMember->cells.end());
+    pMember->remark(first, pMember->cells.size());
+  }
   if (Row < pMember->rowTables.size()) pMember->rowTables.erase(pMember->rowTables.begin() + Row);
   --pMember->countOfRow;
 }
@@ -306,6 +342,28 @@ QVMtableCell& QVMtableInternal::cell(unsigned Column, unsigned Row) const {
   return pMember->cells[static_cast<size_t>(Row) * pMember->countOfColumn + Column];
 }
 
+QVMtableCell& QVMtableInternal::writableCell(unsigned Column, unsigned Row) {
+  const size_t index = static_cast<size_t>(Row) * pMember->countOfColumn + Column;
+  pMember->mark(index);
+  return pMember->cells[index];
+}
+
+unsigned QVMtableInternal::nextFilledColumn(unsigned Row, unsigned From) const {
+  const QVMtableInternalPrivate& member = *pMember;
+  const size_t begin = static_cast<size_t>(Row) * member.countOfColumn;
+  const size_t end = begin + member.countOfColumn;
+  for (size_t index = begin + From; index < end;) {
+    const size_t word = index / 64;
+    if (word >= member.filled.size()) break;
+    if (const uint64_t bits = member.filled[word] & (~uint64_t{0} << (index % 64))) {
+      const size_t found = word * 64 + static_cast<size_t>(__builtin_ctzll(bits));
+      return static_cast<unsigned>(std::min(found, end) - begin);
+    }
+    index = (word + 1) * 64;
+  }
+  return member.countOfColumn;
+}
+
 // A caller may have changed a cell's date-time object in place; the cell kind follows it.
 void QVMtableInternal::fixUpDateTime(unsigned Column, unsigned Row) {
   QVMtableCell& current = cell(Column, Row);
@@ -345,11 +403,6 @@ void QVMtableInternal::fixUpDateTime(unsigned Column, unsigned Row) {
   raise(text, COL_ERROR_PRECONDITION);
 }
 
-const QVMtableCell* QVMtableInternal::rowCells(unsigned Row) const {
-  checkRow(Row);
-  return &cell(0, Row);
-}
-
 QVMtableInternalState QVMtableInternal::state(unsigned Column, unsigned Row) {
   checkBoundary(Column, Row);
   fixUpDateTime(Column, Row);
@@ -363,7 +416,7 @@ bool QVMtableInternal::isNull(unsigned Column, unsigned Row) {
 
 void QVMtableInternal::setNull(unsigned Column, unsigned Row) {
   checkBoundary(Column, Row);
-  QVMtableCell& current = cell(Column, Row);
+  QVMtableCell& current = writableCell(Column, Row);
   if (current.state() == QVMtableStateNull) return;
   current.becomeKeepingDateTime(QVMtableCell::Text);
   current.clearDateTime();
@@ -371,7 +424,7 @@ void QVMtableInternal::setNull(unsigned Column, unsigned Row) {
 
 void QVMtableInternal::setPresentButNull(unsigned Column, unsigned Row) {
   checkBoundary(Column, Row);
-  QVMtableCell& current = cell(Column, Row);
+  QVMtableCell& current = writableCell(Column, Row);
   if (current.state() == QVMtableStatePresentButNull) return;
   current.becomeKeepingDateTime(QVMtableCell::Text, "\"\"");
   current.clearDateTime();
@@ -379,7 +432,7 @@ void QVMtableInternal::setPresentButNull(unsigned Column, unsigned Row) {
 
 void QVMtableInternal::setInvalid(unsigned Column, unsigned Row) {
   checkBoundary(Column, Row);
-  QVMtableCell& current = cell(Column, Row);
+  QVMtableCell& current = writableCell(Column, Row);
   if (current.state() == QVMtableStateInvalid) return;
   current.becomeKeepingDateTime(QVMtableCell::Invalid);
   current.clearDateTime();
@@ -387,12 +440,12 @@ void QVMtableInternal::setInvalid(unsigned Column, unsigned Row) {
 
 void QVMtableInternal::setInvalid(unsigned Column, unsigned Row, const COLstring& Text) {
   setInvalid(Column, Row);
-  cell(Column, Row).setInvalidText(Text);
+  writableCell(Column, Row).setInvalidText(Text);
 }
 
 void QVMtableInternal::assignInvalid(unsigned Column, unsigned Row, std::string_view Text) {
   setInvalid(Column, Row);
-  cell(Column, Row).assignInvalidText(Text);
+  writableCell(Column, Row).assignInvalidText(Text);
 }
 
 const COLstring& QVMtableInternal::invalidText(unsigned Column, unsigned Row) const {
@@ -429,37 +482,37 @@ QVMdateTimeInternal& QVMtableInternal::getDateTime(unsigned Column, unsigned Row
   checkBoundary(Column, Row);
   checkColumnType(Column, QVMdateTimeType);
   fixUpDateTime(Column, Row);
-  return cell(Column, Row).valueAsDateTime();
+  return writableCell(Column, Row).valueAsDateTime();
 }
 
 void QVMtableInternal::setString(unsigned Column, unsigned Row, const COLstring& Value) {
   checkBoundary(Column, Row);
   checkColumnType(Column, QVMstringType);
-  cell(Column, Row).setText(Value);
+  writableCell(Column, Row).setText(Value);
 }
 
 void QVMtableInternal::assignString(unsigned Column, unsigned Row, std::string_view Value) {
   checkBoundary(Column, Row);
   checkColumnType(Column, QVMstringType);
-  cell(Column, Row).assignText(Value);
+  writableCell(Column, Row).assignText(Value);
 }
 
 void QVMtableInternal::setInteger(unsigned Column, unsigned Row, int32_t Value) {
   checkBoundary(Column, Row);
   checkColumnType(Column, QVMintegerType);
-  cell(Column, Row).setInteger(Value);
+  writableCell(Column, Row).setInteger(Value);
 }
 
 void QVMtableInternal::setDouble(unsigned Column, unsigned Row, double Value) {
   checkBoundary(Column, Row);
   checkColumnType(Column, QVMdoubleType);
-  cell(Column, Row).setDouble(Value);
+  writableCell(Column, Row).setDouble(Value);
 }
 
 void QVMtableInternal::setDateTime(unsigned Column, unsigned Row, const COLdateTime& Value) {
   checkBoundary(Column, Row);
   checkColumnType(Column, QVMdateTimeType);
-  cell(Column, Row).setDateTime(Value);
+  writableCell(Column, Row).setDateTime(Value);
 }
 
 // --- printing

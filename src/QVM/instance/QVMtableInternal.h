@@ -72,9 +72,10 @@ public:
 
   // --- cell states
   QVMtableInternalState state(unsigned Column, unsigned Row);
-  // The cells of row `Row`, one per column, for a writer that walks them all: the row is checked
-  // once, the columns not at all.
-  const QVMtableCell* rowCells(unsigned Row) const;
+  // The first column from `From` on whose cell in row `Row` may hold something, or the count of
+  // columns: a cell passed over is plain null.  Lets a writer visit the few filled cells of a
+  // wide row without looking at the rest.  Unchecked: the row must be in range.
+  unsigned nextFilledColumn(unsigned Row, unsigned From) const;
   bool isNull(unsigned Column, unsigned Row);
   void setNull(unsigned Column, unsigned Row);
   void setPresentButNull(unsigned Column, unsigned Row);
@@ -113,6 +114,8 @@ protected:
 
 private:
   QVMtableCell& cell(unsigned Column, unsigned Row) const;
+  // The cell for a change: marks it as one that may hold something.
+  QVMtableCell& writableCell(unsigned Column, unsigned Row);
   void fixUpDateTime(unsigned Column, unsigned Row);
   void checkRow(unsigned Row) const;
   void checkColumn(unsigned Column) const;

@@ -236,11 +236,11 @@ void QVMtableXmlFormatter::outputTable(unsigned Indent, QVMtableInternal& Table,
       Out.append(Out, TagAt, TagLength);
     }
     Out += kNewLine;
-    // Most cells of a wide table hold nothing: those are passed over without the checked reads.
+    // Most cells of a wide table hold nothing: the table knows which may, and the rest are
+    // never looked at.
     const unsigned Columns = Table.countOfColumn();
-    const QVMtableCell* Cells = Columns ? Table.rowCells(Row) : nullptr;
-    for (unsigned Column = 0; Column < Columns; ++Column) {
-      if (Cells[Column].isPlainNull()) continue;
+    for (unsigned Column = Table.nextFilledColumn(Row, 0); Column < Columns;
+         Column = Table.nextFilledColumn(Row, Column + 1)) {
       // Null and invalid cells have no element; an invalid one is told to whoever listens, as
       // the writer is the last to see its text.
       const QVMtableInternalState State = Table.state(Column, Row);

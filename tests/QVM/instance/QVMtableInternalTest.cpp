@@ -203,3 +203,55 @@ TEST_F(QVMtableInternalTest, PrintsGroupsAndRowsWithValuesByColumnType) {
   message.subTable(0, 1).subTable(0, 0).setString(0, 0, "East");
   EXPECT_EQ(QVMprinted(message).str(), TSTreadDataFile("QVM/table_printout.test").at(0).text("printout"));
 }
+
+// A writer visits only the cells the table reports as possibly filled, so a cell left out
+// would be a value lost from the XML.  Across the words of the table's marks, after rows go,
+// in copies, and when the table is made again for a narrower grammar over the same storage.
+TEST_F(QVMtableInternalTest, FilledCellsAreFoundWhateverTheRowWidthAndOrder) {
+  QVMtableDefinitionInternal* wide = engine.table(engine.addTable());
+  wide->setTableName("Wide");
+  for (int column = 0; column < 150; ++column) wide->addColumn(("c" + std::to_string(column)).c_str(), QVMstringType);
+  QVMtableGrammarInternal* grammar = definition.root->addSubGrammarAt(2);
+  grammar->setIsNode(true);
+  grammar->setTable(wide);
+
+  auto filled = [](const QVMtableInternal& table, unsigned row) {
+    std::vector<unsigned> columns;
+    for (unsigned column = table.nextFilledColumn(row, 0); column < table.countOfColumn();
+         column = table.nextFilledColumn(row, column + 1))
+      columns.push_back(column);
+    return columns;
+  };
+  using Columns = std::vector<unsigned>;
+  QVMtableInternal table;
+  table.makeEmptyTable(grammar);
+  for (int row = 0; row < 3; ++row) table.addRow();
+  for (unsigned column : {3u, 64u, 149u}) table.setString(column, 0, "a");
+  table.setString(63, 1, "b");
+  table.setString(0, 2, "c");
+  table.setString(127, 2, "d");
+  EXPECT_EQ(filled(table, 0), (Columns{3, 64, 149}));
+  EXPECT_EQ(filled(table, 1), Columns{63});
+  EXPECT_EQ(filled(table, 2), (Columns{0, 127}));
+  EXPECT_EQ(table.nextFilledColumn(0, 65), 149u);
+
+  QVMtableInternal copy(table);
+  EXPECT_EQ(filled(copy, 2), (Columns{0, 127}));
+
+  table.removeRow(0);
+  EXPECT_EQ(filled(table, 0), Columns{63});
+  EXPECT_EQ(filled(table, 1), (Columns{0, 127}));
+  EXPECT_EQ(table.addRow(), 2u);
+  EXPECT_EQ(filled(table, 2), Columns{});
+  EXPECT_EQ(table.state(3, 2), QVMtableStateNull);
+
+  // The same storage under a five-column grammar: every old value lies inside some new row.
+  table.makeEmptyTable(definition.patient);
+  for (unsigned row = 0; row < 100; ++row) {
+    ASSERT_EQ(table.addRow(), row);
+    ASSERT_EQ(filled(table, row), Columns{}) << row;
+    for (unsigned column = 0; column < 5; ++column) ASSERT_EQ(table.state(column, row), QVMtableStateNull);
+  }
+  table.setInteger(kAge, 99, 7);
+  EXPECT_EQ(filled(table, 99), Columns{kAge});
+}
