@@ -111,13 +111,23 @@ const QVMtableMapSet* SGCmapSetOf(QVMtableGrammarInternal* Grammar) {
 //    null, as the lookup would leave them;
 //  - for rows rooted at a group, the columns in order with their steps copied out and how many
 //    leading steps each shares with the column before it, so that a row walks from the group to
-//    a segment once for all the columns that read that segment.
-// The type of each column depends on the grammar rule the rows sit on as well, so the plan keeps
-// one list of types per rule it has met (usually one).  A plan is stale once the engine has seen
+//    a segment once for all the columns that read that segment;
+//  - for rows of one repeat of a field, the columns that can reach a value in it, by component,
+//    so that a row stops at the field's last component.
+// The type of each column depends on the grammar rule the rows sit on as well (for rows of a
+// field, on the field's composite), so the plan keeps one list of types per rule or composite
+// it has met (usually one).  A plan is stale once the engine has seen
 // an edit since it was built; an edit of the map set drops it at once.
 struct SGCfillEntry {
   unsigned column;
   unsigned repeat;
+  QVMmessageNodeAddress address;
+};
+
+struct SGCfieldColumn {
+  unsigned column;
+  unsigned sub;     // the component
+  unsigned subSub;  // the sub-component, kUnset for the component's first value
   QVMmessageNodeAddress address;
 };
 
@@ -136,10 +146,14 @@ struct SGCplannedType {
   bool deferred = false;
 };
 
+// Types under a message grammar rule (segment and group rows) or, for rows of a field, under the
+// field's composite; `key` is the one or the other, `field` tells which.
 struct SGCruleTypes {
-  const QVMmessageGrammar* rule = nullptr;
+  const void* key = nullptr;
+  bool field = false;
   std::vector<SGCplannedType> segmentTypes;  // by SGCfillPlan::entries
   std::vector<SGCplannedType> groupTypes;    // by SGCfillPlan::columns
+  std::vector<SGCplannedType> fieldTypes;    // by SGCfillPlan::fieldColumns
 };
 
 struct SGCfillPlan {
@@ -148,6 +162,7 @@ struct SGCfillPlan {
   std::vector<unsigned> fieldBegin;   // entries of field F: [fieldBegin[F], fieldBegin[F + 1])
   std::vector<SGCgroupColumn> columns;
   std::vector<uint32_t> steps;
+  std::vector<SGCfieldColumn> fieldColumns;  // by component
   std::vector<std::shared_ptr<const SGCruleTypes>> rules;
 };
 
@@ -193,29 +208,62 @@ void SGCplanGroupLayout(const QVMtableMapSet& MapSet, SGCfillPlan& Plan) {
   }
 }
 
-SGCplannedType SGCplanType(const QVMmessageGrammar* Rule, const QVMmessageNodeAddress& Address) {
+// The addresses that can reach a value of a field's repeat, as SGCmapValueFromField reads them
+// from level 0: a component, or a sub-component of one, never a repeat past the first.
+void SGCplanFieldLayout(const QVMtableMapSet& MapSet, SGCfillPlan& Plan) {
+  for (unsigned Column = 0; Column < MapSet.countOfMap(); ++Column) {
+    const QVMmessageNodeAddress& Address = MapSet.map(Column).nodeAddress();
+    const unsigned Depth = Address.depth();
+    if (Depth == 0 || Depth > 2 || Address.repeatIndex(0) != 0) continue;
+    if (Depth == 2 && Address.repeatIndex(1) != 0) continue;
+    Plan.fieldColumns.push_back({Column, Address.nodeIndex(0), Depth == 2 ? Address.nodeIndex(1) : kUnset, Address});
+  }
+  std::stable_sort(Plan.fieldColumns.begin(), Plan.fieldColumns.end(),
+                   [](const SGCfieldColumn& A, const SGCfieldColumn& B) { return A.sub < B.sub; });
+}
+
+// A type worked out ahead; a failure is kept to be raised where a value needs the type.
+template <typename Work>
+SGCplannedType SGCplanType(Work&& work) {
   SGCplannedType Planned;
   try {
-    Planned.type = SGCtypeFromRule(Rule, Address);
+    Planned.type = work();
   } catch (const COLerror&) {
     Planned.deferred = true;
   }
   return Planned;
 }
 
-std::shared_ptr<const SGCruleTypes> SGCplanRuleTypes(const SGCfillPlan& Plan, const QVMmessageGrammar* Rule) {
+std::shared_ptr<const SGCruleTypes> SGCplanRuleTypes(const SGCfillPlan& Plan, const void* Key, bool Field) {
   auto Types = std::make_shared<SGCruleTypes>();
-  Types->rule = Rule;
+  Types->key = Key;
+  Types->field = Field;
+  if (Field) {
+    const auto* Composite = static_cast<const QVMcompositeGrammar*>(Key);
+    Types->fieldTypes.reserve(Plan.fieldColumns.size());
+    for (const SGCfieldColumn& Entry : Plan.fieldColumns)
+      Types->fieldTypes.push_back(SGCplanType([&] { return SGCtypeFromComposite(Composite, Entry.address, 0); }));
+    return Types;
+  }
+  const auto* Rule = static_cast<const QVMmessageGrammar*>(Key);
   Types->segmentTypes.reserve(Plan.entries.size());
-  for (const SGCfillEntry& Entry : Plan.entries) Types->segmentTypes.push_back(SGCplanType(Rule, Entry.address));
+  for (const SGCfillEntry& Entry : Plan.entries)
+    Types->segmentTypes.push_back(SGCplanType([&] { return SGCtypeFromRule(Rule, Entry.address); }));
   Types->groupTypes.reserve(Plan.columns.size());
-  for (const SGCgroupColumn& Entry : Plan.columns) Types->groupTypes.push_back(SGCplanType(Rule, Entry.address));
+  for (const SGCgroupColumn& Entry : Plan.columns)
+    Types->groupTypes.push_back(SGCplanType([&] { return SGCtypeFromRule(Rule, Entry.address); }));
   return Types;
 }
 
 const SGCmapValueType& SGCtypeOf(const SGCplannedType& Planned, const QVMmessageGrammar* Rule,
                                  const QVMmessageNodeAddress& Address) {
   if (Planned.deferred) SGCtypeFromRule(Rule, Address);  // raises what planning met
+  return Planned.type;
+}
+
+const SGCmapValueType& SGCfieldTypeOf(const SGCplannedType& Planned, const QVMcompositeGrammar* Composite,
+                                      const QVMmessageNodeAddress& Address) {
+  if (Planned.deferred) SGCtypeFromComposite(Composite, Address, 0);  // raises what planning met
   return Planned.type;
 }
 
@@ -232,7 +280,8 @@ thread_local SGCfillSource t_Source;
 // reference.  The slot holds the plan, so that a plan the map set dropped is never read freed.
 struct SGCplanSlot {
   const QVMtableMapSet* mapSet = nullptr;
-  const QVMmessageGrammar* rule = nullptr;
+  const void* key = nullptr;
+  bool field = false;
   std::shared_ptr<const SGCfillPlan> plan;
   const SGCruleTypes* types = nullptr;
 };
@@ -245,9 +294,9 @@ std::mutex& SGCplanMutex(QVMengineInternal* Engine) {
   return Engine ? Engine->parserCacheMutex() : WithoutEngine;
 }
 
-// The map set's plan with the types for `Rule`, built or completed under the engine's lock.  A
-// plan is never changed once published: one that lacks the rule is replaced by a copy with it.
-void SGCfillSlot(SGCplanSlot& Slot, const QVMtableMapSet& MapSet, const QVMmessageGrammar* Rule) {
+// The map set's plan with the types for `Key`, built or completed under the engine's lock.  A
+// plan is never changed once published: one that lacks the key is replaced by a copy with it.
+void SGCfillSlot(SGCplanSlot& Slot, const QVMtableMapSet& MapSet, const void* Key, bool Field) {
   std::lock_guard<std::mutex> Lock(SGCplanMutex(t_Source.engine));
   auto Plan = std::static_pointer_cast<const SGCfillPlan>(MapSet.planOwner());
   if (!Plan || Plan->generation != t_Source.generation) {
@@ -255,34 +304,37 @@ void SGCfillSlot(SGCplanSlot& Slot, const QVMtableMapSet& MapSet, const QVMmessa
     Fresh->generation = t_Source.generation;
     SGCplanSegmentLayout(MapSet, *Fresh);
     SGCplanGroupLayout(MapSet, *Fresh);
+    SGCplanFieldLayout(MapSet, *Fresh);
     Plan = Fresh;
     MapSet.setPlan(Plan);
   }
   const SGCruleTypes* Types = nullptr;
   for (const auto& Known : Plan->rules)
-    if (Known->rule == Rule) Types = Known.get();
+    if (Known->key == Key && Known->field == Field) Types = Known.get();
   if (!Types) {
     auto Wider = std::make_shared<SGCfillPlan>(*Plan);
-    Wider->rules.push_back(SGCplanRuleTypes(*Wider, Rule));
+    Wider->rules.push_back(SGCplanRuleTypes(*Wider, Key, Field));
     Types = Wider->rules.back().get();
     Plan = Wider;
     MapSet.setPlan(Plan);
   }
   Slot.mapSet = &MapSet;
-  Slot.rule = Rule;
+  Slot.key = Key;
+  Slot.field = Field;
   Slot.plan = std::move(Plan);
   Slot.types = Types;
 }
 
-const SGCplanSlot& SGCplanFor(const QVMtableMapSet& MapSet, const QVMmessageGrammar* Rule) {
-  // Map sets and rules are heap objects a few dozen bytes apart: a multiplicative hash spreads
+// `Key` is the rule the rows sit on, or with `Field` the composite of the field the rows read.
+const SGCplanSlot& SGCplanFor(const QVMtableMapSet& MapSet, const void* Key, bool Field = false) {
+  // Map sets and keys are heap objects a few dozen bytes apart: a multiplicative hash spreads
   // the low bits that tell them apart over the slot index.
-  const uint64_t Key = (reinterpret_cast<uintptr_t>(&MapSet) * 0x9E3779B97F4A7C15ull) ^
-                       (reinterpret_cast<uintptr_t>(Rule) * 0xC2B2AE3D27D4EB4Full);
-  SGCplanSlot& Slot = t_PlanSlots[Key >> (64 - kPlanSlotBits)];
-  if (Slot.mapSet != &MapSet || Slot.rule != Rule || Slot.plan.get() != MapSet.planInPlace() ||
+  const uint64_t Hash = (reinterpret_cast<uintptr_t>(&MapSet) * 0x9E3779B97F4A7C15ull) ^
+                        ((reinterpret_cast<uintptr_t>(Key) + Field) * 0xC2B2AE3D27D4EB4Full);
+  SGCplanSlot& Slot = t_PlanSlots[Hash >> (64 - kPlanSlotBits)];
+  if (Slot.mapSet != &MapSet || Slot.key != Key || Slot.field != Field || Slot.plan.get() != MapSet.planInPlace() ||
       Slot.plan->generation != t_Source.generation)
-    SGCfillSlot(Slot, MapSet, Rule);
+    SGCfillSlot(Slot, MapSet, Key, Field);
   return Slot;
 }
 
@@ -481,12 +533,19 @@ void SGCmapFillTableAtField(SGCparsedSegment* Parsed, unsigned Field, unsigned R
   const QVMsegmentGrammar* Segment = Parsed->rule()->segment();
   const QVMcompositeGrammar* Composite =
       Segment && Field < Segment->countOfField() ? Segment->fieldType(Field) : nullptr;
-  for (unsigned Column = 0; Column < Columns && Column < MapSet->countOfMap(); ++Column) {
-    const QVMmessageNodeAddress& Address = MapSet->map(Column).nodeAddress();
-    if (Address.depth() == 0) continue;
-    const SGMvalue* Value = SGCmapValueFromField(RawField, Address, 0);
-    if (!Value) continue;
-    SGCmapSetCell(Table, Column, Row, Value, SGCtypeFromComposite(Composite, Address, 0));
+  const SGCplanSlot& Slot = SGCplanFor(*MapSet, Composite, true);
+  const std::vector<SGCfieldColumn>& Planned = Slot.plan->fieldColumns;
+  const unsigned SubFields = RawField.countOfSubField();
+  for (size_t Index = 0; Index < Planned.size(); ++Index) {
+    const SGCfieldColumn& Entry = Planned[Index];
+    // By component: the rest lie past the field's last one.
+    if (Entry.sub >= SubFields) break;
+    if (Entry.column >= Columns) continue;
+    const unsigned SubSub = Entry.subSub == kUnset ? 0 : Entry.subSub;
+    if (SubSub >= RawField.countOfSubSubField(Entry.sub)) continue;
+    // The row is new, so its cells are null already: only a value found is set.
+    SGCmapSetCell(Table, Entry.column, Row, &RawField.value(Entry.sub, SubSub),
+                  SGCfieldTypeOf(Slot.types->fieldTypes[Index], Composite, Entry.address));
   }
 }
 
