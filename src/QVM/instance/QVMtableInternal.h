@@ -76,6 +76,9 @@ public:
   // columns: a cell passed over is plain null.  Lets a writer visit the few filled cells of a
   // wide row without looking at the rest.  Unchecked: the row must be in range.
   unsigned nextFilledColumn(unsigned Row, unsigned From) const;
+  // The cell itself, for a writer that reads what it can without the checked accessors.
+  // Unchecked: both indices must be in range.
+  const QVMtableCell& cellAt(unsigned Column, unsigned Row) const { return cell(Column, Row); }
   bool isNull(unsigned Column, unsigned Row);
   void setNull(unsigned Column, unsigned Row);
   void setPresentButNull(unsigned Column, unsigned Row);

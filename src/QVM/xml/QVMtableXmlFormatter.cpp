@@ -163,9 +163,11 @@ std::string_view QVMcolumnText(QVMtableInternal& Table, unsigned Column, unsigne
 namespace {
 
 // The column tags of one table in both forms, "<name>" and "</name>\r\n" (nothing for a name the
-// filter leaves empty), kept on the table definition until a name changes.
+// filter leaves empty), and the row tag of its node tables, "<table>" and "</table>" (both empty
+// for a name the filter leaves empty); kept on the table definition until a name changes.
 struct QVMcolumnTags {
   std::vector<std::string> open[2], close[2];  // [0] short, [1] long
+  std::string rowOpen, rowClose;
 };
 
 std::string QVMfilteredTag(std::string_view Prefix, std::string_view Name) {
@@ -185,6 +187,10 @@ const QVMcolumnTags& QVMtagsOf(const QVMtableDefinitionInternal& Definition) {
   if (!Cache) {
     auto Tags = std::make_shared<QVMcolumnTags>();
     const std::string LongPrefix = Definition.tableName().str() + ".";
+    if (const std::string Row = QVMfilteredTag({}, Definition.tableName().view()); !Row.empty()) {
+      Tags->rowOpen = "<" + Row + ">";
+      Tags->rowClose = "</" + Row + ">";
+    }
     for (size_t Column = 0; Column < Definition.countOfColumn(); ++Column) {
       for (const bool Long : {false, true}) {
         const std::string Tag =
@@ -223,12 +229,15 @@ void QVMtableXmlFormatter::outputTable(unsigned Indent, QVMtableInternal& Table,
   const std::string_view Prefix = Long ? Definition->tableName().view() : std::string_view();
   const std::string_view Dot = Long ? "." : "";
   const QVMcolumnTags* Tags = Definition ? &QVMtagsOf(*Definition) : nullptr;
-  // The row tag is filtered once per table: later rows and every closing tag copy it from where
-  // the first row's opening tag was written.
+  // A node table's row tag is its table's name, kept with the column tags.  A group's is filtered
+  // once per table: later rows and every closing tag copy it from where the first row's opening
+  // tag was written.
   size_t TagAt = 0, TagLength = 0;
   for (unsigned Row = 0; Row < Table.countOfRow(); ++Row) {
     Out.append(Indent, ' ');
-    if (Row == 0) {
+    if (Tags) {
+      Out += Tags->rowOpen;
+    } else if (Row == 0) {
       TagAt = Out.size();
       appendTag("<", TagFirst, TagDot, TagSecond);
       TagLength = Out.size() - TagAt;
@@ -241,21 +250,27 @@ void QVMtableXmlFormatter::outputTable(unsigned Indent, QVMtableInternal& Table,
     const unsigned Columns = Table.countOfColumn();
     for (unsigned Column = Table.nextFilledColumn(Row, 0); Column < Columns;
          Column = Table.nextFilledColumn(Row, Column + 1)) {
-      // Null and invalid cells have no element; an invalid one is told to whoever listens, as
-      // the writer is the last to see its text.
-      const QVMtableInternalState State = Table.state(Column, Row);
-      if (State == QVMtableStateNull) continue;
-      if (State == QVMtableStateInvalid) {
-        if (QVMtableXmlUnwrittenValues* Listener = QVMtableXmlUnwrittenScope::current())
-          Listener->unwrittenValue(Table, Column, Row, Table.invalidText(Column, Row));
-        continue;
-      }
-      // String cells, the common case, are written from the cell itself without a copy.
       COLstring Converted;
       char DateText[64];
-      const std::string_view Text = Table.columnType(Column) == QVMstringType
-                                        ? Table.getString(Column, Row).view()
-                                        : QVMcolumnText(Table, Column, Row, DateText, Converted);
+      std::string_view Text;
+      const QVMtableCell& Cell = Table.cellAt(Column, Row);
+      const QVMdataType Type = Definition->columnType(Column);
+      if (Type == QVMstringType && Cell.kind() == QVMtableCell::Text && !Cell.dateTimeObject()) {
+        // The common case, read in place: text in a string column, a value or the explicit null.
+        Text = Cell.valueAsString().view();
+      } else {
+        // Null and invalid cells have no element; an invalid one is told to whoever listens, as
+        // the writer is the last to see its text.
+        const QVMtableInternalState State = Table.state(Column, Row);
+        if (State == QVMtableStateNull) continue;
+        if (State == QVMtableStateInvalid) {
+          if (QVMtableXmlUnwrittenValues* Listener = QVMtableXmlUnwrittenScope::current())
+            Listener->unwrittenValue(Table, Column, Row, Table.invalidText(Column, Row));
+          continue;
+        }
+        Text = Type == QVMstringType ? Table.getString(Column, Row).view()
+                                     : QVMcolumnText(Table, Column, Row, DateText, Converted);
+      }
       if (Text.empty()) continue;
       const bool Cached = Tags && Column < Tags->open[Long].size();
       Out.append(ColumnIndent, ' ');
@@ -279,7 +294,9 @@ void QVMtableXmlFormatter::outputTable(unsigned Indent, QVMtableInternal& Table,
     for (unsigned Sub = 0; Sub < Table.countOfRowSubTable(Row); ++Sub)
       outputTable(ColumnIndent, Table.rowSubTable(Row, Sub), LongTags, false);
     Out.append(Indent, ' ');
-    if (TagLength) {
+    if (Tags) {
+      Out += Tags->rowClose;
+    } else if (TagLength) {
       Out += "</";
       Out.append(Out, TagAt + 1, TagLength - 1);
     }

@@ -109,7 +109,12 @@ TEST_F(QVMtableXml, TagsFollowEveryEditOfNamesAndColumnOrder) {
   Patient->setColumnName(0, "Key");
   EXPECT_NE(print("TABLE - Long Tags", Table).find("<Patient.Key>17</Patient.Key>"), std::string::npos);
   Patient->setTableName("Person");
-  EXPECT_NE(print("TABLE - Long Tags", Table).find("<Person.Key>17</Person.Key>"), std::string::npos);
+  const std::string Renamed = print("TABLE - Long Tags", Table);
+  EXPECT_NE(Renamed.find("<Person.Key>17</Person.Key>"), std::string::npos);
+  // The row element takes the table's new name at both ends.
+  EXPECT_NE(Renamed.find("   <Person>\r\n"), std::string::npos) << Renamed;
+  EXPECT_NE(Renamed.find("   </Person>\r\n"), std::string::npos) << Renamed;
+  EXPECT_EQ(Renamed.find("Patient"), std::string::npos) << Renamed;
   Patient->column(0).setName("Nr");
   EXPECT_NE(print("TABLE - Short Tags", Table).find("<Nr>17</Nr>"), std::string::npos);
   // The cells stay where they are and the names move: Visit's column 0 takes each new name.
