@@ -243,13 +243,29 @@ void QVJcheckParsedSegments(QVMengineInternal& Engine, bool Hl7Mode, LAGenvironm
   QVJcheckParsedSegments(Engine, Hl7Mode, Environment, SegmentList, StringPool, Tree, Reject, Separators, Settings);
 }
 
+namespace {
+
+// Whether the message text holds the escape character anywhere a value may: in HL7 the header's
+// encoding characters hold it too (the second field of the first segment, never unescaped).
+bool SGCmayHoldEscapes(std::string_view Text, char Escape, bool Hl7Mode) {
+  size_t From = 0;
+  if (Hl7Mode && Text.size() > 3) From = std::min(Text.find(Text[3], 4), Text.size());
+  return Text.find(Escape, From) != std::string_view::npos;
+}
+
+}  // namespace
+
 void QVJcheckParsedSegments(QVMengineInternal& Engine, bool Hl7Mode, LAGenvironment& Environment,
                             SGMsegmentList& SegmentList, SGMstringPool& StringPool, SGCparsed* Tree, bool Reject,
-                            const SGMseparatorCharacters& Separators, SCCescaperSettings& Settings) {
+                            const SGMseparatorCharacters& Separators, SCCescaperSettings& Settings,
+                            std::string_view Text) {
   const QVMconfig& Config = static_cast<const QVMengineInternal&>(Engine).config();
   SGCescaperSettings(Config, Settings);
   SCCescaper Escaper(Settings);
   SGCcopyEscaper(Config, Separators, Escaper);
+  // Most messages have no escape sequence.  An equation may write one into any segment, so from
+  // the first equation on every segment is searched.
+  bool Unescape = !Text.data() || SGCmayHoldEscapes(Text, Escaper.unescapeEscapeCharacter(), Hl7Mode);
   for (SGCparsed* Node = Tree; Node; Node = SGCparsedGetNextPreOrder(Node)) {
     SGCparsedSegment* Placed = Node->segment();
     if (!Placed) continue;
@@ -265,8 +281,9 @@ void QVJcheckParsedSegments(QVMengineInternal& Engine, bool Hl7Mode, LAGenvironm
       // leaves the script as it is; the call only takes it by reference.
       SGCexecuteOneSegmentEquation(const_cast<LANfunction&>(Definition.incomingFunction()), &StringPool, &SegmentList,
                                    Index, Field, Environment, Grammar->name() + "." + Definition.name());
+      Unescape = true;
     }
-    SGCcheckAndReport(*Grammar, Segment, Index, Node, Escaper, Hl7Mode, StringPool, Separators, Reject);
+    SGCcheckAndReport(*Grammar, Segment, Index, Node, Escaper, Hl7Mode, StringPool, Separators, Reject, Unescape);
     if (SGCunplacedValuesHeard()) SGCreportUnplacedValues(SGCmessageName(*Node->rule()), Segment, *Grammar);
     if (!Scripts->hasRules) continue;
     for (uint32_t Field = 0; Field < Grammar->countOfField(); ++Field) {
@@ -312,7 +329,8 @@ unsigned SGCcompleteParse(const COLstring& Message, QVMengineInternal& Engine, S
   // HL7 mode as the tokeniser's options take it from the configuration.
   const bool Hl7Mode = static_cast<const QVMengineInternal&>(Engine).config().countOfHeaderFieldsToSkip() > 2;
   QVJcheckParsedSegments(Engine, Hl7Mode, Environment, SegmentList, Pool, Structure.context.tree(),
-                         Engine.rejectBadSegmentGrammar(), Structure.separators, Road.escaperSettings);
+                         Engine.rejectBadSegmentGrammar(), Structure.separators, Road.escaperSettings,
+                         Structure.text.view());
   SGCmap(Structure.context.tree(), ResultTable);
   COL_PRECONDITION(!ResultTable.isNode());
   COL_PRECONDITION(ResultTable.countOfRow() <= 1);

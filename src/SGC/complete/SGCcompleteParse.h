@@ -3,6 +3,7 @@
 #pragma once
 
 #include <functional>
+#include <string_view>
 
 #include "COLstring.h"
 #include "SCCescaper.h"
@@ -80,6 +81,9 @@ void QVJcheckParsedSegments(QVMengineInternal& Engine, bool Hl7Mode, LAGenvironm
                             SGMsegmentList& SegmentList, SGMstringPool& StringPool, SGCparsed* Tree, bool Reject,
                             const SGMseparatorCharacters& Separators);
 // As above with the escaper's settings filled into `Settings`, whose storage is used again.
+// `Text`, when given, is the text the segments were read from: where it holds the escape
+// character nowhere but among the header's delimiters, the values are not searched for it.
 void QVJcheckParsedSegments(QVMengineInternal& Engine, bool Hl7Mode, LAGenvironment& Environment,
                             SGMsegmentList& SegmentList, SGMstringPool& StringPool, SGCparsed* Tree, bool Reject,
-                            const SGMseparatorCharacters& Separators, SCCescaperSettings& Settings);
+                            const SGMseparatorCharacters& Separators, SCCescaperSettings& Settings,
+                            std::string_view Text = {});

@@ -10,10 +10,11 @@
 
 void SGCcheckAndReport(const QVMsegmentGrammar& Grammar, SGMsegment& Segment, unsigned SegmentIndex, SGCparsed* Node,
                        SCCescaper& Escaper, bool Hl7Mode, SGMstringPool& Pool,
-                       const SGMseparatorCharacters& Separators, bool Reject) {
+                       const SGMseparatorCharacters& Separators, bool Reject, bool Unescape) {
   SGCerrorList Errors;
   if (Reject) SGCcheckSegment(Segment, SegmentIndex, Grammar, Errors);
-  SGCunescapeSegment(Escaper, SegmentIndex == 0, Hl7Mode, Segment, SegmentIndex, Grammar, &Pool, Errors, Reject);
+  if (Unescape)
+    SGCunescapeSegment(Escaper, SegmentIndex == 0, Hl7Mode, Segment, SegmentIndex, Grammar, &Pool, Errors, Reject);
   if (Errors.empty() || !Reject) return;
   COLerror Error("", 0);
   QVJstrictGrammarErrorPrepare(Error, Segment, Separators, Errors);
