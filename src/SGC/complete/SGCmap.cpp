@@ -396,12 +396,16 @@ COLstring SGCmapFullName(QVMtableGrammarInternal* Grammar) {
   return Name;
 }
 
-unsigned SGCmappingPoint(QVMtableGrammarInternal* Grammar) {
+unsigned SGCmappingPoint(QVMtableGrammarInternal* Grammar, size_t Hint) {
   QVMmessageGrammar* Root = Grammar->messageGrammar();
   if (!Root) SGCthrowBadRoot(Grammar, "does not have a valid grammar set.'");
   QVMtableGrammarInternal* Parent = Grammar->parent();
   if (!Parent || Parent->messageGrammar() == Root) return kUnset;
   QVMmessageGrammar* ParentRoot = Parent->messageGrammar();
+  // Table grammars mostly follow their message grammar child for child: the hint saves a search
+  // per table, which for a message of many segments made the walk quadratic.
+  if (ParentRoot && Hint < ParentRoot->countOfSubGrammar() && ParentRoot->subGrammar(Hint) == Root)
+    return static_cast<unsigned>(Hint);
   if (ParentRoot)
     for (size_t Index = 0; Index < ParentRoot->countOfSubGrammar(); ++Index)
       if (ParentRoot->subGrammar(Index) == Root) return static_cast<unsigned>(Index);
@@ -420,8 +424,8 @@ void SGCmap(SGCparsed* Root, QVMtableInternal& Table) {
   SGCmapItem(Root, Grammar, Table);
 }
 
-void SGCmapItem(SGCparsed* Parsed, QVMtableGrammarInternal* Grammar, QVMtableInternal& Table) {
-  const unsigned Point = SGCmappingPoint(Grammar);
+void SGCmapItem(SGCparsed* Parsed, QVMtableGrammarInternal* Grammar, QVMtableInternal& Table, size_t Hint) {
+  const unsigned Point = SGCmappingPoint(Grammar, Hint);
   const unsigned Field = Grammar->messageGrammarFieldIndex();
   SGCparsed* Target = Parsed;
   if (Point != kUnset) {
@@ -455,7 +459,7 @@ void SGCmapRow(SGCparsed* Parsed, QVMtableGrammarInternal* Grammar, QVMtableInte
     return;
   }
   for (size_t Index = 0; Index < Grammar->countOfSubGrammar(); ++Index)
-    SGCmapItem(Parsed, Grammar->subGrammar(Index), Table.subTable(Row, static_cast<unsigned>(Index)));
+    SGCmapItem(Parsed, Grammar->subGrammar(Index), Table.subTable(Row, static_cast<unsigned>(Index)), Index);
 }
 
 void SGCmapRowAtField(QVMtableGrammarInternal* Grammar, SGCparsedSegment* Parsed, unsigned Field, unsigned Repeat,

@@ -29,7 +29,10 @@ struct SGCmapValueType {
 };
 
 void SGCmap(SGCparsed* Root, QVMtableInternal& Table);
-void SGCmapItem(SGCparsed* Parsed, QVMtableGrammarInternal* Grammar, QVMtableInternal& Table);
+// `Hint`: where the node's root most likely sits among its parent root's sub-grammars (its own
+// index among its parent's sub-grammars), looked at before they are searched.
+void SGCmapItem(SGCparsed* Parsed, QVMtableGrammarInternal* Grammar, QVMtableInternal& Table,
+                size_t Hint = static_cast<size_t>(-1));
 void SGCmapRow(SGCparsed* Parsed, QVMtableGrammarInternal* Grammar, QVMtableInternal& Table);
 void SGCmapRowAtField(QVMtableGrammarInternal* Grammar, SGCparsedSegment* Parsed, unsigned Field, unsigned Repeat,
                       QVMtableInternal& Table);
@@ -37,8 +40,8 @@ void SGCmapFillTable(SGCparsed* Parsed, QVMtableGrammarInternal* Grammar, QVMtab
 void SGCmapFillTableAtField(SGCparsedSegment* Parsed, unsigned Field, unsigned Repeat,
                             QVMtableGrammarInternal* Grammar, QVMtableInternal& Table, unsigned Row);
 // The index of this node's root among the sub-grammars of its parent's root; -1 (as
-// unsigned) without a parent or with the parent's own root.
-unsigned SGCmappingPoint(QVMtableGrammarInternal* Grammar);
+// unsigned) without a parent or with the parent's own root.  `Hint` as for SGCmapItem.
+unsigned SGCmappingPoint(QVMtableGrammarInternal* Grammar, size_t Hint = static_cast<size_t>(-1));
 COLstring SGCmapFullName(QVMtableGrammarInternal* Grammar);
 
 SGMvalue* SGCmapValueFromParsed(SGCparsed* Parsed, const QVMmessageNodeAddress& Address, unsigned Depth);
