@@ -10,6 +10,7 @@
 //   script:in-post, script:out-main, script:out-post
 //                          the inbound post-process, outbound main and outbound post-process code
 //   column:TABLE.COLUMN    the column's outgoing equation
+//   column-in:TABLE.COLUMN the column's incoming equation
 //   field:SEGMENT.N        the outgoing equation of field N (from 1) of the segment
 //   rule:SEGMENT.N, rule-on-error:SEGMENT.N
 //                          the code of the script rule on field N, the on-error code of a
@@ -64,9 +65,10 @@ LANfunction& scriptOf(QVMengineInternal& Schema, const std::string& Key) {
   if (Key == "script:out-main") return Schema.config().outgoingMainFunction();
   if (Key == "script:out-post") return Schema.config().outgoingPostProcessFunction();
   const size_t Dot = Name.find('.');
-  if (Key.rfind("column:", 0) == 0) {
+  if (Key.rfind("column:", 0) == 0 || Key.rfind("column-in:", 0) == 0) {
     QVMtableDefinitionInternal& Table = *Schema.table(Schema.tableByName(Name.substr(0, Dot)));
-    return Table.outgoingFunction(Table.columnIndex(Name.substr(Dot + 1)));
+    const uint32_t Column = Table.columnIndex(Name.substr(Dot + 1));
+    return Key[6] == ':' ? Table.outgoingFunction(Column) : Table.incomingFunction(Column);
   }
   QVMsegmentGrammar& Segment = *Schema.segment(Schema.segmentByName(Name.substr(0, Dot)));
   const uint32_t Field = std::stoul(Name.substr(Dot + 1)) - 1;

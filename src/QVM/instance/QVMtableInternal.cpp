@@ -416,8 +416,10 @@ bool QVMtableInternal::isNull(unsigned Column, unsigned Row) {
 
 void QVMtableInternal::setNull(unsigned Column, unsigned Row) {
   checkBoundary(Column, Row);
+  // A null cell stays as it is, and unmarked when it was: fills that null every cell they do not
+  // map would otherwise mark whole rows.
+  if (cell(Column, Row).state() == QVMtableStateNull) return;
   QVMtableCell& current = writableCell(Column, Row);
-  if (current.state() == QVMtableStateNull) return;
   current.becomeKeepingDateTime(QVMtableCell::Text);
   current.clearDateTime();
 }

@@ -3,6 +3,7 @@
 #include "COLerror.h"
 #include "COLostream.h"
 #include "QVMdateTimeInternal.h"
+#include "QVMengineInternal.h"
 #include "QVMmessageGrammar.h"
 #include "QVMtableDefinitionInternal.h"
 #include "QVMtableGrammarInternal.h"
@@ -47,11 +48,13 @@ void fillRow(QVMengineInternal& Engine, QVMtableInternal& Table, QVMtableGrammar
   COL_PRECONDITION_TEXT(MapSet != nullptr, "pMapSet");
   const unsigned Columns = std::min(static_cast<unsigned>(Definition.countOfColumn()), Table.countOfColumn());
   bool RemoveRow = false;
+  // Most definitions have no table equation at all: then no column needs to be asked for one.
+  const bool Equations = Engine.hasIncomingTableEquation();
   for (unsigned Column = 0; Column < Columns; ++Column) {
     const QVMmessageNodeAddress& Address = MapSet->map(Column).nodeAddress();
-    copyCell(Table, Column, Row,
-             Address.depth() == 0 ? nullptr : QVMmessageNodeAddressGetSubNode(Address, Occurrence, 0));
-    QVPexecuteInboundTableEquation(Engine, Table, Column, Row, RemoveRow, Environment);
+    // The row is new: an unmapped column's cell is null already.
+    if (Address.depth() != 0) copyCell(Table, Column, Row, QVMmessageNodeAddressGetSubNode(Address, Occurrence, 0));
+    if (Equations) QVPexecuteInboundTableEquation(Engine, Table, Column, Row, RemoveRow, Environment);
   }
   if (RemoveRow) Table.removeRow(Row);
 }
