@@ -16,10 +16,11 @@ namespace {
 
 constexpr uint32_t NoField = 0xFFFFFFFF;
 
-void copyCell(QVMtableInternal& Table, unsigned Column, unsigned Row, const QVMtypedMessageTree* Value) {
+// `Fresh`: the cell is null already, as nothing has touched the new row but this fill.
+void copyCell(QVMtableInternal& Table, unsigned Column, unsigned Row, const QVMtypedMessageTree* Value, bool Fresh) {
   if (Value == nullptr || Value->countOfSubNode() != 0 || Value->isNull() ||
       Value->dataType() != Table.columnType(Column)) {
-    Table.setNull(Column, Row);
+    if (!Fresh) Table.setNull(Column, Row);
     return;
   }
   // The explicit null and a text the typing could not read keep their states, as on the current road,
@@ -52,8 +53,10 @@ void fillRow(QVMengineInternal& Engine, QVMtableInternal& Table, QVMtableGrammar
   const bool Equations = Engine.hasIncomingTableEquation();
   for (unsigned Column = 0; Column < Columns; ++Column) {
     const QVMmessageNodeAddress& Address = MapSet->map(Column).nodeAddress();
-    // The row is new: an unmapped column's cell is null already.
-    if (Address.depth() != 0) copyCell(Table, Column, Row, QVMmessageNodeAddressGetSubNode(Address, Occurrence, 0));
+    // The row is new: an unmapped column's cell is null already, and so is every cell until an
+    // equation may have written into the row.
+    if (Address.depth() != 0)
+      copyCell(Table, Column, Row, QVMmessageNodeAddressGetSubNode(Address, Occurrence, 0), !Equations);
     if (Equations) QVPexecuteInboundTableEquation(Engine, Table, Column, Row, RemoveRow, Environment);
   }
   if (RemoveRow) Table.removeRow(Row);
