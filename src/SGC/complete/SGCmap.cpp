@@ -121,6 +121,9 @@ const QVMtableMapSet* SGCmapSetOf(QVMtableGrammarInternal* Grammar) {
 struct SGCfillEntry {
   unsigned column;
   unsigned repeat;
+  unsigned depth;   // 1 to 3
+  unsigned sub;     // the component (depth 2 and 3)
+  unsigned subSub;  // the sub-component (depth 3)
   QVMmessageNodeAddress address;
 };
 
@@ -180,7 +183,9 @@ void SGCplanSegmentLayout(const QVMtableMapSet& MapSet, SGCfillPlan& Plan) {
   Plan.fieldBegin.assign(Fields + 1, 0);
   for (const auto& [Field, Column] : Order) {
     const QVMmessageNodeAddress& Address = MapSet.map(Column).nodeAddress();
-    Plan.entries.push_back({Column, Address.repeatIndex(0), Address});
+    const unsigned Depth = Address.depth();
+    Plan.entries.push_back({Column, Address.repeatIndex(0), Depth, Depth > 1 ? Address.nodeIndex(1) : 0,
+                            Depth > 2 ? Address.nodeIndex(2) : 0, Address});
     ++Plan.fieldBegin[Field + 1];
   }
   for (unsigned Field = 0; Field < Fields; ++Field) Plan.fieldBegin[Field + 1] += Plan.fieldBegin[Field];
@@ -339,21 +344,12 @@ const SGCplanSlot& SGCplanFor(const QVMtableMapSet& MapSet, const void* Key, boo
 }
 
 // The value a planned address reaches in one occurrence of its field, as SGCmapValueFromField.
-const SGMvalue* SGCplannedValue(SGMfield& Field, const QVMmessageNodeAddress& Address) {
-  const unsigned SubFields = Field.countOfSubField();
-  switch (Address.depth()) {
-    case 1:
-      return SubFields && Field.countOfSubSubField(0) ? &Field.value(0, 0) : nullptr;
-    case 2: {
-      const unsigned Sub = Address.nodeIndex(1);
-      return Sub < SubFields && Field.countOfSubSubField(Sub) ? &Field.value(Sub, 0) : nullptr;
-    }
-    default: {
-      const unsigned Sub = Address.nodeIndex(1);
-      const unsigned SubSub = Address.nodeIndex(2);
-      return Sub < SubFields && SubSub < Field.countOfSubSubField(Sub) ? &Field.value(Sub, SubSub) : nullptr;
-    }
-  }
+const SGMvalue* SGCplannedValue(SGMfield& Field, const SGCfillEntry& Entry) {
+  // Depth 1 reads the first value of the first component, as depth 2 does of component 0.
+  const unsigned Sub = Entry.sub;
+  const unsigned SubSub = Entry.depth > 2 ? Entry.subSub : 0;
+  return Sub < Field.countOfSubField() && SubSub < Field.countOfSubSubField(Sub) ? &Field.value(Sub, SubSub)
+                                                                                  : nullptr;
 }
 
 // One step of an address inside a group: child `Node`, occurrence `Repeat` of it when it repeats
@@ -497,7 +493,7 @@ void SGCmapFillTable(SGCparsed* Parsed, QVMtableGrammarInternal* Grammar, QVMtab
         const SGCfillEntry& Planned = Plan.entries[Entry];
         if (Planned.column >= Columns || Planned.repeat >= Repeats) continue;
         // The row is new, so its cells are null already: only a value found is set.
-        const SGMvalue* Value = SGCplannedValue(Raw.field(Field, Planned.repeat), Planned.address);
+        const SGMvalue* Value = SGCplannedValue(Raw.field(Field, Planned.repeat), Planned);
         if (!Value) continue;
         SGCmapSetCell(Table, Planned.column, Row, Value,
                       SGCtypeOf(Slot.types->segmentTypes[Entry], Rule, Planned.address));
