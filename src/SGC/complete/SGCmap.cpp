@@ -352,6 +352,20 @@ const SGMvalue* SGCplannedValue(SGMfield& Field, const SGCfillEntry& Entry) {
                                                                                   : nullptr;
 }
 
+// SGCmapValueFromField on an address copied out as steps (node, repeat): the value the steps from
+// `Depth` to `End` reach in one occurrence of a field.
+const SGMvalue* SGCstepsValue(SGMfield& Field, const uint32_t* Steps, unsigned Depth, unsigned End) {
+  if (Depth > End) return nullptr;
+  if (Depth == End) return Field.countOfSubField() && Field.countOfSubSubField(0) ? &Field.value(0, 0) : nullptr;
+  if (Steps[2 * Depth + 1] != 0) return nullptr;
+  const unsigned SubField = Steps[2 * Depth];
+  if (SubField >= Field.countOfSubField()) return nullptr;
+  if (Depth + 1 == End) return Field.countOfSubSubField(SubField) ? &Field.value(SubField, 0) : nullptr;
+  if (Depth + 2 != End || Steps[2 * Depth + 3] != 0) return nullptr;
+  const unsigned SubSubField = Steps[2 * Depth + 2];
+  return SubSubField < Field.countOfSubSubField(SubField) ? &Field.value(SubField, SubSubField) : nullptr;
+}
+
 // One step of an address inside a group: child `Node`, occurrence `Repeat` of it when it repeats
 // (only occurrence 0 of one that does not); null when the message has no such place.
 SGCparsed* SGCgroupStep(SGCparsedCollection& Group, unsigned Node, unsigned Repeat) {
@@ -519,7 +533,7 @@ void SGCmapFillTable(SGCparsed* Parsed, QVMtableGrammarInternal* Grammar, QVMtab
     const unsigned Repeat = Steps[2 * At + 1];
     if (Field >= Segment->countOfField() || Repeat >= Segment->countOfFieldRepeat(Field)) continue;
     // The row is new, so its cells are null already: only a value found is set.
-    const SGMvalue* Value = SGCmapValueFromField(Segment->field(Field, Repeat), Entry.address, At + 1);
+    const SGMvalue* Value = SGCstepsValue(Segment->field(Field, Repeat), Steps, At + 1, Entry.depth);
     if (!Value) continue;
     SGCmapSetCell(Table, Entry.column, Row, Value, SGCtypeOf(Slot.types->groupTypes[Index], Rule, Entry.address));
   }
