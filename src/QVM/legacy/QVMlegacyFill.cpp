@@ -42,6 +42,50 @@ void copyCell(QVMtableInternal& Table, unsigned Column, unsigned Row, const QVMt
   }
 }
 
+// One step of an address, as the address walk takes it: node index 0 of a leaf picks its repeat;
+// null where the tree has no such place.
+const QVMtypedMessageTree* stepTo(const QVMtypedMessageTree& Current, unsigned Node, unsigned Repeat) {
+  if (Node == 0 && Current.countOfSubNode() == 0)
+    return Repeat < Current.countOfRepeat() ? Current.getRepeatedNode(Repeat) : nullptr;
+  if (Node >= Current.countOfSubNode() || Repeat >= Current.node(Node, 0)->countOfRepeat()) return nullptr;
+  return Current.node(Node, Repeat);
+}
+
+// Fills the mapped cells of a new row, the columns in order: each walk from the row's node goes
+// on from where the previous column's walk left the steps they share.
+class RowFiller : public SGCmappedColumns {
+public:
+  RowFiller(QVMtableInternal& Table, unsigned Row, unsigned Columns, const QVMtypedMessageTree& Occurrence)
+      : m_Table(Table), m_Row(Row), m_Columns(Columns) {
+    m_Reached[0] = &Occurrence;
+  }
+
+  void column(unsigned Column, const uint32_t* Steps, unsigned Depth, unsigned Shared) override {
+    if (Column >= m_Columns) return;
+    // The steps shared with the last column lead where its walk went; past them the walk goes on.
+    unsigned Level = Shared < kKept ? Shared : kKept - 1;
+    const QVMtypedMessageTree* Node = m_Reached[Level];
+    for (; Node && Level < Depth; ++Level) {
+      Node = stepTo(*Node, Steps[2 * Level], Steps[2 * Level + 1]);
+      if (Level + 1 < kKept) m_Reached[Level + 1] = Node;
+    }
+    // A walk that found no such place leaves no node below it: a later column that shares its
+    // steps that far finds none either, never a node an older walk reached.
+    if (!Node)
+      for (unsigned Below = Level + 1; Below <= Depth && Below < kKept; ++Below) m_Reached[Below] = nullptr;
+    copyCell(m_Table, Column, m_Row, Node, true);
+  }
+
+private:
+  static constexpr unsigned kKept = 16;
+  QVMtableInternal& m_Table;
+  unsigned m_Row, m_Columns;
+  // The nodes the last walk met after 0, 1, ... steps, null below a place it did not find, as
+  // deep as its address went.  A column shares no more steps with the last one than that one
+  // had, so nothing deeper is ever read.
+  const QVMtypedMessageTree* m_Reached[kKept] = {};
+};
+
 void fillRow(QVMengineInternal& Engine, QVMtableInternal& Table, QVMtableGrammarInternal& TableGrammar, unsigned Row,
              const QVMtypedMessageTree& Occurrence, LAGenvironment& Environment) {
   QVMtableDefinitionInternal& Definition = *TableGrammar.table();
@@ -49,8 +93,14 @@ void fillRow(QVMengineInternal& Engine, QVMtableInternal& Table, QVMtableGrammar
   COL_PRECONDITION_TEXT(MapSet != nullptr, "pMapSet");
   const unsigned Columns = std::min(static_cast<unsigned>(Definition.countOfColumn()), Table.countOfColumn());
   bool RemoveRow = false;
-  // Most definitions have no table equation at all: then no column needs to be asked for one.
+  // Most definitions have no table equation at all: then no column needs to be asked for one,
+  // and only the mapped columns are visited.
   const bool Equations = Engine.hasIncomingTableEquation();
+  if (!Equations) {
+    RowFiller Filler(Table, Row, Columns, Occurrence);
+    SGCvisitMappedColumns(*MapSet, &Engine, Filler);
+    return;
+  }
   for (unsigned Column = 0; Column < Columns; ++Column) {
     const QVMmessageNodeAddress& Address = MapSet->map(Column).nodeAddress();
     // The row is new: an unmapped column's cell is null already, and so is every cell until an

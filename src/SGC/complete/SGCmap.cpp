@@ -399,6 +399,19 @@ unsigned SGCcolumnCount(QVMtableGrammarInternal* Grammar, QVMtableInternal& Tabl
 
 }  // namespace
 
+void SGCvisitMappedColumns(const QVMtableMapSet& MapSet, QVMengineInternal* Engine, SGCmappedColumns& Listener) {
+  // The layout is the one rows rooted at a group use; its types (for no rule) are not read.
+  const SGCfillSource Saved = t_Source;
+  t_Source.engine = Engine;
+  t_Source.generation = Engine ? Engine->planGeneration() : 0;
+  const SGCplanSlot& Slot = SGCplanFor(MapSet, nullptr);
+  t_Source = Saved;
+  // The listener plans nothing, so the slot and its plan stay as they are while it hears.
+  const SGCfillPlan& Plan = *Slot.plan;
+  for (const SGCgroupColumn& Entry : Plan.columns)
+    Listener.column(Entry.column, &Plan.steps[Entry.firstStep], Entry.depth, Entry.shared);
+}
+
 COLstring SGCmapFullName(QVMtableGrammarInternal* Grammar) {
   COLstring Name;
   for (QVMtableGrammarInternal* Node = Grammar; Node; Node = Node->parent())

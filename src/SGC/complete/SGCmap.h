@@ -4,6 +4,8 @@
 // state that says why it could not.
 #pragma once
 
+#include <cstdint>
+
 #include "COLstring.h"
 #include "QVMdataType.h"
 
@@ -15,11 +17,25 @@ class QVMengineInternal;
 class QVMmessageNodeAddress;
 class QVMtableGrammarInternal;
 class QVMtableInternal;
+class QVMtableMapSet;
 class SGCparsed;
 class SGCparsedSegment;
 class SGMfield;
 class SGMsegment;
 class SGMvalue;
+
+// Hears the mapped columns of a map set, in column order: each column that reads a place, with
+// its address as steps (node, repeat pairs) and how many leading steps it shares with the column
+// heard before it, so that a walk from one node can start where the last one branched off.
+class SGCmappedColumns {
+public:
+  virtual ~SGCmappedColumns() = default;
+  virtual void column(unsigned Column, const uint32_t* Steps, unsigned Depth, unsigned Shared) = 0;
+};
+
+// Tells `Listener` the mapped columns of `MapSet`, laid out once per edit of `Engine`'s
+// definition and kept with the map set's fill plan.
+void SGCvisitMappedColumns(const QVMtableMapSet& MapSet, QVMengineInternal* Engine, SGCmappedColumns& Listener);
 
 // The type an address reaches in the grammar; `valid` false when it reaches no single value.
 struct SGCmapValueType {
