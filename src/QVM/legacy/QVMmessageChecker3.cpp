@@ -487,7 +487,7 @@ void QVMmessageChecker3::addUnfilteredTypedSegment(const QVMsegmentGrammar& Gram
 }
 
 void QVMmessageChecker3::listenTo(const QVMsegmentGrammar& Grammar) {
-  if (!Grammar.scripts()->hasRules) return;  // the usual segment: no rule, none to look for
+  if (!Grammar.currentScripts().hasRules) return;  // the usual segment: no rule, none to look for
   for (uint32_t Field = 0; Field < Grammar.countOfField(); ++Field)
     for (uint32_t Index = 0; Index < Grammar.countOfValidationRules(Field); ++Index) {
       QVMsegmentValidationRule* Rule = Grammar.getValidationRule(Field, Index);

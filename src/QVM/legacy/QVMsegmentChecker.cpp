@@ -89,7 +89,9 @@ void QVMsegmentChecker::checkSegment(LANengine& Engine, QVMuntypedMessageTree& S
   Segment.setLabel(Grammar.name());
   // Which fields have equations and whether any has rules is derived once per grammar edit,
   // so a segment without scripts asks nothing of its fields' scripts.
-  const std::shared_ptr<const QVMsegmentScripts> Scripts = Grammar.scripts();
+  // Read in place: what was published stays until the definition is next edited, never during a
+  // message, and a counted copy per segment showed in profiles.
+  const QVMsegmentScripts* Scripts = &Grammar.currentScripts();
   const unsigned Fields = Grammar.countOfField();
   // Raw fields beyond the grammar are left alone; missing ones are grown as null. Both trees
   // reach their last field at once rather than one field at a time.
