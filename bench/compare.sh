@@ -141,9 +141,6 @@ measure() {
   rm -f "$work/copies.hl7"
   run "msgbridge library (C host)" library "identify, validate, tables, XML in memory" loop \
     "$benches/bench_c_host" "$vmd" "$log"
-  # The XML bytes per message the library wrote ("messages seconds bytes"), for the second floor.
-  local xml_size
-  xml_size=$(awk 'NR == 1 && $1 > 0 { printf "%d", $3 / $1 }' "$work/out" 2>/dev/null || true)
   run "msgbridge library, parser v1" legacy "the same on the legacy road" loop \
     "$benches/bench_c_host" "$(legacy "$vmd")" "$log"
   run "msgbridge library, STANDARD VER 2" other "identify, validate, the whole message as XML" loop \
@@ -154,11 +151,6 @@ measure() {
   run "1 empty file per message (C)" other "the file system alone: floor under --toxml" loop \
     "$benches/bench_create_files" "$work/floor" "$count"
   rm -rf "$work/floor"
-  if [ -n "$xml_size" ]; then
-    run "1 file of $xml_size B per message (C)" other "the same with the XML's size in each file" loop \
-      "$benches/bench_create_files" "$work/floor" "$count" "$xml_size"
-    rm -rf "$work/floor"
-  fi
   if [ "$have_npm" = 1 ]; then
     run "node hl7parser" peer "parse, read MSH-9, PID-3, PID-5, write back" loop \
       node "$repo/bench/peer_node.js" hl7parser "$log" "$work/npm"
