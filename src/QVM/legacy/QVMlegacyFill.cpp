@@ -60,8 +60,8 @@ public:
     m_Reached[0] = &Occurrence;
   }
 
-  void column(unsigned Column, const uint32_t* Steps, unsigned Depth, unsigned Shared) override {
-    if (Column >= m_Columns) return;
+  unsigned column(unsigned Column, const uint32_t* Steps, unsigned Depth, unsigned Shared) override {
+    if (Column >= m_Columns) return kNoneToPass;
     // The steps shared with the last column lead where its walk went; past them the walk goes on.
     unsigned Level = Shared < kKept ? Shared : kKept - 1;
     const QVMtypedMessageTree* Node = m_Reached[Level];
@@ -71,9 +71,17 @@ public:
     }
     // A walk that found no such place leaves no node below it: a later column that shares its
     // steps that far finds none either, never a node an older walk reached.
-    if (!Node)
+    if (!Node) {
       for (unsigned Below = Level + 1; Below <= Depth && Below < kKept; ++Below) m_Reached[Below] = nullptr;
+      // Below a place the message does not have, no column finds anything.
+      return Level;
+    }
     copyCell(m_Table, Column, m_Row, Node, true);
+    // Below an empty field without repeats every step leads back to it or nowhere: the columns
+    // that read that field find nothing either.
+    const QVMtypedMessageTree* Field = Depth > 1 ? m_Reached[1] : nullptr;
+    if (Field && Field->countOfSubNode() == 0 && Field->countOfRepeat() <= 1 && Field->isNull()) return 1;
+    return kNoneToPass;
   }
 
 private:

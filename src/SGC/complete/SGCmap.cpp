@@ -408,8 +408,13 @@ void SGCvisitMappedColumns(const QVMtableMapSet& MapSet, QVMengineInternal* Engi
   t_Source = Saved;
   // The listener plans nothing, so the slot and its plan stay as they are while it hears.
   const SGCfillPlan& Plan = *Slot.plan;
-  for (const SGCgroupColumn& Entry : Plan.columns)
-    Listener.column(Entry.column, &Plan.steps[Entry.firstStep], Entry.depth, Entry.shared);
+  // A column that shares at least `Pass` steps with the one before it shares them with the one
+  // that set `Pass` too, and is passed over.
+  unsigned Pass = SGCmappedColumns::kNoneToPass;
+  for (const SGCgroupColumn& Entry : Plan.columns) {
+    if (Entry.shared >= Pass) continue;
+    Pass = Listener.column(Entry.column, &Plan.steps[Entry.firstStep], Entry.depth, Entry.shared);
+  }
 }
 
 COLstring SGCmapFullName(QVMtableGrammarInternal* Grammar) {

@@ -29,8 +29,11 @@ class SGMvalue;
 // heard before it, so that a walk from one node can start where the last one branched off.
 class SGCmappedColumns {
 public:
+  static constexpr unsigned kNoneToPass = 0xFFFFFFFF;
   virtual ~SGCmappedColumns() = default;
-  virtual void column(unsigned Column, const uint32_t* Steps, unsigned Depth, unsigned Shared) = 0;
+  // Returns how many leading steps a following column must share with this one to be passed
+  // over unheard (the listener knows it would find nothing there), or kNoneToPass.
+  virtual unsigned column(unsigned Column, const uint32_t* Steps, unsigned Depth, unsigned Shared) = 0;
 };
 
 // Tells `Listener` the mapped columns of `MapSet`, laid out once per edit of `Engine`'s
