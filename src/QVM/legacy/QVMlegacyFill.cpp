@@ -109,13 +109,13 @@ void fillRow(QVMengineInternal& Engine, QVMtableInternal& Table, QVMtableGrammar
     SGCvisitMappedColumns(*MapSet, &Engine, Filler);
     return;
   }
+  // With equations every cell is set in turn, null included: an earlier column's equation may
+  // have written into it.
   for (unsigned Column = 0; Column < Columns; ++Column) {
     const QVMmessageNodeAddress& Address = MapSet->map(Column).nodeAddress();
-    // The row is new: an unmapped column's cell is null already, and so is every cell until an
-    // equation may have written into the row.
-    if (Address.depth() != 0)
-      copyCell(Table, Column, Row, QVMmessageNodeAddressGetSubNode(Address, Occurrence, 0), !Equations);
-    if (Equations) QVPexecuteInboundTableEquation(Engine, Table, Column, Row, RemoveRow, Environment);
+    copyCell(Table, Column, Row,
+             Address.depth() == 0 ? nullptr : QVMmessageNodeAddressGetSubNode(Address, Occurrence, 0), false);
+    QVPexecuteInboundTableEquation(Engine, Table, Column, Row, RemoveRow, Environment);
   }
   if (RemoveRow) Table.removeRow(Row);
 }
