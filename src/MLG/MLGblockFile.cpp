@@ -239,7 +239,8 @@ unsigned MLGblockFile::readLine(std::string_view& line, unsigned mask, char endO
   }
 }
 
-bool MLGblockFile::readUntil(std::string_view& segment, char terminator, char endOfFileCharacter) {
+bool MLGblockFile::readUntil(std::string_view& segment, char terminator, char endOfFileCharacter,
+                             bool (*skipBehind)(char)) {
   useEndCharacter(static_cast<unsigned char>(endOfFileCharacter));
   if (m_Spill.capacity() > 4 * m_BlockSize) m_Spill = std::string();
   m_Spill.clear();
@@ -267,6 +268,17 @@ bool MLGblockFile::readUntil(std::string_view& segment, char terminator, char en
       segment = m_Spill;
     }
     m_Cursor = at + 1;
+    if (skipBehind) {
+      while (m_Cursor < m_Length && skipBehind(base[m_Cursor])) ++m_Cursor;
+      if (m_Cursor == m_Length) {
+        // The skip goes on in the next block, which takes the place of this one.
+        if (segment.data() != m_Spill.data()) {
+          m_Spill.assign(segment);
+          segment = m_Spill;
+        }
+        skipWhile(skipBehind, endOfFileCharacter);
+      }
+    }
     return true;
   }
 }

@@ -60,14 +60,18 @@ public:
 
   // Reads up to the next `terminator` as readLine reads up to a line end, the terminator
   // consumed and not part of `segment`.  False when the input ended first (then `segment`
-  // holds what was left).  The end character works as in readLine.
-  bool readUntil(std::string_view& segment, char terminator, char endOfFileCharacter);
+  // holds what was left).  The end character works as in readLine.  With `skipBehind`, the
+  // bytes it accepts behind the terminator are passed over too; `segment` stays valid even
+  // when that takes the next block.
+  bool readUntil(std::string_view& segment, char terminator, char endOfFileCharacter,
+                 bool (*skipBehind)(char) = nullptr);
 
   // Up to `count` bytes from the position on, without moving it; fewer at the end of the
   // input (the end character ends it here too).
   void peek(std::string& bytes, size_t count, char endOfFileCharacter);
 
   // Moves the position over every byte that `skip` accepts; stops at the end of the input.
+  // Loading the next block ends what an earlier read returned.
   void skipWhile(bool (*skip)(char), char endOfFileCharacter);
 
   // Raw bytes from the position on, as much as the block holds (loading the next block when

@@ -39,9 +39,10 @@ protected:
     m_LastLineOpen = end == MLGendOfInput && !pMember->File.finalLineEndDropped();
     return end;
   }
-  // Reads up to `terminator`; a segment that runs into the end of the input is noted as open.
-  bool readUntil(std::string_view& segment, char terminator) {
-    const bool found = pMember->File.readUntil(segment, terminator, m_EndOfFileCharacter);
+  // Reads up to `terminator` and over what `skipBehind` accepts behind it; a segment that
+  // runs into the end of the input is noted as open.
+  bool readUntil(std::string_view& segment, char terminator, bool (*skipBehind)(char) = nullptr) {
+    const bool found = pMember->File.readUntil(segment, terminator, m_EndOfFileCharacter, skipBehind);
     m_LastLineOpen = !found;
     return found;
   }

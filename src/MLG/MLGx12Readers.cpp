@@ -71,8 +71,7 @@ bool MLGx12Reader::readSegment(std::string_view& segment, uint64_t& start) {
       if (end == MLGendOfInput) return false;
       continue;
     }
-    const bool found = readUntil(segment, m_Declared.segment);
-    input.skipWhile(isBlank, m_EndOfFileCharacter);
+    const bool found = readUntil(segment, m_Declared.segment, isBlank);
     // Line breaks inside a segment are no data: files wrapped at a fixed width break anywhere.
     if (segment.find_first_of("\r\n") != std::string_view::npos) {
       m_Joined.clear();
