@@ -213,15 +213,6 @@ void QVMtreeXmlWriter::filterTag(std::string& Tag) {
   if (!Tag.empty() && Tag[0] >= '0' && Tag[0] <= '9') Tag[0] = '_';
 }
 
-void QVMtreeXmlWriter::filtered(std::string_view Open, std::string_view Tag) {
-  if (Tag.empty()) return;
-  char* At = room(Open.size() + Tag.size() + 1);
-  std::memcpy(At, Open.data(), Open.size());
-  At += Open.size();
-  std::memcpy(At, Tag.data(), Tag.size());
-  At[Tag.size()] = '>';
-}
-
 void QVMtreeXmlWriter::filteredLine(size_t Indent, std::string_view Open, std::string_view Tag, bool Break) {
   const size_t Size = Indent + (Tag.empty() ? 0 : Open.size() + Tag.size() + 1) + (Break ? 2 : 0);
   char* At = room(Size);
@@ -360,9 +351,15 @@ QVMtreeXmlFormatterX12::QVMfieldTagSlot& QVMtreeXmlFormatterX12::slotOf(const vo
 }
 
 template <class Make>
-std::string_view QVMtreeXmlFormatterX12::memoTag(QVMfieldTags& Tags, unsigned FieldIndex, const Make& make) {
-  if (FieldIndex >= Tags.tags.size()) Tags.tags.resize(FieldIndex + 1);
-  COLstring& Tag = Tags.tags[FieldIndex];
+std::string_view QVMtreeXmlFormatterX12::fieldTag(QVMfieldTags* Memo, unsigned FieldIndex, COLstring& Made,
+                                                  const Make& make) {
+  if (!Memo) {
+    make(Made);
+    filterTag(Made.str());
+    return Made.view();
+  }
+  if (FieldIndex >= Memo->tags.size()) Memo->tags.resize(FieldIndex + 1);
+  COLstring& Tag = Memo->tags[FieldIndex];
   if (Tag.empty()) {
     make(Tag);
     filterTag(Tag.str());
@@ -477,13 +474,7 @@ void QVMtreeXmlFormatterX12::segmentStep(const QVMtypedMessageTree& Tree, size_t
       const QVMtypedMessageTree& Node = Repeat == 0 ? First : *Tree.node(Field, Repeat);
       if (Node.countOfSubNode() == 0 && Node.isNull()) continue;
       if (FieldTag.empty()) {
-        if (Memo) {
-          FieldTag = memoTag(*Memo, Field, [&](COLstring& Tag) { onSegmentFieldTag(Grammar, Field, Tag); });
-        } else {
-          onSegmentFieldTag(Grammar, Field, m_FieldTag);
-          filterTag(m_FieldTag.str());
-          FieldTag = m_FieldTag.view();
-        }
+        FieldTag = fieldTag(Memo, Field, m_FieldTag, [&](COLstring& Tag) { onSegmentFieldTag(Grammar, Field, Tag); });
         Type = Grammar->fieldType(Field);
       }
       filteredLine(Indent + 3, "<", FieldTag, false);
@@ -530,16 +521,9 @@ void QVMtreeXmlFormatterX12::compositeStep(const QVMtypedMessageTree& Tree, cons
     }
     // A kept tag stays where it is while the deeper steps run; a buffer of this level may move
     // when deeper levels add theirs, so its tag is looked up again for the end tag.
-    std::string_view FieldTag;
-    if (m_TagsFollowNames) {
-      if (!Memo) Memo = &tagsOf(Grammar, Grammar->name(), Grammar->countOfField());
-      FieldTag = memoTag(*Memo, Index, [&](COLstring& Made) { onCompositeFieldTag(Grammar, Index, Made); });
-    } else {
-      COLstring& Made = tagAt(m_CompositeFieldTags, Level);
-      onCompositeFieldTag(Grammar, Index, Made);
-      filterTag(Made.str());
-      FieldTag = Made.view();
-    }
+    if (m_TagsFollowNames && !Memo) Memo = &tagsOf(Grammar, Grammar->name(), Grammar->countOfField());
+    std::string_view FieldTag = fieldTag(Memo, Index, tagAt(m_CompositeFieldTags, Level),
+                                         [&](COLstring& Made) { onCompositeFieldTag(Grammar, Index, Made); });
     if (!Flat) filteredLine(Indent + 3, "<", FieldTag, true);
     compositeStep(Node, Grammar->fieldCompositeType(Index), Inner, Depth + 1);
     if (!Flat) {
@@ -554,14 +538,8 @@ void QVMtreeXmlFormatterX12::compositeStep(const QVMtypedMessageTree& Tree, cons
 
 void QVMtreeXmlFormatterX12::singleFieldStep(const QVMtypedMessageTree& Node, const QVMcompositeGrammar* Grammar,
                                              size_t Indent, unsigned FieldIndex, QVMfieldTags* Memo) {
-  std::string_view Tag;
-  if (Memo) {
-    Tag = memoTag(*Memo, FieldIndex, [&](COLstring& Made) { onCompositeFieldTag(Grammar, FieldIndex, Made); });
-  } else {
-    onCompositeFieldTag(Grammar, FieldIndex, m_ComponentTag);
-    filterTag(m_ComponentTag.str());
-    Tag = m_ComponentTag.view();
-  }
+  const std::string_view Tag = fieldTag(Memo, FieldIndex, m_ComponentTag,
+                                        [&](COLstring& Made) { onCompositeFieldTag(Grammar, FieldIndex, Made); });
   const QVMcompositeSubField& Field = *Grammar->field(FieldIndex);
   const QVMcompositeGrammar* Type = Field.dataType() == QVMcompositeType ? Field.compositeType() : nullptr;
   if (onOutputCompositeHeaderTag() && Type && Type->countOfField() > 1) {

@@ -56,11 +56,8 @@ protected:
   void openTag(std::string_view Tag) { tag("<", Tag); }
   void closeTag(std::string_view Tag) { tag("</", Tag); }
   // A tag that opens and closes an element is filtered once, when it is made: `Tag` as the tag
-  // filter leaves it, in place.  Then openFiltered and closeFiltered write it as it is (an
-  // empty one writes nothing).
+  // filter leaves it, in place.  Then filteredLine writes it as it is.
   static void filterTag(std::string& Tag);
-  void openFiltered(std::string_view Tag) { filtered("<", Tag); }
-  void closeFiltered(std::string_view Tag) { filtered("</", Tag); }
   // `Indent` blanks, `Open` ("<" or "</") and the filtered `Tag` with its ">" (nothing of the
   // tag when it is empty) and, with `Break`, a line end.
   void filteredLine(size_t Indent, std::string_view Open, std::string_view Tag, bool Break);
@@ -99,7 +96,6 @@ private:
   void settle() { m_Text->resize(m_Size); }
   void resume() { m_Size = m_Text->size(); }
   void tag(std::string_view Open, std::string_view Tag);
-  void filtered(std::string_view Open, std::string_view Tag);
   const QVMuntypedMessageTree* m_RawSegments = nullptr;
   COLstring* m_Out = nullptr;
   std::string* m_Text = nullptr;
@@ -149,8 +145,10 @@ private:
     std::vector<COLstring> tags;
   };
   QVMfieldTags& tagsOf(const void* Grammar, const COLstring& Name, unsigned CountOfField);
+  // The filtered tag of field `FieldIndex`, made by `make`: kept in `Memo` when there is one
+  // (tags follow names), else made into `Made` for this use.
   template <class Make>
-  std::string_view memoTag(QVMfieldTags& Tags, unsigned FieldIndex, const Make& make);
+  std::string_view fieldTag(QVMfieldTags* Memo, unsigned FieldIndex, COLstring& Made, const Make& make);
 
   void grammarStep(const QVMtypedMessageTree& Tree, size_t Indent, const QVMmessageGrammar& Grammar, bool IsRoot);
   void segmentStep(const QVMtypedMessageTree& Tree, size_t Indent, const QVMsegmentGrammar* Grammar);
