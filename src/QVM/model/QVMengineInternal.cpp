@@ -1,6 +1,8 @@
 // The engine root: configurations, shared messages and tables, indexes and life cycle.
 #include "QVMengineInternal.h"
 
+#include <algorithm>
+
 #include "COLerror.h"
 #include "COLsinkStandard.h"
 
@@ -61,13 +63,8 @@ bool QVMengineInternal::hasIncomingTableEquation() const {
   const uint64_t Generation = planGeneration();
   const uint64_t Known = m_TableEquationsKnown.load(std::memory_order_acquire);
   if (Known >> 1 == Generation) return (Known & 1) != 0;
-  bool Any = false;
-  for (const auto& Table : m_Tables) {
-    const QVMtableDefinitionInternal& Definition = *Table;
-    for (size_t Column = 0; Column < Definition.countOfColumn() && !Any; ++Column)
-      Any = Definition.incomingFunction(Column).state() != LANfunction::StateEmpty;
-    if (Any) break;
-  }
+  const bool Any = std::any_of(m_Tables.begin(), m_Tables.end(),
+                               [](const auto& Table) { return Table->hasIncomingFunction(); });
   m_TableEquationsKnown.store(Generation << 1 | (Any ? 1 : 0), std::memory_order_release);
   return Any;
 }

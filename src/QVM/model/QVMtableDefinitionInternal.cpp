@@ -323,6 +323,12 @@ const LANfunction& QVMtableDefinitionInternal::outgoingFunction(size_t ColumnInd
   return column(ColumnIndex).config(m_RootEngine->currentConfig()).outgoingFunction();
 }
 
+bool QVMtableDefinitionInternal::hasIncomingFunction() const {
+  for (size_t Column = 0; Column < countOfColumn(); ++Column)
+    if (incomingFunction(Column).state() != LANfunction::StateEmpty) return true;
+  return false;
+}
+
 QVMtableConfig& QVMtableDefinitionInternal::currentTableConfig() const {
   const QVMtableDefinitionInternal* pParent = this;
   COL_PRECONDITION(pParent->rootEngine() != NULL);

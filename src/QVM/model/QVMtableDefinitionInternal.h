@@ -213,6 +213,8 @@ public:
   LANfunction& outgoingFunction(size_t ColumnIndex);
   const LANfunction& incomingFunction(size_t ColumnIndex) const;
   const LANfunction& outgoingFunction(size_t ColumnIndex) const;
+  // Whether any column has an incoming script in the current configuration.
+  bool hasIncomingFunction() const;
 
   // What a writer derives from the names (its tags), kept here for it and dropped whenever a
   // name or the order of the columns changes.  Read and filled while messages are written, on

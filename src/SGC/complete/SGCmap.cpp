@@ -686,14 +686,11 @@ struct SGCequationMemo {
 
 thread_local SGCequationMemo t_EquationMemo[256];
 
-bool SGChasIncomingEquation(const QVMtableDefinitionInternal& Definition, unsigned Columns, uint64_t Generation) {
+bool SGChasIncomingEquation(const QVMtableDefinitionInternal& Definition, uint64_t Generation) {
   SGCequationMemo& Memo = t_EquationMemo[(reinterpret_cast<uintptr_t>(&Definition) >> 4) & 255];
   if (Memo.definition == &Definition && Memo.generation == Generation) return Memo.any;
-  bool Any = false;
-  for (unsigned Column = 0; Column < Columns && !Any; ++Column)
-    Any = Definition.incomingFunction(Column).state() != LANfunction::StateEmpty;
-  Memo = {&Definition, Generation, Any};
-  return Any;
+  Memo = {&Definition, Generation, Definition.hasIncomingFunction()};
+  return Memo.any;
 }
 
 void SGCexecuteTableEquations(QVMengineInternal& Engine, QVMtableInternal& Table, LAGenvironment& Environment) {
@@ -705,7 +702,7 @@ void SGCexecuteTableEquations(QVMengineInternal& Engine, QVMtableInternal& Table
   }
   COL_PRECONDITION_TEXT(Table.tableGrammar() != nullptr, "pTableGrammar");
   if (Table.countOfRow() == 0) return;
-  if (!SGChasIncomingEquation(*Table.tableDefinition(), Table.countOfColumn(), Engine.planGeneration())) return;
+  if (!SGChasIncomingEquation(*Table.tableDefinition(), Engine.planGeneration())) return;
   // All equations of a row run, then the row goes if one of them asked; the next row takes its index.
   for (unsigned Row = 0; Row < Table.countOfRow();) {
     bool RemoveRow = false;
