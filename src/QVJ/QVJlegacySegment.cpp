@@ -9,6 +9,7 @@
 #include "QVMparser.h"
 #include "QVMuntypedMessageTree.h"
 #include "SGCcheck.h"
+#include "SGCcompositeShape.h"
 #include "QVMcompositeGrammar.h"
 #include "QVMsegmentGrammar.h"
 #include "SGCcompleteParse.h"
@@ -136,22 +137,18 @@ private:
   std::vector<Text> m_Values;
 };
 
+// Whether the sub field is typed by a composite of exactly one leaf.
+bool QVJsimpleNested(const QVMcompositeSubField& Field) {
+  return Field.dataType() == QVMcompositeType && Field.compositeType() != nullptr &&
+         SGCisFieldNmOrStType(*Field.compositeType());
+}
+
 // The rules that govern sub field `Index` of `Owner`: a sub field typed by a simple composite
 // lends it its one field's.  Read through the sub field itself, whose getters are inline: this
 // runs for every value of every segment.
 const QVMcompositeSubField& QVJrawLeafRules(const QVMcompositeGrammar& Owner, unsigned Index) {
   const QVMcompositeSubField& Field = *Owner.field(Index);
-  if (Field.dataType() == QVMcompositeType)
-    if (const QVMcompositeGrammar* Nested = Field.compositeType())
-      if (Nested->countOfField() == 1 && Nested->field(0)->dataType() != QVMcompositeType) return *Nested->field(0);
-  return Field;
-}
-
-// Whether the sub field is typed by a composite of exactly one leaf.
-bool QVJsimpleNested(const QVMcompositeSubField& Field) {
-  if (Field.dataType() != QVMcompositeType) return false;
-  const QVMcompositeGrammar* Nested = Field.compositeType();
-  return Nested != nullptr && Nested->countOfField() == 1 && Nested->field(0)->dataType() != QVMcompositeType;
+  return QVJsimpleNested(Field) ? *Field.compositeType()->field(0) : Field;
 }
 
 // A leaf's length, explicit null and format; a type the checker would refuse counts as a fault.
@@ -195,11 +192,11 @@ bool QVJrawSubFieldClean(const QVJrawField& Field, unsigned Sub, const QVMcompos
 
 bool QVJrawFieldClean(const QVJrawField& Field, const QVMcompositeGrammar& FieldType) {
   if (Field.allEmpty()) return true;
-  const unsigned TypeFields = FieldType.countOfField();
-  if (TypeFields == 1 && FieldType.field(0)->dataType() != QVMcompositeType) {
+  if (SGCisFieldNmOrStType(FieldType)) {
     // A simple composite reads its one value without following nested composites.
     return Field.countOfSubField() == 0 || QVJrawLeafClean(*FieldType.field(0), Field.value(0, 0), false);
   }
+  const unsigned TypeFields = FieldType.countOfField();
   const unsigned SubFields = Field.countOfSubField();
   for (unsigned s = 0; s < TypeFields; ++s) {
     const QVMcompositeSubField& Sub = *FieldType.field(s);
@@ -225,9 +222,8 @@ bool QVJrawFieldClean(const QVJrawField& Field, const QVMcompositeGrammar& Field
 // value and the type's other sub fields are missing.  Most fields come so, and this reads them
 // without gathering.
 bool QVJloneValueClean(const SGMvalue& Value, const QVMcompositeGrammar& FieldType) {
+  if (SGCisFieldNmOrStType(FieldType)) return QVJrawLeafClean(*FieldType.field(0), Value, false);
   const unsigned TypeFields = FieldType.countOfField();
-  if (TypeFields == 1 && FieldType.field(0)->dataType() != QVMcompositeType)
-    return QVJrawLeafClean(*FieldType.field(0), Value, false);
   for (unsigned s = 1; s < TypeFields; ++s)
     if (FieldType.field(s)->isRequired()) return false;
   if (TypeFields == 0) return true;
