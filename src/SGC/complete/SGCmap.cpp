@@ -352,18 +352,27 @@ const SGMvalue* SGCplannedValue(SGMfield& Field, const SGCfillEntry& Entry) {
                                                                                   : nullptr;
 }
 
-// SGCmapValueFromField on an address copied out as steps (node, repeat): the value the steps from
-// `Depth` to `End` reach in one occurrence of a field.
-const SGMvalue* SGCstepsValue(SGMfield& Field, const uint32_t* Steps, unsigned Depth, unsigned End) {
+// The value the steps of an address from `Depth` to `End` reach in one occurrence of a field:
+// its first value at the field itself, a component's first value, or a sub-component; never a
+// repeat past the first below the field.  `Node(i)` and `Repeat(i)` read step i.
+template <class Node, class Repeat>
+SGMvalue* SGCvalueInField(SGMfield& Field, unsigned Depth, unsigned End, const Node& node, const Repeat& repeat) {
   if (Depth > End) return nullptr;
   if (Depth == End) return Field.countOfSubField() && Field.countOfSubSubField(0) ? &Field.value(0, 0) : nullptr;
-  if (Steps[2 * Depth + 1] != 0) return nullptr;
-  const unsigned SubField = Steps[2 * Depth];
+  if (repeat(Depth) != 0) return nullptr;
+  const unsigned SubField = node(Depth);
   if (SubField >= Field.countOfSubField()) return nullptr;
   if (Depth + 1 == End) return Field.countOfSubSubField(SubField) ? &Field.value(SubField, 0) : nullptr;
-  if (Depth + 2 != End || Steps[2 * Depth + 3] != 0) return nullptr;
-  const unsigned SubSubField = Steps[2 * Depth + 2];
+  if (Depth + 2 != End || repeat(Depth + 1) != 0) return nullptr;
+  const unsigned SubSubField = node(Depth + 1);
   return SubSubField < Field.countOfSubSubField(SubField) ? &Field.value(SubField, SubSubField) : nullptr;
+}
+
+// SGCmapValueFromField on an address copied out as steps (node, repeat pairs).
+const SGMvalue* SGCstepsValue(SGMfield& Field, const uint32_t* Steps, unsigned Depth, unsigned End) {
+  return SGCvalueInField(
+      Field, Depth, End, [Steps](unsigned Step) { return Steps[2 * Step]; },
+      [Steps](unsigned Step) { return Steps[2 * Step + 1]; });
 }
 
 // One step of an address inside a group: child `Node`, occurrence `Repeat` of it when it repeats
@@ -604,20 +613,9 @@ SGMvalue* SGCmapValueFromSegment(SGMsegment& Segment, const QVMmessageNodeAddres
 }
 
 SGMvalue* SGCmapValueFromField(SGMfield& Field, const QVMmessageNodeAddress& Address, unsigned Depth) {
-  const unsigned End = Address.depth();
-  if (Depth > End) return nullptr;
-  if (Depth == End) {
-    if (Field.countOfSubField() == 0 || Field.countOfSubSubField(0) == 0) return nullptr;
-    return &Field.value(0, 0);
-  }
-  if (Address.repeatIndex(Depth) != 0) return nullptr;
-  const unsigned SubField = Address.nodeIndex(Depth);
-  if (SubField >= Field.countOfSubField()) return nullptr;
-  if (Depth + 1 == End) return Field.countOfSubSubField(SubField) ? &Field.value(SubField, 0) : nullptr;
-  if (Depth + 2 != End || Address.repeatIndex(Depth + 1) != 0) return nullptr;
-  const unsigned SubSubField = Address.nodeIndex(Depth + 1);
-  if (SubSubField >= Field.countOfSubSubField(SubField)) return nullptr;
-  return &Field.value(SubField, SubSubField);
+  return SGCvalueInField(
+      Field, Depth, Address.depth(), [&Address](unsigned Step) { return Address.nodeIndex(Step); },
+      [&Address](unsigned Step) { return Address.repeatIndex(Step); });
 }
 
 void SGCmapSetCell(QVMtableInternal& Table, unsigned Column, unsigned Row, const SGMvalue* Value,
