@@ -299,11 +299,11 @@ size_t COLlengthWithLimit(const char* text, size_t limit) {
   return end ? static_cast<size_t>(static_cast<const char*>(end) - text) : limit;
 }
 
-COLstring COLshownValue(std::string_view text, size_t most) {
+COLstring COLshownValue(std::string_view text, size_t most, bool (*shownAsIs)(unsigned char)) {
   COLstring shown;
   for (const char c : text.substr(0, most)) {
     const auto byte = static_cast<unsigned char>(c);
-    if (byte >= 0x20 && byte != 0x7F) {
+    if (shownAsIs ? shownAsIs(byte) : byte >= 0x20 && byte != 0x7F) {
       shown += c;
       continue;
     }

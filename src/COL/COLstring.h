@@ -142,8 +142,10 @@ inline bool operator!=(const char* a, const COLstring& b) { return b != a; }
 size_t COLlengthWithLimit(const char* text, size_t limit);
 
 // A value as a report line shows it: control bytes as "\xHH", so that they neither garble the
-// line nor go unseen; at most `most` bytes of it, then "...".
-COLstring COLshownValue(std::string_view text, size_t most = std::string_view::npos);
+// line nor go unseen; at most `most` bytes of it, then "...".  `shownAsIs`, when given, says
+// which bytes are shown as they are instead (all others by number).
+COLstring COLshownValue(std::string_view text, size_t most = std::string_view::npos,
+                        bool (*shownAsIs)(unsigned char) = nullptr);
 
 template <>
 struct std::hash<COLstring> {

@@ -134,20 +134,12 @@ std::string_view QVMcolumnText(QVMtableInternal& Table, unsigned Column, unsigne
 // the value shown with its control bytes by number (printed raw they would garble the report).
 [[noreturn]] void QVMrefuseValue(const QVMtableInternal& Table, unsigned Column, unsigned Row, const COLstring& Text,
                                  const COLerror& Cause) {
-  COLstring Shown;
-  unsigned char Refused = 0;
-  for (const char C : Text.view()) {
-    const auto Byte = static_cast<unsigned char>(C);
-    if (XMLiosLatin1DataFilter::isWritable(Byte)) {
-      Shown += C;
-      continue;
-    }
-    if (!Refused) Refused = Byte;
-    char Hex[8];
-    std::snprintf(Hex, sizeof Hex, "\\x%02X", Byte);
-    Shown += Hex;
-  }
-  if (!Refused) throw Cause;
+  const auto Bytes = Text.view();
+  const auto First = std::find_if(Bytes.begin(), Bytes.end(),
+                                  [](char C) { return !XMLiosLatin1DataFilter::isWritable(static_cast<unsigned char>(C)); });
+  if (First == Bytes.end()) throw Cause;
+  const auto Refused = static_cast<unsigned char>(*First);
+  const COLstring Shown = COLshownValue(Bytes, std::string_view::npos, XMLiosLatin1DataFilter::isWritable);
   const QVMtableDefinitionInternal* Definition = Table.tableDefinition();
   char Detail[160];
   std::snprintf(Detail, sizeof Detail,

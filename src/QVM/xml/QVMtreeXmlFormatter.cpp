@@ -275,17 +275,7 @@ void QVMtreeXmlWriter::data(std::string_view Text) {
   } catch (const COLerror& Cause) {
     resume();
     // Name the value: a control byte XML cannot carry is the usual cause.
-    COLstring Shown;
-    for (const char C : Text) {
-      const auto Byte = static_cast<unsigned char>(C);
-      if (XMLiosLatin1DataFilter::isWritable(Byte)) {
-        Shown += C;
-      } else {
-        char Hex[8];
-        std::snprintf(Hex, sizeof Hex, "\\x%02X", Byte);
-        Shown += Hex;
-      }
-    }
+    const COLstring Shown = COLshownValue(Text, std::string_view::npos, XMLiosLatin1DataFilter::isWritable);
     throw COLerror("The value '" + Shown + "' cannot be written as XML: " + Cause.description(), Cause.code());
   }
 }
