@@ -38,7 +38,6 @@ uint32_t QVMmatchOrder::messageIndex(Position position) {
 void QVMmatchOrder::setMessageIndex(Position position, uint32_t messageIndex) {
   COL_PRECONDITION(position != NULL);
   position->messageIndex = messageIndex;
-  QVMrevisionChanged();
 }
 
 QVMmatchOrder::Position QVMmatchOrder::insert(Position position, uint32_t messageIndex) {

@@ -10,12 +10,14 @@
 
 #include "COLstring.h"
 #include "QVMconfig.h"
-#include "QVMrevision.h"
 #include "QVMgrammarTypes.h"
 #include "QVMlanguage.h"
 #include "QVMnameIndex.h"
 
 class QVMengineInternal;
+
+// Tells the engine, when there is one, that a part of its definition changed.
+void QVMdefinitionEdited(QVMengineInternal* engine);
 
 // A shared script module of the definition, imported under a generated name.
 class QVMembeddedPythonModule {
@@ -126,15 +128,16 @@ public:
   void noteGrammarRenamed(const QVMdateTimeGrammar* grammar, const COLstring& oldName);
 
   // --- match order
+  // Whoever takes the order writable may change it.
   QVMmatchOrder& matchOrder() {
-    QVMrevisionChanged();
+    QVMdefinitionEdited(m_RootEngine);
     return m_MatchOrder;
   }
   const QVMmatchOrder& matchOrder() const { return m_MatchOrder; }
   bool lastMessageMatchesAll() const { return m_LastMessageMatchesAll; }
   void setLastMessageMatchesAll(bool value) {
     m_LastMessageMatchesAll = value;
-    QVMrevisionChanged();
+    QVMdefinitionEdited(m_RootEngine);
   }
 
 private:

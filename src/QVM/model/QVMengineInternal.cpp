@@ -128,7 +128,6 @@ QVMmessageDefinitionInternal* QVMengineInternal::message(size_t MessageIndex) co
 
 size_t QVMengineInternal::addMessage() {
   definitionEdited();
-  QVMrevisionChanged();
   m_Messages.push_back(std::make_unique<QVMmessageDefinitionInternal>());
   m_MessageNames.appended(m_Messages);
   uint32_t index = static_cast<uint32_t>(m_Messages.size() - 1);
@@ -138,7 +137,6 @@ size_t QVMengineInternal::addMessage() {
 
 void QVMengineInternal::deleteMessage(size_t MessageIndex) {
   definitionEdited();
-  QVMrevisionChanged();
   COL_PRECONDITION(MessageIndex < countOfMessage());
   uint32_t index = static_cast<uint32_t>(MessageIndex);
   for (auto& engineConfig : m_Configs) {
@@ -211,7 +209,6 @@ uint32_t QVMengineInternal::configPosition(const QVMengineConfig* config) const 
 
 void QVMengineInternal::setCurrentConfig(uint32_t index) {
   if (index != m_CurrentConfig) definitionEdited();
-  QVMrevisionChanged();
   if (index >= m_Configs.size()) {
     COLstring text;
     COLostream(text) << "Config Index of '" << index << "' is not a valid index. Maximum index is '"
@@ -223,7 +220,6 @@ void QVMengineInternal::setCurrentConfig(uint32_t index) {
 
 size_t QVMengineInternal::addConfiguration(const COLstring& name) {
   definitionEdited();
-  QVMrevisionChanged();
   m_Configs.push_back(std::make_unique<QVMengineConfig>());
   m_Configs.back()->init(this);
   m_Configs.back()->setConfigName(name);
@@ -234,7 +230,6 @@ size_t QVMengineInternal::addConfiguration(const COLstring& name) {
 
 void QVMengineInternal::deleteConfig(size_t index) {
   definitionEdited();
-  QVMrevisionChanged();
   COL_PRECONDITION(index < countOfConfig());
   // The grammars go last, once no record of a message or table points into them.
   std::unique_ptr<QVMengineConfig> removed = std::move(m_Configs[index]);
@@ -248,7 +243,6 @@ void QVMengineInternal::deleteConfig(size_t index) {
 
 void QVMengineInternal::clear() {
   definitionEdited();
-  QVMrevisionChanged();
   m_CurrentConfig = 0;
   m_OutgoingConfigIndex = 0;
   m_IncomingConfigIndex = 0;
@@ -269,7 +263,6 @@ void QVMengineInternal::clear() {
 
 void QVMengineInternal::postLoad() {
   definitionEdited();
-  QVMrevisionChanged();
   uint32_t remembered = m_CurrentConfig;
   for (uint32_t c = 0; c < m_Configs.size(); ++c) {
     if (!m_Configs[c]->matchOrder().empty()) continue;

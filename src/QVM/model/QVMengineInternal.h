@@ -23,9 +23,6 @@
 
 class COLsink;
 
-// Tells the engine, when there is one, that a part of its definition changed.
-void QVMdefinitionEdited(QVMengineInternal* engine);
-
 class QVMengineInternal : public COLreference {
 public:
   static constexpr uint32_t npos = 0xFFFFFFFF;

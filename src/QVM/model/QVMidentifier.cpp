@@ -1,5 +1,6 @@
 #include "QVMidentifier.h"
-#include "QVMrevision.h"
+#include "QVMengineInternal.h"
+#include "QVMmessageDefinitionInternal.h"
 
 #include "REXmatcher.h"
 
@@ -18,7 +19,7 @@ QVMsegmentIdentifier::QVMsegmentIdentifier(const QVMsegmentIdentifier& other)
 
 QVMsegmentIdentifier& QVMsegmentIdentifier::operator=(const QVMsegmentIdentifier& other) {
   if (this != &other) *pMember = *other.pMember;
-  QVMrevisionChanged();
+  edited();
   return *this;
 }
 
@@ -27,9 +28,9 @@ QVMsegmentIdentifier::~QVMsegmentIdentifier() = default;
 const COLstring& QVMsegmentIdentifier::value() const { return pMember->value.pattern(); }
 
 void QVMsegmentIdentifier::setValue(const COLstring& pattern) {
-  QVMrevisionChanged();
   pMember->value.init(pattern, 0);
   pMember->matchesEmpty = pMember->value.isExpressionValid() && pMember->value.doesMatchWithLength("", 0);
+  edited();
 }
 
 bool QVMsegmentIdentifier::isRegexValid() const { return pMember->value.isExpressionValid(); }
@@ -51,7 +52,7 @@ const REXmatcher& QVMsegmentIdentifier::regex() const { return pMember->value; }
 
 // Whoever takes the address writable may change it.
 QVMmessageNodeAddress& QVMsegmentIdentifier::nodeAddress() {
-  QVMrevisionChanged();
+  edited();
   return pMember->nodeAddress;
 }
 
@@ -59,4 +60,23 @@ const QVMmessageNodeAddress& QVMsegmentIdentifier::nodeAddress() const { return 
 
 bool QVMsegmentIdentifier::operator==(const QVMsegmentIdentifier& other) const {
   return value() == other.value() && nodeAddress() == other.nodeAddress();
+}
+
+// --- QVMidentifier
+
+QVMidentifier& QVMidentifier::operator=(const QVMidentifier& other) {
+  if (this != &other) {
+    m_Segment = other.m_Segment;
+    QVMsegmentIdentifier::operator=(other);
+  }
+  return *this;
+}
+
+void QVMidentifier::setSegment(const COLstring& segment) {
+  m_Segment = segment;
+  edited();
+}
+
+void QVMidentifier::edited() {
+  if (m_Message) QVMdefinitionEdited(m_Message->rootEngine());
 }

@@ -8,8 +8,8 @@
 
 #include "COLstring.h"
 #include "QVMmessageNodeAddress.h"
-#include "QVMrevision.h"
 
+class QVMmessageDefinitionInternal;
 class REXmatcher;
 struct QVMsegmentIdentifierPrivate;
 
@@ -40,6 +40,10 @@ public:
   bool operator==(const QVMsegmentIdentifier& other) const;
   bool operator!=(const QVMsegmentIdentifier& other) const { return !(*this == other); }
 
+protected:
+  // Called after every change of pattern or address.
+  virtual void edited() {}
+
 private:
   std::unique_ptr<QVMsegmentIdentifierPrivate> pMember;
 };
@@ -47,19 +51,28 @@ private:
 class QVMidentifier : public QVMsegmentIdentifier {
 public:
   QVMidentifier() = default;
+  // A copy belongs to no message until one takes it (QVMmessageConfig::setMessage).
+  QVMidentifier(const QVMidentifier& other) : QVMsegmentIdentifier(other), m_Segment(other.m_Segment) {}
+  // Keeps the message this identifier belongs to.
+  QVMidentifier& operator=(const QVMidentifier& other);
 
   // The segment to look in; "MSH" for a new identifier.
   const COLstring& segment() const { return m_Segment; }
-  void setSegment(const COLstring& segment) {
-    m_Segment = segment;
-    QVMrevisionChanged();
-  }
+  void setSegment(const COLstring& segment);
 
   bool operator==(const QVMidentifier& other) const {
     return m_Segment == other.m_Segment && QVMsegmentIdentifier::operator==(other);
   }
   bool operator!=(const QVMidentifier& other) const { return !(*this == other); }
 
+  // The message whose identification this identifier decides: its engine hears of every edit,
+  // so that what it derived for identification is built again.
+  void setMessage(const QVMmessageDefinitionInternal* message) { m_Message = message; }
+
+protected:
+  void edited() override;
+
 private:
   COLstring m_Segment = "MSH";
+  const QVMmessageDefinitionInternal* m_Message = nullptr;
 };

@@ -4,7 +4,6 @@
 #include <string_view>
 
 #include "COLerror.h"
-#include "QVMrevision.h"
 #include "QVMengineInternal.h"
 
 // --- QVMpythonHookInfo
@@ -39,9 +38,22 @@ QVMmessageConfig::QVMmessageConfig(const QVMmessageConfig& other)
 }
 
 QVMmessageConfig& QVMmessageConfig::operator=(const QVMmessageConfig& other) {
-  if (this != &other) *this = QVMmessageConfig(other);
-  QVMrevisionChanged();
+  if (this != &other) {
+    const QVMmessageDefinitionInternal* Message = m_Message;
+    *this = QVMmessageConfig(other);
+    setMessage(Message);
+  }
+  identifiersEdited();
   return *this;
+}
+
+void QVMmessageConfig::setMessage(const QVMmessageDefinitionInternal* message) {
+  m_Message = message;
+  for (const auto& identifier : m_Identifiers) identifier->setMessage(message);
+}
+
+void QVMmessageConfig::identifiersEdited() const {
+  if (m_Message) QVMdefinitionEdited(m_Message->rootEngine());
 }
 
 QVMidentifier* QVMmessageConfig::identifier(size_t index) const {
@@ -51,15 +63,16 @@ QVMidentifier* QVMmessageConfig::identifier(size_t index) const {
 
 QVMidentifier* QVMmessageConfig::insertIdentifierAt(size_t index) {
   COL_PRECONDITION(index <= m_Identifiers.size());
-  QVMrevisionChanged();
   auto it = m_Identifiers.insert(m_Identifiers.begin() + index, std::make_unique<QVMidentifier>());
+  (*it)->setMessage(m_Message);
+  identifiersEdited();
   return it->get();
 }
 
 void QVMmessageConfig::removeIdentifier(size_t index) {
   COL_PRECONDITION(index < m_Identifiers.size());
   m_Identifiers.erase(m_Identifiers.begin() + index);
-  QVMrevisionChanged();
+  identifiersEdited();
 }
 
 // --- QVMnameSanitizer
@@ -109,6 +122,7 @@ QVMmessageDefinitionInternal::QVMmessageDefinitionInternal(const QVMmessageDefin
       m_MessageIndex(other.m_MessageIndex) {
   m_TableGrammar.initializePointers(nullptr);
   m_TableGrammar.setMessage(this);
+  for (QVMmessageConfig& record : m_Configs) record.setMessage(this);
 }
 
 QVMmessageDefinitionInternal& QVMmessageDefinitionInternal::operator=(const QVMmessageDefinitionInternal& other) {
@@ -120,6 +134,7 @@ QVMmessageDefinitionInternal& QVMmessageDefinitionInternal::operator=(const QVMm
   m_MessageIndex = other.m_MessageIndex;
   m_TableGrammar.initializePointers(nullptr);
   m_TableGrammar.setMessage(this);
+  for (QVMmessageConfig& record : m_Configs) record.setMessage(this);
   setName(other.name());
   return *this;
 }
@@ -130,6 +145,7 @@ void QVMmessageDefinitionInternal::setupConfig(size_t index) {
   record.inFunction().setEngine(engine);
   record.outFunction().setEngine(engine);
   record.rootMessageGrammar()->initializeAsRoot(this);
+  record.setMessage(this);
 }
 
 void QVMmessageDefinitionInternal::init(QVMengineInternal* engine, uint32_t index) {

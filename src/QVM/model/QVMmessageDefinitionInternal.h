@@ -59,8 +59,14 @@ public:
   QVMidentifier* insertIdentifierAt(size_t index);
   void removeIdentifier(size_t index);
   QVMmessageGrammar* rootMessageGrammar() const { return m_RootMessageGrammar.get(); }
+  // The message this record belongs to, told to its identifiers; a copy belongs to none.
+  void setMessage(const QVMmessageDefinitionInternal* message);
 
 private:
+  // The message's engine hears of a change of the identifiers.
+  void identifiersEdited() const;
+
+  const QVMmessageDefinitionInternal* m_Message = nullptr;
   bool m_IgnoreUnknownSegments = true;
   bool m_IgnoreSegmentOrder = false;
   QVMpythonHookInfo m_SegmentListFunctionHook;

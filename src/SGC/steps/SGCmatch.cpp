@@ -10,7 +10,6 @@
 #include "QVMengineInternal.h"
 #include "QVMidentifier.h"
 #include "QVMmessageDefinitionInternal.h"
-#include "QVMrevision.h"
 #include "QVMsegmentGrammar.h"
 #include "SGMsegmentList.h"
 
@@ -78,11 +77,11 @@ void SGCappendKeyPart(std::string& Key, std::string_view Part) {
   Key.append(Part);
 }
 
-// What the match order looks like for one revision of the definitions: the definitions in
+// What the match order looks like for one generation of the definitions: the definitions in
 // order (their rank is their place), which of them a literal lookup finds, and which must
 // always be tried.
 struct SGCmatchIndex {
-  uint64_t revision = 0;
+  uint64_t generation = 0;  // the engine's plan generation it was built at
   const QVMengineInternal* engine = nullptr;
   uint32_t configIndex = 0;
   std::vector<uint32_t> messageOfRank;
@@ -205,22 +204,22 @@ unsigned SGCmatchIndex::match(SGMsegmentList& List, QVMengineInternal& Engine) c
   return fallback;
 }
 
-bool SGCisCurrent(const SGCmatchIndex* Index, const QVMengineInternal& Engine, uint64_t Revision) {
-  return Index && Index->revision == Revision && Index->engine == &Engine &&
+bool SGCisCurrent(const SGCmatchIndex* Index, const QVMengineInternal& Engine, uint64_t Generation) {
+  return Index && Index->generation == Generation && Index->engine == &Engine &&
          Index->configIndex == Engine.currentConfig();
 }
 
 // The engine keeps the index for all threads; each thread remembers the last one it used,
-// so the usual call takes no lock.  Any change of the definitions changes the revision.
+// so the usual call takes no lock.  Every edit of the engine's definitions makes it stale.
 const SGCmatchIndex& SGCmatchIndexOf(const QVMengineInternal& Engine) {
   thread_local std::shared_ptr<const SGCmatchIndex> LastUsed;
-  const uint64_t Revision = QVMrevision();
-  if (SGCisCurrent(LastUsed.get(), Engine, Revision)) return *LastUsed;
+  const uint64_t Generation = Engine.planGeneration();
+  if (SGCisCurrent(LastUsed.get(), Engine, Generation)) return *LastUsed;
   std::lock_guard<std::mutex> Lock(Engine.parserCacheMutex());
   auto Index = std::static_pointer_cast<const SGCmatchIndex>(Engine.parserCache());
-  if (!SGCisCurrent(Index.get(), Engine, Revision)) {
+  if (!SGCisCurrent(Index.get(), Engine, Generation)) {
     auto Fresh = std::make_shared<SGCmatchIndex>();
-    Fresh->revision = Revision;
+    Fresh->generation = Generation;
     Fresh->build(Engine);
     Engine.parserCache() = Fresh;
     Index = Fresh;

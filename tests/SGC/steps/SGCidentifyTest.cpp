@@ -50,4 +50,39 @@ TEST_F(SGCidentify, EditsOfIdentifiersAndDefinitionsAreSeenAtOnce) {
   EXPECT_EQ(identified("MSH|^~\\&|||||||XYZ"), "-");
 }
 
+// Each engine hears of the edits of its own identifiers, by whatever route, and of no other's:
+// one engine's edit must not make every other engine build its index again.
+TEST_F(SGCidentify, EditsReachTheEngineTheIdentifierBelongsToAndNoOther) {
+  COLreferencePtr<QVMengineInternal> Other = sgctest::built("ADT MSH-8.0=^ADT$\nORU MSH-8.0=^ORU$");
+  Engine = sgctest::built("ADT MSH-8.0=^ADT$\nORU MSH-8.0=^ORU$");
+  const auto heard = [](QVMengineInternal& On, auto&& Edit) {
+    const uint64_t Before = On.planGeneration();
+    Edit();
+    return On.planGeneration() != Before;
+  };
+  QVMmessageDefinitionInternal& Oru = *Engine->message(1);
+  EXPECT_TRUE(heard(*Engine, [&] { Oru.setIdentifierSegment(0, "PID"); }));
+  EXPECT_TRUE(heard(*Engine, [&] { Oru.identifier(0)->setSegment("MSH"); }));
+  EXPECT_TRUE(heard(*Engine, [&] { Oru.setIdentifierValue(0, "^ORU$"); }));
+  EXPECT_TRUE(heard(*Engine, [&] { Oru.identifierAddress(0); }));
+  EXPECT_TRUE(heard(*Engine, [&] { Oru.insertIdentifierAt(1); }));
+  EXPECT_TRUE(heard(*Engine, [&] { Oru.identifier(1)->setValue("x"); }));
+  EXPECT_TRUE(heard(*Engine, [&] { Oru.removeIdentifier(1); }));
+  EXPECT_TRUE(heard(*Engine, [&] { Engine->setLastMessageMatchesAll(true); }));
+  EXPECT_FALSE(heard(*Engine, [&] {
+    Other->message(1)->setIdentifierValue(0, "^XYZ$");
+    Other->setLastMessageMatchesAll(true);
+  }));
+
+  // Identifiers copied in with a whole record belong to the record's message from then on: an
+  // index built after the copy sees their later edits.
+  Engine->setLastMessageMatchesAll(false);
+  const std::string Text = "MSH|^~\\&|||||||ORU^R01";
+  EXPECT_EQ(identified(Text), "ORU");
+  Oru.currentConfig() = Engine->message(0)->currentConfig();
+  EXPECT_EQ(identified(Text), "-");
+  EXPECT_TRUE(heard(*Engine, [&] { Oru.identifier(0)->setValue("^ORU$"); }));
+  EXPECT_EQ(identified(Text), "ORU");
+}
+
 }  // namespace
