@@ -9,8 +9,9 @@
 #   - the ADT and ORU shapes of examples/messages.hl7 under examples/adt_oru.vmd.
 # The peers parse each message, read MSH-9, PID-3 and PID-5 and write the message back to text;
 # msgbridge identifies each message, parses it against its grammar, validates every segment
-# and field, fills the tables and writes XML.  The library host runs again on a copy of the
-# definition set to parser version 1 (the legacy road) beside version 2 (the current one).
+# and field, fills the tables and writes XML.  A row of msgbridge's tokeniser doing the peers'
+# work alone sets the two side by side on equal terms.  The library host runs again on a copy of
+# the definition set to parser version 1 (the legacy road) beside version 2 (the current one).
 # The tables go to standard output as markdown, progress to standard error.
 set -euo pipefail
 repo=$(cd "$(dirname "$0")/.." && pwd)
@@ -21,7 +22,8 @@ work=$(mktemp -d "${TMPDIR:-/tmp}/msgbridge-compare.XXXXXX")
 
 if [ ! -x /usr/bin/time ]; then echo "compare: /usr/bin/time is missing (Debian package time)" >&2; exit 1; fi
 [ -f "$build/CMakeCache.txt" ] || cmake -S "$repo" -B "$build" -G Ninja >/dev/null
-cmake --build "$build" -j 2 --target msgbridge bench_c_host bench_threads bench_allocations bench_create_files >/dev/null
+cmake --build "$build" -j 2 --target msgbridge bench_c_host bench_threads bench_allocations bench_create_files \
+  bench_peer_work >/dev/null
 tool="$build/msgbridge"
 benches="$build/bench"
 
@@ -139,6 +141,8 @@ measure() {
   run "msgbridge counting" counting "frames messages (12 copies)" net "$tool" "$vmd" "$work/copies.hl7" "$work/count.out"
   expected=""
   rm -f "$work/copies.hl7"
+  run "msgbridge tokeniser" other "parse, read MSH-9, PID-3, PID-5, write back" loop \
+    "$benches/bench_peer_work" "$log"
   run "msgbridge library (C host)" library "identify, validate, tables, XML in memory" loop \
     "$benches/bench_c_host" "$vmd" "$log"
   run "msgbridge library, parser v1" legacy "the same on the legacy road" loop \
