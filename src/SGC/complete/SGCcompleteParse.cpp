@@ -277,10 +277,9 @@ void QVJcheckParsedSegments(QVMengineInternal& Engine, bool Hl7Mode, LAGenvironm
     const QVMsegmentScripts* Scripts = &Grammar->currentScripts();
     for (const uint32_t Field : Scripts->equationFields) {
       const QVMsegmentSubField& Definition = *Grammar->field(Field);
-      // An equation that did not compile is run too, so that its error is reported.  Running
-      // leaves the script as it is; the call only takes it by reference.
-      SGCexecuteOneSegmentEquation(const_cast<LANfunction&>(Definition.incomingFunction()), &StringPool, &SegmentList,
-                                   Index, Field, Environment, Grammar->name() + "." + Definition.name());
+      // An equation that did not compile is run too, so that its error is reported.
+      SGCexecuteOneSegmentEquation(Definition.incomingFunction(), &StringPool, &SegmentList, Index, Field, Environment,
+                                   Grammar->name() + "." + Definition.name());
       Unescape = true;
     }
     SGCcheckAndReport(*Grammar, Segment, Index, Node, Escaper, Hl7Mode, StringPool, Separators, Reject, Unescape);

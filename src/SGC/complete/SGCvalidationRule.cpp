@@ -115,7 +115,7 @@ void SGCdoSegmentValidationRule(QVMsegmentValidationRule& rule, COLreferencePtr<
   }
 }
 
-void SGCexecuteOneSegmentEquation(LANfunction& function, COLreferencePtr<SGMstringPool> pool,
+void SGCexecuteOneSegmentEquation(const LANfunction& function, COLreferencePtr<SGMstringPool> pool,
                                   COLreferencePtr<SGMsegmentList> segments, unsigned segmentIndex, unsigned field,
                                   LAGenvironment& environment, const COLstring& fieldName) {
   COL_PRECONDITION(segments.get() != nullptr);

@@ -30,6 +30,6 @@ std::string_view SGCruleFieldText(const SGMsegment& segment, unsigned field);
 
 // Gives the segment at least `field` + 1 fields, then runs the field's equation.  An empty
 // equation does nothing; a failing one throws with the field and segment named.
-void SGCexecuteOneSegmentEquation(LANfunction& function, COLreferencePtr<SGMstringPool> pool,
+void SGCexecuteOneSegmentEquation(const LANfunction& function, COLreferencePtr<SGMstringPool> pool,
                                   COLreferencePtr<SGMsegmentList> segments, unsigned segmentIndex, unsigned field,
                                   LAGenvironment& environment, const COLstring& fieldName = COLstring());
