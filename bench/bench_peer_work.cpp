@@ -10,27 +10,21 @@
 
 #include "BENCHlog.h"
 #include "COLostream.h"
+#include "SGCmatch.h"
 #include "SGMoutput.h"
 #include "SGPparser.h"
 
 namespace {
 
-// The first segment of that name, or null.
-const SGMsegment* segmentNamed(const SGMsegmentList& List, std::string_view Name) {
-  for (uint32_t Index = 0; Index < List.countOfSegment(); ++Index)
-    if (List.segment(Index).name().view() == Name) return &List.segment(Index);
-  return nullptr;
-}
-
 // The text of field NAME-`Number`, all its repeats, as the peers' toString gives it.  Field n
 // is position n - 1 in every segment, MSH included (its positions 0 and 1 hold MSH-1 and MSH-2).
-size_t fieldText(const SGMsegmentList& List, std::string_view Name, uint32_t Number,
-                 const SGMseparatorCharacters& Separators, COLstring& Text) {
+size_t fieldText(SGMsegmentList& List, const COLstring& Name, uint32_t Number, const SGMseparatorCharacters& Separators,
+                 COLstring& Text) {
   Text.clear();
-  const SGMsegment* Segment = segmentNamed(List, Name);
-  if (!Segment || Number - 1 >= Segment->countOfField()) return 0;
+  const unsigned Index = SGCfindFirstNamedSegment(List, Name);
+  if (Index >= List.countOfSegment() || Number - 1 >= List.segment(Index).countOfField()) return 0;
   COLostream Stream(Text);
-  SGMoutputSegmentField(*Segment, Number - 1, Separators, Stream);
+  SGMoutputSegmentField(List.segment(Index), Number - 1, Separators, Stream);
   Stream.flush();
   return Text.size();
 }
@@ -51,12 +45,13 @@ int main(int argc, char** argv) {
   SGMsegmentList List;
   SGMseparatorCharacters Separators;
   COLstring Field, Written;
+  const COLstring Msh("MSH"), Pid("PID");
   size_t Seen = 0;
   const auto Start = std::chrono::steady_clock::now();
   for (const std::string& Message : Messages) {
     if (Parser.parse(Message.data(), Message.size(), List, Separators, Options) != SGPparsed) continue;
-    const size_t Read = fieldText(List, "MSH", 9, Separators, Field) + fieldText(List, "PID", 3, Separators, Field) +
-                        fieldText(List, "PID", 5, Separators, Field);
+    const size_t Read = fieldText(List, Msh, 9, Separators, Field) + fieldText(List, Pid, 3, Separators, Field) +
+                        fieldText(List, Pid, 5, Separators, Field);
     Written.clear();
     SGMappendSegmentList(List, Separators, "\r", Written);
     if (Read > 0 && !Written.empty()) ++Seen;
